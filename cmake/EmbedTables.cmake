@@ -1,0 +1,11 @@
+# Writes the strings tables into a C++ source: cmake -DOUT=file -DSOURCES="a;b" -P EmbedTables.cmake
+set(text "#include \"platform/foundation/EmbeddedTables.h\"\n\nnamespace vellumix {\n\nnamespace {\nconstexpr EmbeddedTable tables[] = {\n")
+foreach(source IN LISTS SOURCES)
+    get_filename_component(folder ${source} DIRECTORY)
+    get_filename_component(folder ${folder} NAME)
+    string(REGEX REPLACE "\\.lproj$" "" folder ${folder})
+    file(READ ${source} strings)
+    string(APPEND text "    {\"${folder}\", R\"strings(${strings})strings\"},\n")
+endforeach()
+string(APPEND text "};\n}\n\nconst std::span<const EmbeddedTable> embeddedTables = tables;\n\n}\n")
+file(WRITE ${OUT} "${text}")

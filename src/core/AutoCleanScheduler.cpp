@@ -1,0 +1,97 @@
+#include "core/AutoCleanScheduler.h"
+
+#include <algorithm>
+
+#include "core/Store.h"
+#include "platform/desktop/Platform.h"
+#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/NotificationCenter.h"
+
+namespace vellumix {
+
+namespace {
+
+constexpr double checkInterval = 3600;
+constexpr double day = 86400;
+constexpr double week = 604800;
+
+bool hasRunOut(const std::optional<Date>& lastRun, double period, Date now) {
+    return !lastRun || now - *lastRun >= period;
+}
+
+}  // namespace
+
+AutoCleanScheduler::AutoCleanScheduler(Store& store, std::function<AutoCleanSettings()> getSettings,
+                                       std::function<void(AutoCleanSettings)> setSettings)
+    : _store(store), _getSettings(std::move(getSettings)), _setSettings(std::move(setSettings)) {}
+
+AutoCleanScheduler::Due AutoCleanScheduler::dueModes(const AutoCleanSettings& settings, Date now) {
+    const bool daily =
+        settings.modes.contains(AutoCleanMode::daily) && hasRunOut(settings.lastDailyRunAt, day, now);
+    const bool weekly =
+        settings.modes.contains(AutoCleanMode::weekly) && hasRunOut(settings.lastWeeklyRunAt, week, now);
+    if (daily) return weekly ? Due::both : Due::daily;
+    return weekly ? Due::weekly : Due::none;
+}
+
+std::vector<ClipboardItem> AutoCleanScheduler::remainingItems(const AutoCleanSettings& settings,
+                                                              const std::vector<ClipboardItem>& items) {
+    if (settings.modes.empty() || settings.modes.contains(AutoCleanMode::none)) return items;
+    std::vector<ClipboardItem> remaining;
+    std::ranges::copy_if(items, std::back_inserter(remaining),
+                         [](const ClipboardItem& item) { return item.pinned || item.locked; });
+    return remaining;
+}
+
+void AutoCleanScheduler::start() {
+    invalidateTimer();
+    const auto settings = _getSettings();
+    if (!settings.modes.contains(AutoCleanMode::daily) && !settings.modes.contains(AutoCleanMode::weekly))
+        return;
+    cleanIfDue();
+    // The scheduler owns the timer, so the timer can't outlive it.
+    _timer = RunLoop::main().repeatingTimer(checkInterval, [this] { cleanIfDue(); });
+}
+
+void AutoCleanScheduler::invalidateTimer() { _timer.reset(); }
+
+void AutoCleanScheduler::cleanIfDue() {
+    const auto due = dueModes(_getSettings(), RunLoop::main().now());
+    if (due != Due::none) performClean(due);
+}
+
+bool AutoCleanScheduler::userConsents() {
+    const NSAlert alert{
+        .messageText = localized("autoClean.dialog.title"),
+        .informativeText = localized("autoClean.dialog.message"),
+        .buttons = {localized("cancel"), localized("clear")},
+    };
+    _isAsking = true;
+    const auto answer = platform::current().alerts.runModal(alert);
+    _isAsking = false;
+    return answer == NSAlert::firstButtonReturn + 1;
+}
+
+void AutoCleanScheduler::performClean(Due due) {
+    // The hourly check goes on while the question is open; a second question would ask nothing new, and a
+    // clean behind the open one would take the answer out of the user's hands.
+    if (_isAsking) return;
+    const auto now = RunLoop::main().now();
+    const auto countRemaining = [this] {
+        return remainingItems(_getSettings(), _store.items().get()).size();
+    };
+    const bool removes = countRemaining() < _store.items()->size();
+    if (removes) {
+        if (_getSettings().confirm && !userConsents()) return;
+        // Computed after the answer: what was copied, pinned or locked while the question was open counts.
+        _store.replaceAll(remainingItems(_getSettings(), _store.items().get()));
+    }
+    auto settings = _getSettings();
+    if (due == Due::daily || due == Due::both) settings.lastDailyRunAt = now;
+    if (due == Due::weekly || due == Due::both) settings.lastWeeklyRunAt = now;
+    settings.lastRunAt = now;
+    _setSettings(std::move(settings));
+    if (removes) NotificationCenter::defaultCenter().post(historyCleanedNotification);
+}
+
+}  // namespace vellumix

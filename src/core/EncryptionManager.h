@@ -1,0 +1,50 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/desktop/Keychain.h"
+#include "platform/foundation/AESGCM.h"
+#include "platform/foundation/Data.h"
+
+namespace vellumix {
+
+/// Enciphers and deciphers with the one key of the user, which lives in the keychain and is read from it anew
+/// for each call.
+///
+/// When the keychain answers with anything but "no such item", no key is ever made: a second key would leave
+/// everything enciphered with the first unreadable. A failure has been logged and has posted
+/// "EncryptionFailed" (user info "operation" and "reason") before nothing is returned; it isn't remembered,
+/// and the next call tries again.
+class EncryptionManager {
+public:
+    static constexpr const char* keychainService = "com.tarnwick.Vellumix";
+    static constexpr const char* keychainAccount = "encryption-key";
+    static constexpr const char* failedNotification = "EncryptionFailed";
+
+    static EncryptionManager& shared();
+
+    /// A blob in combined form: nonce, ciphertext, tag.
+    std::optional<Data> encrypt(ByteView data);
+    /// The same in place: the plaintext stands behind `offset` and the nonce's 12 bytes of room; from
+    /// `offset` on the buffer then holds the blob. False leaves the plaintext as it was.
+    bool encryptInPlace(Bytes& buffer, std::size_t offset);
+    /// The plaintext of a blob in combined form.
+    std::optional<Bytes> decrypt(ByteView data);
+    /// The same in place: the view of the plaintext is a part of `combined`, which a failure leaves of no
+    /// use.
+    std::optional<ByteView> decryptInPlace(std::span<std::uint8_t> combined);
+
+private:
+    struct LoadedKey {
+        std::optional<SymmetricKey> key;
+        OSStatus status = errSecSuccess;
+    };
+
+    std::optional<SymmetricKey> getOrCreateKey();
+    LoadedKey loadKeyFromKeychain();
+    bool saveKeyToKeychain(const SymmetricKey& key);
+    void postFailure(const char* operation, const std::string& reason);
+};
+
+}  // namespace vellumix

@@ -1,0 +1,174 @@
+#include "core/HistoryCoding.h"
+
+#include <algorithm>
+#include <bitset>
+#include <cmath>
+
+#include "platform/foundation/Base64.h"
+#include "platform/foundation/Json.h"
+
+namespace vellumix {
+
+namespace {
+
+/// The most room that a record needs beside its payload.
+constexpr std::size_t recordFrame = 320;
+
+std::size_t sizeOf(const std::optional<Data>& data) { return data ? data->size() : 0; }
+
+/// Room for the whole array, so that a history of megabytes is written into one allocation. What escapes add
+/// beyond an eighth makes the buffer grow like any other.
+std::size_t expectedSize(const std::vector<ClipboardItem>& items) {
+    std::size_t total = 2;
+    std::size_t largest = 0;
+    for (const auto& item : items) {
+        const auto blobs = sizeOf(item._imageData) + sizeOf(item.encryptedText) +
+                           sizeOf(item.encryptedImageData) + sizeOf(item.encryptedFileURL);
+        const auto text = (item._text ? item._text->size() : 0) +
+                          (item._fileURL ? item._fileURL->absoluteString().size() : 0);
+        total += recordFrame + base64::encodedSize(blobs) * 17 / 16 + text * 9 / 8;
+        largest = std::max(largest, blobs);
+    }
+    return total + base64::escapedSizeLimit(largest);
+}
+
+bool encodeRecord(const ClipboardItem& item, JsonWriter& writer) {
+    if (!std::isfinite(item.date.secondsSinceReference)) return false;
+    const auto blob = [&](std::string_view key, const std::optional<Data>& data) {
+        if (!data) return;
+        writer.key(key);
+        writer.base64(*data);
+    };
+    writer.beginObject();
+    writer.key("id");
+    writer.string(item.id.uuidString());
+    writer.key("date");
+    writer.number(item.date.secondsSinceReference);
+    writer.key("kind");
+    writer.string(rawValue(item.kind));
+    writer.key("pinned");
+    writer.boolean(item.pinned);
+    writer.key("locked");
+    writer.boolean(item.locked);
+    if (item._text) {
+        writer.key("text");
+        writer.string(*item._text);
+    }
+    blob("imageData", item._imageData);
+    if (item._fileURL) {
+        writer.key("fileURL");
+        writer.string(item._fileURL->absoluteString());
+    }
+    blob("encryptedText", item.encryptedText);
+    blob("encryptedImageData", item.encryptedImageData);
+    blob("encryptedFileURL", item.encryptedFileURL);
+    writer.key("isEncrypted");
+    writer.boolean(item.isEncrypted);
+    writer.endObject();
+    return true;
+}
+
+/// Reads one record, member by member.
+class RecordReader {
+public:
+    explicit RecordReader(JsonReader& reader) : _reader(reader) {}
+
+    bool read(ClipboardItem& item) {
+        return _reader.object([&](std::string_view key) { return member(key, item); }) &&
+               (_found.all() || _reader.fail("required key missing"));
+    }
+
+private:
+    enum Required { id, date, kind, pinned, locked, isEncrypted, requiredCount };
+
+    bool member(std::string_view key, ClipboardItem& item) {
+        if (key == "id") return found(id) && readID(item.id);
+        if (key == "date") return found(date) && _reader.number(item.date.secondsSinceReference);
+        if (key == "kind") return found(kind) && readKind(item.kind);
+        if (key == "pinned") return found(pinned) && _reader.boolean(item.pinned);
+        if (key == "locked") return found(locked) && _reader.boolean(item.locked);
+        if (key == "isEncrypted") return found(isEncrypted) && _reader.boolean(item.isEncrypted);
+        if (key == "text") return optional(item._text, [&] { return readText(item._text); });
+        if (key == "fileURL") return optional(item._fileURL, [&] { return readURL(item._fileURL); });
+        if (key == "imageData") return readBlob(item._imageData);
+        if (key == "encryptedText") return readBlob(item.encryptedText);
+        if (key == "encryptedImageData") return readBlob(item.encryptedImageData);
+        if (key == "encryptedFileURL") return readBlob(item.encryptedFileURL);
+        return _reader.skip();
+    }
+
+    bool found(Required key) {
+        _found.set(key);
+        return true;
+    }
+    /// An optional key may hold null, which reads as absent.
+    template <class T, class Read>
+    bool optional(std::optional<T>& field, Read read) {
+        field.reset();
+        return _reader.next() == JsonReader::Kind::null ? _reader.null() : read();
+    }
+    bool readID(UUID& value) {
+        std::string text;
+        if (!_reader.string(text)) return false;
+        const auto parsed = UUID::parse(text);
+        if (!parsed) return _reader.fail("not a UUID");
+        value = *parsed;
+        return true;
+    }
+    bool readKind(ClipboardItem::Kind& value) {
+        std::string text;
+        if (!_reader.string(text)) return false;
+        const auto parsed = kindFromRawValue(text);
+        if (!parsed) return _reader.fail("unknown kind");
+        value = *parsed;
+        return true;
+    }
+    bool readText(std::optional<String>& value) {
+        std::string text;
+        if (!_reader.string(text)) return false;
+        value = String(std::move(text));
+        return true;
+    }
+    bool readURL(std::optional<URL>& value) {
+        std::string text;
+        if (!_reader.string(text)) return false;
+        value = URL::parse(text);
+        return value || _reader.fail("not a URL");
+    }
+    bool readBlob(std::optional<Data>& value) {
+        return optional(value, [&] {
+            Bytes bytes;
+            if (!_reader.base64(bytes)) return false;
+            value = Data(std::move(bytes));
+            return true;
+        });
+    }
+
+    JsonReader& _reader;
+    std::bitset<requiredCount> _found;
+};
+
+}  // namespace
+
+bool encodeHistory(const std::vector<ClipboardItem>& items, Bytes& out) {
+    out.reserve(out.size() + expectedSize(items));
+    JsonWriter writer(out);
+    writer.beginArray();
+    for (const auto& item : items) {
+        if (!encodeRecord(item, writer)) return false;
+    }
+    writer.endArray();
+    return true;
+}
+
+std::string decodeHistory(ByteView json, std::vector<ClipboardItem>& items) {
+    JsonReader reader(json);
+    std::vector<ClipboardItem> decoded;
+    const bool isWhole =
+        reader.array([&] { return RecordReader(reader).read(decoded.emplace_back()); }) && reader.end();
+    if (!isWhole) return reader.error();
+    items = std::move(decoded);
+    return {};
+}
+
+}  // namespace vellumix

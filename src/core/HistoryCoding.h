@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/ClipboardItem.h"
+#include "platform/foundation/Data.h"
+
+/// The history as a JSON array of records, one for each entry.
+namespace vellumix {
+
+/// Appends the array to `out`, compact, with the keys of each record in the order of the fields and no key
+/// for an absent payload. False, with `out` of no use, when an entry can't be written (a date that is no
+/// number).
+bool encodeHistory(const std::vector<ClipboardItem>& items, Bytes& out);
+
+/// Reads the array. Unknown keys are ignored; a missing required key, a wrong type or an unknown kind fails
+/// the whole. Returns the reason of a failure, which names no content, or an empty string.
+std::string decodeHistory(ByteView json, std::vector<ClipboardItem>& items);
+
+}  // namespace vellumix

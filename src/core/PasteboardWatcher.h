@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/ClipboardItem.h"
+#include "platform/desktop/Pasteboard.h"
+#include "platform/foundation/Date.h"
+#include "platform/foundation/Lifetime.h"
+#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/Task.h"
+
+namespace vellumix {
+
+class Store;
+
+/// Turns what is copied into entries of the history, and decides what is not recorded: what the program wrote
+/// itself, marked content, copies from excluded applications, a repeat of the last capture. Main thread only.
+class PasteboardWatcher {
+public:
+    /// Seconds between two polls on a desktop that announces no changes.
+    static constexpr double pollInterval = 0.25;
+
+    struct Capture {
+        Date date;
+        ClipboardItem::Kind kind;
+    };
+    struct Refusal {
+        Date date;
+        /// In words for a person; never content.
+        std::string reason;
+    };
+
+    /// What is on the pasteboard now isn't captured.
+    explicit PasteboardWatcher(Store& store);
+    ~PasteboardWatcher();
+    PasteboardWatcher(const PasteboardWatcher&) = delete;
+    PasteboardWatcher& operator=(const PasteboardWatcher&) = delete;
+
+    /// The latest instance, or null.
+    static PasteboardWatcher* shared();
+
+    /// Begins to poll: whenever the pasteboard announces a change, or every `pollInterval` where it can't.
+    void start();
+    /// Ends polling.
+    void stop();
+    /// One check. A change that isn't captured stays consumed.
+    void poll();
+
+    /// No capture up to and including this moment. Set by whoever writes to the pasteboard for the user.
+    Date suppressedUntil = Date::distantPast();
+
+    const std::optional<Capture>& lastCapture() const { return _lastCapture; }
+    const std::optional<Refusal>& lastRefusal() const { return _lastRefusal; }
+
+private:
+    bool isRefused();
+    void captureFile(const URL& url);
+    Task captureImage(Data encoded);
+    void captureText(const String& text);
+    bool isRepeat(std::string_view label, ByteView content);
+    void record(ClipboardItem item, std::int64_t change);
+    void refuse(std::string reason);
+
+    NSPasteboard& _pb;
+    std::int64_t _changeCount;
+    std::unique_ptr<NSTimer> _timer;
+    Observation _changes;
+    Store& _store;
+    std::optional<std::uint64_t> _lastHash;
+    std::optional<Capture> _lastCapture;
+    std::optional<Refusal> _lastRefusal;
+    Observation _drops;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/ClipboardItem.h"
+#include "core/HistoryFile.h"
+#include "platform/foundation/Published.h"
+#include "platform/foundation/RunLoop.h"
+
+namespace vellumix {
+
+/// The ordered history, newest insertion first, bounded to `limit` entries.
+///
+/// Main thread only. Every mutation notifies `items` once and schedules one save of the whole list.
+/// Operations that take an item find it by equality of all fields: a stale copy finds nothing and nothing
+/// happens.
+class Store {
+public:
+    static constexpr std::size_t limit = 200;
+    /// Seconds from the last mutation to the write.
+    static constexpr double saveDebounce = 0.35;
+
+    /// Loads the file at once; an unreadable one gives an empty history and stays on disk. With no URL, the
+    /// file is "Vellumix/history.json" in the first application-support folder, or else in the temporary
+    /// folder, made if missing.
+    explicit Store(std::optional<URL> url = std::nullopt);
+
+    const Published<std::vector<ClipboardItem>>& items() const { return _items; }
+    Observation observeItems(std::function<void()> observer) { return _items.observe(std::move(observer)); }
+    const URL& url() const { return _url; }
+
+    /// Removes unlocked duplicates (same kind, canonically equal text), inserts at the front, trims to
+    /// `limit`. Never fails and never refuses.
+    void add(ClipboardItem item);
+    void remove(const ClipboardItem& item);
+    /// Flips `pinned`; the entry keeps its place.
+    void togglePin(const ClipboardItem& item);
+    /// Sets `locked` and enciphers or deciphers the payload. A cipher's failure leaves the payload as it was
+    /// under the new flag. Does nothing when the entry has that value already.
+    void setLocked(const ClipboardItem& item, bool locked);
+    /// Removes every entry that is neither pinned nor locked.
+    void clear();
+    void replaceAll(std::vector<ClipboardItem> items);
+    std::optional<ClipboardItem> item(const UUID& id) const;
+
+    /// Writes the present list before it returns, in place of any save that waits.
+    void saveNow();
+
+    /// The bytes of the file for a payload that stands behind `sealRoom` bytes: the magic and the enciphered
+    /// blob, or the plain payload when it can't be enciphered.
+    static Bytes sealHistory(Bytes payload);
+    /// Room for the magic and the nonce.
+    static constexpr std::size_t sealRoom = 16;
+
+private:
+    void load();
+    void scheduleSave();
+    std::optional<Bytes> sealedItems() const;
+    template <class Change>
+    void changeFound(const ClipboardItem& item, Change change);
+
+    Published<std::vector<ClipboardItem>> _items;
+    const URL _url;
+    const std::shared_ptr<HistoryFile> _file;
+    const std::unique_ptr<SerialQueue> _saveQueue;
+    std::shared_ptr<WorkItem> _pendingSave;
+};
+
+}  // namespace vellumix

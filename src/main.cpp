@@ -1,0 +1,234 @@
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/desktop/Platform.h"
+#include "platform/headless/Desktop.h"
+#include "platform/linux/ChosenKeychain.h"
+#include "platform/linux/GLibRunLoop.h"
+#include "platform/linux/HardenProcess.h"
+#include "platform/linux/InstanceLock.h"
+#include "platform/linux/Paths.h"
+#include "platform/linux/PixbufImages.h"
+#include "platform/linux/PosixFileSystem.h"
+#include "platform/linux/RunningInstance.h"
+#include "platform/linux/SessionService.h"
+#include "platform/linux/SystemLog.h"
+#include "platform/x11/Connection.h"
+#include "platform/x11/Pasteboard.h"
+#include "platform/x11/Workspace.h"
+#include "shell/AppDelegate.h"
+#include "shell/CommandLine.h"
+#include "shell/StatusReport.h"
+
+using namespace vellumix;
+
+namespace {
+
+enum ExitStatus { done = 0, impossible = 1, wrongWords = 2, nothingRunning = 3 };
+
+/// One sentence for the person who started the program.
+void say(const std::string& sentence) { std::fprintf(stderr, "vellumix: %s\n", sentence.c_str()); }
+
+/// The display services of the platform in use.
+class Display {
+public:
+    virtual ~Display() = default;
+    virtual NSPasteboard& pasteboard() = 0;
+    virtual NSWorkspace& workspace() = 0;
+    /// Calls back once when the display has ended by itself.
+    virtual Observation observeEnd(std::function<void()> handler) = 0;
+};
+
+class HeadlessDisplay final : public Display {
+public:
+    NSPasteboard& pasteboard() override { return _pasteboard; }
+    NSWorkspace& workspace() override { return _workspace; }
+    Observation observeEnd(std::function<void()>) override { return {}; }
+
+private:
+    headless::Pasteboard _pasteboard{NSPasteboard::Capabilities{.announcesChanges = true}};
+    headless::Workspace _workspace;
+};
+
+class X11Display final : public Display {
+public:
+    explicit X11Display(std::unique_ptr<x11::Connection> connection) : _connection(std::move(connection)) {}
+    NSPasteboard& pasteboard() override { return _pasteboard; }
+    NSWorkspace& workspace() override { return _workspace; }
+    Observation observeEnd(std::function<void()> handler) override {
+        return _connection->observeEnd(std::move(handler));
+    }
+
+private:
+    std::unique_ptr<x11::Connection> _connection;
+    x11::Pasteboard _pasteboard{*_connection};
+    x11::Workspace _workspace{*_connection};
+};
+
+std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice,
+                                     linux_desktop::GLibRunLoop& runLoop) {
+    if (choice == CommandLine::PlatformChoice::headless) return std::make_unique<HeadlessDisplay>();
+    std::string error;
+    auto connection = x11::Connection::open(runLoop, error);
+    if (connection) return std::make_unique<X11Display>(std::move(connection));
+    say(error);
+    return nullptr;
+}
+
+std::vector<std::string> preferredLanguages() {
+    // The list of LANGUAGE, then the locale (POSIX.1-2017 Base Definitions section 8.2).
+    std::vector<std::string> languages;
+    for (const auto* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* value = std::getenv(name);
+        std::string rest = value ? value : "";
+        while (!rest.empty()) {
+            const auto end = std::min(rest.find(':'), rest.size());
+            if (end > 0) languages.push_back(rest.substr(0, end));
+            rest.erase(0, end + 1);
+        }
+    }
+    return languages;
+}
+
+int run(const CommandLine& line, const std::vector<std::string>& arguments) {
+    linux_desktop::hardenProcess();
+    linux_desktop::GLibRunLoop runLoop;
+
+    auto claim = linux_desktop::SessionService::claim();
+    using Outcome = linux_desktop::SessionService::Outcome;
+    if (claim.outcome == Outcome::otherOwns) {
+        if (linux_desktop::RunningInstance().activate()) {
+            say("Vellumix is running already.");
+            return done;
+        }
+        say("Vellumix is running already, but doesn't answer.");
+        return impossible;
+    }
+    if (claim.outcome == Outcome::noBus) {
+        say("There is no session bus: the status can't be asked for, and the keyring can't be reached.");
+    }
+
+    const auto paths = linux_desktop::Paths::ofUser();
+    const auto dataFolder = paths.dataHome.value_or(paths.temporaryFolder) + "/Vellumix";
+    linux_desktop::PosixFileSystem files;
+    linux_desktop::InstanceLock lock;
+    switch (lock.take(files, dataFolder)) {
+        case linux_desktop::InstanceLock::Outcome::taken:
+            break;
+        case linux_desktop::InstanceLock::Outcome::heldByOther:
+            say("Another Vellumix is using " + dataFolder + " already.");
+            return impossible;
+        case linux_desktop::InstanceLock::Outcome::failed:
+            // The history can still be kept in memory, and the folder may become writable.
+            say("The folder " + dataFolder +
+                " can't be written to: nothing that is copied will be kept beyond this session.");
+            break;
+    }
+
+    const auto display = openDisplay(line.platform, runLoop);
+    if (!display) return impossible;
+
+    linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
+    linux_desktop::ChosenKeychain keychain(files, dataFolder);
+    linux_desktop::PixbufImages images;
+    headless::Alerts alerts;
+    const platform::Scope scope(Platform{
+        .runLoop = runLoop,
+        .log = log,
+        .files = files,
+        .pasteboard = display->pasteboard(),
+        .workspace = display->workspace(),
+        .keychain = keychain,
+        .images = images,
+        .alerts = alerts,
+        .applicationSupportDirectories =
+            paths.dataHome ? std::vector{*paths.dataHome} : std::vector<std::string>(),
+        .temporaryDirectory = paths.temporaryFolder,
+        .defaultsPath = paths.configHome.value_or(paths.temporaryFolder) + "/Vellumix/settings.plist",
+        .preferredLanguages = preferredLanguages(),
+    });
+
+    AppDelegate application;
+    const auto terminate = [&] { runLoop.stop(); };
+    const auto signals = runLoop.onTerminationSignal(terminate);
+    const auto displayEnd = display->observeEnd([&] {
+        Log("AppDelegate").error("The display has ended, and the program ends with it");
+        runLoop.stop();
+    });
+    if (claim.service) {
+        claim.service->setHandlers({
+            .status = [&] { return statusReport(application); },
+            .quit = terminate,
+            .activate = [] {},
+        });
+    }
+    application.applicationDidFinishLaunching({
+        .arguments = arguments,
+        .environment =
+            [](const std::string& name) {
+                const char* value = std::getenv(name.c_str());
+                return value ? std::optional<std::string>(value) : std::nullopt;
+            },
+    });
+    runLoop.run();
+    application.applicationWillTerminate();
+    return done;
+}
+
+/// Says why there is nobody to ask; true when there is somebody.
+bool isPresent(const linux_desktop::RunningInstance& instance) {
+    using Presence = linux_desktop::RunningInstance::Presence;
+    if (instance.presence() == Presence::running) return true;
+    say(instance.presence() == Presence::noBus ? "There is no session bus to ask Vellumix on."
+                                               : "Vellumix is not running.");
+    return false;
+}
+
+int printStatus(bool asJson) {
+    linux_desktop::RunningInstance instance;
+    if (!isPresent(instance)) return nothingRunning;
+    const auto json = instance.status();
+    if (!json) {
+        say("Vellumix is running, but doesn't answer.");
+        return impossible;
+    }
+    std::fputs(asJson ? (*json + '\n').c_str() : readableStatus(*json).c_str(), stdout);
+    return done;
+}
+
+int quit() {
+    linux_desktop::RunningInstance instance;
+    if (!isPresent(instance)) return nothingRunning;
+    if (instance.quit()) return done;
+    say("Vellumix was asked to quit, but is still running.");
+    return impossible;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    const std::vector<std::string> arguments(words + std::min(count, 1), words + count);
+    const auto line = CommandLine::parse(arguments);
+    if (!line.error.empty()) {
+        say(line.error + " Try --help.");
+        return wrongWords;
+    }
+    switch (line.command) {
+        case CommandLine::Command::help:
+            std::fputs(CommandLine::help(), stdout);
+            return done;
+        case CommandLine::Command::version:
+            std::puts("Vellumix " VELLUMIX_VERSION);
+            return done;
+        case CommandLine::Command::status:
+            return printStatus(line.json);
+        case CommandLine::Command::quit:
+            return quit();
+        case CommandLine::Command::run:
+            return run(line, arguments);
+    }
+    return done;
+}

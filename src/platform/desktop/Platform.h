@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/desktop/Alert.h"
+#include "platform/desktop/BitmapImageRep.h"
+#include "platform/desktop/Keychain.h"
+#include "platform/desktop/Pasteboard.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/foundation/FileSystem.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/SharedInstances.h"
+#include "platform/foundation/UserDefaults.h"
+
+namespace vellumix {
+
+/// Everything that the program takes from a desktop. A backend fills it in; the services outlive it.
+struct Platform {
+    RunLoop& runLoop;
+    LogSink& log;
+    FileSystem& files;
+    NSPasteboard& pasteboard;
+    NSWorkspace& workspace;
+    Keychain& keychain;
+    NSBitmapImageRep& images;
+    Alerts& alerts;
+    /// Folders for the user's application data, best first; may be empty.
+    std::vector<std::string> applicationSupportDirectories;
+    std::string temporaryDirectory;
+    /// The file of the user defaults.
+    std::string defaultsPath;
+    /// Locale names as the desktop gives them, best first.
+    std::vector<std::string> preferredLanguages;
+};
+
+namespace platform {
+
+/// The platform in force. Main thread.
+Platform& current();
+
+/// Puts a platform in force for the lifetime of the scope, with user defaults and shared instances of its
+/// own; what was in force before comes back at the end.
+class Scope {
+public:
+    explicit Scope(Platform platform);
+    ~Scope();
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+private:
+    Platform _platform;
+    SharedInstances _instances;
+    Platform* _outerPlatform;
+    RunLoop* _outerLoop;
+    LogSink* _outerLog;
+    SharedInstances* _outerInstances;
+    UserDefaults _defaults;
+    UserDefaults* _outerDefaults;
+};
+
+}  // namespace platform
+}  // namespace vellumix

@@ -1,0 +1,250 @@
+#include "platform/foundation/Base64.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+namespace vellumix::base64 {
+
+namespace {
+
+constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::uint8_t invalid = 0xFF;
+
+constexpr auto values = [] {
+    std::array<std::uint8_t, 256> table{};
+    table.fill(invalid);
+    for (std::size_t index = 0; index < alphabet.size(); ++index) {
+        table[static_cast<unsigned char>(alphabet[index])] = static_cast<std::uint8_t>(index);
+    }
+    return table;
+}();
+
+std::uint8_t symbol(unsigned sextet) { return static_cast<std::uint8_t>(alphabet[sextet & 0x3F]); }
+
+void encodeGroup(const std::uint8_t* in, std::size_t size, std::uint8_t* out) {
+    const unsigned bits =
+        unsigned{in[0]} << 16 | (size > 1 ? unsigned{in[1]} << 8 : 0U) | (size > 2 ? unsigned{in[2]} : 0U);
+    out[0] = symbol(bits >> 18);
+    out[1] = symbol(bits >> 12);
+    out[2] = size > 1 ? symbol(bits >> 6) : '=';
+    out[3] = size > 2 ? symbol(bits) : '=';
+}
+
+/// Appends the bytes of a closed group of sextets; false when it isn't a whole group with canonical padding.
+bool closeGroup(const std::array<std::uint8_t, 4>& sextets, std::size_t count, std::size_t padding,
+                std::uint8_t*& out) {
+    if (count == 0 && padding == 0) return true;
+    if (count + padding != 4 || count < 2) return false;
+    const unsigned bits = unsigned{sextets[0]} << 18 | unsigned{sextets[1]} << 12 |
+                          (count > 2 ? unsigned{sextets[2]} << 6 : 0U) |
+                          (count > 3 ? unsigned{sextets[3]} : 0U);
+    const auto size = count - 1;
+    if ((bits & (0xFFFFFFU >> (8 * size))) != 0) return false;
+    for (std::size_t index = 0; index < size; ++index)
+        *out++ = static_cast<std::uint8_t>(bits >> (16 - 8 * index));
+    return true;
+}
+
+#if defined(__x86_64__)
+
+/// Where the bytes of eight characters go when each `/` among them, by bit, gets a backslash in front.
+struct alignas(16) Shuffle {
+    std::array<std::uint8_t, 16> from;
+};
+constexpr auto escapeShuffles = [] {
+    std::array<Shuffle, 256> table{};
+    for (std::size_t mask = 0; mask < 256; ++mask) {
+        std::size_t to = 0;
+        for (std::size_t place = 0; place < 8; ++place) {
+            // Place 8 holds the backslash.
+            if (mask >> place & 1) table[mask].from[to++] = 8;
+            table[mask].from[to++] = static_cast<std::uint8_t>(place);
+        }
+        while (to < 16) table[mask].from[to++] = 9;
+    }
+    return table;
+}();
+
+/// Sixteen sextets, one a byte, of twelve bytes: two multiplications move the four fields of each group into
+/// place.
+__attribute__((target("ssse3"))) __m128i sextetsOf(__m128i bytes) {
+    const auto spread =
+        _mm_shuffle_epi8(bytes, _mm_set_epi8(10, 11, 9, 10, 7, 8, 6, 7, 4, 5, 3, 4, 1, 2, 0, 1));
+    const auto high =
+        _mm_mulhi_epu16(_mm_and_si128(spread, _mm_set1_epi32(0x0FC0FC00)), _mm_set1_epi32(0x04000040));
+    const auto low =
+        _mm_mullo_epi16(_mm_and_si128(spread, _mm_set1_epi32(0x003F03F0)), _mm_set1_epi32(0x01000010));
+    return _mm_or_si128(high, low);
+}
+
+__attribute__((target("ssse3"))) __m128i symbolsOf(__m128i sextets) {
+    // A row of offsets from sextet to character: 0 for a-z, 1-10 for digits, 11 and 12 for + and /, 13 for
+    // A-Z.
+    const auto offsets = _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
+                                       '0' - 52, '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
+    auto row = _mm_subs_epu8(sextets, _mm_set1_epi8(51));
+    row = _mm_or_si128(row, _mm_and_si128(_mm_cmpgt_epi8(_mm_set1_epi8(26), sextets), _mm_set1_epi8(13)));
+    return _mm_add_epi8(_mm_shuffle_epi8(offsets, row), sextets);
+}
+
+__attribute__((target("ssse3"))) std::uint8_t* putEscapedEight(__m128i eight, unsigned mask,
+                                                               std::uint8_t* out) {
+    const auto shuffle = _mm_load_si128(reinterpret_cast<const __m128i*>(escapeShuffles[mask].from.data()));
+    const auto withBackslash = _mm_insert_epi16(eight, '\\', 4);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(withBackslash, shuffle));
+    return out + 8 + __builtin_popcount(mask);
+}
+
+/// Takes as many groups as it can read sixteen bytes at a time.
+__attribute__((target("ssse3"))) std::uint8_t* encodeBlocks(ByteView& bytes, std::uint8_t* out) {
+    while (bytes.size() >= 16) {
+        const auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes.data()));
+        const auto symbols = symbolsOf(sextetsOf(block));
+        const auto slashes =
+            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(symbols, _mm_set1_epi8('/'))));
+        out = putEscapedEight(symbols, slashes & 0xFF, out);
+        out = putEscapedEight(_mm_srli_si128(symbols, 8), slashes >> 8, out);
+        bytes = bytes.subspan(12);
+    }
+    return out;
+}
+
+/// Decodes blocks of sixteen characters while all are of the alphabet and none is a slash, which comes
+/// escaped. `out` must have room for sixteen bytes beyond each block's twelve.
+__attribute__((target("ssse3"))) void decodeBlocks(ByteView& text, std::uint8_t*& out) {
+    while (text.size() >= 16) {
+        const auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data()));
+        const auto between = [&](char first, char last) __attribute__((target("ssse3"))) {
+            return _mm_and_si128(_mm_cmpgt_epi8(block, _mm_set1_epi8(static_cast<char>(first - 1))),
+                                 _mm_cmplt_epi8(block, _mm_set1_epi8(static_cast<char>(last + 1))));
+        };
+        const auto upper = between('A', 'Z');
+        const auto lower = between('a', 'z');
+        const auto digit = between('0', '9');
+        const auto plus = _mm_cmpeq_epi8(block, _mm_set1_epi8('+'));
+        const auto known = _mm_or_si128(_mm_or_si128(upper, lower), _mm_or_si128(digit, plus));
+        if (_mm_movemask_epi8(known) != 0xFFFF) return;
+        const auto offset = _mm_or_si128(_mm_or_si128(_mm_and_si128(upper, _mm_set1_epi8(-'A')),
+                                                      _mm_and_si128(lower, _mm_set1_epi8(26 - 'a'))),
+                                         _mm_or_si128(_mm_and_si128(digit, _mm_set1_epi8(52 - '0')),
+                                                      _mm_and_si128(plus, _mm_set1_epi8(62 - '+'))));
+        const auto sextets = _mm_add_epi8(block, offset);
+        const auto pairs = _mm_maddubs_epi16(sextets, _mm_set1_epi32(0x01400140));
+        const auto groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
+        const auto packed =
+            _mm_shuffle_epi8(groups, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
+        out += 12;
+        text = text.subspan(16);
+    }
+}
+
+const bool hasBlocks = __builtin_cpu_supports("ssse3") != 0;
+
+#else
+
+std::uint8_t* encodeBlocks(ByteView&, std::uint8_t* out) { return out; }
+void decodeBlocks(ByteView&, std::uint8_t*&) {}
+constexpr bool hasBlocks = false;
+
+#endif
+
+}  // namespace
+
+std::string encode(ByteView bytes) {
+    std::string text(encodedSize(bytes.size()), '\0');
+    auto* out = reinterpret_cast<std::uint8_t*>(text.data());
+    for (; !bytes.empty(); out += 4) {
+        const auto size = std::min<std::size_t>(3, bytes.size());
+        encodeGroup(bytes.data(), size, out);
+        bytes = bytes.subspan(size);
+    }
+    return text;
+}
+
+std::optional<Bytes> decode(std::string_view text) {
+    Bytes bytes(text.size() / 4 * 3 + 3);
+    auto* out = bytes.data();
+    std::array<std::uint8_t, 4> sextets{};
+    std::size_t count = 0;
+    std::size_t padding = 0;
+    for (const char c : text) {
+        if (c == '=') {
+            ++padding;
+            continue;
+        }
+        const auto value = values[static_cast<unsigned char>(c)];
+        if (value == invalid || padding > 0) return std::nullopt;
+        sextets[count++] = value;
+        if (count == 4) {
+            closeGroup(sextets, 4, 0, out);
+            count = 0;
+        }
+    }
+    if (!closeGroup(sextets, count, padding, out)) return std::nullopt;
+    bytes.resize(static_cast<std::size_t>(out - bytes.data()));
+    return bytes;
+}
+
+std::uint8_t* encodeEscaped(ByteView bytes, std::uint8_t* out) {
+    if (hasBlocks) out = encodeBlocks(bytes, out);
+    while (!bytes.empty()) {
+        const auto size = std::min<std::size_t>(3, bytes.size());
+        std::array<std::uint8_t, 4> group;
+        encodeGroup(bytes.data(), size, group.data());
+        for (const auto c : group) {
+            if (c == '/') *out++ = '\\';
+            *out++ = c;
+        }
+        bytes = bytes.subspan(size);
+    }
+    return out;
+}
+
+bool decodeEscaped(ByteView& text, Bytes& out) {
+    const auto* const quote = static_cast<const std::uint8_t*>(std::memchr(text.data(), '"', text.size()));
+    if (!quote) return false;
+    auto inside = text.first(static_cast<std::size_t>(quote - text.data()));
+    text = text.subspan(inside.size() + 1);
+
+    out.resize(inside.size() / 4 * 3 + 20);
+    auto* end = out.data();
+    std::array<std::uint8_t, 4> sextets{};
+    std::size_t count = 0;
+    std::size_t padding = 0;
+    while (!inside.empty()) {
+        if (hasBlocks && count == 0 && padding == 0) decodeBlocks(inside, end);
+        // One group by hand: the slash that stopped the blocks, or the end.
+        while (!inside.empty()) {
+            std::uint8_t c = inside[0];
+            if (c == '\\') {
+                if (inside.size() < 2 || inside[1] != '/') return false;
+                c = '/';
+                inside = inside.subspan(1);
+            }
+            inside = inside.subspan(1);
+            if (c == '=') {
+                ++padding;
+                continue;
+            }
+            const auto value = values[c];
+            if (value == invalid || padding > 0) return false;
+            sextets[count++] = value;
+            if (count == 4) break;
+        }
+        if (count == 4) {
+            if (!closeGroup(sextets, 4, padding, end)) return false;
+            count = 0;
+        }
+    }
+    if (!closeGroup(sextets, count, padding, end)) return false;
+    out.resize(static_cast<std::size_t>(end - out.data()));
+    return true;
+}
+
+}  // namespace vellumix::base64

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "platform/foundation/Data.h"
+
+namespace vellumix {
+
+/// The file operations that the program is built from, one system call each, so that a test can fail any of
+/// them.
+///
+/// Blocking; any thread. Paths are absolute. Every result is an error code in the generic category; none
+/// throws.
+class FileSystem {
+public:
+    using Handle = int;
+
+    virtual ~FileSystem() = default;
+
+    /// The whole regular file; anything else is an error.
+    virtual std::error_code read(const std::string& path, Bytes& content) = 0;
+    /// Opens for writing, made or emptied, readable by its owner alone (0600) whatever the umask; never
+    /// through a symbolic link.
+    virtual std::error_code openForWriting(const std::string& path, Handle& handle) = 0;
+    virtual std::error_code write(Handle handle, ByteView bytes) = 0;
+    /// Returns when the file's bytes are on the disk.
+    virtual std::error_code sync(Handle handle) = 0;
+    virtual std::error_code close(Handle handle) = 0;
+    /// Replaces `to` in one step.
+    virtual std::error_code rename(const std::string& from, const std::string& to) = 0;
+    /// Returns when the folder's entries are on the disk.
+    virtual std::error_code syncFolder(const std::string& path) = 0;
+    virtual std::error_code remove(const std::string& path) = 0;
+    /// Makes the folder and those above it, each for its owner alone (0700). No error if it is there.
+    virtual std::error_code makeFolder(const std::string& path) = 0;
+    virtual bool exists(const std::string& path) = 0;
+};
+
+/// The folder that holds `path`.
+std::string folderOf(const std::string& path);
+
+/// Replaces a file so that after any failure or power cut either the old or the new content is there, whole:
+/// a temporary file beside it, synced, renamed over it, and the folder synced. On an error the temporary file
+/// is gone.
+std::error_code writeAtomically(FileSystem& files, const std::string& path, ByteView content);
+
+/// Removes the temporary file that a write killed halfway left behind.
+void removeLeftovers(FileSystem& files, const std::string& path);
+
+/// Renames a file that couldn't be read to "<stem>.unreadable-<time>.<extension>" beside it, with the time in
+/// UTC and a number where that name is taken, and gives the new path, or an empty one when there was no file.
+/// Nothing when the file can't be renamed: it is still in its place and must not be replaced.
+std::optional<std::string> moveAside(FileSystem& files, const std::string& path, const std::string& time);
+
+}  // namespace vellumix

@@ -1,0 +1,142 @@
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "platform/foundation/Base64.h"
+#include "platform/foundation/Json.h"
+
+namespace vellumix {
+
+namespace {
+
+constexpr bool needsEscape(unsigned char c) { return c < 0x20 || c == '"' || c == '\\' || c == '/'; }
+
+/// How many bytes at the start can be copied as they are.
+std::size_t plainPrefix(std::string_view text) {
+    std::size_t at = 0;
+#if defined(__SSE2__)
+    for (; at + 16 <= text.size(); at += 16) {
+        const auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at));
+        const auto is = [&](char c) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(c)); };
+        const auto control = _mm_cmpeq_epi8(_mm_max_epu8(block, _mm_set1_epi8(0x20)), block);
+        const auto special = _mm_or_si128(_mm_or_si128(is('"'), is('\\')), is('/'));
+        const auto mask = static_cast<unsigned>(_mm_movemask_epi8(special)) |
+                          (~static_cast<unsigned>(_mm_movemask_epi8(control)) & 0xFFFF);
+        if (mask) return at + static_cast<std::size_t>(__builtin_ctz(mask));
+    }
+#endif
+    while (at < text.size() && !needsEscape(static_cast<unsigned char>(text[at]))) ++at;
+    return at;
+}
+
+}  // namespace
+
+void JsonWriter::put(std::string_view text) { append(_out, viewOf(text)); }
+
+void JsonWriter::separate() {
+    if (_needsComma) _out.push_back(',');
+    _needsComma = true;
+}
+
+void JsonWriter::open(char bracket) {
+    separate();
+    _out.push_back(static_cast<std::uint8_t>(bracket));
+    _needsComma = false;
+}
+
+void JsonWriter::close(char bracket) {
+    _out.push_back(static_cast<std::uint8_t>(bracket));
+    _needsComma = true;
+}
+
+void JsonWriter::quoted(std::string_view text) {
+    static constexpr char digits[] = "0123456789abcdef";
+    _out.push_back('"');
+    while (true) {
+        const auto plain = plainPrefix(text);
+        put(text.substr(0, plain));
+        text.remove_prefix(plain);
+        if (text.empty()) break;
+        const auto c = static_cast<unsigned char>(text[0]);
+        text.remove_prefix(1);
+        _out.push_back('\\');
+        switch (c) {
+            case '\b':
+                _out.push_back('b');
+                break;
+            case '\f':
+                _out.push_back('f');
+                break;
+            case '\n':
+                _out.push_back('n');
+                break;
+            case '\r':
+                _out.push_back('r');
+                break;
+            case '\t':
+                _out.push_back('t');
+                break;
+            case '"':
+            case '\\':
+            case '/':
+                _out.push_back(c);
+                break;
+            default: {
+                const std::array<char, 5> code{'u', '0', '0', digits[c >> 4], digits[c & 0x0F]};
+                put({code.data(), code.size()});
+            }
+        }
+    }
+    _out.push_back('"');
+}
+
+void JsonWriter::key(std::string_view name) {
+    separate();
+    quoted(name);
+    _out.push_back(':');
+    _needsComma = false;
+}
+
+void JsonWriter::string(std::string_view text) {
+    separate();
+    quoted(text);
+}
+
+void JsonWriter::number(double value) {
+    separate();
+    std::array<char, 32> text;
+    // Plain digits where they are no longer than a person would write them, an exponent beyond.
+    const auto size = std::abs(value);
+    const auto format =
+        size == 0 || (size >= 1e-4 && size < 1e16) ? std::chars_format::fixed : std::chars_format::scientific;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value, format).ptr;
+    put({text.data(), static_cast<std::size_t>(end - text.data())});
+}
+
+void JsonWriter::boolean(bool value) {
+    separate();
+    put(value ? "true" : "false");
+}
+
+void JsonWriter::null() {
+    separate();
+    put("null");
+}
+
+void JsonWriter::base64(ByteView bytes) {
+    separate();
+    _out.push_back('"');
+    const auto at = _out.size();
+    // Half of the characters can't all be slashes in what is worth keeping, but the room must be there.
+    _out.resize(at + base64::escapedSizeLimit(bytes.size()));
+    const auto* const end = base64::encodeEscaped(bytes, _out.data() + at);
+    _out.resize(static_cast<std::size_t>(end - _out.data()));
+    _out.push_back('"');
+}
+
+}  // namespace vellumix

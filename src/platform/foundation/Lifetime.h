@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+
+namespace vellumix {
+
+/// A member that lets closures hold their owner weakly: what `weakly` returns does nothing once the owner has
+/// gone. Owner and closures live on the main thread. Declare it last, so that it goes first.
+class Lifetime {
+public:
+    Lifetime() = default;
+    Lifetime(const Lifetime&) = delete;
+    Lifetime& operator=(const Lifetime&) = delete;
+
+    template <class Closure>
+    auto weakly(Closure closure) const {
+        return [alive = std::weak_ptr<const bool>(_alive),
+                closure = std::move(closure)](auto&&... arguments) mutable {
+            if (!alive.expired()) closure(std::forward<decltype(arguments)>(arguments)...);
+        };
+    }
+
+private:
+    std::shared_ptr<const bool> _alive = std::make_shared<const bool>(true);
+};
+
+}  // namespace vellumix

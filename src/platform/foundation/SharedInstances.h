@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <typeindex>
+#include <unordered_map>
+#include <vector>
+
+namespace vellumix {
+
+/// The process-wide instances of services, each made on first use and destroyed in reverse order. Main thread
+/// only.
+///
+/// They belong to the platform in force: a test that installs its own platform starts with none of them.
+class SharedInstances {
+public:
+    /// Those of the platform in force.
+    static SharedInstances& current();
+    /// Called by the platform's scope alone; returns what was in force.
+    static SharedInstances* install(SharedInstances* instances);
+
+    SharedInstances() = default;
+    SharedInstances(const SharedInstances&) = delete;
+    SharedInstances& operator=(const SharedInstances&) = delete;
+    ~SharedInstances() { clear(); }
+
+    void clear() {
+        while (!_instances.empty()) _instances.pop_back();
+        _byType.clear();
+    }
+
+    template <class T>
+    T& get() {
+        auto& slot = _byType[typeid(T)];
+        if (!slot) {
+            auto instance = std::make_shared<T>();
+            slot = instance.get();
+            _instances.push_back(std::move(instance));
+        }
+        return *static_cast<T*>(slot);
+    }
+
+private:
+    std::unordered_map<std::type_index, void*> _byType;
+    std::vector<std::shared_ptr<void>> _instances;
+};
+
+}  // namespace vellumix

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Text rules of the Unicode Standard, by ICU. All functions take UTF-8 and may run on any thread.
+namespace vellumix {
+
+bool isValidUTF8(std::string_view text);
+/// The text with each ill-formed sequence replaced by U+FFFD (Unicode Standard section 3.9, "maximal
+/// subpart").
+std::string repairedUTF8(std::string_view text);
+/// The UTF-8 form of ISO 8859-1 bytes.
+std::string fromLatin1(std::string_view bytes);
+
+/// True when both texts have the same canonical decomposition (Unicode Standard Annex 15, section 1.1).
+bool canonicallyEqual(std::string_view a, std::string_view b);
+
+/// Without the characters of general category Zs, tabs and line ends at both ends.
+std::string_view trimmedOfWhitespaceAndNewlines(std::string_view text);
+bool containsWhitespace(std::string_view text);
+
+std::string uppercased(std::string_view text);
+std::string lowercased(std::string_view text);
+/// The first letter of each word in upper case, every other in lower case.
+std::string capitalized(std::string_view text);
+/// Without combining marks, under no particular locale: "é" becomes "e", "ł" stays.
+std::string withoutDiacritics(std::string_view text);
+
+}  // namespace vellumix

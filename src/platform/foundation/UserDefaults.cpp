@@ -1,0 +1,86 @@
+#include "platform/foundation/UserDefaults.h"
+
+#include "platform/foundation/Log.h"
+
+namespace vellumix {
+
+namespace {
+
+constexpr Log log("Defaults");
+/// Long enough for the keys that one action of a person changes, too short for the person to notice.
+constexpr double writeDelay = 0.05;
+
+UserDefaults* installed = nullptr;
+
+}  // namespace
+
+UserDefaults::UserDefaults(FileSystem& files, std::string path)
+    : _files(files),
+      _path(std::move(path)),
+      _queue(RunLoop::main().serialQueue("com.tarnwick.Vellumix.Defaults.Save")) {
+    removeLeftovers(_files, _path);
+    Bytes content;
+    if (const auto error = _files.read(_path, content)) {
+        _isUnreadable = error != std::errc::no_such_file_or_directory;
+    } else if (auto values = readPropertyList(content)) {
+        _values = std::move(*values);
+    } else {
+        _isUnreadable = true;
+    }
+    if (_isUnreadable) log.error("Settings can't be read, defaults are used: " + _path);
+}
+
+UserDefaults& UserDefaults::standard() { return *installed; }
+UserDefaults* UserDefaults::install(UserDefaults* defaults) { return std::exchange(installed, defaults); }
+
+std::optional<PropertyValue> UserDefaults::object(std::string_view key) const {
+    const auto found = _values.find(key);
+    return found == _values.end() ? std::nullopt : std::optional(found->second);
+}
+
+void UserDefaults::set(std::string_view key, PropertyValue value) {
+    const auto found = _values.find(key);
+    if (found != _values.end() && found->second == value) return;
+    _values.insert_or_assign(std::string(key), std::move(value));
+    changed();
+}
+
+void UserDefaults::remove(std::string_view key) {
+    const auto found = _values.find(key);
+    if (found == _values.end()) return;
+    _values.erase(found);
+    changed();
+}
+
+void UserDefaults::changed() {
+    if (_pendingWrite) _pendingWrite->cancel();
+    _pendingWrite = _queue->asyncAfter(writeDelay, writing());
+}
+
+Work UserDefaults::writing() {
+    if (_isUnreadable) {
+        const auto aside = moveAside(_files, _path, RunLoop::main().now().iso8601(true));
+        if (!aside) {
+            log.error("The unreadable settings can't be moved aside, so nothing is written over them: " +
+                      _path);
+            return [] {};
+        }
+        if (!aside->empty()) log.error("The unreadable settings were kept as " + *aside);
+        _isUnreadable = false;
+    }
+    return [&files = _files, path = _path, content = writePropertyList(_values)] {
+        files.makeFolder(folderOf(path));
+        if (const auto error = writeAtomically(files, path, viewOf(content))) {
+            log.error("Settings can't be written to " + path + ": " + error.message());
+        }
+    };
+}
+
+void UserDefaults::synchronize() {
+    if (!_pendingWrite) return;
+    _pendingWrite->cancel();
+    _pendingWrite = nullptr;
+    _queue->sync(writing());
+}
+
+}  // namespace vellumix

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/desktop/Platform.h"
+#include "platform/headless/MemoryFileSystem.h"
+#include "platform/headless/Pasteboard.h"
+#include "platform/headless/VirtualRunLoop.h"
+
+namespace vellumix::headless {
+
+/// Applications in memory: whoever is set is in front.
+class Workspace final : public NSWorkspace {
+public:
+    std::optional<NSRunningApplication> frontmostApplication() const override { return front; }
+
+    std::optional<NSRunningApplication> front;
+};
+
+/// A keychain in memory that can refuse.
+class Keychain final : public vellumix::Keychain {
+public:
+    Match SecItemCopyMatching(const KeychainItem& item) override;
+    OSStatus SecItemDelete(const KeychainItem& item) override;
+    OSStatus SecItemAdd(const KeychainItem& item, ByteView secret) override;
+    std::string description() const override { return "in memory"; }
+
+    /// What every call answers instead of doing anything.
+    std::optional<OSStatus> refusal;
+    std::map<std::string, Bytes> items;
+    int reads = 0;
+    int additions = 0;
+    /// Refuses from the n-th read on, counted from 1; 0 never does.
+    int refusesFromRead = 0;
+};
+
+/// Takes PNG alone: there is no decoder without a desktop's libraries.
+class Images final : public NSBitmapImageRep {
+public:
+    std::optional<Data> pngRepresentation(const Data& encoded) override {
+        return isCompletePNG(encoded) ? std::optional(encoded) : std::nullopt;
+    }
+};
+
+/// Answers modal questions as it was told to; cancels when it wasn't.
+class Alerts final : public vellumix::Alerts {
+public:
+    int runModal(const NSAlert& alert) override;
+
+    /// Called for each alert while it is up; it may let time pass.
+    std::function<int(const NSAlert&)> answer;
+    int shown = 0;
+};
+
+/// Keeps the lines of the log as "Category: message".
+class MemoryLog final : public LogSink {
+public:
+    void write(Level level, std::string_view category, std::string_view message) override;
+    bool contains(std::string_view part) const;
+
+    std::vector<std::string> lines;
+};
+
+/// A whole desktop in memory, deterministic, with virtual time.
+class Desktop {
+public:
+    explicit Desktop(NSPasteboard::Capabilities capabilities = {}) : pasteboard(capabilities) {}
+
+    Platform platform();
+
+    VirtualRunLoop runLoop;
+    MemoryLog log;
+    MemoryFileSystem files;
+    Pasteboard pasteboard;
+    Workspace workspace;
+    Keychain keychain;
+    Images images;
+    Alerts alerts;
+};
+
+}  // namespace vellumix::headless

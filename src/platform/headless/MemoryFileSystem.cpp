@@ -1,0 +1,55 @@
+#include "platform/headless/MemoryFileSystem.h"
+
+namespace vellumix::headless {
+
+namespace {
+std::error_code failure(std::errc code) { return std::make_error_code(code); }
+}  // namespace
+
+std::error_code MemoryFileSystem::read(const std::string& path, Bytes& content) {
+    if (folders.contains(path)) return failure(std::errc::is_a_directory);
+    const auto found = files.find(path);
+    if (found == files.end()) return failure(std::errc::no_such_file_or_directory);
+    content = found->second;
+    return {};
+}
+
+std::error_code MemoryFileSystem::openForWriting(const std::string& path, Handle& handle) {
+    if (!folders.contains(folderOf(path))) return failure(std::errc::no_such_file_or_directory);
+    files[path].clear();
+    handle = _nextHandle++;
+    _open[handle] = path;
+    return {};
+}
+
+std::error_code MemoryFileSystem::write(Handle handle, ByteView bytes) {
+    const auto found = _open.find(handle);
+    if (found == _open.end()) return failure(std::errc::bad_file_descriptor);
+    append(files[found->second], bytes);
+    return {};
+}
+
+std::error_code MemoryFileSystem::close(Handle handle) {
+    return _open.erase(handle) ? std::error_code() : failure(std::errc::bad_file_descriptor);
+}
+
+std::error_code MemoryFileSystem::rename(const std::string& from, const std::string& to) {
+    auto file = files.extract(from);
+    if (!file) return failure(std::errc::no_such_file_or_directory);
+    files.insert_or_assign(to, std::move(file.mapped()));
+    return {};
+}
+
+std::error_code MemoryFileSystem::remove(const std::string& path) {
+    return files.erase(path) ? std::error_code() : failure(std::errc::no_such_file_or_directory);
+}
+
+std::error_code MemoryFileSystem::makeFolder(const std::string& path) {
+    for (std::size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
+        folders.insert(path.substr(0, end));
+    }
+    folders.insert(path);
+    return {};
+}
+
+}  // namespace vellumix::headless

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "platform/foundation/FileSystem.h"
+
+namespace vellumix::headless {
+
+/// Files in memory. Folders exist when made; "/" always does.
+class MemoryFileSystem final : public FileSystem {
+public:
+    std::error_code read(const std::string& path, Bytes& content) override;
+    std::error_code openForWriting(const std::string& path, Handle& handle) override;
+    std::error_code write(Handle handle, ByteView bytes) override;
+    std::error_code sync(Handle) override { return {}; }
+    std::error_code close(Handle handle) override;
+    std::error_code rename(const std::string& from, const std::string& to) override;
+    std::error_code syncFolder(const std::string&) override { return {}; }
+    std::error_code remove(const std::string& path) override;
+    std::error_code makeFolder(const std::string& path) override;
+    bool exists(const std::string& path) override { return files.contains(path) || folders.contains(path); }
+
+    std::map<std::string, Bytes> files;
+    std::set<std::string> folders{"/"};
+
+private:
+    std::map<Handle, std::string> _open;
+    Handle _nextHandle = 3;
+};
+
+}  // namespace vellumix::headless

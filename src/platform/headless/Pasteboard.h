@@ -1,0 +1,71 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/desktop/Pasteboard.h"
+#include "platform/foundation/Lifetime.h"
+#include "platform/foundation/ObserverList.h"
+
+namespace vellumix::headless {
+
+/// The clipboard in memory, with other programs' side of it.
+class Pasteboard final : public NSPasteboard {
+public:
+    /// What one owner offers.
+    struct Content {
+        std::optional<String> text;
+        std::optional<Data> image;
+        std::vector<URL> files;
+        /// Names beside those of what is offered, markers among them.
+        std::vector<std::string> otherTypes;
+
+        bool isMarked() const;
+    };
+
+    explicit Pasteboard(Capabilities capabilities = {}) : _capabilities(capabilities) {}
+
+    Capabilities capabilities() const override { return _capabilities; }
+    std::int64_t changeCount() const override { return _changeCount; }
+    Observation observeChanges(std::function<void()> observer) override {
+        return _changes.add(std::move(observer));
+    }
+    Observation observeDrops(std::function<void(const std::string&)> observer) override {
+        return _drops.add(std::move(observer));
+    }
+    std::vector<std::string> types() const override;
+    std::vector<URL> readFileURLs() const override;
+    std::optional<Data> dataForType(std::string_view type) const override;
+    std::optional<String> stringForType(std::string_view type) const override;
+    std::int64_t clearContents() override;
+    bool setString(const String& text, std::string_view type) override;
+    bool writeImage(const Data& png) override;
+    bool writeFileURLs(const std::vector<URL>& urls) override;
+    void preserve(std::int64_t changeCount) override;
+
+    /// Another program copies.
+    void copyElsewhere(Content content);
+    /// Another program empties the clipboard on purpose.
+    void clearElsewhere() { copyElsewhere({}); }
+    /// The program that copied last ends. Preserved content stays.
+    void ownerDies();
+    /// Another program's content never arrives.
+    void dropElsewhere(const std::string& reason) { _drops.notify(reason); }
+    /// What another program gets when it pastes, markers and all.
+    Content offered() const { return _isOffered ? _content : Content(); }
+
+private:
+    void changed();
+
+    Capabilities _capabilities;
+    std::int64_t _changeCount = 0;
+    Content _content;
+    bool _isOurs = false;
+    bool _isOffered = true;
+    bool _isPreserved = false;
+    ObserverList<> _changes;
+    ObserverList<const std::string&> _drops;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::headless

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gio/gio.h>
+
+// The functions that work on object paths and so need no proxy of each item; unchanged since libsecret 0.16.
+#define SECRET_API_SUBJECT_TO_CHANGE
+#include <libsecret/secret.h>
+
+#include <malloc.h>
+#include <string.h>
+
+#include <memory>
+#include <utility>
+
+/// The handles of GLib, GIO, libsecret and gdk-pixbuf that this folder owns, one a line.
+namespace vellumix::linux_desktop::glib {
+
+template <auto Free>
+struct Deleter {
+    template <class T>
+    void operator()(T* handle) const {
+        Free(handle);
+    }
+};
+
+template <class T>
+using Object = std::unique_ptr<T, Deleter<g_object_unref>>;
+
+struct EndSource {
+    void operator()(GSource* source) const {
+        g_source_destroy(source);
+        g_source_unref(source);
+    }
+};
+struct EndPool {
+    /// Drops what waits and returns after what runs.
+    void operator()(GThreadPool* pool) const { g_thread_pool_free(pool, TRUE, TRUE); }
+};
+
+struct CloseConnection {
+    /// The bus frees the names of the connection with it.
+    void operator()(GDBusConnection* connection) const {
+        g_dbus_connection_close(connection, nullptr, nullptr, nullptr);
+        g_object_unref(connection);
+    }
+};
+/// For secrets in memory of GLib's: libsecret passes it no size.
+inline void wipeAndFree(gpointer memory) {
+    explicit_bzero(memory, malloc_usable_size(memory));
+    g_free(memory);
+}
+struct PopContext {
+    void operator()(GMainContext* context) const { g_main_context_pop_thread_default(context); }
+};
+struct EndLoader {
+    /// Closed, as it must be; a loader closed before is left as it is.
+    void operator()(GdkPixbufLoader* loader) const {
+        gdk_pixbuf_loader_close(loader, nullptr);
+        g_object_unref(loader);
+    }
+};
+using Loader = std::unique_ptr<GdkPixbufLoader, EndLoader>;
+
+/// Detached from its context when it goes.
+using Source = std::unique_ptr<GSource, EndSource>;
+using ThreadPool = std::unique_ptr<GThreadPool, EndPool>;
+using Connection = std::unique_ptr<GDBusConnection, CloseConnection>;
+using Context = std::unique_ptr<GMainContext, Deleter<g_main_context_unref>>;
+/// A context that is the thread's default one until this goes.
+using PushedContext = std::unique_ptr<GMainContext, PopContext>;
+using NodeInfo = std::unique_ptr<GDBusNodeInfo, Deleter<g_dbus_node_info_unref>>;
+using Variant = std::unique_ptr<GVariant, Deleter<g_variant_unref>>;
+using Text = std::unique_ptr<char, Deleter<g_free>>;
+using TextList = std::unique_ptr<char*, Deleter<g_strfreev>>;
+using Attributes = std::unique_ptr<GHashTable, Deleter<g_hash_table_unref>>;
+using Secret = std::unique_ptr<SecretValue, Deleter<secret_value_unref>>;
+using Error = std::unique_ptr<GError, Deleter<g_error_free>>;
+
+/// A watch for the owner of a name on a bus.
+class NameWatch {
+public:
+    NameWatch() = default;
+    explicit NameWatch(guint number) : _number(number) {}
+    NameWatch(NameWatch&& other) noexcept : _number(std::exchange(other._number, 0)) {}
+    NameWatch& operator=(NameWatch&& other) noexcept {
+        std::swap(_number, other._number);
+        return *this;
+    }
+    ~NameWatch() {
+        if (_number) g_bus_unwatch_name(_number);
+    }
+
+private:
+    guint _number = 0;
+};
+
+/// Passes a handle to a call that sets a pointer, for the length of the full expression: `Out(error)`.
+template <class Handle>
+class Out {
+public:
+    explicit Out(Handle& handle) : _handle(handle) {}
+    ~Out() { _handle.reset(_raw); }
+    Out(const Out&) = delete;
+    Out& operator=(const Out&) = delete;
+    operator typename Handle::pointer *() { return &_raw; }
+
+private:
+    Handle& _handle;
+    typename Handle::pointer _raw = nullptr;
+};
+
+}  // namespace vellumix::linux_desktop::glib

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/desktop/Keychain.h"
+#include "platform/foundation/FileSystem.h"
+
+namespace vellumix::linux_desktop {
+
+/// Secrets in files of the data folder, readable by their owner alone, for desktops without a Secret Service.
+/// An item is the file "<service>.<account>".
+///
+/// "Not found" means that there is no such file; a file that can't be read is `errSecIO`, and one with other
+/// content than was written is a success with that content.
+class KeyFileKeychain final : public Keychain {
+public:
+    /// `files` outlives the keychain.
+    KeyFileKeychain(FileSystem& files, std::string folder);
+
+    Match SecItemCopyMatching(const KeychainItem& item) override;
+    OSStatus SecItemDelete(const KeychainItem& item) override;
+    /// Never replaces a file.
+    OSStatus SecItemAdd(const KeychainItem& item, ByteView secret) override;
+    std::string description() const override;
+
+    bool holds(const KeychainItem& item) const;
+
+private:
+    std::string pathOf(const KeychainItem& item) const;
+
+    FileSystem& _files;
+    std::string _folder;
+};
+
+}  // namespace vellumix::linux_desktop

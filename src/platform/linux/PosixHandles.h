@@ -1,0 +1,35 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+/// The handles of the system that this folder owns.
+namespace vellumix::linux_desktop::posix {
+
+/// An open file descriptor, or none (-1).
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int number) : _number(number) {}
+    Descriptor(Descriptor&& other) noexcept : _number(std::exchange(other._number, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(_number, other._number);
+        return *this;
+    }
+    ~Descriptor() { end(); }
+
+    explicit operator bool() const { return _number >= 0; }
+    int get() const { return _number; }
+    int release() { return std::exchange(_number, -1); }
+    /// False when the system reports, only now, that something written was lost.
+    bool end() {
+        const int number = release();
+        return number < 0 || ::close(number) == 0;
+    }
+
+private:
+    int _number = -1;
+};
+
+}  // namespace vellumix::linux_desktop::posix

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/linux/GLibHandles.h"
+#include "platform/linux/PrivateContext.h"
+
+namespace vellumix::linux_desktop {
+
+// The session bus is the one that the environment names (D-Bus Specification 0.41, "Well-known Message Bus
+// Instances"), or the socket "bus" in the runtime folder. None is ever started: services on it would belong
+// to no session. Losing a connection doesn't end the process.
+
+/// Connects on a connection of the caller's own. Nothing when there is no bus, or none that answers in time.
+glib::Connection connectToSessionBus(PrivateContext& context, Deadline deadline);
+
+/// The process's shared connection, for libraries that know no other; `error` says why there is none.
+glib::Object<GDBusConnection> sharedSessionBus(PrivateContext& context, Deadline deadline,
+                                               glib::Error& error);
+
+}  // namespace vellumix::linux_desktop

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <vector>
+
+namespace vellumix::x11 {
+
+/// The atoms that this folder uses, under names of their own.
+struct Atoms {
+    // Selections and their protocol (ICCCM 2.0 section 2; the ClipboardManager specification of
+    // freedesktop.org).
+    xcb_atom_t clipboard;
+    xcb_atom_t clipboardManager;
+    xcb_atom_t manager;
+    xcb_atom_t targets;
+    xcb_atom_t timestamp;
+    xcb_atom_t multiple;
+    xcb_atom_t saveTargets;
+    xcb_atom_t incr;
+    xcb_atom_t atomPair;
+    xcb_atom_t null;
+
+    // Content.
+    xcb_atom_t passwordManagerHint;
+    xcb_atom_t utf8String;
+    xcb_atom_t compoundText;
+    xcb_atom_t text;
+    xcb_atom_t plainTextUTF8;
+    xcb_atom_t plainText;
+    xcb_atom_t uriList;
+    xcb_atom_t copiedFiles;
+    xcb_atom_t cutSelection;
+
+    // Properties of our own windows.
+    xcb_atom_t conversion;
+    xcb_atom_t clock;
+
+    // Windows of applications (Extended Window Manager Hints 1.5, and what desktops have added).
+    xcb_atom_t activeWindow;
+    xcb_atom_t windowProcess;
+    xcb_atom_t gtkApplicationID;
+    xcb_atom_t kdeDesktopFile;
+    xcb_atom_t bamfDesktopFile;
+};
+
+/// Asks the server for all atoms at once; `collect` waits for the answers.
+class AtomRequest {
+public:
+    explicit AtomRequest(xcb_connection_t* connection);
+    Atoms collect();
+
+private:
+    xcb_connection_t* _connection;
+    std::vector<xcb_intern_atom_cookie_t> _cookies;
+};
+
+}  // namespace vellumix::x11

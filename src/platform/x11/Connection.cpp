@@ -1,0 +1,194 @@
+#include "platform/x11/Connection.h"
+
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace vellumix::x11 {
+
+namespace {
+
+/// So many events are handled before the loop serves its other sources: no program can hold it by sending
+/// more.
+constexpr int eventsATurn = 256;
+/// Names of atoms that are kept. Atoms are never freed by the server, but another program can make any
+/// number.
+constexpr std::size_t namesKept = 4096;
+constexpr std::size_t preferredPieceBytes = std::size_t{1} << 20;
+/// A ChangeProperty request without its data (X protocol, appendix B), with the longer length field.
+constexpr std::size_t requestOverhead = 28;
+constexpr std::uint8_t sentMask = 0x7F;
+
+template <class T>
+const T& as(const xcb_generic_event_t& event) {
+    return reinterpret_cast<const T&>(event);
+}
+
+}  // namespace
+
+struct Connection::Start {
+    xcb_window_t root;
+    Atoms atoms;
+    std::size_t pieceBytes;
+    std::uint8_t xfixesFirstEvent;
+};
+
+std::unique_ptr<Connection> Connection::open(linux_desktop::GLibRunLoop& runLoop, std::string& error) {
+    const char* display = std::getenv("DISPLAY");
+    if (!display || !*display) {
+        error = "There is no X11 display: DISPLAY isn't set.";
+        return nullptr;
+    }
+    int screenNumber = 0;
+    xcb::ConnectionHandle handle(xcb_connect(nullptr, &screenNumber));
+    auto* const connection = handle.get();
+    if (xcb_connection_has_error(connection)) {
+        error = "The X11 display \"" + std::string(display) + "\" can't be reached.";
+        return nullptr;
+    }
+    // Everything is asked for before the first answer is awaited: a start costs two trips to the server.
+    xcb_prefetch_extension_data(connection, &xcb_xfixes_id);
+    xcb_prefetch_maximum_request_length(connection);
+    AtomRequest atoms(connection);
+    Start start{};
+    start.atoms = atoms.collect();
+
+    const auto* xfixes = xcb_get_extension_data(connection, &xcb_xfixes_id);
+    const auto version = xfixes && xfixes->present
+                             ? xcb::await<xcb_xfixes_query_version_reply>(
+                                   connection, xcb_xfixes_query_version(connection, 5, 0))
+                             : nullptr;
+    if (!version || version->major_version < 1) {
+        error = "The X server has no XFixes extension, by which it announces copies.";
+        return nullptr;
+    }
+    start.xfixesFirstEvent = xfixes->first_event;
+
+    const std::size_t longestRequest = std::size_t{xcb_get_maximum_request_length(connection)} * 4;
+    start.pieceBytes = std::min(preferredPieceBytes, longestRequest - requestOverhead) / 4 * 4;
+
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    while (screenNumber-- > 0 && screens.rem > 1) xcb_screen_next(&screens);
+    start.root = screens.data->root;
+    return std::unique_ptr<Connection>(new Connection(runLoop, std::move(handle), start));
+}
+
+Connection::Connection(linux_desktop::GLibRunLoop& runLoop, xcb::ConnectionHandle handle, const Start& start)
+    : _runLoop(runLoop),
+      _xcb(std::move(handle)),
+      _root(start.root),
+      _atoms(start.atoms),
+      _pieceBytes(start.pieceBytes),
+      _xfixesFirstEvent(start.xfixesFirstEvent) {
+    _watch = runLoop.watch(
+        xcb_get_file_descriptor(_xcb.get()), [this] { return prepare(); }, [this] { dispatch(); });
+}
+
+Connection::~Connection() = default;
+
+bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
+    return (event.response_type & sentMask) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
+}
+
+Observation Connection::observe(xcb_window_t window, EventHandler handler) {
+    auto inner = std::make_shared<Observation>(_handlers[window].add(std::move(handler)));
+    return Observation(_lifetime.weakly([this, window, inner] {
+        inner->cancel();
+        const auto found = _handlers.find(window);
+        if (found != _handlers.end() && found->second.empty()) _handlers.erase(found);
+    }));
+}
+
+std::optional<Observation> Connection::observeForeign(xcb_window_t window, EventHandler handler) {
+    if (_foreignWindows.find(window) == _foreignWindows.end()) {
+        const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        // Checked, as a window that is gone already would never announce its end.
+        if (!xcb::succeeded(xcb(),
+                            xcb_change_window_attributes_checked(xcb(), window, XCB_CW_EVENT_MASK, &mask))) {
+            return std::nullopt;
+        }
+    }
+    ++_foreignWindows[window];
+    auto inner = std::make_shared<Observation>(observe(window, std::move(handler)));
+    return Observation(_lifetime.weakly([this, window, inner] {
+        inner->cancel();
+        releaseForeign(window);
+    }));
+}
+
+void Connection::releaseForeign(xcb_window_t window) {
+    const auto found = _foreignWindows.find(window);
+    if (found == _foreignWindows.end() || --found->second > 0) return;
+    _foreignWindows.erase(found);
+    // Otherwise each later change of that window would wake this program for nothing.
+    const std::uint32_t mask = XCB_EVENT_MASK_NO_EVENT;
+    xcb_change_window_attributes(xcb(), window, XCB_CW_EVENT_MASK, &mask);
+}
+
+Observation Connection::observeEnd(std::function<void()> handler) {
+    return _endHandlers.add(std::move(handler));
+}
+
+std::vector<std::string> Connection::names(std::span<const xcb_atom_t> atoms) {
+    std::unordered_map<xcb_atom_t, xcb_get_atom_name_cookie_t> asked;
+    if (_names.size() + atoms.size() > namesKept) _names.clear();
+    for (const auto atom : atoms) {
+        if (!_names.count(atom) && !asked.count(atom)) asked[atom] = xcb_get_atom_name(xcb(), atom);
+    }
+    for (const auto& [atom, cookie] : asked) {
+        const auto reply = xcb::await<xcb_get_atom_name_reply>(xcb(), cookie);
+        _names[atom] = reply
+                           ? std::string(xcb_get_atom_name_name(reply.get()),
+                                         static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get())))
+                           : std::string();
+    }
+    std::vector<std::string> names;
+    names.reserve(atoms.size());
+    for (const auto atom : atoms) names.push_back(_names[atom]);
+    return names;
+}
+
+bool Connection::prepare() {
+    // Whatever was requested since the last turn goes out here, once, before the loop sleeps.
+    xcb_flush(xcb());
+    if (!_readAhead) _readAhead.reset(xcb_poll_for_queued_event(xcb()));
+    return _readAhead || xcb_connection_has_error(xcb());
+}
+
+void Connection::dispatch() {
+    for (int handled = 0; handled < eventsATurn; ++handled) {
+        auto event = std::exchange(_readAhead, nullptr);
+        if (!event) event.reset(xcb_poll_for_event(xcb()));
+        if (!event) break;
+        deliver(*event);
+    }
+    if (!xcb_connection_has_error(xcb())) return;
+    _watch.cancel();
+    _runLoop.post(_lifetime.weakly([this] { _endHandlers.notify(); }));
+}
+
+void Connection::deliver(const xcb_generic_event_t& event) {
+    const auto found = _handlers.find(windowOf(event));
+    if (found != _handlers.end()) found->second.notify(event);
+}
+
+xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) const {
+    if (isSelectionChange(event)) return as<xcb_xfixes_selection_notify_event_t>(event).window;
+    switch (event.response_type & sentMask) {
+        case XCB_PROPERTY_NOTIFY:
+            return as<xcb_property_notify_event_t>(event).window;
+        case XCB_DESTROY_NOTIFY:
+            return as<xcb_destroy_notify_event_t>(event).event;
+        case XCB_SELECTION_NOTIFY:
+            return as<xcb_selection_notify_event_t>(event).requestor;
+        case XCB_SELECTION_REQUEST:
+            return as<xcb_selection_request_event_t>(event).owner;
+        case XCB_SELECTION_CLEAR:
+            return as<xcb_selection_clear_event_t>(event).owner;
+        default:
+            return XCB_WINDOW_NONE;
+    }
+}
+
+}  // namespace vellumix::x11

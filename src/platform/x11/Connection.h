@@ -1,0 +1,83 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/foundation/Lifetime.h"
+#include "platform/foundation/ObserverList.h"
+#include "platform/linux/GLibRunLoop.h"
+#include "platform/x11/Atoms.h"
+#include "platform/x11/XcbHandles.h"
+
+namespace vellumix::x11 {
+
+/// The connection to the X server: requests go out before the loop sleeps, events come in through it.
+///
+/// Main thread only. Errors of requests whose reply nobody awaits end here, as another program's window may
+/// go at any moment. After the server has ended, requests do nothing and replies are absent. Everything that
+/// uses a connection goes before it.
+class Connection {
+public:
+    using EventHandler = std::function<void(const xcb_generic_event_t&)>;
+
+    /// Connects to the display that the environment names. Nothing without a display, or without the XFixes
+    /// extension; `error` is then one sentence for a person.
+    static std::unique_ptr<Connection> open(linux_desktop::GLibRunLoop& runLoop, std::string& error);
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    xcb_connection_t* xcb() const { return _xcb.get(); }
+    RunLoop& runLoop() const { return _runLoop; }
+    xcb_window_t root() const { return _root; }
+    const Atoms& atoms() const { return _atoms; }
+    /// The largest piece of a property that goes out in one request, in bytes; a multiple of 4.
+    std::size_t pieceBytes() const { return _pieceBytes; }
+    /// True for an XFixes selection event (XFixes 5.0 section 7).
+    bool isSelectionChange(const xcb_generic_event_t& event) const;
+
+    /// Calls the handler with each event that concerns the window. Does not change what the window selects.
+    Observation observe(xcb_window_t window, EventHandler handler);
+    /// The same for a window of the server or of another program, with its property changes and its end
+    /// selected for as long as anybody observes it so. Nothing when the window is gone.
+    std::optional<Observation> observeForeign(xcb_window_t window, EventHandler handler);
+    /// Calls the handler once, from the loop, after the server has gone.
+    Observation observeEnd(std::function<void()> handler);
+
+    /// The names of the atoms, in order; an atom that doesn't exist has an empty name.
+    std::vector<std::string> names(std::span<const xcb_atom_t> atoms);
+
+private:
+    struct Start;
+    Connection(linux_desktop::GLibRunLoop& runLoop, xcb::ConnectionHandle handle, const Start& start);
+
+    bool prepare();
+    void dispatch();
+    void deliver(const xcb_generic_event_t& event);
+    xcb_window_t windowOf(const xcb_generic_event_t& event) const;
+    void releaseForeign(xcb_window_t window);
+
+    RunLoop& _runLoop;
+    xcb::ConnectionHandle _xcb;
+    xcb_window_t _root;
+    Atoms _atoms;
+    std::size_t _pieceBytes;
+    std::uint8_t _xfixesFirstEvent;
+    xcb::Event _readAhead;
+    std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> _handlers;
+    std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
+    std::unordered_map<xcb_atom_t, std::string> _names;
+    ObserverList<> _endHandlers;
+    Observation _watch;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

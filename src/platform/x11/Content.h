@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/Data.h"
+#include "platform/foundation/String.h"
+#include "platform/foundation/URL.h"
+
+namespace vellumix::x11 {
+
+/// The clipboard's content at one moment, whole. At most one of files, image and text was read from another
+/// program; our own may have several.
+struct Content {
+    std::vector<URL> files;
+    std::optional<Data> image;
+    /// The media type of `image`, such as "image/png".
+    std::string imageType;
+    std::optional<String> text;
+    /// The names under which its owner announced it, markers included; empty for our own.
+    std::vector<std::string> ownerTypes;
+    /// Its owner asks that it not be recorded; there is no payload then.
+    bool isMarked = false;
+
+    bool hasPayload() const { return !files.empty() || image || text; }
+};
+
+}  // namespace vellumix::x11

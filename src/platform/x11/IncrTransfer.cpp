@@ -1,0 +1,78 @@
+#include "platform/x11/IncrTransfer.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace vellumix::x11 {
+
+namespace {
+
+constexpr std::uint8_t sentMask = 0x7F;
+
+}  // namespace
+
+IncrTransfer::IncrTransfer(Connection& connection, const Destination& destination, xcb_atom_t type,
+                           SharedBytes bytes, double pieceSeconds, std::function<void(IncrTransfer*)> end)
+    : _connection(connection),
+      _destination(destination),
+      _type(type),
+      _bytes(std::move(bytes)),
+      _pieceSeconds(pieceSeconds),
+      _end(std::move(end)) {}
+
+std::unique_ptr<IncrTransfer> IncrTransfer::begin(Connection& connection, const Destination& destination,
+                                                  xcb_atom_t type, SharedBytes bytes, double pieceSeconds,
+                                                  std::function<void(IncrTransfer*)> end) {
+    std::unique_ptr<IncrTransfer> transfer(
+        new IncrTransfer(connection, destination, type, std::move(bytes), pieceSeconds, std::move(end)));
+    // Before the property is there, so that its deletion can't be missed.
+    auto events = connection.observeForeign(
+        destination.requestor, [raw = transfer.get()](const auto& event) { raw->handle(event); });
+    if (!events) return nullptr;
+    transfer->_events = std::move(*events);
+    const auto size = static_cast<std::uint32_t>(
+        std::min<std::size_t>(transfer->_bytes.view.size(), std::numeric_limits<std::int32_t>::max()));
+    xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, destination.requestor, destination.property,
+                        connection.atoms().incr, 32, 1, &size);
+    transfer->await();
+    return transfer;
+}
+
+void IncrTransfer::handle(const xcb_generic_event_t& event) {
+    switch (event.response_type & sentMask) {
+        case XCB_DESTROY_NOTIFY:
+            return finish();
+        case XCB_PROPERTY_NOTIFY: {
+            const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+            if (change.atom == _destination.property && change.state == XCB_PROPERTY_DELETE) sendPiece();
+            return;
+        }
+        default:
+            return;
+    }
+}
+
+void IncrTransfer::sendPiece() {
+    const auto rest = _bytes.view.subspan(_offset);
+    const auto piece = rest.first(std::min(rest.size(), _connection.pieceBytes()));
+    xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, _destination.requestor,
+                        _destination.property, _type, 8, static_cast<std::uint32_t>(piece.size()),
+                        piece.data());
+    _offset += piece.size();
+    // An empty piece is the end.
+    piece.empty() ? finish() : await();
+}
+
+void IncrTransfer::await() {
+    _deadline = _connection.runLoop().oneShotTimer(_pieceSeconds, [this] { finish(); });
+}
+
+void IncrTransfer::finish() {
+    _deadline.reset();
+    _events.cancel();
+    const auto end = std::exchange(_end, nullptr);
+    end(this);
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,155 @@
+#include "platform/x11/SelectionReader.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/desktop/Pasteboard.h"
+#include "platform/x11/PropertyValues.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+constexpr std::size_t hintBytes = 64;
+/// A thousand targets; office programs announce some sixty.
+constexpr std::size_t targetsBytes = 4096;
+
+using Excess = Conversion::Excess;
+
+constexpr const char* noAnswer = "the owner didn't answer in time";
+constexpr const char* noReadableType = "no readable type";
+
+}  // namespace
+
+SelectionReader::SelectionReader(Connection& connection, const TransferLimits& limits, std::string hostName,
+                                 xcb_atom_t selection, xcb_timestamp_t time, Completion completion)
+    : _connection(connection),
+      _limits(limits),
+      _hostName(std::move(hostName)),
+      _selection(selection),
+      _time(time),
+      _completion(std::move(completion)) {
+    _deadline = connection.runLoop().oneShotTimer(limits.fetchSeconds, [this] { end({{}, noAnswer}); });
+    convert(connection.atoms().passwordManagerHint, hintBytes, Excess::drain, &SelectionReader::hintCame);
+}
+
+void SelectionReader::convert(xcb_atom_t target, std::size_t limit, Conversion::Excess excess, Step next) {
+    _windows.push_back(std::make_unique<Window>(_connection));
+    const Conversion::Request request{_windows.back()->id(), _selection, target, _time, limit, excess};
+    _conversion = std::make_unique<Conversion>(
+        _connection, request, _limits,
+        [this, next](Ending ending, ConvertedValue value) { (this->*next)(ending, std::move(value)); });
+}
+
+void SelectionReader::hintCame(Ending ending, ConvertedValue value) {
+    if (ending == Ending::late) return end({{}, noAnswer});
+    const auto hint = _connection.atoms().passwordManagerHint;
+    if (ending == Ending::value && value.format == 8 && isSecret(value.bytes)) {
+        if (value.type == hint) return endMarked();
+        // Some programs answer every target with their text, which may happen to be this word: then the list
+        // of targets decides. It is also why the hint may be of any size.
+        _isHintDoubtful = true;
+    }
+    convert(_connection.atoms().targets, targetsBytes, Excess::abandon, &SelectionReader::targetsCame);
+}
+
+void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
+    switch (ending) {
+        case Ending::late:
+            return end({{}, noAnswer});
+        case Ending::refused:
+        case Ending::tooLarge:
+        case Ending::value:
+            break;
+    }
+    const auto& atoms = _connection.atoms();
+    const bool isList = value.format == 32 && (value.type == XCB_ATOM_ATOM || value.type == atoms.targets);
+    if (ending == Ending::tooLarge && (isList || value.type == XCB_ATOM_NONE)) {
+        // A marker may stand at its end.
+        return end({{}, "more targets than any program announces"});
+    }
+    if (isList) _targets = atomsOf(value.bytes);
+    const bool announcesHint =
+        std::find(_targets.begin(), _targets.end(), atoms.passwordManagerHint) != _targets.end();
+    if (_isHintDoubtful && (!isList || announcesHint)) return endMarked();
+    _content.ownerTypes = _connection.names(_targets);
+    if (std::any_of(_content.ownerTypes.begin(), _content.ownerTypes.end(), isMarker)) {
+        _content.isMarked = true;
+        return end({std::move(_content), {}});
+    }
+    _candidates = isList ? payloadCandidates(_content.ownerTypes) : candidatesOfSilentOwner();
+    askForPayload();
+}
+
+void SelectionReader::askForPayload() {
+    if (_nextCandidate == _candidates.size()) return end({{}, noReadableType});
+    convert(atomOf(_candidates[_nextCandidate].target), _limits.payloadBytes, Excess::abandon,
+            &SelectionReader::payloadCame);
+}
+
+xcb_atom_t SelectionReader::atomOf(std::string_view target) const {
+    if (_targets.empty())
+        return target == "STRING" ? xcb_atom_t{XCB_ATOM_STRING} : _connection.atoms().utf8String;
+    const auto& names = _content.ownerTypes;
+    return _targets[static_cast<std::size_t>(std::find(names.begin(), names.end(), target) - names.begin())];
+}
+
+void SelectionReader::payloadCame(Ending ending, ConvertedValue value) {
+    const auto candidate = _candidates[_nextCandidate];
+    switch (ending) {
+        case Ending::late:
+            return end({{}, noAnswer});
+        case Ending::tooLarge:
+            return end({{}, "larger than " + std::to_string(_limits.payloadBytes >> 20) + " MiB"});
+        case Ending::refused:
+            break;
+        case Ending::value:
+            if (take(candidate.form, candidate.target, std::move(value))) {
+                return end({std::move(_content), {}});
+            }
+    }
+    // Some programs announce targets that they refuse, or a list of addresses that holds no file.
+    ++_nextCandidate;
+    askForPayload();
+}
+
+bool SelectionReader::take(PayloadForm form, std::string_view target, ConvertedValue value) {
+    if (value.format != 8) return false;
+    switch (form) {
+        case PayloadForm::uriList:
+            _content.files = filesOfURIList(value.bytes, _hostName);
+            break;
+        case PayloadForm::copiedFiles:
+            _content.files = filesOfCopiedFiles(value.bytes, _hostName);
+            break;
+        case PayloadForm::image:
+            if (value.bytes.empty()) break;
+            _content.image = Data(std::move(value.bytes));
+            _content.imageType = target;
+            break;
+        case PayloadForm::utf8Text:
+        case PayloadForm::latin1Text:
+            // The answer's type tells the encoding, whatever was asked for (ICCCM 2.0 section 2.6.2).
+            if (value.type == _connection.atoms().compoundText) break;
+            _content.text =
+                String(value.type == XCB_ATOM_STRING ? textOfLatin1(value.bytes) : textOfUTF8(value.bytes));
+            break;
+    }
+    return _content.hasPayload();
+}
+
+void SelectionReader::endMarked() {
+    _content = {};
+    _content.isMarked = true;
+    _content.ownerTypes.emplace_back(concealedMarkerType);
+    end({std::move(_content), {}});
+}
+
+void SelectionReader::end(Outcome outcome) {
+    _deadline.reset();
+    _conversion.reset();
+    const auto completion = std::exchange(_completion, nullptr);
+    completion(std::move(outcome));
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/x11/Content.h"
+#include "platform/x11/Conversion.h"
+#include "platform/x11/PayloadChoice.h"
+#include "platform/x11/Window.h"
+
+namespace vellumix::x11 {
+
+/// Reads what another program has put on a selection: its hint, then its targets, then exactly one payload.
+///
+/// Content marked as secret, transient or generated gives a marked content whose payload was never asked for.
+/// Destroying the reader calls it off; its windows go with it, so that whatever a late owner still sends hits
+/// nothing. A reader that has read its content is best kept until the next one starts: owners commonly touch
+/// the requestor's window once more after the last byte, and some end on the error.
+class SelectionReader {
+public:
+    struct Outcome {
+        std::optional<Content> content;
+        /// Why there is no content; empty when there is.
+        std::string reason;
+    };
+    using Completion = std::function<void(Outcome)>;
+
+    /// `time` is that at which the owner took the selection. `hostName` is this machine's. The completion is
+    /// called once, from the loop, as the last thing that the reader does: it may destroy the reader.
+    SelectionReader(Connection& connection, const TransferLimits& limits, std::string hostName,
+                    xcb_atom_t selection, xcb_timestamp_t time, Completion completion);
+    SelectionReader(const SelectionReader&) = delete;
+    SelectionReader& operator=(const SelectionReader&) = delete;
+
+private:
+    using Ending = Conversion::Ending;
+    using Step = void (SelectionReader::*)(Ending, ConvertedValue);
+
+    void convert(xcb_atom_t target, std::size_t limit, Conversion::Excess excess, Step next);
+    void hintCame(Ending ending, ConvertedValue value);
+    void targetsCame(Ending ending, ConvertedValue value);
+    void payloadCame(Ending ending, ConvertedValue value);
+    void askForPayload();
+    xcb_atom_t atomOf(std::string_view target) const;
+    bool take(PayloadForm form, std::string_view target, ConvertedValue value);
+    void endMarked();
+    void end(Outcome outcome);
+
+    Connection& _connection;
+    const TransferLimits _limits;
+    const std::string _hostName;
+    const xcb_atom_t _selection;
+    const xcb_timestamp_t _time;
+    Completion _completion;
+    Content _content;
+    /// The hint's value asks for secrecy, but under a type of its own.
+    bool _isHintDoubtful = false;
+    std::vector<xcb_atom_t> _targets;
+    std::vector<PayloadCandidate> _candidates;
+    std::size_t _nextCandidate = 0;
+    std::vector<std::unique_ptr<Window>> _windows;
+    std::unique_ptr<Conversion> _conversion;
+    std::unique_ptr<NSTimer> _deadline;
+};
+
+}  // namespace vellumix::x11

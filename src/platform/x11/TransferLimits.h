@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+
+namespace vellumix::x11 {
+
+/// How long other programs are waited for, and how much is taken from them.
+struct TransferLimits {
+    /// Seconds that an owner has to answer one conversion. People notice a copy that takes longer, and an
+    /// owner that hangs must not hold its program's SAVE_TARGETS for long.
+    double answerSeconds = 2;
+    /// Seconds between two pieces of an incremental value.
+    double pieceSeconds = 2;
+    /// Seconds for all that is read of one copy. An owner that trickles ends here.
+    double fetchSeconds = 30;
+    /// Seconds that a requestor has to take one piece from us. Longer, as nothing waits for it but memory.
+    double sendSeconds = 10;
+    /// The largest content that is read. A copy has no natural bound, but the whole history is enciphered and
+    /// written at each change: beyond this, one entry would make every later copy slow.
+    std::size_t payloadBytes = std::size_t{128} << 20;
+    /// Incremental values under way to requestors; further ones are refused.
+    std::size_t transfers = 64;
+};
+
+}  // namespace vellumix::x11

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/desktop/Workspace.h"
+#include "platform/x11/Connection.h"
+#include "platform/x11/DesktopFiles.h"
+
+namespace vellumix::x11 {
+
+/// The front application of an X11 display, as its window manager announces it (_NET_ACTIVE_WINDOW, Extended
+/// Window Manager Hints 1.5). Absent without a window manager.
+///
+/// The bundle identifier is the desktop-file id that the window names (_GTK_APPLICATION_ID,
+/// _KDE_NET_WM_DESKTOP_FILE, BAMF_DESKTOP_FILE_HINT), else that of the desktop file that names the window's
+/// class, else the class itself (WM_CLASS, ICCCM 2.0 section 4.1.2.5).
+class Workspace final : public NSWorkspace {
+public:
+    explicit Workspace(Connection& connection,
+                       DesktopFiles desktopFiles = DesktopFiles(DesktopFiles::standardFolders()));
+    Workspace(const Workspace&) = delete;
+    Workspace& operator=(const Workspace&) = delete;
+
+    std::optional<NSRunningApplication> frontmostApplication() const override;
+
+private:
+    /// What a window says of its application.
+    struct Application {
+        int processIdentifier = 0;
+        std::string desktopFile;
+        std::string windowClass;
+    };
+
+    void readActiveWindow();
+    std::optional<Application> applicationOf(xcb_window_t window);
+
+    Connection& _connection;
+    mutable DesktopFiles _desktopFiles;
+    std::optional<Application> _front;
+    std::optional<Observation> _rootEvents;
+};
+
+}  // namespace vellumix::x11

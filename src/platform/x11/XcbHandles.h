@@ -1,0 +1,43 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+#include <type_traits>
+
+/// The handles of XCB that this folder owns, one a line, and the one way to await a reply.
+namespace vellumix::x11::xcb {
+
+template <auto Free>
+struct Deleter {
+    template <class T>
+    void operator()(T* handle) const {
+        Free(handle);
+    }
+};
+
+using ConnectionHandle = std::unique_ptr<xcb_connection_t, Deleter<xcb_disconnect>>;
+using Event = std::unique_ptr<xcb_generic_event_t, Deleter<std::free>>;
+using Error = std::unique_ptr<xcb_generic_error_t, Deleter<std::free>>;
+template <class T>
+using Reply = std::unique_ptr<T, Deleter<std::free>>;
+
+/// The X server's reply, or nothing for an error, which ends here. Waits for the server and for no other
+/// program.
+template <auto GetReply, class Cookie>
+auto await(xcb_connection_t* connection, Cookie cookie) {
+    xcb_generic_error_t* raw = nullptr;
+    using Pointer = decltype(GetReply(connection, cookie, &raw));
+    Reply<std::remove_pointer_t<Pointer>> reply(GetReply(connection, cookie, &raw));
+    const Error dropped(raw);
+    return reply;
+}
+
+/// True when the X server has carried out a checked request. Waits for the server.
+inline bool succeeded(xcb_connection_t* connection, xcb_void_cookie_t cookie) {
+    const Error error(xcb_request_check(connection, cookie));
+    return !error && !xcb_connection_has_error(connection);
+}
+
+}  // namespace vellumix::x11::xcb

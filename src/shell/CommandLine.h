@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vellumix {
+
+/// What a person asked for on the command line.
+struct CommandLine {
+    enum class Command { run, status, quit, help, version };
+    enum class PlatformChoice { desktop, headless };
+
+    Command command = Command::run;
+    PlatformChoice platform = PlatformChoice::desktop;
+    /// With `status`: the JSON object rather than lines.
+    bool json = false;
+    /// Why the words can't be followed; empty when they can.
+    std::string error;
+
+    /// `arguments` without the program's name.
+    static CommandLine parse(const std::vector<std::string>& arguments);
+    static const char* help();
+};
+
+}  // namespace vellumix

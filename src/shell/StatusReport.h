@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vellumix {
+
+class AppDelegate;
+
+/// What the program says about itself: one JSON object with "entries" (kind to count), "pinned", "locked",
+/// "file", "keychain", "lastCapture" ({"date", "kind"} or null) and "lastRefusal" ({"date", "reason"} or
+/// null). Dates are ISO 8601 in UTC. Never content.
+std::string statusReport(AppDelegate& application);
+
+/// The same in lines for a person; empty when the text is no such object.
+std::string readableStatus(std::string_view json);
+
+}  // namespace vellumix

@@ -1,0 +1,248 @@
+#include "core/HistoryFile.h"
+
+#include <optional>
+
+#include "core/EncryptionManager.h"
+#include "core/HistoryCoding.h"
+#include "core/Store.h"
+#include "platform/foundation/NotificationCenter.h"
+#include "support/HeadlessTest.h"
+
+namespace vellumix {
+namespace {
+
+class HistoryFileTest : public HeadlessTest {
+protected:
+    void put(std::string_view content) {
+        desktop.files.makeFolder(folderOf(historyPath));
+        desktop.files.files[historyPath] = Bytes(content.begin(), content.end());
+    }
+    std::vector<std::string> loaded() { return textsOf(Store().items().get()); }
+    /// The path of the history that was moved aside, if one was.
+    std::optional<std::string> aside() {
+        for (const auto& [path, content] : desktop.files.files) {
+            if (path.find("history.unreadable-") != std::string::npos) return path;
+        }
+        return std::nullopt;
+    }
+};
+
+constexpr std::string_view record =
+    R"({"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","date":800000000.25,"kind":"all","pinned":true,"locked":false,)"
+    R"("text":"a\/b \"c\"\n","fileURL":"file:\/\/\/a%20b","imageData":"\/\/8=","isEncrypted":false})";
+
+TEST_F(HistoryFileTest, ARecordIsWrittenAsItWasRead) {
+    const auto json = "[" + std::string(record) + "]";
+    put(json);
+    Store store;
+    ASSERT_EQ(store.items()->size(), 1U);
+    const auto& item = store.items().get()[0];
+    EXPECT_EQ(*item.text(), "a/b \"c\"\n");
+    EXPECT_EQ(item.fileURL()->path(), "/a b");
+    EXPECT_EQ(item.imageData(), Data(std::string_view("\xFF\xFF")));
+    Bytes written;
+    ASSERT_TRUE(encodeHistory(store.items().get(), written));
+    // The one difference: keys come in the order of the fields.
+    EXPECT_EQ(
+        asText(written),
+        R"([{"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","date":800000000.25,"kind":"all","pinned":true,)"
+        R"("locked":false,"text":"a\/b \"c\"\n","imageData":"\/\/8=","fileURL":"file:\/\/\/a%20b","isEncrypted":false}])");
+}
+
+TEST_F(HistoryFileTest, WhatIsNoHistoryGivesAnEmptyOneAndIsNeverWrittenOver) {
+    const auto with = [](std::string_view from, std::string_view to) {
+        std::string text(record);
+        text.replace(text.find(from), from.size(), to);
+        return "[" + text + "]";
+    };
+    const std::string cases[] = {
+        "V",
+        "VLX",
+        "VLX1",
+        "VLX1" + std::string(27, 'x'),
+        "VLX1" + std::string(60, 'x'),
+        "{}",
+        "[" + std::string(record),
+        "[" + std::string(record) + "]x",
+        "[" + std::string(record) + ",{}]",
+        with("\"all\"", "\"sound\""),
+        with(",\"isEncrypted\":false", ""),
+        with("\"pinned\":true", "\"pinned\":null"),
+        with("\"date\":800000000.25", "\"date\":\"x\""),
+        with("\"date\":800000000.25", "\"date\":1e999"),
+        with("E621E1F8", "E621E1F"),
+        with("\\/\\/8=", "\\/\\/9="),
+        with("\\/\\/8=", "\\/\\/8"),
+        with("a\\/b", "\xFF"),
+        with("a\\/b", "\\ud800"),
+        with("file:", "fi le:"),
+    };
+    for (const auto& content : cases) {
+        SCOPED_TRACE(content);
+        desktop.files.files.clear();
+        put(content);
+        desktop.log.lines.clear();
+        Store store;
+        EXPECT_TRUE(store.items()->empty());
+        EXPECT_FALSE(desktop.log.lines.empty());
+        desktop.runLoop.advance(10);
+        EXPECT_EQ(history(), content) << "loading writes nothing";
+        store.add(textItem("new"));
+        desktop.runLoop.advance(1);
+        ASSERT_TRUE(aside());
+        EXPECT_EQ(asText(desktop.files.files[*aside()]), content);
+        EXPECT_TRUE(desktop.log.contains(*aside()));
+        EXPECT_EQ(loaded(), std::vector<std::string>{"new"});
+        for (const auto& line : desktop.log.lines) EXPECT_EQ(line.find("a/b"), std::string::npos);
+    }
+}
+
+TEST_F(HistoryFileTest, OptionalAndUnknownKeysMayBeMissingNullOrStrange) {
+    put(R"([{"id":"e621e1f8-c36c-495a-93fc-0c247a3e6e5f","date":1,"kind":"text","pinned":false,"locked":false,)"
+        R"("text":null,"novelty":[{"deep":"x"},1e5,null],"isEncrypted":false}])");
+    Store store;
+    ASSERT_EQ(store.items()->size(), 1U);
+    EXPECT_FALSE(store.items().get()[0].text());
+}
+
+TEST_F(HistoryFileTest, AMutationTurnsThePlainFormIntoTheEnvelope) {
+    put("[" + std::string(record) + "]");
+    Store store;
+    desktop.runLoop.advance(10);
+    EXPECT_TRUE(history().starts_with("[{"));
+    store.add(textItem("new"));
+    desktop.runLoop.advance(1);
+    EXPECT_TRUE(history().starts_with("VLX1"));
+    EXPECT_EQ(history().find("new"), std::string::npos);
+    EXPECT_FALSE(aside());
+    EXPECT_EQ(loaded(), (std::vector<std::string>{"new", "a/b \"c\"\n"}));
+}
+
+TEST_F(HistoryFileTest, EveryFlippedBitAndEveryTruncationIsNoticed) {
+    Store store;
+    store.add(textItem("x"));
+    store.saveNow();
+    const auto whole = history();
+    const auto isRefused = [&](const std::string& content) {
+        put(content);
+        return Store().items()->empty();
+    };
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        auto flipped = whole;
+        flipped[at] = static_cast<char>(flipped[at] ^ 1 << (at % 8));
+        EXPECT_TRUE(isRefused(flipped)) << "bit in byte " << at;
+        EXPECT_TRUE(isRefused(whole.substr(0, at))) << "cut at " << at;
+    }
+    EXPECT_FALSE(isRefused(whole));
+}
+
+TEST_F(HistoryFileTest, TheSaveWaitsForABurstAndQuittingDoesNot) {
+    Store store;
+    for (int number = 0; number < 5; ++number) {
+        store.add(textItem(std::to_string(number)));
+        desktop.runLoop.advance(0.34);
+    }
+    EXPECT_TRUE(history().empty()) << "the delay begins anew with each change";
+    desktop.runLoop.advance(0.01);
+    EXPECT_EQ(loaded().size(), 5U);
+    const auto first = history();
+    store.add(textItem("last"));
+    store.saveNow();
+    const auto second = history();
+    EXPECT_EQ(loaded().front(), "last");
+    EXPECT_NE(first, second);
+    desktop.runLoop.advance(1);
+    EXPECT_EQ(history(), second) << "the save that waited was called off";
+}
+
+TEST_F(HistoryFileTest, WithoutAKeyTheHistoryIsKeptPlainAndSaidSo) {
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    std::vector<NotificationCenter::UserInfo> failures;
+    const auto observation = NotificationCenter::defaultCenter().observe(
+        EncryptionManager::failedNotification, [&](const auto& info) { failures.push_back(info); });
+    Store store;
+    store.add(textItem("plain"));
+    store.saveNow();
+    EXPECT_TRUE(history().starts_with("[{\"id\":"));
+    EXPECT_TRUE(desktop.log.contains("Store: Encryption unavailable — writing history as plaintext"));
+    ASSERT_FALSE(failures.empty());
+    EXPECT_EQ(failures[0],
+              (NotificationCenter::UserInfo{{"operation", "encrypt"}, {"reason", "key-unavailable"}}));
+    desktop.keychain.refusal.reset();
+    EXPECT_EQ(loaded(), std::vector<std::string>{"plain"});
+    EXPECT_TRUE(desktop.keychain.items.empty()) << "a refusal never leads to a key";
+}
+
+TEST_F(HistoryFileTest, AHistoryLargerThanTheLimitIsKeptUntilTheNextEntry) {
+    std::vector<ClipboardItem> many;
+    for (int number = 0; number < 100'000; ++number) many.push_back(textItem(std::to_string(number)));
+    Bytes json;
+    ASSERT_TRUE(encodeHistory(many, json));
+    put(asText(json));
+    Store store;
+    EXPECT_EQ(store.items()->size(), 100'000U);
+    store.add(textItem("new"));
+    EXPECT_EQ(store.items()->size(), Store::limit);
+    EXPECT_EQ(store.items()->back()._text->string(), "198");
+}
+
+TEST_F(HistoryFileTest, WhereTheFileGoesWhenNobodySaysWhere) {
+    EXPECT_EQ(Store().url().path(), historyPath);
+    EXPECT_TRUE(desktop.files.folders.contains("/home/user/.local/share/Vellumix"));
+    platform::current().applicationSupportDirectories.clear();
+    EXPECT_EQ(Store().url().path(), "/tmp/Vellumix/history.json");
+    EXPECT_EQ(Store(URL::file("/elsewhere/h.json")).url().path(), "/elsewhere/h.json");
+    EXPECT_FALSE(desktop.files.folders.contains("/elsewhere"));
+}
+
+// The key and the cipher.
+
+class EncryptionTest : public HeadlessTest {
+protected:
+    EncryptionManager& manager = EncryptionManager::shared();
+};
+
+TEST_F(EncryptionTest, BlobsAreFreshAndReadBack) {
+    const Data text(std::string_view("text"));
+    const auto one = manager.encrypt(text);
+    const auto two = manager.encrypt(text);
+    ASSERT_TRUE(one && two);
+    EXPECT_NE(*one, *two);
+    EXPECT_EQ(one->size(), text.size() + 28);
+    EXPECT_EQ(asText(*manager.decrypt(*one)), "text");
+    EXPECT_EQ(desktop.keychain.additions, 1);
+    EXPECT_EQ(desktop.keychain.reads, 3) << "the key is read for every call";
+    const auto empty = manager.encrypt({});
+    ASSERT_TRUE(empty);
+    EXPECT_EQ(empty->size(), 28U);
+    EXPECT_EQ(manager.decrypt(*empty), Bytes());
+}
+
+TEST_F(EncryptionTest, NoStatusButNoSuchItemLeadsToAKey) {
+    for (const auto status :
+         {errSecInteractionNotAllowed, errSecNotAvailable, errSecIO, errSecTimedOut, errSecUserCanceled}) {
+        desktop.keychain.refusal = status;
+        EXPECT_FALSE(manager.encrypt(viewOf("x")));
+        EXPECT_FALSE(manager.decrypt(viewOf("x")));
+        EXPECT_TRUE(desktop.log.contains("Encryption: getOrCreateKey: Keychain error " +
+                                         std::to_string(status) +
+                                         " — refusing to create new key to prevent data loss"));
+    }
+    desktop.keychain.refusal.reset();
+    desktop.keychain.items["com.tarnwick.Vellumix/encryption-key"] = Bytes(31);
+    EXPECT_FALSE(manager.encrypt(viewOf("x"))) << "a key of the wrong size is no key";
+    EXPECT_EQ(desktop.keychain.additions, 0);
+}
+
+TEST_F(EncryptionTest, ALostKeyIsReplacedAndOldBlobsStayShut) {
+    const auto blob = manager.encrypt(viewOf("old"));
+    desktop.keychain.items.clear();
+    EXPECT_FALSE(manager.decrypt(*blob));
+    EXPECT_EQ(desktop.keychain.additions, 2);
+    EXPECT_TRUE(manager.decrypt(*manager.encrypt(viewOf("new"))));
+    EXPECT_FALSE(manager.decrypt(Bytes(27)));
+    EXPECT_TRUE(desktop.log.contains("Encryption: decrypt: AES-GCM open failed: incorrectParameterSize"));
+}
+
+}  // namespace
+}  // namespace vellumix

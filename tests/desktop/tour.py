@@ -1,0 +1,161 @@
+#!/usr/bin/python3
+"""A tour of the built program on a private screen: real programs copy, and one sees what becomes of it.
+
+    tour.py [FOLDER FOR PICTURES]
+
+Ends with 0 only if all that it shows is as it should be. A scene is a function; what a later scene needs from an
+earlier one is in the `Tour`.
+"""
+
+import stat
+import sys
+from pathlib import Path
+
+from harness import applications
+from harness.desktop import PrivateDesktop
+from harness.processes import Failure
+from harness.vellumix import Vellumix, files_with
+
+NOTE = "Meet at the old harbour, under the clock."
+LINK = "https://example.org/a/page?with=question#and-fragment"
+EDITED = "Dear diary,\n\ntoday I learnt that violets smell of patience."
+CODE = "for (int i = 0; i < n; ++i) {\n    if (!seen[i]) return i;\n}"
+TERMINAL_WORD = "terminalWord7f3a"
+FILE_NAME = "holiday plan.txt"
+PASSWORD = "correct-horse-battery-staple-91"
+
+
+class Tour:
+    def __init__(self, desktop, pictures):
+        self.desktop = desktop
+        self.pictures = pictures
+        self.vellumix = Vellumix(desktop)
+        self.owners = []
+
+    def say(self, text):
+        print(f"    {text}", flush=True)
+
+    def picture(self, name):
+        path = self.pictures / f"{name}.png"
+        self.desktop.picture(path)
+        self.say(f"picture: {path}")
+
+    def recorded(self, who, kind, action):
+        self.vellumix.until_recorded(kind, action)
+        self.say(f"{who:<44} recorded as {kind}")
+
+    def expect(self, what, holds):
+        if not holds:
+            raise Failure(f"this should hold and does not: {what}")
+        self.say(f"{what}: yes")
+
+
+def scene_start(tour):
+    """The program starts on the screen, and remembers nothing yet"""
+    tour.vellumix.start()
+    tour.expect("the history is empty", tour.vellumix.count() == 0)
+    tour.say(f"the key lies in: {tour.vellumix.status()['keychain']}")
+
+
+def scene_copies(tour):
+    """Real programs make copies"""
+    desktop, record = tour.desktop, tour.recorded
+    record("xclip, a sentence", "text", lambda: applications.copy_with_xclip(desktop, NOTE))
+    record("xclip, an address", "link", lambda: applications.copy_with_xclip(desktop, LINK))
+    record("mousepad, a letter", "text", lambda: applications.copy_in_editor(
+        desktop, EDITED, "mousepad", then=lambda: tour.picture("editor")))
+    record("featherpad, a piece of a program", "code", lambda: applications.copy_in_editor(
+        desktop, CODE, "featherpad"))
+    record("xterm, a word taken with a double click", "text", lambda: applications.copy_in_terminal(
+        desktop, TERMINAL_WORD, then=lambda: tour.picture("terminal")))
+    record("thunar, a file", "file", lambda: applications.copy_in_file_manager(
+        desktop, FILE_NAME, "thunar", then=lambda: tour.picture("file-manager")))
+    image = tour.pictures / "editor.png"
+    record("xclip, a picture of the screen", "image", lambda: applications.copy_with_xclip(
+        desktop, image.read_bytes(), "image/png"))
+
+
+def scene_owner_dies(tour):
+    """A program that copied has gone, and its copy can still be pasted"""
+    desktop = tour.desktop
+    owner = tour.vellumix.until_saved(lambda: tour.vellumix.until_recorded(
+        "text", lambda: applications.copy_with_xclip(desktop, "outlives xclip")))
+    owner.kill()
+    owner.wait()
+    tour.expect("another program still gets it", applications.wait_for(
+        "the copy comes back", lambda: applications.clipboard(desktop)) == "outlives xclip")
+
+
+def scene_secret(tour):
+    """A password manager copies, and nothing of it is kept"""
+    before = tour.vellumix.count()
+    reason = tour.vellumix.until_refused(lambda: tour.owners.append(applications.offer(
+        tour.desktop, {"UTF8_STRING": PASSWORD, "x-kde-passwordManagerHint": "secret"})))
+    tour.say(f"refused: {reason}")
+    tour.expect("the number of entries is what it was", tour.vellumix.count() == before)
+
+
+def scene_file(tour):
+    """The history is one file that tells nobody anything"""
+    file = tour.vellumix.file
+    dump = tour.desktop.run("hexdump", "-C", "-n", "64", file).stdout
+    for line in dump.splitlines():
+        tour.say(line)
+    tour.expect("it begins with VLX1", file.read_bytes()[:4] == b"VLX1")
+    tour.expect("the file is for its owner alone (0600)", stat.S_IMODE(file.stat().st_mode) == 0o600)
+    tour.expect("and so is its folder (0700)", stat.S_IMODE(file.parent.stat().st_mode) == 0o700)
+    # What the programs themselves keep, their own files and settings, isn't ours; the rest of the home folder is
+    # searched for everything that was copied.
+    own = {tour.desktop.home / "mousepad.txt", tour.desktop.home / "featherpad.txt"}
+    for text in (NOTE, LINK, EDITED, CODE, TERMINAL_WORD, PASSWORD, "outlives xclip"):
+        for path in files_with(tour.desktop.home, text):
+            if path not in own:
+                raise Failure(f"{path} holds {text!r} in the clear")
+    for text in (NOTE, LINK, TERMINAL_WORD, FILE_NAME, PASSWORD):
+        if text in tour.vellumix.log_text():
+            raise Failure(f"the log holds {text!r}")
+    tour.say("no copied text can be read anywhere in the home folder, nor in the log")
+
+
+def scene_restart(tour):
+    """The program is killed and started again"""
+    before = tour.vellumix.status()
+    tour.vellumix.kill()
+    tour.say("killed with SIGKILL")
+    tour.vellumix.start()
+    after = tour.vellumix.status()
+    for key in ("entries", "pinned", "locked", "keychain"):
+        if after[key] != before[key]:
+            raise Failure(f"{key} was {before[key]} and is {after[key]}")
+    tour.say("entries: " + ", ".join(f"{count} {kind}" for kind, count in after["entries"].items() if count))
+    tour.say("the history is what it was")
+
+
+def scene_quit(tour):
+    """A person ends it"""
+    tour.expect("vellumix quit", tour.vellumix.command("quit").returncode == 0)
+    tour.expect("it ended with 0", tour.vellumix.exit_code() == 0)
+
+
+SCENES = [scene_start, scene_copies, scene_owner_dies, scene_secret, scene_file, scene_restart, scene_quit]
+
+
+def main():
+    pictures = Path(sys.argv[1] if len(sys.argv) > 1 else "tour").resolve()
+    place = "starting a private screen"
+    try:
+        with PrivateDesktop(services=True) as desktop:
+            tour = Tour(desktop, pictures)
+            for number, scene in enumerate(SCENES, 1):
+                place = scene.__doc__
+                print(f"\n{number}. {place}", flush=True)
+                scene(tour)
+    except Failure as failure:
+        print(f"\nThe tour stopped at: {place}\n{failure}", file=sys.stderr)
+        return 1
+    print("\nAll of it held.")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

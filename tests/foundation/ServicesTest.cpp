@@ -1,0 +1,167 @@
+#include "platform/foundation/Cache.h"
+#include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/Published.h"
+#include "platform/foundation/Task.h"
+#include "platform/foundation/UserDefaults.h"
+#include "support/HeadlessTest.h"
+
+namespace vellumix {
+namespace {
+
+class ServicesTest : public HeadlessTest {
+protected:
+    static constexpr const char* settings = "/home/user/.config/Vellumix/settings.plist";
+};
+
+// Observation: each rule once broke a program somewhere.
+
+TEST(Observers, MayEndThemselvesEachOtherAndTheirSource) {
+    auto source = std::make_unique<Published<int>>(1);
+    std::string calls;
+    Observation first;
+    Observation second;
+    Observation late;
+    first = source->observe([&] {
+        calls += 'a';
+        second.cancel();
+        if (calls.size() == 1) late = source->observe([&] { calls += 'c'; });
+        first.cancel();
+    });
+    second = source->observe([&] { calls += 'b'; });
+    source->set(2);
+    EXPECT_EQ(calls, "a") << "the one that ended isn't called, the new one waits";
+    source->update([](int& value) { ++value; });
+    EXPECT_EQ(calls, "ac");
+    EXPECT_EQ(source->get(), 3);
+
+    const auto fatal = source->observe([&] { source.reset(); });
+    source->set(4);
+    EXPECT_FALSE(source);
+    EXPECT_EQ(calls, "acc");
+    late.cancel();
+}
+
+TEST_F(ServicesTest, NotificationsReachThoseWhoAskedByName) {
+    auto& center = NotificationCenter::defaultCenter();
+    std::string got;
+    {
+        const auto observation = center.observe("a", [&](const auto& info) {
+            got += info.at("key");
+            center.post("b");
+        });
+        const auto other = center.observe("b", [&](const auto&) { got += '!'; });
+        center.post("a", {{"key", "value"}});
+    }
+    center.post("a", {{"key", "again"}});
+    EXPECT_EQ(got, "value!");
+}
+
+Task convert(std::string& order) {
+    order += "begun ";
+    const auto result = co_await inBackground([] { return 42; });
+    order += std::to_string(result);
+}
+
+TEST_F(ServicesTest, ATaskLeavesTheMainThreadAndComesBack) {
+    std::string order;
+    convert(order);
+    order += "left ";
+    desktop.runLoop.settle();
+    EXPECT_EQ(order, "begun left 42");
+}
+
+TEST_F(ServicesTest, VirtualTimeRunsInOrderOfMomentAndOfCall) {
+    std::string order;
+    auto& loop = desktop.runLoop;
+    onMainAfter(2, [&] { order += "d"; });
+    onMainAfter(1, [&] { order += "b"; });
+    onMainAfter(1, [&] { order += "c"; });
+    onMain([&] { order += "a"; });
+    EXPECT_EQ(order, "");
+    loop.advance(2);
+    EXPECT_EQ(order, "abcd");
+
+    int fired = 0;
+    std::unique_ptr<NSTimer> timer;
+    timer = loop.repeatingTimer(1, [&] {
+        if (++fired == 3) timer->invalidate();
+    });
+    loop.advance(10);
+    EXPECT_EQ(fired, 3);
+    EXPECT_FALSE(timer->isValid());
+
+    const auto queue = loop.serialQueue("test");
+    order.clear();
+    const auto cancelled = queue->asyncAfter(1, [&] { order += "x"; });
+    queue->asyncAfter(0, [&] { order += "1"; });
+    cancelled->cancel();
+    queue->sync([&] { order += "2"; });
+    loop.advance(5);
+    EXPECT_EQ(order, "12") << "sync waits for what is due, and nothing runs twice";
+}
+
+// The user defaults.
+
+TEST_F(ServicesTest, SettingsOfEveryTypeSurvive) {
+    auto& defaults = UserDefaults::standard();
+    const std::map<std::string, PropertyValue> values{
+        {"flag", false},
+        {"number", 520.5},
+        {"text", std::string("a <b> & ä\n")},
+        {"data", Data(std::string_view("\0\xff", 2))},
+        {"date", Date{800000000}},
+        {"strings", std::vector<std::string>{"b", "", "ä"}},
+        {"none", std::vector<std::string>{}},
+    };
+    for (const auto& [key, value] : values) defaults.set(key, value);
+    desktop.runLoop.advance(1);
+    UserDefaults read(desktop.files, settings);
+    for (const auto& [key, value] : values) EXPECT_EQ(read.object(key), value) << key;
+    EXPECT_FALSE(read.object("absent"));
+    EXPECT_FALSE(read.value<bool>("text")) << "another type is as good as absent";
+    EXPECT_EQ(read.value<bool>("flag"), false) << "false is told from absent";
+    read.remove("flag");
+    read.synchronize();
+    EXPECT_FALSE(UserDefaults(desktop.files, settings).object("flag"));
+}
+
+TEST_F(ServicesTest, ATornSettingsFileIsKeptAside) {
+    for (const std::string torn : {"", "<?xml version=\"1.0\"?><plist><dict><key>a</key>", "bplist00garbage",
+                                   "{ a = 1; }", "<?xml version=\"1.0\"?><plist><array/></plist>"}) {
+        SCOPED_TRACE(torn);
+        desktop.files.files.clear();
+        desktop.files.makeFolder(folderOf(settings));
+        desktop.files.files[settings] = Bytes(torn.begin(), torn.end());
+        UserDefaults defaults(desktop.files, settings);
+        defaults.set("a", true);
+        defaults.synchronize();
+        EXPECT_TRUE(UserDefaults(desktop.files, settings).boolForKey("a"));
+        EXPECT_EQ(desktop.files.files.size(), 2U);
+        EXPECT_EQ(asText(desktop.files.files.rbegin()->second), torn) << desktop.files.files.rbegin()->first;
+    }
+}
+
+TEST(Cache, DropsTheLeastRecentlyUsed) {
+    NSCache<int> cache(3, 100);
+    const auto put = [&](const char* key, std::size_t cost) {
+        cache.setObject(std::make_shared<int>(1), key, cost);
+    };
+    const auto has = [&](const char* key) { return cache.objectForKey(key) != nullptr; };
+    put("a", 10);
+    put("b", 10);
+    put("c", 10);
+    EXPECT_TRUE(has("a"));
+    put("d", 10);
+    EXPECT_FALSE(has("b")) << "over the count";
+    put("e", 85);
+    EXPECT_FALSE(has("c") || has("a")) << "over the cost";
+    EXPECT_TRUE(has("d") && has("e"));
+    put("f", 101);
+    EXPECT_FALSE(has("f"));
+    cache.removeObjectForKey("e");
+    cache.removeObjectForKey("e");
+    EXPECT_FALSE(has("e"));
+}
+
+}  // namespace
+}  // namespace vellumix

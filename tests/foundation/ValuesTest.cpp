@@ -1,0 +1,234 @@
+#include <limits>
+
+#include "platform/foundation/Base64.h"
+#include "platform/foundation/Hasher.h"
+#include "platform/foundation/Json.h"
+#include "platform/foundation/URL.h"
+#include "platform/foundation/UUID.h"
+#include "platform/foundation/Unicode.h"
+#include "support/HeadlessTest.h"
+
+namespace vellumix {
+namespace {
+
+std::string written(const std::function<void(JsonWriter&)>& write) {
+    Bytes out;
+    JsonWriter writer(out);
+    write(writer);
+    return std::string(asText(out));
+}
+
+TEST(Json, NumbersReadBackToTheSameValue) {
+    const double values[] = {0,
+                             -0.0,
+                             1,
+                             800000000.25,
+                             0.1,
+                             1e21,
+                             1e-7,
+                             std::numeric_limits<double>::max(),
+                             5e-324,
+                             1.0 / 3,
+                             123456789012345678.0};
+    for (const auto value : values) {
+        const auto text = written([&](JsonWriter& writer) { writer.number(value); });
+        double read = 1;
+        JsonReader reader(viewOf(text));
+        EXPECT_TRUE(reader.number(read) && reader.end()) << text;
+        EXPECT_EQ(std::memcmp(&read, &value, sizeof value), 0) << text;
+    }
+    EXPECT_EQ(written([](JsonWriter& writer) { writer.number(800000000); }), "800000000");
+}
+
+TEST(Json, StringsAreEscapedAndReadBackAtEveryLength) {
+    EXPECT_EQ(written([](JsonWriter& writer) { writer.string("/\"\\\b\f\n\r\t\x01\x1f\x7fä€😀"); }),
+              "\"\\/\\\"\\\\\\b\\f\\n\\r\\t\\u0001\\u001f\x7fä€😀\"");
+    // Every position of something to escape, across the width of a block.
+    for (std::size_t length = 0; length < 40; ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            std::string text(length, 'x');
+            text[at] = "/\n\"\x1f"[at % 4];
+            const auto json = written([&](JsonWriter& writer) { writer.string(text); });
+            std::string read;
+            EXPECT_TRUE(JsonReader(viewOf(json)).string(read));
+            EXPECT_EQ(read, text);
+        }
+    }
+    std::string text;
+    EXPECT_TRUE(JsonReader(viewOf(R"("\u00e9\ud83d\ude00\/")")).string(text));
+    EXPECT_EQ(text, "é😀/");
+}
+
+TEST(Json, TheReaderIsStrict) {
+    for (const auto* text : {"",
+                             " ",
+                             "{",
+                             "[",
+                             "[1",
+                             "[1,",
+                             "[1 2]",
+                             "{\"a\"}",
+                             "{\"a\":}",
+                             "{a:1}",
+                             "{\"a\":1,}",
+                             "01",
+                             "1.",
+                             ".5",
+                             "-",
+                             "+1",
+                             "1e",
+                             "tru",
+                             "nul",
+                             "\"a",
+                             "\"\x01\"",
+                             "\"\\x\"",
+                             "\"\\u12\"",
+                             "\"\\u12g4\"",
+                             "\"\\ud800\"",
+                             "\"\\udc00\"",
+                             "\"\\ud800\\u0041\"",
+                             "\"\xff\"",
+                             "\"\xc0\x80\"",
+                             "\"\xed\xa0\x80\"",
+                             "1 2",
+                             "[]]",
+                             "\xEF\xBB\xBF[]"}) {
+        EXPECT_FALSE(JsonValue::parse(text)) << text;
+    }
+    for (const auto* text : {"0", "-0.5e+3", " [ ] ", "{ \"a\" : [ null , true , false ] }", "\"\\u0000\""}) {
+        EXPECT_TRUE(JsonValue::parse(text)) << text;
+    }
+}
+
+TEST(Base64, EscapedAndPlainAgreeForAllLengthsAndBytes) {
+    Bytes bytes;
+    std::uint32_t state = 1;
+    for (int length = 0; length < 300; ++length) {
+        const auto plain = base64::encode(bytes);
+        std::string expected;
+        for (const char c : plain) expected += c == '/' ? std::string("\\/") : std::string(1, c);
+        Bytes escaped(base64::escapedSizeLimit(bytes.size()));
+        escaped.resize(
+            static_cast<std::size_t>(base64::encodeEscaped(bytes, escaped.data()) - escaped.data()));
+        EXPECT_EQ(asText(escaped), expected);
+        EXPECT_EQ(base64::decode(plain), bytes);
+
+        const auto quoted = expected + "\"rest";
+        auto text = viewOf(quoted);
+        Bytes decoded;
+        EXPECT_TRUE(base64::decodeEscaped(text, decoded));
+        EXPECT_EQ(decoded, bytes);
+        EXPECT_EQ(asText(text), "rest");
+
+        // Mostly slashes in every third buffer.
+        state = state * 1664525 + 1013904223;
+        bytes.push_back(length % 3 ? static_cast<std::uint8_t>(state >> 24) : 0xFF);
+    }
+    for (const auto* bad : {"QUJD", "QUJ\"", "QU=D\"", "QUJDRA\"", "QUJDRB==\"", "QUJD\\n\"", "QUJD \"",
+                            "QUJDQUJDQUJDQUJDQUJDQUJ?\"", "=\"", "====\""}) {
+        auto text = viewOf(bad);
+        Bytes decoded;
+        EXPECT_FALSE(base64::decodeEscaped(text, decoded)) << bad;
+    }
+}
+
+TEST(Hasher, FeedsAreDistinctAndChunksAreNot) {
+    const auto hash = [](std::initializer_list<std::string_view> parts) {
+        Hasher hasher(Hasher::Key{1, 2});
+        for (const auto part : parts) hasher.combine(part);
+        return hasher.finalize();
+    };
+    EXPECT_EQ(hash({"file", "abcdefghijk"}), hash({"file", "abcdefghijk"}));
+    EXPECT_NE(hash({"ab", "c"}), hash({"a", "bc"}));
+    EXPECT_NE(hash({"text", std::string_view("a\0", 2)}), hash({"text", "a"}));
+    Hasher other(Hasher::Key{1, 3});
+    other.combine("a");
+    EXPECT_NE(other.finalize(), hash({"a"}));
+}
+
+TEST(URL, PartsOfOddAndOrdinaryAddresses) {
+    const struct {
+        const char* text;
+        const char* scheme;
+        const char* path;
+        const char* last;
+    } cases[] = {
+        {"file:///home/u/a%20b.txt", "file", "/home/u/a b.txt", "a b.txt"},
+        {"file://localhost/etc/", "file", "/etc", "etc"},
+        {"FILE:/x", "FILE", "/x", "x"},
+        {"https://u@h:8080/p?q#f", "https", "/p", "p"},
+        {"https://h", "https", "", ""},
+        {"mailto:a@b", "mailto", "a@b", "a@b"},
+        {"relative/path", "", "relative/path", "path"},
+        {"file:///", "file", "/", "/"},
+    };
+    for (const auto& each : cases) {
+        const auto url = URL::parse(each.text);
+        ASSERT_TRUE(url) << each.text;
+        EXPECT_EQ(url->scheme(), each.scheme) << each.text;
+        EXPECT_EQ(url->path(), each.path) << each.text;
+        EXPECT_EQ(url->lastPathComponent(), each.last) << each.text;
+        EXPECT_EQ(url->absoluteString(), each.text);
+    }
+    EXPECT_TRUE(URL::parse("FILE:/x")->isFile());
+    for (const auto* bad : {"", " ", "a b", "http://a\tb", "1http://x", ":x", "http://h:80a/", "http://%",
+                            "a\"b", "<a>", "h\xff"}) {
+        EXPECT_FALSE(URL::parse(bad)) << bad;
+    }
+    const auto odd = URL::file("/tmp/100% ä?#.txt");
+    EXPECT_EQ(odd.absoluteString(), "file:///tmp/100%25%20%C3%A4%3F%23.txt");
+    EXPECT_EQ(odd.path(), "/tmp/100% ä?#.txt");
+    EXPECT_EQ(URL::parse(odd.absoluteString()), odd);
+}
+
+TEST(UUID, ReadsBothCasesAndWritesUpper) {
+    const auto id = UUID::parse("e621e1f8-c36c-495a-93fc-0c247a3e6e5f");
+    ASSERT_TRUE(id);
+    EXPECT_EQ(id->uuidString(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+    EXPECT_NE(UUID::random(), UUID::random());
+    EXPECT_EQ(UUID::random().uuidString()[14], '4');
+    for (const auto* bad : {"", "e621e1f8c36c495a93fc0c247a3e6e5f", "e621e1f8-c36c-495a-93fc-0c247a3e6e5",
+                            "g621e1f8-c36c-495a-93fc-0c247a3e6e5f", "e621e1f8-c36c-495a-93fc+0c247a3e6e5f"}) {
+        EXPECT_FALSE(UUID::parse(bad)) << bad;
+    }
+}
+
+TEST(Unicode, TextsThatReadTheSameAreEqual) {
+    const struct {
+        const char* a;
+        const char* b;
+        bool equal;
+    } cases[] = {
+        {"", "", true},
+        {"abc", "abd", false},
+        {"abc", "abcd", false},
+        {"caf\u00e9", "cafe\u0301", true},
+        {"cafe\u0301s", "caf\u00e9s", true},
+        {"caf\u00e9", "cafe", false},
+        {"q\u0307\u0323", "q\u0323\u0307", true},
+        {"\uAC00", "\u1100\u1161", true},
+        {"\u212B", "\u00C5", true},
+        {"ﬁ", "fi", false},
+        {"дом", "дым", false},
+        {"a\u0301", "a", false},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(canonicallyEqual(each.a, each.b), each.equal) << each.a << ' ' << each.b;
+        EXPECT_EQ(canonicallyEqual(each.b, each.a), each.equal) << each.b << ' ' << each.a;
+    }
+}
+
+TEST(Unicode, IllFormedTextIsRepairedAndBlanksAreTrimmed) {
+    EXPECT_EQ(repairedUTF8("a\xff\xc3\x28z"), "a\uFFFD\uFFFD(z");
+    EXPECT_EQ(fromLatin1("caf\xe9"), "café");
+    EXPECT_EQ(trimmedOfWhitespaceAndNewlines("\u00a0\u2029 a\u200b \u3000\r\n"), "a\u200b");
+    EXPECT_EQ(trimmedOfWhitespaceAndNewlines(" \u2003\n"), "");
+}
+
+TEST(Date, ReadsAsCalendarTime) {
+    EXPECT_EQ(Date{}.iso8601(), "2001-01-01T00:00:00Z");
+    EXPECT_EQ(Date::fromUnix(1795381200.9).iso8601(true), "20261122T210000Z");
+}
+
+}  // namespace
+}  // namespace vellumix

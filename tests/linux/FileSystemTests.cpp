@@ -1,0 +1,231 @@
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <numeric>
+
+#include "linux/TestProcess.h"
+#include "platform/linux/InstanceLock.h"
+#include "platform/linux/Paths.h"
+#include "platform/linux/PosixFileSystem.h"
+#include "platform/linux/SystemLog.h"
+
+namespace vellumix::linux_desktop {
+namespace {
+
+constexpr uid_t nobody = 65534;
+
+class FileSystemTest : public testing::Test {
+protected:
+    std::string path(const char* name) const { return folder.path() + '/' + name; }
+    std::string contentOf(const std::string& file) {
+        Bytes content;
+        EXPECT_FALSE(files.read(file, content)) << file;
+        return std::string(asText(content));
+    }
+    static mode_t modeOf(const std::string& file) {
+        struct stat facts {};
+        EXPECT_EQ(::stat(file.c_str(), &facts), 0) << file;
+        return facts.st_mode & 07777;
+    }
+    std::vector<std::string> names() const {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+            found.push_back(entry.path().filename());
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
+    TemporaryFolder folder;
+    PosixFileSystem files;
+};
+
+TEST_F(FileSystemTest, ModesAreExactWhateverTheUmask) {
+    for (const mode_t mask : {0000, 0077, 0777}) {
+        SCOPED_TRACE(mask);
+        const auto deep = path(std::to_string(mask).c_str());
+        const auto outer = ::umask(mask);
+        EXPECT_FALSE(files.makeFolder(deep + "/a/b"));
+        EXPECT_FALSE(files.makeFolder(deep + "/a/b"));
+        EXPECT_FALSE(writeAtomically(files, deep + "/a/b/file", viewOf("text")));
+        ::umask(outer);
+        EXPECT_EQ(modeOf(deep), 0700u);
+        EXPECT_EQ(modeOf(deep + "/a"), 0700u);
+        EXPECT_EQ(modeOf(deep + "/a/b/file"), 0600u);
+    }
+    std::ofstream(path("wide")) << "old and longer";
+    ::chmod(path("wide").c_str(), 0666);
+    FileSystem::Handle handle{};
+    ASSERT_FALSE(files.openForWriting(path("wide"), handle));
+    EXPECT_FALSE(files.write(handle, viewOf("new")));
+    EXPECT_FALSE(files.sync(handle));
+    EXPECT_FALSE(files.close(handle));
+    EXPECT_EQ(modeOf(path("wide")), 0600u);
+    EXPECT_EQ(contentOf(path("wide")), "new");
+}
+
+TEST_F(FileSystemTest, ReadsWholeRegularFilesOnly) {
+    Bytes large(30 * 1024 * 1024);
+    std::iota(large.begin(), large.end(), std::uint8_t{0});
+    ASSERT_FALSE(writeAtomically(files, path("large"), large));
+    Bytes content(7);
+    ASSERT_FALSE(files.read(path("large"), content));
+    EXPECT_EQ(content, large);
+    std::ofstream(path("empty"));
+    ASSERT_FALSE(files.read(path("empty"), content));
+    EXPECT_TRUE(content.empty());
+
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::symlink(path("large").c_str(), path("link").c_str()), 0);
+    ASSERT_FALSE(files.makeFolder(path("folder")));
+    const struct {
+        std::string path;
+        std::errc reason;
+    } refused[]{
+        {path("absent"), std::errc::no_such_file_or_directory},
+        {path("folder"), std::errc::is_a_directory},
+        {path("pipe"), std::errc::invalid_argument},
+        {path("link"), std::errc::too_many_symbolic_link_levels},
+        {"/dev/zero", std::errc::invalid_argument},
+    };
+    for (const auto& one : refused) {
+        EXPECT_TRUE(files.read(one.path, content) == one.reason) << one.path;
+        EXPECT_TRUE(content.empty());
+    }
+    // The kernel says 0 bytes of these, and yet they have content.
+    ASSERT_FALSE(files.read("/proc/self/status", content));
+    EXPECT_TRUE(asText(content).starts_with("Name:"));
+}
+
+TEST_F(FileSystemTest, NeverWritesThroughALinkOrIntoAPipe) {
+    std::ofstream(path("victim")) << "untouched";
+    ASSERT_EQ(::symlink(path("victim").c_str(), path("link").c_str()), 0);
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+    FileSystem::Handle handle{};
+    EXPECT_TRUE(files.openForWriting(path("link"), handle) == std::errc::too_many_symbolic_link_levels);
+    EXPECT_TRUE(files.openForWriting(path("pipe"), handle));
+    EXPECT_TRUE(files.openForWriting(folder.path(), handle));
+    // A link planted under the temporary name stops the write; one under the final name is replaced.
+    ASSERT_EQ(::symlink(path("victim").c_str(), path(".file.tmp").c_str()), 0);
+    EXPECT_TRUE(writeAtomically(files, path("file"), viewOf("x")));
+    EXPECT_FALSE(writeAtomically(files, path("link"), viewOf("mine")));
+    EXPECT_EQ(contentOf(path("link")), "mine");
+    EXPECT_EQ(contentOf(path("victim")), "untouched");
+}
+
+TEST_F(FileSystemTest, ErrorsAreThoseOfTheSystem) {
+    std::ofstream(path("file")) << "x";
+    EXPECT_TRUE(files.makeFolder(path("file")) == std::errc::not_a_directory);
+    EXPECT_TRUE(files.makeFolder(path("file/below")) == std::errc::not_a_directory);
+    EXPECT_TRUE(files.rename(path("absent"), path("other")) == std::errc::no_such_file_or_directory);
+    EXPECT_TRUE(files.remove(path("absent")) == std::errc::no_such_file_or_directory);
+    EXPECT_TRUE(files.syncFolder(path("absent")) == std::errc::no_such_file_or_directory);
+    EXPECT_FALSE(files.syncFolder(folder.path()));
+    ASSERT_EQ(::symlink("nowhere", path("dangling").c_str()), 0);
+    EXPECT_TRUE(files.exists(path("dangling")));
+    EXPECT_FALSE(files.exists(path("absent")));
+    EXPECT_FALSE(files.remove(path("file")));
+    EXPECT_FALSE(files.exists(path("file")));
+}
+
+TEST_F(FileSystemTest, AFullDiskKeepsTheOldFile) {
+    std::ofstream(path("file")) << "old";
+    const auto write = [this] { return writeAtomically(files, path("file"), Bytes(1 << 20)); };
+    const bool isMounted = ::mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=64k") == 0 &&
+                           static_cast<bool>(std::ofstream(path("file")) << "old");
+    if (isMounted) {
+        EXPECT_TRUE(write() == std::errc::no_space_on_device);
+    } else {
+        // Where the test may not mount, a limit on the file size fails the same call.
+        rlimit before{};
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit small{64 * 1024, before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        EXPECT_TRUE(write() == std::errc::file_too_large);
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+    }
+    EXPECT_EQ(contentOf(path("file")), "old");
+    EXPECT_EQ(names(), std::vector<std::string>{"file"});
+    if (isMounted) ::umount(folder.path().c_str());
+}
+
+TEST_F(FileSystemTest, AReadOnlyFolderKeepsTheOldFile) {
+    std::ofstream(path("file")) << "old";
+    ::chmod(folder.path().c_str(), 0555);
+    // The rules for folders don't hold for the superuser.
+    const bool isSuperuser = ::geteuid() == 0;
+    const uid_t before = ::geteuid();
+    ASSERT_EQ(::seteuid(isSuperuser ? nobody : before), 0);
+    EXPECT_TRUE(writeAtomically(files, path("file"), viewOf("new")) == std::errc::permission_denied);
+    EXPECT_TRUE(files.makeFolder(path("below")) == std::errc::permission_denied);
+    ASSERT_EQ(::seteuid(before), 0);
+    EXPECT_EQ(contentOf(path("file")), "old");
+    EXPECT_EQ(names(), std::vector<std::string>{"file"});
+}
+
+TEST_F(FileSystemTest, OneProcessHoldsTheDataFolder) {
+    const auto data = path("data/Vellumix");
+    InstanceLock first, second;
+    EXPECT_EQ(first.take(files, data), InstanceLock::Outcome::taken);
+    EXPECT_EQ(modeOf(data + "/lock"), 0600u);
+    EXPECT_EQ(second.take(files, data), InstanceLock::Outcome::heldByOther);
+    first.release();
+    EXPECT_EQ(second.take(files, data), InstanceLock::Outcome::taken);
+    std::ofstream(path("file"));
+    EXPECT_EQ(first.take(files, path("file")), InstanceLock::Outcome::failed);
+}
+
+TEST(PathsTest, FollowTheBaseDirectories) {
+    struct Case {
+        std::map<std::string, const char*> variables;
+        std::string data, config, temporary;
+    };
+    const Case cases[]{
+        {{{"HOME", "/home/ana"}}, "/home/ana/.local/share", "/home/ana/.config", "/tmp"},
+        {{{"HOME", "/home/ana/"}, {"XDG_DATA_HOME", ""}, {"XDG_CONFIG_HOME", "relative"}, {"TMPDIR", "."}},
+         "/home/ana/.local/share",
+         "/home/ana/.config",
+         "/tmp"},
+        {{{"HOME", "/home/ana"}, {"XDG_DATA_HOME", "/d//"}, {"XDG_CONFIG_HOME", "/c"}, {"TMPDIR", "/t/"}},
+         "/d",
+         "/c",
+         "/t"},
+        {{{"HOME", "/"}}, "/.local/share", "/.config", "/tmp"},
+    };
+    for (const auto& one : cases) {
+        const auto paths = Paths::ofUser([&](const char* name) {
+            const auto found = one.variables.find(name);
+            return found == one.variables.end() ? nullptr : found->second;
+        });
+        EXPECT_EQ(paths.dataHome, one.data);
+        EXPECT_EQ(paths.configHome, one.config);
+        EXPECT_EQ(paths.temporaryFolder, one.temporary);
+    }
+    const auto ofAccount = Paths::ofUser([](const char*) -> const char* { return nullptr; });
+    ASSERT_TRUE(ofAccount.dataHome);
+    EXPECT_TRUE(ofAccount.dataHome->ends_with("/.local/share"));
+}
+
+TEST(SystemLogTest, WritesOneLineAMessageWhateverIsInIt) {
+    SystemLog log(SystemLog::StandardError::always);
+    testing::internal::CaptureStderr();
+    log.write(LogSink::Level::error, "Store",
+              "two\nlines, \x1b[31mred\x7f, \xC2\x9B"
+              "31m, n\u00e3o \u7b14");
+    log.write(LogSink::Level::info, "Defaults", "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "vellumix: [Store] two\\x0alines, \\x1b[31mred\\x7f, \\x9b31m, n\u00e3o \u7b14\n"
+              "vellumix: [Defaults] \n");
+}
+
+}  // namespace
+}  // namespace vellumix::linux_desktop

@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <future>
+
+#include "linux/PrivateSession.h"
+#include "platform/linux/GLibRunLoop.h"
+#include "platform/linux/RunningInstance.h"
+#include "platform/linux/SessionService.h"
+
+namespace vellumix::linux_desktop {
+namespace {
+
+using Outcome = SessionService::Outcome;
+using Presence = RunningInstance::Presence;
+
+class SessionServiceTest : public testing::Test {
+protected:
+    /// Runs a client, which blocks, beside the main loop that serves it.
+    template <class Client>
+    auto beside(Client client) {
+        std::promise<decltype(client())> result;
+        bool isDone = false;
+        loop.background([&] {
+            result.set_value(client());
+            loop.post([&] { isDone = true; });
+        });
+        loop.runUntil([&] { return isDone; });
+        return result.get_future().get();
+    }
+
+    PrivateSession session;
+    GLibRunLoop loop;
+};
+
+TEST_F(SessionServiceTest, AnswersOthersAndEndsOnRequest) {
+    EXPECT_EQ(RunningInstance().presence(), Presence::notRunning);
+    EXPECT_FALSE(RunningInstance().status());
+    EXPECT_FALSE(RunningInstance().quit());
+
+    auto claim = SessionService::claim();
+    ASSERT_EQ(claim.outcome, Outcome::owner);
+    EXPECT_FALSE(beside([] { return RunningInstance().status(); })) << "before the handlers";
+    int activations = 0;
+    claim.service->setHandlers({
+        .status = [] { return std::string(R"({"pinned":2})"); },
+        .quit = [&] { loop.post([&] { claim.service.reset(); }); },
+        .activate = [&] { ++activations; },
+    });
+    EXPECT_EQ(beside([] { return RunningInstance().status(); }), R"({"pinned":2})");
+    EXPECT_TRUE(beside([] { return RunningInstance().activate(); }));
+    EXPECT_EQ(activations, 1);
+
+    const auto second = SessionService::claim();
+    EXPECT_EQ(second.outcome, Outcome::otherOwns);
+    EXPECT_FALSE(second.service);
+
+    EXPECT_TRUE(beside([] { return RunningInstance().quit(); }));
+    EXPECT_FALSE(claim.service);
+    EXPECT_EQ(RunningInstance().presence(), Presence::notRunning);
+    EXPECT_EQ(SessionService::claim().outcome, Outcome::owner) << "the name is free again";
+}
+
+TEST_F(SessionServiceTest, LosingTheBusEndsNothing) {
+    auto claim = SessionService::claim();
+    ASSERT_EQ(claim.outcome, Outcome::owner);
+    session.endBus();
+    bool isPast = false;
+    loop.postAfter(0.02, [&] { isPast = true; });
+    loop.runUntil([&] { return isPast; });
+    claim.service.reset();
+    EXPECT_EQ(SessionService::claim().outcome, Outcome::noBus);
+    EXPECT_EQ(RunningInstance().presence(), Presence::noBus);
+}
+
+TEST(SessionServiceWithoutBus, SaysSo) {
+    PrivateSession session(PrivateSession::Bus::absent);
+    EXPECT_EQ(SessionService::claim().outcome, Outcome::noBus);
+    EXPECT_EQ(RunningInstance().presence(), Presence::noBus);
+    EXPECT_FALSE(RunningInstance().status());
+    const ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    EXPECT_EQ(SessionService::claim().outcome, Outcome::noBus);
+}
+
+}  // namespace
+}  // namespace vellumix::linux_desktop

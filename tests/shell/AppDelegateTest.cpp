@@ -1,0 +1,109 @@
+#include "shell/AppDelegate.h"
+
+#include "platform/foundation/Json.h"
+#include "shell/CommandLine.h"
+#include "shell/StatusReport.h"
+#include "support/HeadlessTest.h"
+
+namespace vellumix {
+namespace {
+
+class AppDelegateTest : public HeadlessTest {
+protected:
+    static AppDelegate::ProcessInfo started(std::vector<std::string> arguments = {},
+                                            std::string variable = {}) {
+        return {std::move(arguments), [variable](const std::string& name) {
+                    return name == variable ? std::optional<std::string>("x") : std::nullopt;
+                }};
+    }
+    void copy(const char* text) {
+        desktop.pasteboard.copyElsewhere({.text = String(text)});
+        desktop.runLoop.advance(0.25);
+    }
+};
+
+TEST_F(AppDelegateTest, ACopyJustBeforeTheEndIsOnDisk) {
+    {
+        AppDelegate application;
+        EXPECT_EQ(application.watcher(), nullptr);
+        application.applicationDidFinishLaunching(started());
+        copy("last words");
+        application.applicationWillTerminate();
+        copy("too late");
+    }
+    EXPECT_TRUE(history().starts_with("VLX1"));
+    AppDelegate again;
+    EXPECT_EQ(textsOf(again.store().items().get()), std::vector<std::string>{"last words"});
+}
+
+TEST_F(AppDelegateTest, UnderATestHarnessNothingStarts) {
+    UserDefaults::standard().set("onboarding.completed", PropertyValue(true));
+    AppDelegate application;
+    application.applicationDidFinishLaunching(started({"-resetOnboarding"}, "XCTestConfigurationFilePath"));
+    EXPECT_FALSE(UserDefaults::standard().object("onboarding.completed")) << "the switch comes first";
+    EXPECT_EQ(application.watcher(), nullptr);
+    application.applicationWillTerminate();
+}
+
+TEST_F(AppDelegateTest, TheLaunchCleansWhenAskedTo) {
+    {
+        AutoCleanSettings chosen;
+        chosen.modes = {AutoCleanMode::onLaunch};
+        chosen.save();
+        Store store;
+        store.add(textItem("old"));
+        store.saveNow();
+    }
+    AppDelegate application;
+    EXPECT_EQ(application.store().items()->size(), 1U);
+    application.applicationDidFinishLaunching(started());
+    EXPECT_TRUE(application.store().items()->empty());
+    EXPECT_EQ(application.autoCleanSettings->lastRunAt, desktop.runLoop.now());
+    EXPECT_EQ(AutoCleanSettings::load(), application.autoCleanSettings.get());
+}
+
+TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
+    AppDelegate application;
+    application.applicationDidFinishLaunching(started());
+    auto status = JsonValue::parse(statusReport(application));
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(std::holds_alternative<std::nullptr_t>((*status)["lastCapture"]->value));
+
+    copy("secret words");
+    copy("https://example.org/hidden");
+    application.store().togglePin(application.store().items().get()[0]);
+    desktop.pasteboard.copyElsewhere(
+        {.text = String("password"), .otherTypes = {std::string(concealedMarkerType)}});
+    desktop.runLoop.advance(0.25);
+    const auto json = statusReport(application);
+    status = JsonValue::parse(json);
+    ASSERT_TRUE(status);
+    const auto number = [](const JsonValue* value) { return std::get<JsonValue::Number>(value->value).text; };
+    EXPECT_EQ(number((*(*status)["entries"])["text"]), "1");
+    EXPECT_EQ(number((*(*status)["entries"])["link"]), "1");
+    EXPECT_EQ(number((*status)["pinned"]), "1");
+    EXPECT_EQ(number((*status)["locked"]), "0");
+    EXPECT_EQ(std::get<std::string>((*status)["file"]->value), historyPath);
+    EXPECT_EQ(std::get<std::string>((*(*status)["lastRefusal"])["reason"]->value),
+              "marked as not to be recorded");
+    const auto lines = readableStatus(json);
+    EXPECT_NE(lines.find("1 link"), std::string::npos);
+    for (const auto* content : {"secret", "example", "password"}) {
+        EXPECT_EQ((json + lines).find(content), std::string::npos);
+    }
+    EXPECT_EQ(readableStatus("{}"), "");
+}
+
+TEST(CommandLine, Words) {
+    using Command = CommandLine::Command;
+    EXPECT_EQ(CommandLine::parse({}).command, Command::run);
+    EXPECT_EQ(CommandLine::parse({"-resetOnboarding"}).error, "");
+    EXPECT_EQ(CommandLine::parse({"status", "--json"}).json, true);
+    EXPECT_EQ(CommandLine::parse({"quit"}).command, Command::quit);
+    EXPECT_EQ(CommandLine::parse({"--platform=headless"}).platform, CommandLine::PlatformChoice::headless);
+    EXPECT_NE(CommandLine::parse({"--json"}).error, "");
+    EXPECT_NE(CommandLine::parse({"stauts"}).error, "");
+}
+
+}  // namespace
+}  // namespace vellumix

@@ -1,0 +1,199 @@
+// What other programs get when they paste: our own content, and content whose owner has ended.
+
+#include "x11/X11Test.h"
+
+namespace vellumix::tests {
+
+using Answer = Peer::Answer;
+using Manner = Peer::Manner;
+
+class OwningTest : public X11Test {
+protected:
+    void newPeer() { peer = std::make_unique<Peer>(runLoop); }
+    void copyAndPreserve(const std::vector<Answer>& answers) {
+        peer->copy(answers);
+        const auto seen = changesSeen;
+        ASSERT_TRUE(wait([&] { return changesSeen > seen; }));
+        pasteboard->preserve(pasteboard->changeCount());
+    }
+};
+
+TEST_F(OwningTest, ContentGoesOutUnderEveryTargetThatProgramsAskFor) {
+    struct Case {
+        std::function<void()> write;
+        std::vector<std::array<std::string, 3>> expected;
+    };
+    const std::vector<URL> files{URL::file("/tmp/a b"), URL::file("/tmp/ż")};
+    const std::string uris = "file:///tmp/a%20b\r\nfile:///tmp/%C5%BC\r\n";
+    const Case cases[] = {
+        {[&] { pasteboard->setString("zł é", NSPasteboardTypeString); },
+         {{"UTF8_STRING", "UTF8_STRING", "zł é"},
+          {"text/plain;charset=utf-8", "text/plain;charset=utf-8", "zł é"},
+          {"text/plain", "text/plain", "zł é"},
+          {"TEXT", "UTF8_STRING", "zł é"},
+          {"STRING", "STRING", "z? \xe9"}}},
+        {[&] { pasteboard->writeImage(Data(std::string_view("\x89PNG"))); },
+         {{"image/png", "image/png", "\x89PNG"}}},
+        {[&] { pasteboard->writeFileURLs(files); },
+         {{"text/uri-list", "text/uri-list", uris},
+          {"x-special/gnome-copied-files", "x-special/gnome-copied-files",
+           "copy\nfile:///tmp/a%20b\nfile:///tmp/%C5%BC"},
+          {"application/x-kde-cutselection", "application/x-kde-cutselection", "0"},
+          {"UTF8_STRING", "UTF8_STRING", "/tmp/a b\n/tmp/ż"}}},
+    };
+    for (const auto& one : cases) {
+        const auto before = pasteboard->changeCount();
+        EXPECT_EQ(pasteboard->clearContents(), before + 1);
+        one.write();
+        ASSERT_TRUE(waitForOurOwnership());
+        const auto targets = peer->pasteTargets();
+        for (const char* name : {"TARGETS", "TIMESTAMP", "MULTIPLE"}) {
+            EXPECT_EQ(std::count(targets.begin(), targets.end(), name), 1) << name;
+        }
+        for (const auto& [target, type, bytes] : one.expected) {
+            SCOPED_TRACE(target);
+            EXPECT_EQ(std::count(targets.begin(), targets.end(), target), 1);
+            EXPECT_EQ(peer->paste(target), bytes);
+            EXPECT_EQ(peer->pastedType(), type);
+        }
+        EXPECT_FALSE(peer->paste("image/x-unknown"));
+        EXPECT_EQ(pasteboard->changeCount(), before + 1);
+    }
+}
+
+TEST_F(OwningTest, MultipleServesWhatItCanAndNamesWhatItCannot) {
+    write("text");
+    EXPECT_EQ(peer->pasteMultiple({"UTF8_STRING", "image/png", "STRING", "TIMESTAMP"}),
+              (std::vector<bool>{true, false, true, true}));
+}
+
+TEST_F(OwningTest, LargeContentGoesToSeveralAtATimeAndOutlivesItsOwnership) {
+    std::string large(5'000'000, 'x');
+    for (std::size_t at = 0; at < large.size(); at += 11) large[at] = static_cast<char>('a' + at % 26);
+    write(large);
+    Peer other(runLoop);
+    const auto first = peer->beginPaste("UTF8_STRING");
+    const auto second = peer->beginPaste("text/plain");
+    const auto third = other.beginPaste("UTF8_STRING");
+    ASSERT_TRUE(wait([&] { return pasteboard->activeTransfers() == 3; }));
+    Peer next(runLoop);
+    next.copyText("next");
+    EXPECT_EQ(nextText(), "next");
+    ASSERT_TRUE(wait([&] { return first->isDone && second->isDone && third->isDone; }));
+    EXPECT_TRUE(first->bytes == large);
+    EXPECT_TRUE(second->bytes == large);
+    EXPECT_TRUE(third->bytes == large);
+    EXPECT_TRUE(wait([&] { return pasteboard->activeTransfers() == 0; }));
+}
+
+TEST_F(OwningTest, LosingTheClipboardEndsOurContent) {
+    write("ours");
+    EXPECT_EQ(text(), "ours");
+    peer->copy({{.target = "UTF8_STRING", .bytes = "", .manner = Manner::silent}});
+    ASSERT_TRUE(wait([&] { return pasteboard->activeTransfers() == 1; }));
+    EXPECT_FALSE(pasteboard->setString("more", NSPasteboardTypeString));
+    peer->copyText("theirs");
+    EXPECT_EQ(nextText(), "theirs");
+    EXPECT_FALSE(pasteboard->setString("more", NSPasteboardTypeString));
+    EXPECT_TRUE(peer->isOwner());
+}
+
+TEST_F(OwningTest, ClearAndWriteAreOneOwnershipAndOneNotice) {
+    const auto seen = changesSeen;
+    pasteboard->clearContents();
+    pasteboard->setString("ours", NSPasteboardTypeString);
+    EXPECT_EQ(changesSeen, seen) << "an observer was called inside the write";
+    ASSERT_TRUE(waitForOurOwnership());
+    settle();
+    EXPECT_EQ(changesSeen, seen + 1);
+    EXPECT_EQ(peer->paste("UTF8_STRING"), "ours");
+}
+
+TEST_F(OwningTest, PreservedContentOutlivesItsOwnerInItsOwnForm) {
+    const std::vector<std::pair<Answer, std::string>> contents{
+        {{"UTF8_STRING", "kept"}, "UTF8_STRING"},
+        {{"image/tiff", "II*"}, "image/tiff"},
+        {{"text/uri-list", "file:///a%20b\r\n"}, "x-special/gnome-copied-files"},
+    };
+    const auto die = [&] { peer->die(); };
+    const auto destroy = [&] { peer->destroyWindow(); };
+    for (const auto& end : {std::function<void()>(die), std::function<void()>(destroy)}) {
+        for (const auto& [answer, target] : contents) {
+            SCOPED_TRACE(target);
+            copyAndPreserve({answer});
+            const auto count = pasteboard->changeCount();
+            const auto seen = changesSeen;
+            EXPECT_TRUE(peer->isOwner());
+            end();
+            ASSERT_TRUE(waitForOurOwnership());
+            newPeer();
+            const auto expected =
+                target == "x-special/gnome-copied-files" ? "copy\nfile:///a%20b" : answer.bytes;
+            EXPECT_EQ(peer->paste(target), expected);
+            EXPECT_EQ(pasteboard->changeCount(), count);
+            EXPECT_EQ(changesSeen, seen);
+        }
+    }
+}
+
+TEST_F(OwningTest, ContentIsOfferedAgainOnlyWhenThatIsRight) {
+    // Unpreserved content goes with its owner; allowed a moment later, it comes back.
+    peer->copyText("quick");
+    ASSERT_EQ(nextText(), "quick");
+    peer->die();
+    EXPECT_TRUE(waitForNoOwner());
+    newPeer();
+    pasteboard->preserve(pasteboard->changeCount() - 1);
+    EXPECT_TRUE(waitForNoOwner());
+    pasteboard->preserve(pasteboard->changeCount());
+    ASSERT_TRUE(waitForOurOwnership());
+    EXPECT_EQ(peer->paste("UTF8_STRING"), "quick");
+
+    // A deliberate clear is final.
+    copyAndPreserve({{"UTF8_STRING", "cleared"}});
+    peer->clear();
+    EXPECT_EQ(nextText(), "-");
+    peer->die();
+    EXPECT_TRUE(waitForNoOwner());
+    newPeer();
+
+    // Whoever copies next keeps the clipboard, also in the moment of the death.
+    copyAndPreserve({{"UTF8_STRING", "old"}});
+    Peer other(runLoop);
+    other.waitForNextServerTime();
+    peer->die();
+    other.copyText("new");
+    EXPECT_EQ(nextText(), "new");
+    newPeer();
+    settle();
+    EXPECT_TRUE(other.isOwner());
+}
+
+TEST_F(OwningTest, ProgramsThatEndAreAnsweredAtOnceButNotBeforeTheirCopyIsRead) {
+    peer->copyText("kept");
+    ASSERT_EQ(nextText(), "kept");
+    auto saved = peer->beginPaste("SAVE_TARGETS", "CLIPBOARD_MANAGER");
+    ASSERT_TRUE(wait([&] { return saved->isDone; }, 1));
+    EXPECT_TRUE(saved->bytes);
+
+    // A program that copies and ends in one breath: it is still asked for everything before it may go.
+    std::string large(2'000'000, 'x');
+    peer->copy({{.target = "UTF8_STRING", .bytes = large, .manner = Manner::incremental}});
+    saved = peer->beginPaste("SAVE_TARGETS", "CLIPBOARD_MANAGER");
+    std::int64_t countAtAnswer = 0;
+    const auto before = pasteboard->changeCount();
+    ASSERT_TRUE(wait([&] {
+        if (saved->isDone && !countAtAnswer) countAtAnswer = pasteboard->changeCount();
+        return saved->isDone;
+    }));
+    EXPECT_EQ(countAtAnswer, before + 1);
+    EXPECT_TRUE(text() == large);
+
+    // One that never gives its copy isn't held longer than the reading.
+    open({.answerSeconds = 0.05});
+    peer->copy({{.target = "UTF8_STRING", .bytes = "", .manner = Manner::silent}});
+    saved = peer->beginPaste("SAVE_TARGETS", "CLIPBOARD_MANAGER");
+    EXPECT_TRUE(wait([&] { return saved->isDone && !drops.empty(); }));
+}
+
+}  // namespace vellumix::tests

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace vellumix::tests {
+
+/// An X server of this process alone, on a display number that the server chooses; DISPLAY names it. Ends
+/// with this object, and with the process.
+class PrivateDisplay {
+public:
+    PrivateDisplay();
+    ~PrivateDisplay() { end(); }
+    PrivateDisplay(const PrivateDisplay&) = delete;
+    PrivateDisplay& operator=(const PrivateDisplay&) = delete;
+
+    /// Empty when the server didn't start.
+    const std::string& name() const { return _name; }
+    /// Ends the server at once, as a crash would.
+    void end();
+
+private:
+    pid_t _server = -1;
+    std::string _name;
+};
+
+}  // namespace vellumix::tests

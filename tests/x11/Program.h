@@ -1,0 +1,37 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/linux/GLibRunLoop.h"
+
+namespace vellumix::tests {
+
+/// A real program, started with some input; what it prints is collected while the loop runs. Ends with this
+/// object.
+class Program {
+public:
+    Program(linux_desktop::GLibRunLoop& runLoop, const std::vector<std::string>& command,
+            const std::string& input = {});
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    /// Serves the loop until the program has ended by itself; false when it doesn't in time.
+    bool waitForEnd();
+    /// Ends the program at once.
+    void kill();
+    const std::string& output() const { return _output; }
+
+private:
+    linux_desktop::GLibRunLoop& _runLoop;
+    pid_t _process = -1;
+    int _outputEnd = -1;
+    std::string _output;
+    bool _hasEnded = false;
+    Observation _watch;
+};
+
+}  // namespace vellumix::tests

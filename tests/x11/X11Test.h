@@ -1,0 +1,121 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/Log.h"
+#include "platform/x11/Pasteboard.h"
+#include "x11/Peer.h"
+#include "x11/PrivateDisplay.h"
+
+namespace vellumix::tests {
+
+/// Keeps the lines of the log.
+class LogLines final : public LogSink {
+public:
+    LogLines() : _outer(Log::install(this)) {}
+    ~LogLines() override { Log::install(_outer); }
+    void write(Level, std::string_view category, std::string_view message) override {
+        text += std::string(category) + ": " + std::string(message) + "\n";
+    }
+
+    std::string text;
+
+private:
+    LogSink* _outer;
+};
+
+/// A private display with a pasteboard on it, and another program beside it.
+class X11Test : public testing::Test {
+protected:
+    explicit X11Test(const x11::TransferLimits& limits = {}) {
+        connection = x11::Connection::open(runLoop, error);
+        if (!connection) return;
+        open(limits);
+        peer = std::make_unique<Peer>(runLoop);
+    }
+
+    void SetUp() override { ASSERT_TRUE(connection) << error; }
+
+    /// A pasteboard with other limits in place of the present one.
+    void open(const x11::TransferLimits& limits) {
+        pasteboard = std::make_unique<x11::Pasteboard>(*connection, limits);
+        changes = pasteboard->observeChanges([this] {
+            ++changesSeen;
+            if (onChange) onChange();
+        });
+        dropped = pasteboard->observeDrops([this](const std::string& reason) { drops.push_back(reason); });
+        settle();
+    }
+
+    /// What this program and the other one have sent so far has been handled by the server, and its answers
+    /// here.
+    void settle() {
+        if (!peer) peer = std::make_unique<Peer>(runLoop);
+        peer->synchronize();
+        presentOwner();
+        bool isDone = false;
+        runLoop.post([&] { isDone = true; });
+        wait([&] { return isDone; });
+    }
+
+    xcb_window_t presentOwner() {
+        const auto owner = x11::xcb::await<xcb_get_selection_owner_reply>(
+            connection->xcb(), xcb_get_selection_owner(connection->xcb(), connection->atoms().clipboard));
+        return owner ? owner->owner : xcb_window_t{XCB_WINDOW_NONE};
+    }
+    bool waitForOurOwnership() {
+        const auto* setup = xcb_get_setup(connection->xcb());
+        return wait([&] { return (presentOwner() & ~setup->resource_id_mask) == setup->resource_id_base; });
+    }
+    /// Waits until the clipboard is empty, and still is after all that was due.
+    bool waitForNoOwner() {
+        if (!wait([&] { return presentOwner() == XCB_WINDOW_NONE; })) return false;
+        settle();
+        settle();
+        return presentOwner() == XCB_WINDOW_NONE;
+    }
+
+    bool wait(const std::function<bool()>& condition, double seconds = 5) {
+        return waitUntil(runLoop, condition, seconds);
+    }
+
+    /// Waits for one more change than there was; the text that it brought, or "-".
+    std::string nextText(double seconds = 5) {
+        const auto seen = changesSeen;
+        if (!wait([&] { return changesSeen > seen; }, seconds)) return "no change";
+        return text();
+    }
+    std::string text() const {
+        const auto found = pasteboard->stringForType(NSPasteboardTypeString);
+        return found ? found->string() : "-";
+    }
+    bool hasType(std::string_view type) const {
+        const auto types = pasteboard->types();
+        return std::find(types.begin(), types.end(), type) != types.end();
+    }
+    /// Writes text of our own, and returns when it can be pasted.
+    void write(const std::string& text) {
+        pasteboard->clearContents();
+        ASSERT_TRUE(pasteboard->setString(text, NSPasteboardTypeString));
+        ASSERT_TRUE(waitForOurOwnership());
+    }
+
+    LogLines log;
+    PrivateDisplay display;
+    linux_desktop::GLibRunLoop runLoop;
+    std::string error;
+    std::unique_ptr<x11::Connection> connection;
+    std::unique_ptr<x11::Pasteboard> pasteboard;
+    std::unique_ptr<Peer> peer;
+    int changesSeen = 0;
+    std::function<void()> onChange;
+    std::vector<std::string> drops;
+    Observation changes;
+    Observation dropped;
+};
+
+}  // namespace vellumix::tests

@@ -6,10 +6,10 @@
 #include <chrono>
 #include <cstdio>
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "bench/Sample.h"
 #include "core/EncryptionManager.h"
 #include "core/HistoryCoding.h"
 #include "core/Store.h"
@@ -31,31 +31,7 @@ double milliseconds(const std::function<void()>& work) {
         times.push_back(
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count());
     }
-    std::ranges::sort(times);
-    return times[rounds / 2];
-}
-
-std::mt19937_64 source(1);
-
-ClipboardItem textEntry() {
-    static constexpr std::string_view words[] = {
-        "copied ", "https://example.org/", "\"quoted\" ", "line\n", "väl ", "0x7f, "};
-    std::string text;
-    const auto size = 1024 + source() % 4096;
-    while (text.size() < size) text += words[source() % std::size(words)];
-    ClipboardItem item{
-        .id = UUID::random(), .date = RunLoop::main().now(), .kind = ClipboardItem::Kind::text};
-    item._text = String(std::move(text));
-    return item;
-}
-
-ClipboardItem imageEntry() {
-    Bytes bytes(1 << 20);
-    std::ranges::generate(bytes, [] { return static_cast<std::uint8_t>(source()); });
-    ClipboardItem item{
-        .id = UUID::random(), .date = RunLoop::main().now(), .kind = ClipboardItem::Kind::image};
-    item._imageData = Data(std::move(bytes));
-    return item;
+    return bench::median(std::move(times));
 }
 
 void row(const char* what, double time, double megabytes) {
@@ -109,8 +85,7 @@ int main() {
     headless::Desktop desktop;
     const platform::Scope scope(desktop.platform());
     std::vector<ClipboardItem> items;
-    std::generate_n(std::back_inserter(items), 200, textEntry);
+    std::generate_n(std::back_inserter(items), 200, bench::textEntry);
     compare("200 texts of 1 to 5 KB", items, desktop);
-    std::generate_n(items.begin(), 20, imageEntry);
-    compare("180 texts of 1 to 5 KB, 20 images of 1 MB", items, desktop);
+    compare("180 texts of 1 to 5 KB, 20 images of 1 MB", bench::fullHistory(), desktop);
 }

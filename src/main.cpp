@@ -55,7 +55,12 @@ private:
 
 class X11Display final : public Display {
 public:
-    explicit X11Display(std::unique_ptr<x11::Connection> connection) : _connection(std::move(connection)) {}
+    explicit X11Display(std::unique_ptr<x11::Connection> connection) : _connection(std::move(connection)) {
+        if (!_workspace.hasWindowManager()) {
+            say("There is no window manager: excluded applications can't be told, and their copies are "
+                "recorded.");
+        }
+    }
     NSPasteboard& pasteboard() override { return _pasteboard; }
     NSWorkspace& workspace() override { return _workspace; }
     Observation observeEnd(std::function<void()> handler) override {

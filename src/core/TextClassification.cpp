@@ -32,6 +32,14 @@ constexpr std::size_t pairOf(char first, char second) {
            static_cast<unsigned char>(second);
 }
 
+/// The first two characters of each token.
+constexpr auto tokenPairs = [] {
+    std::array<std::size_t, tokenCount> pairs{};
+    for (std::size_t index = 0; index < tokenCount; ++index)
+        pairs[index] = pairOf(token(index)[0], token(index)[1]);
+    return pairs;
+}();
+
 /// The pairs of characters with which tokens begin: one look for each character of the text instead of one
 /// search of the whole text for each token.
 const std::bitset<65536>& tokenStarts() {
@@ -59,9 +67,11 @@ bool looksLikeCode(std::string_view text) {
     std::size_t strong = 0;
     std::size_t weak = 0;
     for (std::size_t at = 0; at + 1 < text.size(); ++at) {
-        if (!starts[pairOf(text[at], text[at + 1])]) continue;
+        const auto pair = pairOf(text[at], text[at + 1]);
+        if (!starts[pair]) continue;
         for (std::size_t index = 0; index < tokenCount; ++index) {
-            if (found[index] || !text.substr(at).starts_with(token(index))) continue;
+            if (tokenPairs[index] != pair || found[index] || !text.substr(at).starts_with(token(index)))
+                continue;
             found.set(index);
             ++(index < strongTokens.size() ? strong : weak);
         }

@@ -37,8 +37,6 @@ public:
     /// What a desktop may be unable to do.
     enum class Ability {
         announceChanges,
-        /// Offer content again whose owner had died before that was allowed.
-        recallAfterDeath,
     };
 
     virtual ~Backend() = default;

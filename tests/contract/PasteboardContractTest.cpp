@@ -245,7 +245,6 @@ TEST_P(PasteboardContract, NothingElseComesBack) {
 }
 
 TEST_P(PasteboardContract, OffersAgainWhenAllowedAfterTheDeath) {
-    SKIP_UNLESS(backend->can(Backend::Ability::recallAfterDeath), "content goes with its owner");
     change([&] { other().copyText("quick"); });
     const auto count = pasteboard().changeCount();
     other().die();

@@ -150,6 +150,18 @@ TEST_F(StoreTest, TwoPayloadsChangeTogetherOrNotAtAll) {
     EXPECT_FALSE(at(0).text()) << "not locked, so the enciphered text isn't asked for";
 }
 
+TEST_F(StoreTest, ALockedEntryIsNeverWrittenInTheClear) {
+    add("locked words");
+    store.setLocked(at(0), true);
+    add("open words");
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    store.saveNow();
+    EXPECT_NE(history().find("open words"), std::string::npos) << "the plain form";
+    for (const auto& [path, content] : desktop.files.files) {
+        EXPECT_EQ(asText(content).find("locked words"), std::string_view::npos) << path;
+    }
+}
+
 TEST_F(StoreTest, ALockedEntryThatCannotBeDecipheredShowsNoTextButItsPlainURL) {
     auto item = fileItem("/plain/file");
     item.locked = true;

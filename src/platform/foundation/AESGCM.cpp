@@ -10,9 +10,21 @@
 
 namespace vellumix {
 
+namespace {
+
+/// Before the first use of the library: without its configuration, which an environment variable could
+/// replace, and which costs start-up time and memory for nothing that we use.
+void prepareLibrary() {
+    static const bool isPrepared = OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
+    if (!isPrepared) std::abort();
+}
+
+}  // namespace
+
 void wipe(std::span<std::uint8_t> bytes) { OPENSSL_cleanse(bytes.data(), bytes.size()); }
 
 void fillRandom(std::span<std::uint8_t> bytes) {
+    prepareLibrary();
     if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) std::abort();
 }
 
@@ -88,6 +100,7 @@ std::optional<Error> sealInPlace(Bytes& buffer, std::size_t offset, const Symmet
 
 std::optional<Error> openInPlace(std::span<std::uint8_t> combined, const SymmetricKey& key) {
     if (combined.size() < overhead) return Error::incorrectParameterSize;
+    prepareLibrary();
     const auto nonce = combined.first(nonceSize);
     const auto text = combined.subspan(nonceSize, combined.size() - overhead);
     const auto tag = combined.last(tagSize);

@@ -72,7 +72,7 @@ constexpr auto escapeShuffles = [] {
 
 /// Sixteen sextets, one a byte, of twelve bytes: two multiplications move the four fields of each group into
 /// place.
-__attribute__((target("ssse3"))) __m128i sextetsOf(__m128i bytes) {
+__attribute__((target("ssse3,popcnt"))) __m128i sextetsOf(__m128i bytes) {
     const auto spread =
         _mm_shuffle_epi8(bytes, _mm_set_epi8(10, 11, 9, 10, 7, 8, 6, 7, 4, 5, 3, 4, 1, 2, 0, 1));
     const auto high =
@@ -82,7 +82,7 @@ __attribute__((target("ssse3"))) __m128i sextetsOf(__m128i bytes) {
     return _mm_or_si128(high, low);
 }
 
-__attribute__((target("ssse3"))) __m128i symbolsOf(__m128i sextets) {
+__attribute__((target("ssse3,popcnt"))) __m128i symbolsOf(__m128i sextets) {
     // A row of offsets from sextet to character: 0 for a-z, 1-10 for digits, 11 and 12 for + and /, 13 for
     // A-Z.
     const auto offsets = _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
@@ -92,8 +92,8 @@ __attribute__((target("ssse3"))) __m128i symbolsOf(__m128i sextets) {
     return _mm_add_epi8(_mm_shuffle_epi8(offsets, row), sextets);
 }
 
-__attribute__((target("ssse3"))) std::uint8_t* putEscapedEight(__m128i eight, unsigned mask,
-                                                               std::uint8_t* out) {
+__attribute__((target("ssse3,popcnt"))) std::uint8_t* putEscapedEight(__m128i eight, unsigned mask,
+                                                                      std::uint8_t* out) {
     const auto shuffle = _mm_load_si128(reinterpret_cast<const __m128i*>(escapeShuffles[mask].from.data()));
     const auto withBackslash = _mm_insert_epi16(eight, '\\', 4);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(withBackslash, shuffle));
@@ -101,7 +101,7 @@ __attribute__((target("ssse3"))) std::uint8_t* putEscapedEight(__m128i eight, un
 }
 
 /// Takes as many groups as it can read sixteen bytes at a time.
-__attribute__((target("ssse3"))) std::uint8_t* encodeBlocks(ByteView& bytes, std::uint8_t* out) {
+__attribute__((target("ssse3,popcnt"))) std::uint8_t* encodeBlocks(ByteView& bytes, std::uint8_t* out) {
     while (bytes.size() >= 16) {
         const auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes.data()));
         const auto symbols = symbolsOf(sextetsOf(block));
@@ -116,10 +116,10 @@ __attribute__((target("ssse3"))) std::uint8_t* encodeBlocks(ByteView& bytes, std
 
 /// Decodes blocks of sixteen characters while all are of the alphabet and none is a slash, which comes
 /// escaped. `out` must have room for sixteen bytes beyond each block's twelve.
-__attribute__((target("ssse3"))) void decodeBlocks(ByteView& text, std::uint8_t*& out) {
+__attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::uint8_t*& out) {
     while (text.size() >= 16) {
         const auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data()));
-        const auto between = [&](char first, char last) __attribute__((target("ssse3"))) {
+        const auto between = [&](char first, char last) __attribute__((target("ssse3,popcnt"))) {
             return _mm_and_si128(_mm_cmpgt_epi8(block, _mm_set1_epi8(static_cast<char>(first - 1))),
                                  _mm_cmplt_epi8(block, _mm_set1_epi8(static_cast<char>(last + 1))));
         };
@@ -144,7 +144,7 @@ __attribute__((target("ssse3"))) void decodeBlocks(ByteView& text, std::uint8_t*
     }
 }
 
-const bool hasBlocks = __builtin_cpu_supports("ssse3") != 0;
+const bool hasBlocks = __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("popcnt");
 
 #else
 

@@ -17,7 +17,7 @@ Deadline Deadline::in(double seconds) {
 }
 
 std::shared_ptr<Operation> Operation::begin(const Start& start) {
-    const std::shared_ptr<Operation> operation(new Operation);
+    std::shared_ptr<Operation> operation(new Operation);
     auto own = std::make_unique<std::shared_ptr<Operation>>(operation);
     start(
         operation->_cancellable.get(),

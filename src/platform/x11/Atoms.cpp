@@ -37,6 +37,7 @@ constexpr Entry entries[] = {
     {"VELLUMIX_CONVERSION", &Atoms::conversion},
     {"VELLUMIX_CLOCK", &Atoms::clock},
     {"_NET_ACTIVE_WINDOW", &Atoms::activeWindow},
+    {"_NET_SUPPORTING_WM_CHECK", &Atoms::windowManagerCheck},
     {"_NET_WM_PID", &Atoms::windowProcess},
     {"_GTK_APPLICATION_ID", &Atoms::gtkApplicationID},
     {"_KDE_NET_WM_DESKTOP_FILE", &Atoms::kdeDesktopFile},

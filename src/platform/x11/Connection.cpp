@@ -18,12 +18,6 @@ constexpr std::size_t namesKept = 4096;
 constexpr std::size_t preferredPieceBytes = std::size_t{1} << 20;
 /// A ChangeProperty request without its data (X protocol, appendix B), with the longer length field.
 constexpr std::size_t requestOverhead = 28;
-constexpr std::uint8_t sentMask = 0x7F;
-
-template <class T>
-const T& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const T&>(event);
-}
 
 }  // namespace
 
@@ -88,7 +82,7 @@ Connection::Connection(linux_desktop::GLibRunLoop& runLoop, xcb::ConnectionHandl
 Connection::~Connection() = default;
 
 bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
-    return (event.response_type & sentMask) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
+    return xcb::typeOf(event) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
 }
 
 Observation Connection::observe(xcb_window_t window, EventHandler handler) {
@@ -174,18 +168,18 @@ void Connection::deliver(const xcb_generic_event_t& event) {
 }
 
 xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) const {
-    if (isSelectionChange(event)) return as<xcb_xfixes_selection_notify_event_t>(event).window;
-    switch (event.response_type & sentMask) {
+    if (isSelectionChange(event)) return xcb::as<xcb_xfixes_selection_notify_event_t>(event).window;
+    switch (xcb::typeOf(event)) {
         case XCB_PROPERTY_NOTIFY:
-            return as<xcb_property_notify_event_t>(event).window;
+            return xcb::as<xcb_property_notify_event_t>(event).window;
         case XCB_DESTROY_NOTIFY:
-            return as<xcb_destroy_notify_event_t>(event).event;
+            return xcb::as<xcb_destroy_notify_event_t>(event).event;
         case XCB_SELECTION_NOTIFY:
-            return as<xcb_selection_notify_event_t>(event).requestor;
+            return xcb::as<xcb_selection_notify_event_t>(event).requestor;
         case XCB_SELECTION_REQUEST:
-            return as<xcb_selection_request_event_t>(event).owner;
+            return xcb::as<xcb_selection_request_event_t>(event).owner;
         case XCB_SELECTION_CLEAR:
-            return as<xcb_selection_clear_event_t>(event).owner;
+            return xcb::as<xcb_selection_clear_event_t>(event).owner;
         default:
             return XCB_WINDOW_NONE;
     }

@@ -12,7 +12,6 @@ namespace {
 /// a key press in between.
 constexpr std::size_t readBytes = std::size_t{1} << 20;
 constexpr std::size_t unitBytes = 4;
-constexpr std::uint8_t sentMask = 0x7F;
 
 std::size_t lengthOf(const xcb_get_property_reply_t& reply) {
     return static_cast<std::size_t>(xcb_get_property_value_length(&reply));
@@ -46,9 +45,9 @@ Conversion::Conversion(Connection& connection, const Request& request, const Tra
 
 void Conversion::handle(const xcb_generic_event_t& event) {
     const auto& atoms = _connection.atoms();
-    switch (event.response_type & sentMask) {
+    switch (xcb::typeOf(event)) {
         case XCB_SELECTION_NOTIFY: {
-            const auto& answer = reinterpret_cast<const xcb_selection_notify_event_t&>(event);
+            const auto& answer = xcb::as<xcb_selection_notify_event_t>(event);
             if (_phase != Phase::awaitingAnswer || answer.selection != _request.selection ||
                 answer.target != _request.target) {
                 return;
@@ -58,7 +57,7 @@ void Conversion::handle(const xcb_generic_event_t& event) {
             return read();
         }
         case XCB_PROPERTY_NOTIFY: {
-            const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+            const auto& change = xcb::as<xcb_property_notify_event_t>(event);
             if (_phase != Phase::awaitingPiece || change.atom != atoms.conversion ||
                 change.state != XCB_PROPERTY_NEW_VALUE) {
                 return;

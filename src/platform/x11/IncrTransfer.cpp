@@ -6,12 +6,6 @@
 
 namespace vellumix::x11 {
 
-namespace {
-
-constexpr std::uint8_t sentMask = 0x7F;
-
-}  // namespace
-
 IncrTransfer::IncrTransfer(Connection& connection, const Destination& destination, xcb_atom_t type,
                            SharedBytes bytes, double pieceSeconds, std::function<void(IncrTransfer*)> end)
     : _connection(connection),
@@ -40,11 +34,11 @@ std::unique_ptr<IncrTransfer> IncrTransfer::begin(Connection& connection, const 
 }
 
 void IncrTransfer::handle(const xcb_generic_event_t& event) {
-    switch (event.response_type & sentMask) {
+    switch (xcb::typeOf(event)) {
         case XCB_DESTROY_NOTIFY:
             return finish();
         case XCB_PROPERTY_NOTIFY: {
-            const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+            const auto& change = xcb::as<xcb_property_notify_event_t>(event);
             if (change.atom == _destination.property && change.state == XCB_PROPERTY_DELETE) sendPiece();
             return;
         }

@@ -30,7 +30,7 @@ void appendFiles(const std::vector<URL>& files, const Atoms& atoms, Representati
         {atoms.cutSelection, atoms.cutSelection, [] { return SharedBytes::of(String("0")); }});
 }
 
-void appendText(std::function<String()> text, const Atoms& atoms, Representations& representations) {
+void appendText(const std::function<String()>& text, const Atoms& atoms, Representations& representations) {
     const auto utf8 = [text] { return SharedBytes::of(text()); };
     representations.push_back({atoms.utf8String, atoms.utf8String, utf8});
     representations.push_back({atoms.plainTextUTF8, atoms.plainTextUTF8, utf8});

@@ -34,7 +34,7 @@ Pasteboard::Pasteboard(Connection& connection, const TransferLimits& limits)
       _manager(connection, limits) {
     _events = connection.observe(_owner.window(), [this](const xcb_generic_event_t& event) {
         if (!_connection.isSelectionChange(event)) return;
-        const auto& change = reinterpret_cast<const Change&>(event);
+        const auto& change = xcb::as<Change>(event);
         if (change.selection != _connection.atoms().clipboard) return;
         _changes.push_back(change);
         handleNext();

@@ -8,7 +8,6 @@ namespace vellumix::x11 {
 
 namespace {
 
-constexpr std::uint8_t sentMask = 0x7F;
 constexpr std::size_t requestsHeld = 32;
 /// Pairs of one MULTIPLE request; programs ask for two or three.
 constexpr std::size_t pairsServed = 64;
@@ -41,9 +40,9 @@ void SelectionOwner::answer() {
 }
 
 void SelectionOwner::handle(const xcb_generic_event_t& event) {
-    switch (event.response_type & sentMask) {
+    switch (xcb::typeOf(event)) {
         case XCB_PROPERTY_NOTIFY: {
-            const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+            const auto& change = xcb::as<xcb_property_notify_event_t>(event);
             if (change.atom != _connection.atoms().clock || !_isClaiming) return;
             take(change.time);
             // The server alone knows whether somebody was quicker (ICCCM 2.0 section 2.1).
@@ -56,9 +55,9 @@ void SelectionOwner::handle(const xcb_generic_event_t& event) {
             return;
         }
         case XCB_SELECTION_CLEAR:
-            return lost(reinterpret_cast<const xcb_selection_clear_event_t&>(event).time);
+            return lost(xcb::as<xcb_selection_clear_event_t>(event).time);
         case XCB_SELECTION_REQUEST: {
-            const auto& request = reinterpret_cast<const Request&>(event);
+            const auto& request = xcb::as<Request>(event);
             if (_isHolding && _heldRequests.size() < requestsHeld) {
                 _heldRequests.push_back(request);
             } else {

@@ -6,7 +6,6 @@ namespace vellumix::x11 {
 
 namespace {
 
-constexpr std::uint8_t sentMask = 0x7F;
 constexpr std::uint32_t unitsOfText = 256;
 
 /// "/usr/share/applications/org.gnome.gedit.desktop" and "org.gnome.gedit" give "org.gnome.gedit".
@@ -45,8 +44,8 @@ std::string classOf(std::string_view names) {
 Workspace::Workspace(Connection& connection, DesktopFiles desktopFiles)
     : _connection(connection), _desktopFiles(std::move(desktopFiles)) {
     _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
-        if ((event.response_type & sentMask) != XCB_PROPERTY_NOTIFY) return;
-        const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+        if (xcb::typeOf(event) != XCB_PROPERTY_NOTIFY) return;
+        const auto& change = xcb::as<xcb_property_notify_event_t>(event);
         if (change.atom == _connection.atoms().activeWindow) readActiveWindow();
     });
     readActiveWindow();
@@ -65,11 +64,21 @@ std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
     return application;
 }
 
-void Workspace::readActiveWindow() {
+xcb_window_t Workspace::windowNamedBy(xcb_window_t window, xcb_atom_t property) const {
     const auto reply = xcb::await<xcb_get_property_reply>(
-        _connection.xcb(), xcb_get_property(_connection.xcb(), 0, _connection.root(),
-                                            _connection.atoms().activeWindow, XCB_ATOM_WINDOW, 0, 1));
-    const auto window = numberOf(reply.get());
+        _connection.xcb(), xcb_get_property(_connection.xcb(), 0, window, property, XCB_ATOM_WINDOW, 0, 1));
+    return numberOf(reply.get());
+}
+
+bool Workspace::hasWindowManager() const {
+    const auto property = _connection.atoms().windowManagerCheck;
+    const auto window = windowNamedBy(_connection.root(), property);
+    // One that has gone may have left the root's property behind, but not the window's own.
+    return window != XCB_WINDOW_NONE && windowNamedBy(window, property) == window;
+}
+
+void Workspace::readActiveWindow() {
+    const auto window = windowNamedBy(_connection.root(), _connection.atoms().activeWindow);
     _front = window == XCB_WINDOW_NONE ? std::nullopt : applicationOf(window);
 }
 

@@ -23,6 +23,8 @@ public:
     Workspace& operator=(const Workspace&) = delete;
 
     std::optional<NSRunningApplication> frontmostApplication() const override;
+    /// Whether a window manager runs that tells the front application (EWMH 1.5, "_NET_SUPPORTING_WM_CHECK").
+    bool hasWindowManager() const;
 
 private:
     /// What a window says of its application.
@@ -32,6 +34,7 @@ private:
         std::string windowClass;
     };
 
+    xcb_window_t windowNamedBy(xcb_window_t window, xcb_atom_t property) const;
     void readActiveWindow();
     std::optional<Application> applicationOf(xcb_window_t window);
 

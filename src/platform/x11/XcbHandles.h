@@ -6,7 +6,7 @@
 #include <memory>
 #include <type_traits>
 
-/// The handles of XCB that this folder owns, one a line, and the one way to await a reply.
+/// The handles of XCB that this folder owns, one a line, and how events and replies are read.
 namespace vellumix::x11::xcb {
 
 template <auto Free>
@@ -22,6 +22,15 @@ using Event = std::unique_ptr<xcb_generic_event_t, Deleter<std::free>>;
 using Error = std::unique_ptr<xcb_generic_error_t, Deleter<std::free>>;
 template <class T>
 using Reply = std::unique_ptr<T, Deleter<std::free>>;
+
+/// What kind of event it is, whether the server or another program sent it.
+inline std::uint8_t typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7F; }
+
+/// The event as what `typeOf` says it is.
+template <class T>
+const T& as(const xcb_generic_event_t& event) {
+    return reinterpret_cast<const T&>(event);
+}
 
 /// The X server's reply, or nothing for an error, which ends here. Waits for the server and for no other
 /// program.

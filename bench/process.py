@@ -55,11 +55,11 @@ def memory(pid):
 
 
 def activity(pid):
-    """Voluntary context switches and clock ticks of all threads."""
-    switches = 0
+    """Voluntary context switches by thread, and clock ticks of the process."""
+    switches = {}
     for status in Path(f"/proc/{pid}/task").glob("*/status"):
-        switches += next(int(line.split()[1]) for line in status.read_text().splitlines()
-                         if line.startswith("voluntary_ctxt_switches"))
+        switches[status.parent.name] = next(int(line.split()[1]) for line in status.read_text().splitlines()
+                                            if line.startswith("voluntary_ctxt_switches"))
     fields = Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
     return switches, int(fields[11]) + int(fields[12])
 
@@ -104,7 +104,9 @@ def main():
         before = activity(process.pid)
         time.sleep(idle_seconds)
         after = activity(process.pid)
-        print(f"idle for {idle_seconds:g} s: {after[0] - before[0]} context switches, {after[1] - before[1]} clock ticks of CPU")
+        switches = sum(count - before[0].get(thread, 0) for thread, count in after[0].items())
+        print(f"idle for {idle_seconds:g} s: {switches} context switches, {len(before[0]) - len(after[0])} threads ended, "
+              f"{after[1] - before[1]} clock ticks of CPU")
         desktop.run(binary(), "quit")
         process.wait()
 

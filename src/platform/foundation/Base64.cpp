@@ -128,7 +128,6 @@ __attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::u
         const auto digit = between('0', '9');
         const auto plus = _mm_cmpeq_epi8(block, _mm_set1_epi8('+'));
         const auto known = _mm_or_si128(_mm_or_si128(upper, lower), _mm_or_si128(digit, plus));
-        if (_mm_movemask_epi8(known) != 0xFFFF) return;
         const auto offset = _mm_or_si128(_mm_or_si128(_mm_and_si128(upper, _mm_set1_epi8(-'A')),
                                                       _mm_and_si128(lower, _mm_set1_epi8(26 - 'a'))),
                                          _mm_or_si128(_mm_and_si128(digit, _mm_set1_epi8(52 - '0')),
@@ -139,8 +138,12 @@ __attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::u
         const auto packed =
             _mm_shuffle_epi8(groups, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
-        out += 12;
-        text = text.subspan(16);
+        // Up to the group with the first other character, all is well.
+        const auto others = ~static_cast<unsigned>(_mm_movemask_epi8(known)) & 0xFFFF;
+        const auto groupsDone = others ? static_cast<std::size_t>(__builtin_ctz(others)) / 4 : 4;
+        out += 3 * groupsDone;
+        text = text.subspan(4 * groupsDone);
+        if (others) return;
     }
 }
 

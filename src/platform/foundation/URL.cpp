@@ -37,7 +37,8 @@ bool isSchemeCharacter(unsigned char c) {
 }
 
 bool hasOnlyURLCharacters(std::string_view text) {
-    if (!isValidUTF8(text) || containsWhitespace(text)) return false;
+    // White space first: a text of megabytes that is no address has some near its beginning.
+    if (containsWhitespace(text) || !isValidUTF8(text)) return false;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const auto c = static_cast<unsigned char>(text[at]);
         if (c < 0x20 || c == 0x7F || c == '<' || c == '>' || c == '"') return false;

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace vellumix {
 
@@ -62,6 +63,14 @@ std::string mapped(std::string_view text, Map map) {
 bool isValidUTF8(std::string_view text) {
     std::size_t at = 0;
     while (at < text.size()) {
+        std::uint64_t eight = 0;
+        if (at + sizeof eight <= text.size()) {
+            std::memcpy(&eight, text.data() + at, sizeof eight);
+            if ((eight & 0x8080808080808080) == 0) {
+                at += sizeof eight;
+                continue;
+            }
+        }
         if (static_cast<unsigned char>(text[at]) < 0x80) {
             ++at;
             continue;

@@ -10,7 +10,7 @@ std::error_code MemoryFileSystem::read(const std::string& path, Bytes& content) 
     if (folders.contains(path)) return failure(std::errc::is_a_directory);
     const auto found = files.find(path);
     if (found == files.end()) return failure(std::errc::no_such_file_or_directory);
-    content = found->second;
+    content = bytesOf(found->second);
     return {};
 }
 

@@ -22,6 +22,7 @@ bool hasMagic(ByteView content) {
 
 void Store::load() {
     auto content = _file->read();
+    _isUnreadableAndUnchanged = _file->isUnreadable();
     if (content.empty()) return;
     ByteView payload = content;
     if (hasMagic(content)) {
@@ -29,18 +30,21 @@ void Store::load() {
             EncryptionManager::shared().decryptInPlace(std::span(content).subspan(magic.size()));
         if (!plaintext) {
             log.error("Failed to decrypt history — file corrupt or key unavailable");
-            _file->markUnreadable();
-            return;
+            return keepUnreadable();
         }
         payload = *plaintext;
     }
     std::vector<ClipboardItem> items;
     if (const auto reason = decodeHistory(payload, items); !reason.empty()) {
         log.error("Failed to decode history: " + reason);
-        _file->markUnreadable();
-        return;
+        return keepUnreadable();
     }
     _items.set(std::move(items));
+}
+
+void Store::keepUnreadable() {
+    _file->markUnreadable();
+    _isUnreadableAndUnchanged = true;
 }
 
 Bytes Store::sealHistory(Bytes payload) {
@@ -60,6 +64,7 @@ std::optional<Bytes> Store::sealedItems() const {
 }
 
 void Store::scheduleSave() {
+    _isUnreadableAndUnchanged = false;
     if (_pendingSave) _pendingSave->cancel();
     auto sealed = sealedItems();
     if (!sealed) return;
@@ -68,6 +73,7 @@ void Store::scheduleSave() {
 }
 
 void Store::saveNow() {
+    if (_isUnreadableAndUnchanged) return;
     if (_pendingSave) _pendingSave->cancel();
     const auto sealed = sealedItems();
     if (!sealed) return;

@@ -173,6 +173,24 @@ TEST_F(HistoryFileTest, WithoutAKeyTheHistoryIsKeptPlainAndSaidSo) {
     EXPECT_TRUE(desktop.keychain.items.empty()) << "a refusal never leads to a key";
 }
 
+TEST_F(HistoryFileTest, AStartAndAnEndWithALockedKeyringLeaveTheHistoryInItsPlace) {
+    {
+        Store store;
+        store.add(textItem("kept"));
+        store.saveNow();
+    }
+    const auto whole = history();
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    {
+        Store store;
+        EXPECT_TRUE(store.items()->empty());
+        store.saveNow();
+    }
+    EXPECT_EQ(history(), whole);
+    desktop.keychain.refusal.reset();
+    EXPECT_EQ(loaded(), std::vector<std::string>{"kept"});
+}
+
 TEST_F(HistoryFileTest, AHistoryLargerThanTheLimitIsKeptUntilTheNextEntry) {
     std::vector<ClipboardItem> many;
     for (int number = 0; number < 100'000; ++number) many.push_back(textItem(std::to_string(number)));

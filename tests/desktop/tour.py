@@ -54,7 +54,6 @@ def scene_start(tour):
     """The program starts on the screen, and remembers nothing yet"""
     tour.vellumix.start()
     tour.expect("the history is empty", tour.vellumix.count() == 0)
-    tour.say(f"the key lies in: {tour.vellumix.status()['keychain']}")
 
 
 def scene_copies(tour):
@@ -98,6 +97,7 @@ def scene_secret(tour):
 def scene_file(tour):
     """The history is one file that tells nobody anything"""
     file = tour.vellumix.file
+    tour.say(f"its key lies in: {tour.vellumix.status()['keychain']}")
     dump = tour.desktop.run("hexdump", "-C", "-n", "64", file).stdout
     for line in dump.splitlines():
         tour.say(line)

@@ -5,17 +5,12 @@
 #include <cstdlib>
 #include <memory>
 
+#include "platform/foundation/HandleDeleter.h"
+
 /// The handles of libplist that this folder owns, one a line.
 namespace vellumix::plist {
 
-struct FreeNode {
-    void operator()(void* node) const { plist_free(node); }
-};
-struct FreeMemory {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
-using Node = std::unique_ptr<void, FreeNode>;
-using Memory = std::unique_ptr<void, FreeMemory>;
+using Node = std::unique_ptr<void, HandleDeleter<plist_free>>;
+using Memory = std::unique_ptr<void, HandleDeleter<std::free>>;
 
 }  // namespace vellumix::plist

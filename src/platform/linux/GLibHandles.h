@@ -13,19 +13,13 @@
 #include <memory>
 #include <utility>
 
+#include "platform/foundation/HandleDeleter.h"
+
 /// The handles of GLib, GIO, libsecret and gdk-pixbuf that this folder owns, one a line.
 namespace vellumix::linux_desktop::glib {
 
-template <auto Free>
-struct Deleter {
-    template <class T>
-    void operator()(T* handle) const {
-        Free(handle);
-    }
-};
-
 template <class T>
-using Object = std::unique_ptr<T, Deleter<g_object_unref>>;
+using Object = std::unique_ptr<T, HandleDeleter<g_object_unref>>;
 
 struct EndSource {
     void operator()(GSource* source) const {
@@ -66,16 +60,16 @@ using Loader = std::unique_ptr<GdkPixbufLoader, EndLoader>;
 using Source = std::unique_ptr<GSource, EndSource>;
 using ThreadPool = std::unique_ptr<GThreadPool, EndPool>;
 using Connection = std::unique_ptr<GDBusConnection, CloseConnection>;
-using Context = std::unique_ptr<GMainContext, Deleter<g_main_context_unref>>;
+using Context = std::unique_ptr<GMainContext, HandleDeleter<g_main_context_unref>>;
 /// A context that is the thread's default one until this goes.
 using PushedContext = std::unique_ptr<GMainContext, PopContext>;
-using NodeInfo = std::unique_ptr<GDBusNodeInfo, Deleter<g_dbus_node_info_unref>>;
-using Variant = std::unique_ptr<GVariant, Deleter<g_variant_unref>>;
-using Text = std::unique_ptr<char, Deleter<g_free>>;
-using TextList = std::unique_ptr<char*, Deleter<g_strfreev>>;
-using Attributes = std::unique_ptr<GHashTable, Deleter<g_hash_table_unref>>;
-using Secret = std::unique_ptr<SecretValue, Deleter<secret_value_unref>>;
-using Error = std::unique_ptr<GError, Deleter<g_error_free>>;
+using NodeInfo = std::unique_ptr<GDBusNodeInfo, HandleDeleter<g_dbus_node_info_unref>>;
+using Variant = std::unique_ptr<GVariant, HandleDeleter<g_variant_unref>>;
+using Text = std::unique_ptr<char, HandleDeleter<g_free>>;
+using TextList = std::unique_ptr<char*, HandleDeleter<g_strfreev>>;
+using Attributes = std::unique_ptr<GHashTable, HandleDeleter<g_hash_table_unref>>;
+using Secret = std::unique_ptr<SecretValue, HandleDeleter<secret_value_unref>>;
+using Error = std::unique_ptr<GError, HandleDeleter<g_error_free>>;
 
 /// A watch for the owner of a name on a bus.
 class NameWatch {

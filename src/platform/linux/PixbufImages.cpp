@@ -132,7 +132,7 @@ std::optional<Data> encodePNG(GdkPixbuf* pixbuf) {
     Bytes png;
     const auto append = [](const gchar* bytes, gsize size, GError**, gpointer target) -> gboolean {
         auto& out = *static_cast<Bytes*>(target);
-        out.insert(out.end(), bytes, bytes + size);
+        vellumix::append(out, {reinterpret_cast<const std::uint8_t*>(bytes), size});
         return TRUE;
     };
     if (!gdk_pixbuf_save_to_callback(pixbuf, append, &png, "png", nullptr, nullptr)) return std::nullopt;

@@ -6,22 +6,16 @@
 #include <memory>
 #include <type_traits>
 
+#include "platform/foundation/HandleDeleter.h"
+
 /// The handles of XCB that this folder owns, one a line, and how events and replies are read.
 namespace vellumix::x11::xcb {
 
-template <auto Free>
-struct Deleter {
-    template <class T>
-    void operator()(T* handle) const {
-        Free(handle);
-    }
-};
-
-using ConnectionHandle = std::unique_ptr<xcb_connection_t, Deleter<xcb_disconnect>>;
-using Event = std::unique_ptr<xcb_generic_event_t, Deleter<std::free>>;
-using Error = std::unique_ptr<xcb_generic_error_t, Deleter<std::free>>;
+using ConnectionHandle = std::unique_ptr<xcb_connection_t, HandleDeleter<xcb_disconnect>>;
+using Event = std::unique_ptr<xcb_generic_event_t, HandleDeleter<std::free>>;
+using Error = std::unique_ptr<xcb_generic_error_t, HandleDeleter<std::free>>;
 template <class T>
-using Reply = std::unique_ptr<T, Deleter<std::free>>;
+using Reply = std::unique_ptr<T, HandleDeleter<std::free>>;
 
 /// What kind of event it is, whether the server or another program sent it.
 inline std::uint8_t typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7F; }

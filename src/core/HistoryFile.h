@@ -16,8 +16,6 @@ public:
     /// The whole file; empty when it is missing, empty or can't be read. Clears away what a killed write left
     /// behind.
     Bytes read();
-    /// There is a file, and the read has failed. Not after the first write.
-    bool isUnreadable() const { return _isUnreadable; }
     /// What was read turned out to be of no use. The first write moves it aside, to
     /// "history.unreadable-<time>.json", and says so in the log; where it can't be moved, nothing is written.
     void markUnreadable() { _isUnreadable = true; }

@@ -46,9 +46,8 @@ public:
     void replaceAll(std::vector<ClipboardItem> items);
     std::optional<ClipboardItem> item(const UUID& id) const;
 
-    /// Writes the present list before it returns, in place of any save that waits. Does nothing when the file
-    /// couldn't be read and nothing has changed since: a start and an end with a locked keyring leave it in
-    /// its place.
+    /// Writes the present list before it returns, in place of any save that waits. Does nothing when nothing
+    /// has changed since the start: an end needs no key then, and an unreadable file stays in its place.
     void saveNow();
 
     /// The bytes of the file for a payload that stands behind `sealRoom` bytes: the magic and the enciphered
@@ -59,7 +58,6 @@ public:
 
 private:
     void load();
-    void keepUnreadable();
     void scheduleSave();
     std::optional<Bytes> sealedItems() const;
     template <class Change>
@@ -70,8 +68,7 @@ private:
     const std::shared_ptr<HistoryFile> _file;
     const std::unique_ptr<SerialQueue> _saveQueue;
     std::shared_ptr<WorkItem> _pendingSave;
-    /// The file couldn't be read, and no mutation has come that would be worth moving it aside for.
-    bool _isUnreadableAndUnchanged = false;
+    bool _hasChanged = false;
 };
 
 }  // namespace vellumix

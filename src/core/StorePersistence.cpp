@@ -22,7 +22,6 @@ bool hasMagic(ByteView content) {
 
 void Store::load() {
     auto content = _file->read();
-    _isUnreadableAndUnchanged = _file->isUnreadable();
     if (content.empty()) return;
     ByteView payload = content;
     if (hasMagic(content)) {
@@ -30,21 +29,16 @@ void Store::load() {
             EncryptionManager::shared().decryptInPlace(std::span(content).subspan(magic.size()));
         if (!plaintext) {
             log.error("Failed to decrypt history — file corrupt or key unavailable");
-            return keepUnreadable();
+            return _file->markUnreadable();
         }
         payload = *plaintext;
     }
     std::vector<ClipboardItem> items;
     if (const auto reason = decodeHistory(payload, items); !reason.empty()) {
         log.error("Failed to decode history: " + reason);
-        return keepUnreadable();
+        return _file->markUnreadable();
     }
     _items.set(std::move(items));
-}
-
-void Store::keepUnreadable() {
-    _file->markUnreadable();
-    _isUnreadableAndUnchanged = true;
 }
 
 Bytes Store::sealHistory(Bytes payload) {
@@ -64,7 +58,7 @@ std::optional<Bytes> Store::sealedItems() const {
 }
 
 void Store::scheduleSave() {
-    _isUnreadableAndUnchanged = false;
+    _hasChanged = true;
     if (_pendingSave) _pendingSave->cancel();
     auto sealed = sealedItems();
     if (!sealed) return;
@@ -73,7 +67,7 @@ void Store::scheduleSave() {
 }
 
 void Store::saveNow() {
-    if (_isUnreadableAndUnchanged) return;
+    if (!_hasChanged) return;
     if (_pendingSave) _pendingSave->cancel();
     const auto sealed = sealedItems();
     if (!sealed) return;

@@ -3,20 +3,24 @@
 #include <utility>
 
 #include "platform/foundation/ObserverList.h"
+#include "platform/foundation/ReadTracker.h"
 
 namespace vellumix {
 
-/// A property whose observers hear of every assignment and every change in place, once each, after it. Main
-/// thread.
+/// A property whose observers hear of every assignment and every change in place, once each, after it. Reads
+/// are told to the `ReadTracker` in force. Main thread.
 template <class T>
 class Published {
 public:
     Published() = default;
     explicit Published(T value) : _value(std::move(value)) {}
 
-    const T& get() const { return _value; }
-    const T& operator*() const { return _value; }
-    const T* operator->() const { return &_value; }
+    const T& get() const {
+        if (auto* tracker = ReadTracker::current()) tracker->didRead(_observers);
+        return _value;
+    }
+    const T& operator*() const { return get(); }
+    const T* operator->() const { return &get(); }
 
     void set(T value) {
         _value = std::move(value);
@@ -33,7 +37,8 @@ public:
 
 private:
     T _value{};
-    ObserverList<> _observers;
+    // A read through a constant property may begin an observation.
+    mutable ObserverList<> _observers;
 };
 
 }  // namespace vellumix

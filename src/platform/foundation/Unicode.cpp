@@ -1,16 +1,19 @@
 #include "platform/foundation/Unicode.h"
 
+#include <unicode/brkiter.h>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/unorm.h>
+#include <unicode/utext.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace vellumix {
 
@@ -167,6 +170,28 @@ std::string capitalized(std::string_view text) {
     return mapped(text, [](icu::StringPiece piece, icu::ByteSink& sink, UErrorCode& status) {
         icu::CaseMap::utf8ToTitle("", 0, nullptr, piece, sink, nullptr, status);
     });
+}
+
+std::vector<std::size_t> graphemeBoundaries(std::string_view text) {
+    std::vector<std::size_t> boundaries{0};
+    if (text.empty()) return boundaries;
+    UErrorCode status = U_ZERO_ERROR;
+    // Made once: loading the rules costs more than all the short texts of a window.
+    static const std::unique_ptr<icu::BreakIterator> prototype(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    const std::unique_ptr<icu::BreakIterator> graphemes(prototype ? prototype->clone() : nullptr);
+    UText source = UTEXT_INITIALIZER;
+    utext_openUTF8(&source, text.data(), static_cast<std::int64_t>(text.size()), &status);
+    if (graphemes) graphemes->setText(&source, status);
+    if (graphemes && U_SUCCESS(status)) {
+        for (auto at = graphemes->next(); at != icu::BreakIterator::DONE; at = graphemes->next()) {
+            boundaries.push_back(static_cast<std::size_t>(at));
+        }
+    } else {
+        boundaries.push_back(text.size());
+    }
+    utext_close(&source);
+    return boundaries;
 }
 
 std::string withoutDiacritics(std::string_view text) {

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Text rules of the Unicode Standard, by ICU. All functions take UTF-8 and may run on any thread.
 namespace vellumix {
@@ -24,6 +25,9 @@ std::string uppercased(std::string_view text);
 std::string lowercased(std::string_view text);
 /// The first letter of each word in upper case, every other in lower case.
 std::string capitalized(std::string_view text);
+/// The offsets, in bytes, at which a grapheme cluster begins, and the size of the text at the end (Unicode
+/// Standard Annex 29, section 3). An ill-formed sequence counts as one character.
+std::vector<std::size_t> graphemeBoundaries(std::string_view text);
 /// Without combining marks, under no particular locale: "é" becomes "e", "ł" stays.
 std::string withoutDiacritics(std::string_view text);
 

@@ -1,0 +1,256 @@
+#include "platform/view/Dispatcher.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/view/TreeCore.h"
+
+namespace vellumix::view {
+
+namespace {
+
+Node* hit(Node& node, Point at) {
+    if (node.isOutOfSight) return nullptr;
+    for (auto child = node.children.rbegin(); child != node.children.rend(); ++child) {
+        if (auto* found = hit(**child, at)) return found;
+    }
+    return node.element->isSolid() && node.visible.contains(at) ? &node : nullptr;
+}
+
+void collect(Node& node, std::vector<std::shared_ptr<Node>>& into) {
+    if (node.isParked) return;
+    into.push_back(node.shared_from_this());
+    for (const auto& child : node.children) collect(*child, into);
+}
+
+const Handlers* handlersOf(const Node& node) {
+    return node.isGone || !node.element ? nullptr : node.element->handlers();
+}
+/// What a disabled view would do is nothing.
+const Handlers* enabledHandlersOf(const Node& node) {
+    const auto* handlers = handlersOf(node);
+    return handlers && node.environment->isEnabled ? handlers : nullptr;
+}
+bool takesFocus(const Node& node) {
+    const auto* handlers = enabledHandlersOf(node);
+    return handlers && handlers->focus != Handlers::Focus::none;
+}
+
+/// Runs what a view does on a tap, from a copy that lasts though the view may go.
+bool tap(const Node& node) {
+    const auto* handlers = enabledHandlersOf(node);
+    if (!handlers || !handlers->onTap) return false;
+    const auto action = handlers->onTap;
+    action();
+    return true;
+}
+
+}  // namespace
+
+std::vector<std::shared_ptr<Node>> allNodes(Node& root) {
+    std::vector<std::shared_ptr<Node>> nodes;
+    collect(root, nodes);
+    return nodes;
+}
+
+Dispatcher::Nodes Dispatcher::pathFrom(Node* innermost) {
+    Nodes path;
+    for (auto* node = innermost; node; node = node->parent) path.push_back(node->shared_from_this());
+    return path;
+}
+
+Dispatcher::Nodes Dispatcher::pathAt(Point at) const { return pathFrom(hit(_core.root(), at)); }
+
+void Dispatcher::pointerMoved(std::optional<Point> at) {
+    _pointer = at;
+    updateHover();
+}
+
+void Dispatcher::updateHover() {
+    const auto path = _pointer ? pathAt(*_pointer) : Nodes();
+    _hovered.assign(path.begin(), path.end());
+    const auto isUnder = [&](const std::weak_ptr<Node>& weak) {
+        const auto node = weak.lock();
+        return node && !node->isGone && std::find(path.begin(), path.end(), node) != path.end();
+    };
+    std::vector<std::function<void(bool)>> left;
+    for (auto told = _told.rbegin(); told != _told.rend(); ++told) {
+        if (!isUnder(told->node)) left.push_back(told->tell);
+    }
+    std::erase_if(_told, [&](const Told& told) { return !isUnder(told.node); });
+    std::vector<std::function<void(bool)>> entered;
+    for (auto node = path.rbegin(); node != path.rend(); ++node) {
+        const auto* handlers = handlersOf(**node);
+        if (!handlers || !handlers->onHover) continue;
+        const auto known = std::find_if(_told.begin(), _told.end(),
+                                        [&](const Told& told) { return told.node.lock() == *node; });
+        if (known != _told.end()) {
+            known->tell = handlers->onHover;
+            continue;
+        }
+        _told.push_back({*node, handlers->onHover});
+        entered.push_back(handlers->onHover);
+    }
+    for (const auto& tell : left) tell(false);
+    for (const auto& tell : entered) tell(true);
+}
+
+void Dispatcher::pointerPressed(Point at, PointerButton button) {
+    pointerMoved(at);
+    const auto path = pathAt(at);
+    const auto isInside = [&](const std::shared_ptr<Node>& node) {
+        return std::find(path.begin(), path.end(), node) != path.end();
+    };
+    std::vector<Action> outside;
+    for (const auto& node : allNodes(_core.root())) {
+        const auto* handlers = enabledHandlersOf(*node);
+        if (handlers && handlers->onClickOutside && !isInside(node)) {
+            outside.push_back(handlers->onClickOutside);
+        }
+    }
+    if (button == PointerButton::primary) {
+        _pressed.reset();
+        std::shared_ptr<Node> focus;
+        for (const auto& node : path) {
+            const auto* handlers = enabledHandlersOf(*node);
+            if (!handlers) continue;
+            if (!focus && handlers->focus == Handlers::Focus::byPressToo) focus = node;
+            if (_pressed.expired() && handlers->onTap) _pressed = node;
+        }
+        setFocus(focus, false);
+    }
+    for (const auto& action : outside) action();
+}
+
+void Dispatcher::pointerReleased(Point at, PointerButton button) {
+    pointerMoved(at);
+    if (button != PointerButton::primary) return;
+    const auto pressed = std::exchange(_pressed, {}).lock();
+    if (!pressed || pressed->isGone) return;
+    const auto path = pathAt(at);
+    if (std::find(path.begin(), path.end(), pressed) != path.end()) tap(*pressed);
+}
+
+void Dispatcher::scrolled(Point at, double by) {
+    for (const auto& node : pathAt(at)) {
+        if (!node->element->scroll(*node, by)) continue;
+        _core.needLayout();
+        return;
+    }
+}
+
+bool Dispatcher::keyPressed(const KeyEvent& event) { return runKeyHandlers(event) || runWindowKeys(event); }
+
+bool Dispatcher::runKeyHandlers(const KeyEvent& event) {
+    auto nodes = focus() ? pathFrom(_focus.lock().get()) : allNodes(_core.root());
+    if (!focus()) std::reverse(nodes.begin(), nodes.end());
+    for (const auto& node : nodes) {
+        const auto* handlers = enabledHandlersOf(*node);
+        if (!handlers || !handlers->onKey) continue;
+        const auto handler = handlers->onKey;
+        if (handler(event)) return true;
+    }
+    return false;
+}
+
+bool Dispatcher::runWindowKeys(const KeyEvent& event) {
+    const auto& modifiers = event.modifiers;
+    if (modifiers.hasCommand || modifiers.hasControl || modifiers.hasOption) return false;
+    if (event.key == Key::tab) {
+        moveFocus(modifiers.hasShift ? -1 : 1);
+        return focus() != nullptr;
+    }
+    if (event.key == Key::space || event.key == Key::enter) {
+        const auto node = _focus.lock();
+        const auto* handlers = node ? enabledHandlersOf(*node) : nullptr;
+        if (handlers && handlers->isButton) return tap(*node);
+    }
+    if (event.key == Key::enter) return runWindowAction(WindowAction::accept);
+    if (event.key == Key::escape) return runWindowAction(WindowAction::cancel);
+    return false;
+}
+
+bool Dispatcher::runWindowAction(WindowAction action) {
+    for (const auto& node : allNodes(_core.root())) {
+        const auto* handlers = handlersOf(*node);
+        if (!handlers || handlers->windowAction != action) continue;
+        for (const auto& inside : allNodes(*node)) {
+            const auto* button = enabledHandlersOf(*inside);
+            if (button && button->isButton) return tap(*inside);
+        }
+    }
+    return false;
+}
+
+void Dispatcher::moveFocus(int by) {
+    Nodes order;
+    for (const auto& node : allNodes(_core.root())) {
+        if (takesFocus(*node)) order.push_back(node);
+    }
+    if (order.empty()) return;
+    const auto count = static_cast<int>(order.size());
+    const auto found = std::find(order.begin(), order.end(), _focus.lock());
+    const int outside = by > 0 ? -1 : count;
+    const int before = found == order.end() ? outside : static_cast<int>(found - order.begin());
+    setFocus(order[static_cast<std::size_t>((before + by + count) % count)], true);
+}
+
+void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {
+    const auto before = _focus.lock();
+    if (before != node || _isFocusShown != isShown) _core.needDrawing();
+    _isFocusShown = isShown && node;
+    if (before == node) return;
+    _focus = node;
+    if (before) before->hasFocus = false;
+    if (node) node->hasFocus = true;
+    const auto bindingOf = [](const std::shared_ptr<Node>& one) -> std::optional<Binding<bool>> {
+        const auto* handlers = one ? handlersOf(*one) : nullptr;
+        return handlers ? handlers->isFocused : std::nullopt;
+    };
+    const auto lost = bindingOf(before);
+    const auto gained = bindingOf(node);
+    if (lost) lost->set(false);
+    if (gained) gained->set(true);
+}
+
+const Node* Dispatcher::focus() const {
+    const auto node = _focus.lock();
+    return node && takesFocus(*node) ? node.get() : nullptr;
+}
+
+Cursor Dispatcher::cursor() const {
+    for (const auto& weak : _hovered) {
+        const auto node = weak.lock();
+        const auto* handlers = node ? handlersOf(*node) : nullptr;
+        if (handlers && handlers->cursor) return *handlers->cursor;
+    }
+    return Cursor::arrow;
+}
+
+const Node* Dispatcher::helpNode() const {
+    for (const auto& weak : _hovered) {
+        const auto node = weak.lock();
+        const auto* handlers = node ? handlersOf(*node) : nullptr;
+        if (handlers && !handlers->help.empty()) return node.get();
+    }
+    return nullptr;
+}
+
+void Dispatcher::followBindings() {
+    for (const auto& node : allNodes(_core.root())) {
+        const auto* handlers = enabledHandlersOf(*node);
+        if (!handlers || !handlers->isFocused) continue;
+        const bool hasFocus = node == _focus.lock();
+        if (handlers->isFocused->get() == hasFocus) continue;
+        setFocus(hasFocus ? nullptr : node, true);
+        return;
+    }
+}
+
+void Dispatcher::treeDidChange() {
+    if (const auto node = _focus.lock(); node && !takesFocus(*node)) setFocus(nullptr, false);
+    followBindings();
+    updateHover();
+}
+
+}  // namespace vellumix::view

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "platform/view/View.h"
+
+namespace vellumix::view {
+
+/// What a view does about events.
+struct Handlers {
+    enum class Focus { none, byKeysAlone, byPressToo };
+
+    Action onTap;
+    Action onClickOutside;
+    std::function<void(bool)> onHover;
+    std::optional<Cursor> cursor;
+    KeyHandler onKey;
+    Focus focus = Focus::none;
+    std::optional<Binding<bool>> isFocused;
+    /// The space and enter keys tap it.
+    bool isButton = false;
+    WindowAction windowAction = WindowAction::none;
+    String help;
+
+    bool wantsPointer() const { return onTap || onHover || cursor || focus == Focus::byPressToo; }
+};
+
+}  // namespace vellumix::view

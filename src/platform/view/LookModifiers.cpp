@@ -1,0 +1,167 @@
+#include "platform/view/LayoutPass.h"
+#include "platform/view/Recorder.h"
+#include "platform/view/TransitionElement.h"
+#include "platform/view/Views.h"
+
+namespace vellumix::view {
+
+namespace {
+
+class ClipElement final : public Wrapper {
+public:
+    ClipElement(View content, const Shape& shape) : Wrapper(std::move(content)), _shape(shape) {}
+    const char* name() const override { return "Clip"; }
+    void record(Node& node, Recorder& recorder) const override {
+        recorder.clipped(node.drawn, _shape, [&] { recorder.recordChildren(node); });
+    }
+
+private:
+    Shape _shape;
+};
+
+class ShadowElement final : public Wrapper {
+public:
+    ShadowElement(View content, const ShadowStyle& style) : Wrapper(std::move(content)), _style(style) {}
+    const char* name() const override { return "Shadow"; }
+    void record(Node& node, Recorder& recorder) const override {
+        recorder.add(draw::Shadow{node.drawn, _style.shape, _style.color, _style.offset, _style.radius});
+        recorder.recordChildren(node);
+    }
+
+private:
+    ShadowStyle _style;
+};
+
+/// Opacity and scale, which change nothing about layout.
+class LayerElement final : public Wrapper {
+public:
+    LayerElement(View content, double opacity, double scale)
+        : Wrapper(std::move(content)), _opacity(opacity), _scale(scale) {}
+    const char* name() const override { return "Layer"; }
+
+    void place(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
+        auto& data = node.data<Data>();
+        pass.move(data.opacity, _opacity);
+        pass.move(data.scale, _scale);
+        Wrapper::place(node, proposal, pass);
+    }
+    void record(Node& node, Recorder& recorder) const override {
+        const auto& data = node.data<Data>();
+        const double opacity = std::clamp(data.opacity.at(recorder.now()), 0.0, 1.0);
+        const double scale = data.scale.at(recorder.now());
+        if (opacity == 1 && scale == 1) {
+            recorder.recordChildren(node);
+            return;
+        }
+        recorder.add(draw::PushLayer{opacity, scale, node.drawn.centre()});
+        recorder.recordChildren(node);
+        recorder.add(draw::Pop{});
+    }
+
+private:
+    struct Data final : NodeData {
+        Animated<double> opacity{1};
+        Animated<double> scale{1};
+    };
+    double _opacity;
+    double _scale;
+};
+
+template <class Change>
+class EnvironmentElement final : public Wrapper {
+public:
+    EnvironmentElement(View content, Change change)
+        : Wrapper(std::move(content)), _change(std::move(change)) {}
+    const char* name() const override { return "Environment"; }
+    bool changesEnvironment() const override { return true; }
+    void environment(Environment& environment) const override { _change(environment); }
+
+private:
+    Change _change;
+};
+
+template <class Change>
+View changing(const View& content, Change change) {
+    return View(std::make_shared<const EnvironmentElement<Change>>(content, std::move(change)));
+}
+
+class AnimationElement final : public Wrapper {
+public:
+    AnimationElement(View content, const Curve& curve, std::shared_ptr<const ComparedValue> values)
+        : Wrapper(std::move(content)), _curve(curve), _values(std::move(values)) {}
+    const char* name() const override { return "Animation"; }
+    std::optional<Curve> animation(const Element& before) const override {
+        const auto* same = dynamic_cast<const AnimationElement*>(&before);
+        return same && !_values->equals(*same->_values) ? std::optional(_curve) : std::nullopt;
+    }
+
+private:
+    Curve _curve;
+    std::shared_ptr<const ComparedValue> _values;
+};
+
+class IdElement final : public Wrapper {
+public:
+    IdElement(View content, std::string id) : Wrapper(std::move(content)), _id(std::move(id)) {}
+    const char* name() const override { return "Id"; }
+    std::string explicitId() const override { return _id; }
+
+private:
+    std::string _id;
+};
+
+}  // namespace
+
+View View::clip(const Shape& shape) const { return View(std::make_shared<const ClipElement>(*this, shape)); }
+View View::shadow(const ShadowStyle& style) const {
+    return View(std::make_shared<const ShadowElement>(*this, style));
+}
+View View::opacity(double opacity) const {
+    return View(std::make_shared<const LayerElement>(*this, opacity, 1));
+}
+View View::scale(double scale) const { return View(std::make_shared<const LayerElement>(*this, 1, scale)); }
+
+View View::foreground(const Color& color) const {
+    return changing(*this, [color](Environment& environment) { environment.foreground = color; });
+}
+View View::font(const Font& font) const {
+    return changing(*this, [font](Environment& environment) { environment.font = font; });
+}
+View View::italic() const {
+    return changing(*this, [](Environment& environment) { environment.font.isItalic = true; });
+}
+View View::monospaced() const {
+    return changing(*this,
+                    [](Environment& environment) { environment.font.design = Font::Design::monospaced; });
+}
+View View::lineLimit(int lines) const {
+    return changing(*this, [lines](Environment& environment) { environment.lineLimit = lines; });
+}
+View View::textAlignment(TextOptions::Alignment alignment) const {
+    return changing(*this, [alignment](Environment& environment) { environment.textAlignment = alignment; });
+}
+View View::direction(LayoutDirection direction) const {
+    return changing(*this, [direction](Environment& environment) { environment.direction = direction; });
+}
+View View::accent(const Color& color) const {
+    return changing(*this, [color](Environment& environment) { environment.accent = color; });
+}
+View View::disabled(bool isDisabled) const {
+    return changing(*this, [isDisabled](Environment& environment) {
+        environment.isEnabled = environment.isEnabled && !isDisabled;
+    });
+}
+View View::environmentValue(std::type_index type, std::shared_ptr<const void> value) const {
+    return changing(*this, [type, value = std::move(value)](Environment& environment) {
+        environment.values.insert_or_assign(type, value);
+    });
+}
+View View::animationOf(const Curve& curve, std::shared_ptr<const ComparedValue> values) const {
+    return View(std::make_shared<const AnimationElement>(*this, curve, std::move(values)));
+}
+View View::transition(const Transition& transition) const {
+    return View(std::make_shared<const TransitionElement>(*this, transition));
+}
+View View::id(std::string id) const { return View(std::make_shared<const IdElement>(*this, std::move(id))); }
+
+}  // namespace vellumix::view

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/view/Animation.h"
+#include "platform/view/Element.h"
+#include "platform/view/Evaluation.h"
+
+namespace vellumix::view {
+
+/// What an element keeps in its node.
+struct NodeData {
+    virtual ~NodeData() = default;
+};
+
+/// A view that is there: the present description under a lasting identity, with its states, its children, and
+/// where layout put it. Owned by its parent; gone when it has left the tree, though others may still hold it.
+class Node final : public StateOwner, public std::enable_shared_from_this<Node> {
+public:
+    using Changed = std::function<void(Node&)>;
+
+    Node(Node* parentNode, std::shared_ptr<const Changed> changed)
+        : parent(parentNode), depth(parentNode ? parentNode->depth + 1 : 0), _changed(std::move(changed)) {}
+
+    void stateDidChange() override;
+    /// Leaves the tree with everything below: its states and observations end.
+    void leave();
+    /// What it and those above measured doesn't hold any more.
+    void invalidateLayout();
+    /// Whether a state in here holds something that would be missed.
+    bool holdsState() const;
+
+    template <class Data>
+    Data& data() {
+        if (!_data) _data = std::make_unique<Data>();
+        return static_cast<Data&>(*_data);
+    }
+    template <class Data>
+    const Data* dataIfAny() const {
+        return static_cast<const Data*>(_data.get());
+    }
+
+    Size measure(const Proposal& proposal, LayoutPass& pass);
+
+    Node* parent;
+    int depth;
+    std::size_t position = 0;
+    std::string id;
+    std::shared_ptr<const Element> element;
+    std::shared_ptr<const Environment> environment;
+    /// What the children get.
+    std::shared_ptr<const Environment> innerEnvironment;
+    std::vector<std::shared_ptr<Node>> children;
+    /// Views that have been removed and are on their way out.
+    std::vector<std::shared_ptr<Node>> leaving;
+    StateStorages states;
+    std::vector<Observation> observations;
+    bool needsEvaluation = false;
+    bool isGone = false;
+    bool hasFocus = false;
+    /// There for its states alone: neither placed nor drawn.
+    bool isParked = false;
+    /// The curve of what changes below in the update with this number.
+    std::optional<Curve> curve;
+    int curveUpdate = -1;
+
+    /// Where layout put it: in its parent, and in the window.
+    Rect target;
+    Point windowOrigin;
+    Animated<Rect> frame;
+    /// Where it was drawn last, in the window: as it is, and what no clip hid.
+    Point drawnOrigin;
+    Rect drawn;
+    Rect visible;
+    bool isOutOfSight = true;
+
+private:
+    std::shared_ptr<const Changed> _changed;
+    std::unique_ptr<NodeData> _data;
+    std::vector<std::pair<Proposal, Size>> _measured;
+};
+
+}  // namespace vellumix::view

@@ -1,0 +1,41 @@
+#include "platform/view/Recorder.h"
+
+#include "platform/view/TransitionElement.h"
+
+namespace vellumix::view {
+
+Rect Recorder::snapped(const Rect& rect) const {
+    const auto whole = [this](double length) { return std::round(length * _scale) / _scale; };
+    const Point corner{whole(rect.minX()), whole(rect.minY())};
+    return {corner, {whole(rect.maxX()) - corner.x, whole(rect.maxY()) - corner.y}};
+}
+
+void Recorder::record(Node& node, Point parentOrigin) {
+    if (node.isParked) {
+        node.isOutOfSight = true;
+        return;
+    }
+    const auto rect = node.frame.at(_now);
+    node.drawnOrigin = parentOrigin + rect.origin;
+    node.drawn = snapped({node.drawnOrigin, rect.size});
+    node.visible = node.drawn.intersection(_clip);
+    node.isOutOfSight = !node.drawn.isEmpty() && node.visible.isEmpty();
+    if (node.isOutOfSight) return;
+    node.element->record(node, *this);
+    if (&node != focused) return;
+    constexpr double distance = 2;
+    constexpr double radius = 6;
+    add(draw::Stroke{node.drawn.inset(-distance), Shape{Shape::Kind::roundedRectangle, radius},
+                     node.environment->accent, 2});
+}
+
+void Recorder::recordChildren(Node& node) {
+    for (const auto& child : node.children) record(*child, node.drawnOrigin);
+    std::erase_if(node.leaving, [this](const auto& child) { return hasLeft(*child, _now); });
+    for (const auto& child : node.leaving) {
+        isLeaving = true;
+        record(*child, node.drawnOrigin);
+    }
+}
+
+}  // namespace vellumix::view

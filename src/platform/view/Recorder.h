@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cmath>
+
+#include "platform/view/Drawing.h"
+#include "platform/view/Node.h"
+
+namespace vellumix::view {
+
+/// Writes down what a tree looks like at one moment. Everything lies on whole device pixels.
+class Recorder {
+public:
+    Recorder(DrawingList& list, const Rect& surface, double scale, double now)
+        : _list(list), _clip(surface), _scale(scale), _now(now) {}
+
+    double now() const { return _now; }
+    double pixel() const { return 1 / _scale; }
+    void add(draw::Command command) { _list.push_back(std::move(command)); }
+    Rect snapped(const Rect& rect) const;
+
+    void record(Node& node, Point parentOrigin);
+    /// The children, and over them those that are leaving.
+    void recordChildren(Node& node);
+
+    /// Draws within a shape. Children out of its rectangle are left out.
+    template <class Draw>
+    void clipped(const Rect& rect, const Shape& shape, Draw drawInside) {
+        const auto outer = _clip;
+        _clip = _clip.intersection(rect);
+        add(draw::PushClip{rect, shape});
+        drawInside();
+        add(draw::Pop{});
+        _clip = outer;
+    }
+
+    /// The node whose focus shows, if any.
+    const Node* focused = nullptr;
+    /// Whether something that leaves is still to be seen.
+    bool isLeaving = false;
+
+private:
+    DrawingList& _list;
+    Rect _clip;
+    double _scale;
+    double _now;
+};
+
+}  // namespace vellumix::view

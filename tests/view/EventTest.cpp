@@ -1,0 +1,181 @@
+#include "view/TreeUnderTest.h"
+
+namespace vellumix::view {
+namespace {
+
+using Log = std::vector<std::string>;
+
+Action saying(Log& log, const char* what) {
+    return [&log, what] { log.emplace_back(what); };
+}
+
+TEST(Events, ATapGoesToTheInnermostViewThatTakesIt) {
+    Log log;
+    const auto card =
+        HStack(Spacing(0), Text("title").frame(100, 50), Button(saying(log, "button"), Text("Copy")),
+               Button(saying(log, "off"), Text("Cut")).disabled(true))
+            .onTap(saying(log, "card"));
+    TreeUnderTest tree(card.onClickOutside(saying(log, "outside")), {{300, 200}});
+    tree.click(Role::button, "Copy");
+    tree.click(Role::text, "title");
+    // A view that is disabled leaves the click to what is around it.
+    tree.click(Role::button, "Cut");
+    EXPECT_EQ(log, (Log{"button", "card", "card"}));
+    EXPECT_TRUE(tree.find(Role::button, "Cut").state.isDisabled);
+
+    log.clear();
+    tree.tree->pointerPressed({290, 190});
+    tree.tree->pointerReleased(tree.find(Role::button, "Copy").frame.centre());
+    EXPECT_EQ(log, Log{"outside"});
+    tree.tree->pointerPressed(tree.find(Role::button, "Copy").frame.centre());
+    tree.tree->pointerReleased({290, 190});
+    tree.tree->pointerPressed(tree.find(Role::button, "Copy").frame.centre(), PointerButton::secondary);
+    tree.tree->pointerReleased(tree.find(Role::button, "Copy").frame.centre(), PointerButton::secondary);
+    EXPECT_EQ(log, Log{"outside"});
+    tree.find(Role::button, "Copy").actions.at(0).perform();
+    EXPECT_EQ(log, (Log{"outside", "button"}));
+}
+
+TEST(Events, HoverEntersOutsideInAndCursorsStack) {
+    Log log;
+    const auto heard = [&](std::string name) {
+        return [&log, name](bool isOver) { log.push_back((isOver ? "+" : "-") + name); };
+    };
+    const auto view = Text("inner")
+                          .onHover(heard("inner"), Cursor::text)
+                          .padding(20)
+                          .onHover(heard("outer"), Cursor::pointingHand);
+    TreeUnderTest tree(view.help("About it"));
+    EXPECT_EQ(tree.tree->cursor(), Cursor::arrow);
+    tree.tree->pointerMoved({1, 1});
+    EXPECT_EQ(tree.tree->cursor(), Cursor::pointingHand);
+    tree.hover(Role::text, "inner");
+    EXPECT_EQ(tree.tree->cursor(), Cursor::text);
+    ASSERT_TRUE(tree.tree->help());
+    EXPECT_EQ(tree.tree->help()->text, "About it");
+    tree.tree->pointerLeft();
+    EXPECT_EQ(tree.tree->cursor(), Cursor::arrow);
+    EXPECT_EQ(log, (Log{"+outer", "+inner", "-inner", "-outer"}));
+
+    // What goes from under a resting pointer is told, and its cursor goes with it.
+    log.clear();
+    tree.hover(Role::text, "inner");
+    tree.tree->setRoot(Text("else"));
+    tree.frame();
+    EXPECT_EQ(log, (Log{"+outer", "+inner", "-inner", "-outer"}));
+    EXPECT_EQ(tree.tree->cursor(), Cursor::arrow);
+}
+
+TEST(Events, TheFocusWalksByTabAndShowsARing) {
+    Log log;
+    const auto view = VStack(Spacing(0), Button(saying(log, "one"), Text("One")),
+                             Button(saying(log, "off"), Text("Off")).disabled(true),
+                             Text("field").focusable(), Button(saying(log, "two"), Text("Two")));
+    TreeUnderTest tree(view);
+    EXPECT_TRUE(tree.drawn<draw::Stroke>().empty());
+    tree.press(Key::tab);
+    EXPECT_TRUE(tree.find(Role::button, "One").state.isFocused);
+    EXPECT_EQ(tree.drawn<draw::Stroke>().size(), 1U);
+    tree.press(Key::space);
+    tree.press(Key::tab);
+    EXPECT_TRUE(tree.find(Role::text, "field").state.isFocused);
+    EXPECT_FALSE(tree.press(Key::space));
+    tree.press(Key::tab);
+    tree.press(Key::enter);
+    tree.press(Key::tab);
+    EXPECT_TRUE(tree.find(Role::button, "One").state.isFocused);
+    tree.press(Key::tab, {.hasShift = true});
+    EXPECT_TRUE(tree.find(Role::button, "Two").state.isFocused);
+    EXPECT_EQ(log, (Log{"one", "two"}));
+    tree.click(Role::text, "field");
+    EXPECT_TRUE(tree.find(Role::text, "field").state.isFocused);
+    EXPECT_TRUE(tree.drawn<draw::Stroke>().empty());
+}
+
+struct Field {
+    State<bool> isFocused = false;
+    View body() const {
+        const auto focus = isFocused.binding();
+        return VStack(Spacing(0), Text(isFocused ? "on" : "off").focusable(focus),
+                      Button([focus] { focus.set(true); }, Text("Focus")));
+    }
+};
+
+TEST(Events, AFocusBindingFollowsAndLeads) {
+    TreeUnderTest tree(Field{});
+    tree.click(Role::text, "off");
+    EXPECT_TRUE(tree.has(Role::text, "on"));
+    tree.tree->clearFocus();
+    EXPECT_TRUE(tree.has(Role::text, "off"));
+    tree.click(Role::button, "Focus");
+    EXPECT_TRUE(tree.find(Role::text, "on").state.isFocused);
+}
+
+TEST(Events, KeysBubbleFromTheFocusAndEndAtTheWindowsButtons) {
+    Log log;
+    const auto handler = [&](const char* name, Key taken) {
+        return [&log, name, taken](const KeyEvent& event) {
+            log.emplace_back(name + event.text);
+            return event.key == taken;
+        };
+    };
+    const auto view = VStack(Spacing(0), Text("field").focusable().onKey(handler("inner ", Key::left)),
+                             Button(saying(log, "ok"), Text("OK")).windowAction(WindowAction::accept),
+                             Button(saying(log, "cancel"), Text("Cancel")).windowAction(WindowAction::cancel))
+                          .onKey(handler("outer ", Key::up));
+    TreeUnderTest tree(view);
+    EXPECT_TRUE(tree.press(Key::up, {}, "u"));
+    tree.click(Role::text, "field");
+    EXPECT_TRUE(tree.press(Key::left));
+    EXPECT_TRUE(tree.press(Key::up));
+    EXPECT_FALSE(tree.press(Key::character, {}, "é"));
+    EXPECT_EQ(log, (Log{"inner u", "outer u", "inner ", "inner ", "outer ", "inner é", "outer é"}));
+    log.clear();
+    EXPECT_TRUE(tree.press(Key::enter));
+    EXPECT_TRUE(tree.press(Key::escape));
+    EXPECT_EQ(log, (Log{"inner ", "outer ", "ok", "inner ", "outer ", "cancel"}));
+}
+
+TEST(Events, AHandlerMayDestroyItsTree) {
+    struct Case {
+        const char* what;
+        std::function<View(Action)> view;
+        std::function<void(ViewTree&)> event;
+    };
+    const Case cases[] = {
+        {"press", [](Action end) { return View(Button(end, Text("a"))); },
+         [](ViewTree& tree) {
+             tree.pointerPressed({2, 2});
+             tree.pointerReleased({2, 2});
+         }},
+        {"hover", [](Action end) { return Text("a").onHover([end](bool) { end(); }); },
+         [](ViewTree& tree) {
+             tree.pointerMoved({2, 2});
+         }},
+        {"key", [](Action end) { return Text("a").onKey([end](const KeyEvent&) { return end(), true; }); },
+         [](ViewTree& tree) { tree.keyPressed({}); }},
+        {"outside", [](Action end) { return Text("a").onClickOutside(end); },
+         [](ViewTree& tree) {
+             tree.pointerPressed({150, 150});
+         }},
+        {"binding",
+         [](Action end) {
+             return Text("a").focusable(Binding<bool>([] { return false; }, [end](bool) { end(); }));
+         },
+         [](ViewTree& tree) { tree.focusNext(); }},
+    };
+    for (const auto& one : cases) {
+        std::unique_ptr<TreeUnderTest> tree;
+        bool hasEnded = false;
+        tree = std::make_unique<TreeUnderTest>(one.view([&] {
+            hasEnded = true;
+            tree->tree.reset();
+        }));
+        auto* running = tree->tree.get();
+        one.event(*running);
+        EXPECT_TRUE(hasEnded) << one.what;
+    }
+}
+
+}  // namespace
+}  // namespace vellumix::view

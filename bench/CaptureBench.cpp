@@ -72,6 +72,7 @@ public:
             .keychain = _desktop.keychain,
             .images = _images,
             .alerts = _desktop.alerts,
+            .statusBar = _desktop.statusBar,
             .applicationSupportDirectories = {"/data"},
             .temporaryDirectory = "/tmp",
             .defaultsPath = "/settings.plist",

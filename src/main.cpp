@@ -6,6 +6,7 @@
 
 #include "platform/desktop/Platform.h"
 #include "platform/headless/Desktop.h"
+#include "platform/headless/StatusBar.h"
 #include "platform/linux/ChosenKeychain.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/HardenProcess.h"
@@ -15,6 +16,7 @@
 #include "platform/linux/PosixFileSystem.h"
 #include "platform/linux/RunningInstance.h"
 #include "platform/linux/SessionService.h"
+#include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/x11/Connection.h"
 #include "platform/x11/Pasteboard.h"
@@ -38,6 +40,7 @@ public:
     virtual ~Display() = default;
     virtual NSPasteboard& pasteboard() = 0;
     virtual NSWorkspace& workspace() = 0;
+    virtual NSStatusBar& statusBar() = 0;
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
@@ -46,11 +49,13 @@ class HeadlessDisplay final : public Display {
 public:
     NSPasteboard& pasteboard() override { return _pasteboard; }
     NSWorkspace& workspace() override { return _workspace; }
+    NSStatusBar& statusBar() override { return _statusBar; }
     Observation observeEnd(std::function<void()>) override { return {}; }
 
 private:
     headless::Pasteboard _pasteboard{NSPasteboard::Capabilities{.announcesChanges = true}};
     headless::Workspace _workspace;
+    headless::StatusBar _statusBar;
 };
 
 class X11Display final : public Display {
@@ -63,6 +68,7 @@ public:
     }
     NSPasteboard& pasteboard() override { return _pasteboard; }
     NSWorkspace& workspace() override { return _workspace; }
+    NSStatusBar& statusBar() override { return _statusBar; }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -71,6 +77,7 @@ private:
     std::unique_ptr<x11::Connection> _connection;
     x11::Pasteboard _pasteboard{*_connection};
     x11::Workspace _workspace{*_connection};
+    linux_desktop::StatusNotifierBar _statusBar;
 };
 
 std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice,
@@ -149,6 +156,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .keychain = keychain,
         .images = images,
         .alerts = alerts,
+        .statusBar = display->statusBar(),
         .applicationSupportDirectories =
             paths.dataHome ? std::vector{*paths.dataHome} : std::vector<std::string>(),
         .temporaryDirectory = paths.temporaryFolder,
@@ -157,11 +165,11 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     });
 
     AppDelegate application;
-    const auto terminate = [&] { runLoop.stop(); };
+    const auto terminate = [&] { application.terminate(); };
     const auto signals = runLoop.onTerminationSignal(terminate);
     const auto displayEnd = display->observeEnd([&] {
         Log("AppDelegate").error("The display has ended, and the program ends with it");
-        runLoop.stop();
+        application.terminate();
     });
     if (claim.service) {
         claim.service->setHandlers({

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 
+#include "platform/foundation/RunLoop.h"
 #include "platform/foundation/UserDefaults.h"
 
 namespace vellumix {
 
-AppDelegate::AppDelegate() : autoCleanSettings(AutoCleanSettings::load()) {}
+AppDelegate::AppDelegate()
+    : autoCleanSettings(AutoCleanSettings::load()), appearanceSettings(AppearanceSettings::load()) {}
 
 AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
     if (!_autoCleanScheduler) {
@@ -31,6 +33,7 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
 
     _watcher = std::make_unique<PasteboardWatcher>(_store);
     _watcher->start();
+    _statusBar = std::make_unique<StatusBarController>(*this);
 
     auto& scheduler = autoCleanScheduler();
     if (autoCleanSettings->modes.contains(AutoCleanMode::onLaunch)) {
@@ -38,6 +41,8 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
     }
     scheduler.start();
 }
+
+void AppDelegate::terminate() { RunLoop::main().stop(); }
 
 void AppDelegate::applicationWillTerminate() {
     if (_watcher) _watcher->stop();

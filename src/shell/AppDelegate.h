@@ -12,6 +12,10 @@
 #include "core/Store.h"
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Published.h"
+#include "shell/AppearanceSettings.h"
+#include "shell/LanguageManager.h"
+#include "shell/StatusBarController.h"
+#include "shell/ThemeManager.h"
 
 namespace vellumix {
 
@@ -19,6 +23,11 @@ namespace vellumix {
 /// starts them in order and stops them in order. Main thread only. States: constructed, launched,
 /// terminating.
 class AppDelegate {
+    // First, as the history is loaded before the settings are read.
+    Store _store;
+    ThemeManager& _themeManager = ThemeManager::shared();
+    LanguageManager& _languageManager = LanguageManager::shared();
+
 public:
     /// How the process was started.
     struct ProcessInfo {
@@ -34,19 +43,24 @@ public:
     void applicationDidFinishLaunching(const ProcessInfo& process);
     /// Returns when the history and the settings are on disk.
     void applicationWillTerminate();
+    /// Ends the main run loop, after the closures that are running.
+    void terminate();
 
     Store& store() { return _store; }
+    ThemeManager& themeManager() { return _themeManager; }
+    LanguageManager& languageManager() { return _languageManager; }
     /// Absent until launch.
     PasteboardWatcher* watcher() { return _watcher.get(); }
     AutoCleanScheduler& autoCleanScheduler();
 
     Published<AutoCleanSettings> autoCleanSettings;
+    Published<AppearanceSettings> appearanceSettings;
 
 private:
     void setAutoCleanSettings(AutoCleanSettings settings);
 
-    Store _store;
     std::unique_ptr<PasteboardWatcher> _watcher;
+    std::unique_ptr<StatusBarController> _statusBar;
     std::unique_ptr<AutoCleanScheduler> _autoCleanScheduler;
     Lifetime _lifetime;
 };

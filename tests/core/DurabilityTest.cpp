@@ -78,6 +78,7 @@ Platform over(headless::Desktop& desktop, FileSystem& files, const std::string& 
         .keychain = platform.keychain,
         .images = platform.images,
         .alerts = platform.alerts,
+        .statusBar = platform.statusBar,
         .applicationSupportDirectories = {folder},
         .temporaryDirectory = folder,
         .defaultsPath = folder + "/settings.plist",

@@ -7,6 +7,7 @@
 #include "platform/desktop/BitmapImageRep.h"
 #include "platform/desktop/Keychain.h"
 #include "platform/desktop/Pasteboard.h"
+#include "platform/desktop/StatusItem.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/FileSystem.h"
 #include "platform/foundation/Log.h"
@@ -26,6 +27,7 @@ struct Platform {
     Keychain& keychain;
     NSBitmapImageRep& images;
     Alerts& alerts;
+    NSStatusBar& statusBar;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;
     std::string temporaryDirectory;

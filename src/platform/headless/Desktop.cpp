@@ -53,6 +53,7 @@ Platform Desktop::platform() {
         .keychain = keychain,
         .images = images,
         .alerts = alerts,
+        .statusBar = statusBar,
         .applicationSupportDirectories = {"/home/user/.local/share"},
         .temporaryDirectory = "/tmp",
         .defaultsPath = "/home/user/.config/Vellumix/settings.plist",

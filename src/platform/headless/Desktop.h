@@ -8,6 +8,7 @@
 #include "platform/desktop/Platform.h"
 #include "platform/headless/MemoryFileSystem.h"
 #include "platform/headless/Pasteboard.h"
+#include "platform/headless/StatusBar.h"
 #include "platform/headless/VirtualRunLoop.h"
 
 namespace vellumix::headless {
@@ -79,6 +80,7 @@ public:
     Keychain keychain;
     Images images;
     Alerts alerts;
+    StatusBar statusBar;
 };
 
 }  // namespace vellumix::headless

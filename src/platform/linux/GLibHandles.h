@@ -89,6 +89,31 @@ private:
     guint _number = 0;
 };
 
+/// An object that answers on a connection, which must outlive it.
+class Registration {
+public:
+    Registration() = default;
+    Registration(GDBusConnection* connection, const char* path, GDBusInterfaceInfo* interface,
+                 const GDBusInterfaceVTable* table, gpointer data)
+        : _connection(connection),
+          _number(g_dbus_connection_register_object(connection, path, interface, table, data, nullptr,
+                                                    nullptr)) {}
+    Registration(Registration&& other) noexcept
+        : _connection(other._connection), _number(std::exchange(other._number, 0)) {}
+    Registration& operator=(Registration&& other) noexcept {
+        std::swap(_connection, other._connection);
+        std::swap(_number, other._number);
+        return *this;
+    }
+    ~Registration() {
+        if (_number) g_dbus_connection_unregister_object(_connection, _number);
+    }
+
+private:
+    GDBusConnection* _connection = nullptr;
+    guint _number = 0;
+};
+
 /// Passes a handle to a call that sets a pointer, for the length of the full expression: `Out(error)`.
 template <class Handle>
 class Out {

@@ -6,8 +6,10 @@
 namespace vellumix::linux_desktop {
 
 namespace {
+constexpr double farewellSeconds = 1;
+}  // namespace
 
-std::string sessionAddress() {
+std::string sessionBusAddress() {
     const char* named = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     if (named && *named) return g_str_has_prefix(named, "autolaunch:") ? "" : named;
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
@@ -18,17 +20,12 @@ std::string sessionAddress() {
     return std::string("unix:path=") + escaped.get();
 }
 
-}  // namespace
-
 glib::Connection connectToSessionBus(PrivateContext& context, Deadline deadline) {
-    const auto address = sessionAddress();
+    const auto address = sessionBusAddress();
     if (address.empty()) return nullptr;
     const auto operation = context.perform(
         [&](auto... rest) {
-            constexpr auto flags =
-                static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                  G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-            g_dbus_connection_new_for_address(address.c_str(), flags, nullptr, rest...);
+            g_dbus_connection_new_for_address(address.c_str(), busConnectionFlags, nullptr, rest...);
         },
         deadline);
     if (!operation) return nullptr;
@@ -37,7 +34,7 @@ glib::Connection connectToSessionBus(PrivateContext& context, Deadline deadline)
 
 glib::Object<GDBusConnection> sharedSessionBus(PrivateContext& context, Deadline deadline,
                                                glib::Error& error) {
-    if (sessionAddress().empty()) {
+    if (sessionBusAddress().empty()) {
         error.reset(g_error_new_literal(G_IO_ERROR, G_IO_ERROR_NOT_FOUND, "there is no session bus"));
         return nullptr;
     }
@@ -50,6 +47,13 @@ glib::Object<GDBusConnection> sharedSessionBus(PrivateContext& context, Deadline
     glib::Object<GDBusConnection> connection(g_bus_get_finish(operation->result(), glib::Out(error)));
     if (connection) g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
     return connection;
+}
+
+void closeAfterFlush(PrivateContext& context, GDBusConnection* connection) {
+    context.perform([&](auto... rest) { g_dbus_connection_flush(connection, rest...); },
+                    Deadline::in(farewellSeconds));
+    context.perform([&](auto... rest) { g_dbus_connection_close(connection, rest...); },
+                    Deadline::in(farewellSeconds));
 }
 
 }  // namespace vellumix::linux_desktop

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/linux/GLibHandles.h"
 #include "platform/linux/PrivateContext.h"
 
@@ -9,11 +11,21 @@ namespace vellumix::linux_desktop {
 // Instances"), or the socket "bus" in the runtime folder. None is ever started: services on it would belong
 // to no session. Losing a connection doesn't end the process.
 
+/// Empty when there is no bus.
+std::string sessionBusAddress();
+
+/// For a connection of the caller's own to a message bus.
+inline constexpr auto busConnectionFlags = static_cast<GDBusConnectionFlags>(
+    G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+
 /// Connects on a connection of the caller's own. Nothing when there is no bus, or none that answers in time.
 glib::Connection connectToSessionBus(PrivateContext& context, Deadline deadline);
 
 /// The process's shared connection, for libraries that know no other; `error` says why there is none.
 glib::Object<GDBusConnection> sharedSessionBus(PrivateContext& context, Deadline deadline,
                                                glib::Error& error);
+
+/// Closes a connection when the last replies have left it; a slow bus has a second for that.
+void closeAfterFlush(PrivateContext& context, GDBusConnection* connection);
 
 }  // namespace vellumix::linux_desktop

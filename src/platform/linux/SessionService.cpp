@@ -12,8 +12,6 @@ namespace vellumix::linux_desktop {
 namespace {
 
 constexpr double claimSeconds = 5;
-/// For the last replies to leave, should the bus be slow.
-constexpr double farewellSeconds = 1;
 
 // D-Bus Specification 0.41, "org.freedesktop.DBus.RequestName".
 constexpr guint32 doNotQueue = 4;
@@ -30,10 +28,7 @@ struct SessionService::State {
     ~State() {
         if (!connection) return;
         if (registration) g_dbus_connection_unregister_object(connection.get(), registration);
-        context.perform([&](auto... rest) { g_dbus_connection_flush(connection.get(), rest...); },
-                        Deadline::in(farewellSeconds));
-        context.perform([&](auto... rest) { g_dbus_connection_close(connection.get(), rest...); },
-                        Deadline::in(farewellSeconds));
+        closeAfterFlush(context, connection.get());
     }
 
     bool registerObject();

@@ -1,0 +1,60 @@
+#include "shell/AppearanceSettings.h"
+
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/Json.h"
+#include "platform/foundation/UserDefaults.h"
+
+namespace vellumix {
+
+namespace {
+
+view::Color loadColor(std::string_view key) {
+    const auto data = UserDefaults::standard().value<Data>(key);
+    return snappedToPalette(data ? storedColor(*data) : std::nullopt);
+}
+
+/// Distances that differ by less are equal but for the rounding of their decimal fractions.
+constexpr double rounding = 1e-12;
+
+double squaredDistance(const view::Color& a, const view::Color& b) {
+    const auto red = a.red - b.red, green = a.green - b.green, blue = a.blue - b.blue;
+    return red * red + green * green + blue * blue;
+}
+
+}  // namespace
+
+AppearanceSettings AppearanceSettings::load() {
+    const auto style = UserDefaults::standard().value<std::string>("appearance.blockStyle");
+    return {
+        .blockStyle = style == "single" ? BlockStyle::single : BlockStyle::alternate,
+        .colorA = loadColor("appearance.colorA"),
+        .colorB = loadColor("appearance.colorB"),
+        .singleColor = loadColor("appearance.singleColor"),
+    };
+}
+
+std::optional<view::Color> storedColor(const Data& data) {
+    JsonReader reader(data);
+    std::vector<double> components;
+    const bool isArray = reader.array([&] { return reader.number(components.emplace_back()); });
+    if (!isArray || !reader.end() || components.size() != 3) return std::nullopt;
+    return view::Color{components[0], components[1], components[2]};
+}
+
+view::Color snappedToPalette(const std::optional<view::Color>& color) {
+    auto nearest = blockPalette[0];
+    if (!color) return nearest;
+    auto smallest = std::numeric_limits<double>::infinity();
+    for (const auto& entry : blockPalette) {
+        const auto distance = squaredDistance(*color, entry);
+        if (distance >= smallest - rounding) continue;
+        smallest = distance;
+        nearest = entry;
+    }
+    return nearest;
+}
+
+}  // namespace vellumix

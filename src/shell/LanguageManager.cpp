@@ -1,0 +1,74 @@
+#include "shell/LanguageManager.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/SharedInstances.h"
+#include "platform/foundation/UserDefaults.h"
+
+namespace vellumix {
+
+namespace {
+
+constexpr auto languageKey = "settings.language";
+
+struct Row {
+    std::string_view rawValue;
+    std::string_view folder;
+    std::string_view name;
+};
+
+constexpr Row rows[] = {
+    {"system", "", ""},
+    {"en", "en", "English"},
+    {"ptBR", "pt-BR", "Português"},
+    {"es", "es", "Español"},
+};
+static_assert(std::size(rows) == std::size(allAppLanguages));
+
+const Row& row(AppLanguage language) { return rows[static_cast<std::size_t>(language)]; }
+
+AppLanguage storedLanguage() {
+    const auto stored = UserDefaults::standard().value<std::string>(languageKey);
+    const auto found = std::ranges::find_if(
+        allAppLanguages, [&](AppLanguage language) { return stored == rawValue(language); });
+    return found == std::end(allAppLanguages) ? AppLanguage::system : *found;
+}
+
+}  // namespace
+
+std::string_view rawValue(AppLanguage language) { return row(language).rawValue; }
+
+std::optional<std::string_view> resourceFolder(AppLanguage language) {
+    if (language == AppLanguage::system) return std::nullopt;
+    return row(language).folder;
+}
+
+std::string displayName(AppLanguage language) {
+    return language == AppLanguage::system ? localized("settings.language.system")
+                                           : std::string(row(language).name);
+}
+
+LanguageManager& LanguageManager::shared() { return SharedInstances::current().get<LanguageManager>(); }
+
+LanguageManager::LanguageManager()
+    : currentLanguage(storedLanguage()), _ownChange(currentLanguage.observe([this] {
+          UserDefaults::standard().set(languageKey,
+                                       PropertyValue(std::string(rawValue(currentLanguage.get()))));
+          putInForce();
+      })) {
+    putInForce();
+}
+
+void LanguageManager::putInForce() { Localization::current().folder = resourceFolder(currentLanguage.get()); }
+
+std::string localized(std::string_view key, std::int64_t number) {
+    auto text = localized(key);
+    constexpr std::string_view place = "%d";
+    const auto at = text.find(place);
+    if (at != std::string::npos) text.replace(at, place.size(), std::to_string(number));
+    return text;
+}
+
+}  // namespace vellumix

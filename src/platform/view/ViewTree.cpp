@@ -8,7 +8,7 @@ namespace vellumix::view {
 // Each event holds the core, as what it sets off may destroy the tree.
 
 ViewTree::ViewTree(const View& root, TextSetter& texts, const Surface& surface)
-    : _core(std::make_shared<TreeCore>(std::move(root), texts, surface)) {}
+    : _core(std::make_shared<TreeCore>(root, texts, surface)) {}
 ViewTree::ViewTree(ViewTree&&) noexcept = default;
 ViewTree& ViewTree::operator=(ViewTree&&) noexcept = default;
 ViewTree::~ViewTree() = default;

@@ -11,6 +11,8 @@ using x11::xcb::await;
 bool waitUntil(RunLoop& runLoop, const std::function<bool()>& condition, double seconds) {
     bool isLate = false;
     const auto deadline = runLoop.oneShotTimer(seconds, [&] { isLate = true; });
+    // A condition that serves the loop itself may take the very event that it is looked at again for.
+    const auto again = runLoop.repeatingTimer(0.02, [] {});
     runLoop.runUntil([&] { return isLate || condition(); });
     return condition();
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "platform/foundation/HexDigit.h"
 #include "platform/foundation/Unicode.h"
 
 namespace vellumix {
@@ -19,13 +20,6 @@ bool isSubDelimiter(unsigned char c) {
 }
 bool isAllowedInPath(unsigned char c) {
     return isUnreserved(c) || isSubDelimiter(c) || c == ':' || c == '@' || c == '/';
-}
-
-int hexDigit(char c) {
-    if (isDigit(static_cast<unsigned char>(c))) return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
 }
 
 bool isPercentSequence(std::string_view text, std::size_t at) {

@@ -1,6 +1,7 @@
 #include "platform/foundation/UUID.h"
 
 #include "platform/foundation/AESGCM.h"
+#include "platform/foundation/HexDigit.h"
 
 namespace vellumix {
 
@@ -8,13 +9,6 @@ namespace {
 
 constexpr bool isHyphenPlace(std::size_t index) {
     return index == 8 || index == 13 || index == 18 || index == 23;
-}
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
 }
 
 }  // namespace
@@ -36,7 +30,7 @@ std::optional<UUID> UUID::parse(std::string_view text) {
             if (text[index] != '-') return std::nullopt;
             continue;
         }
-        const int value = hexValue(text[index]);
+        const int value = hexDigit(text[index]);
         if (value < 0) return std::nullopt;
         auto& byte = bytes[digit / 2];
         byte = static_cast<std::uint8_t>(byte << 4 | value);

@@ -1,9 +1,8 @@
 #include "platform/linux/ChosenKeychain.h"
 
-#include <string.h>
-
 #include <utility>
 
+#include "platform/foundation/AESGCM.h"
 #include "platform/foundation/Log.h"
 
 namespace vellumix::linux_desktop {
@@ -102,7 +101,7 @@ template <class Call>
 OSStatus ChosenKeychain::withChosen(const KeychainItem& item, Call call) {
     if (_choice == Choice::none) {
         auto match = copyAndChoose(item);
-        if (match.data) explicit_bzero(match.data->data(), match.data->size());
+        if (match.data) wipe(*match.data);
         if (_choice == Choice::none) return match.status == errSecSuccess ? errSecIO : match.status;
     }
     if (_choice == Choice::unreadable) return unreadable();

@@ -8,11 +8,11 @@
 #include <libsecret/secret.h>
 
 #include <malloc.h>
-#include <string.h>
 
 #include <memory>
 #include <utility>
 
+#include "platform/foundation/AESGCM.h"
 #include "platform/foundation/HandleDeleter.h"
 
 /// The handles of GLib, GIO, libsecret and gdk-pixbuf that this folder owns, one a line.
@@ -41,7 +41,7 @@ struct CloseConnection {
 };
 /// For secrets in memory of GLib's: libsecret passes it no size.
 inline void wipeAndFree(gpointer memory) {
-    explicit_bzero(memory, malloc_usable_size(memory));
+    wipe({static_cast<std::uint8_t*>(memory), malloc_usable_size(memory)});
     g_free(memory);
 }
 struct PopContext {
@@ -108,6 +108,7 @@ public:
     ~Registration() {
         if (_number) g_dbus_connection_unregister_object(_connection, _number);
     }
+    explicit operator bool() const { return _number != 0; }
 
 private:
     GDBusConnection* _connection = nullptr;

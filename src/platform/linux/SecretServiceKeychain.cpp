@@ -1,12 +1,12 @@
 #include "platform/linux/SecretServiceKeychain.h"
 
 #include <glib-unix.h>
-#include <string.h>
 
 #include <csignal>
 #include <utility>
 #include <vector>
 
+#include "platform/foundation/AESGCM.h"
 #include "platform/linux/SecretServiceClient.h"
 
 namespace vellumix::linux_desktop {
@@ -208,7 +208,7 @@ OSStatus SecretServiceKeychain::Service::storeOnce(const KeychainItem& item, Byt
     auto kept = _client.secret(lookup.unlocked.front(), deadline);
     if (!kept) return failed();
     const bool isSame = sameBytes(*kept, secret);
-    explicit_bzero(kept->data(), kept->size());
+    wipe(*kept);
     if (isSame) return errSecSuccess;
     _log.error("Secret Service: the key was kept changed and is taken back");
     for (const auto& place : lookup.unlocked)

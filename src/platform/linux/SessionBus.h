@@ -25,6 +25,11 @@ glib::Connection connectToSessionBus(PrivateContext& context, Deadline deadline)
 glib::Object<GDBusConnection> sharedSessionBus(PrivateContext& context, Deadline deadline,
                                                glib::Error& error);
 
+/// Of the bus's own method "RequestName" (D-Bus Specification 0.41): a flag of the question, and the answer
+/// that the name is ours.
+inline constexpr guint32 doNotQueue = 4;
+inline constexpr guint32 isPrimaryOwner = 1;
+
 /// Closes a connection when the last replies have left it; a slow bus has a second for that.
 void closeAfterFlush(PrivateContext& context, GDBusConnection* connection);
 

@@ -13,21 +13,17 @@ namespace {
 
 constexpr double claimSeconds = 5;
 
-// D-Bus Specification 0.41, "org.freedesktop.DBus.RequestName".
-constexpr guint32 doNotQueue = 4;
-constexpr guint32 isPrimaryOwner = 1;
-
 }  // namespace
 
 struct SessionService::State {
     PrivateContext context;
     glib::Connection connection;
-    guint registration = 0;
+    glib::Registration registration;
     std::optional<Handlers> handlers;
 
     ~State() {
         if (!connection) return;
-        if (registration) g_dbus_connection_unregister_object(connection.get(), registration);
+        registration = {};
         closeAfterFlush(context, connection.get());
     }
 
@@ -46,9 +42,9 @@ bool SessionService::State::registerObject() {
         {},
     };
     const glib::NodeInfo node(g_dbus_node_info_new_for_xml(control::description, nullptr));
-    registration = g_dbus_connection_register_object(connection.get(), control::objectPath,
-                                                     node->interfaces[0], &table, this, nullptr, nullptr);
-    return registration != 0;
+    registration =
+        glib::Registration(connection.get(), control::objectPath, node->interfaces[0], &table, this);
+    return static_cast<bool>(registration);
 }
 
 bool SessionService::State::requestName(Deadline deadline, bool& isOwner) {

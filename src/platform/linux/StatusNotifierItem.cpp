@@ -19,10 +19,6 @@ constexpr auto menuPath = "/StatusNotifierItem/Menu";
 constexpr auto watcherName = "org.kde.StatusNotifierWatcher";
 constexpr auto watcherPath = "/StatusNotifierWatcher";
 
-// D-Bus Specification 0.41, "org.freedesktop.DBus.RequestName".
-constexpr guint32 doNotQueue = 4;
-constexpr guint32 isPrimaryOwner = 1;
-
 constexpr auto description = R"(<node><interface name='org.kde.StatusNotifierItem'>
 <property name='Category' type='s' access='read'/>
 <property name='Id' type='s' access='read'/>

@@ -41,21 +41,25 @@ public:
     virtual NSPasteboard& pasteboard() = 0;
     virtual NSWorkspace& workspace() = 0;
     virtual NSStatusBar& statusBar() = 0;
+    virtual WindowServer& windows() = 0;
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
 
 class HeadlessDisplay final : public Display {
 public:
+    explicit HeadlessDisplay(RunLoop& runLoop) : _windows(runLoop) {}
     NSPasteboard& pasteboard() override { return _pasteboard; }
     NSWorkspace& workspace() override { return _workspace; }
     NSStatusBar& statusBar() override { return _statusBar; }
+    WindowServer& windows() override { return _windows; }
     Observation observeEnd(std::function<void()>) override { return {}; }
 
 private:
     headless::Pasteboard _pasteboard{NSPasteboard::Capabilities{.announcesChanges = true}};
     headless::Workspace _workspace;
     headless::StatusBar _statusBar;
+    headless::WindowServer _windows;
 };
 
 class X11Display final : public Display {
@@ -69,6 +73,7 @@ public:
     NSPasteboard& pasteboard() override { return _pasteboard; }
     NSWorkspace& workspace() override { return _workspace; }
     NSStatusBar& statusBar() override { return _statusBar; }
+    WindowServer& windows() override { return _windows; }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -78,11 +83,12 @@ private:
     x11::Pasteboard _pasteboard{*_connection};
     x11::Workspace _workspace{*_connection};
     linux_desktop::StatusNotifierBar _statusBar;
+    headless::WindowServer _windows{_connection->runLoop()};
 };
 
 std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice,
                                      linux_desktop::GLibRunLoop& runLoop) {
-    if (choice == CommandLine::PlatformChoice::headless) return std::make_unique<HeadlessDisplay>();
+    if (choice == CommandLine::PlatformChoice::headless) return std::make_unique<HeadlessDisplay>(runLoop);
     std::string error;
     auto connection = x11::Connection::open(runLoop, error);
     if (connection) return std::make_unique<X11Display>(std::move(connection));
@@ -147,6 +153,9 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::ChosenKeychain keychain(files, dataFolder);
     linux_desktop::PixbufImages images;
     headless::Alerts alerts;
+    headless::ImageDecoder imageDecoder;
+    headless::FileIcons fileIcons;
+    headless::SharingServices sharing;
     const platform::Scope scope(Platform{
         .runLoop = runLoop,
         .log = log,
@@ -157,11 +166,16 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .images = images,
         .alerts = alerts,
         .statusBar = display->statusBar(),
+        .windows = display->windows(),
+        .imageDecoder = imageDecoder,
+        .fileIcons = fileIcons,
+        .sharing = sharing,
         .applicationSupportDirectories =
             paths.dataHome ? std::vector{*paths.dataHome} : std::vector<std::string>(),
         .temporaryDirectory = paths.temporaryFolder,
         .defaultsPath = paths.configHome.value_or(paths.temporaryFolder) + "/Vellumix/settings.plist",
         .preferredLanguages = preferredLanguages(),
+        .fontFamilies = {},
     });
 
     AppDelegate application;

@@ -79,10 +79,15 @@ Platform over(headless::Desktop& desktop, FileSystem& files, const std::string& 
         .images = platform.images,
         .alerts = platform.alerts,
         .statusBar = platform.statusBar,
+        .windows = platform.windows,
+        .imageDecoder = platform.imageDecoder,
+        .fileIcons = platform.fileIcons,
+        .sharing = platform.sharing,
         .applicationSupportDirectories = {folder},
         .temporaryDirectory = folder,
         .defaultsPath = folder + "/settings.plist",
         .preferredLanguages = {},
+        .fontFamilies = {},
     };
 }
 

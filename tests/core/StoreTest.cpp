@@ -82,7 +82,7 @@ TEST_F(StoreTest, ClearKeepsWhatIsPinnedOrLockedAndSavesEvenThen) {
     store.setLocked(at(0), true);
     auto& thumbnails = ThumbnailCache::shared().cache;
     for (const auto& item : store.items().get()) {
-        thumbnails.setObject(std::make_shared<CachedImage>(), item.id.uuidString());
+        thumbnails.setObject(std::make_shared<Bitmap>(), item.id.uuidString());
     }
     const auto plain = at(2).id.uuidString();
     const auto pinned = at(1).id.uuidString();

@@ -5,9 +5,14 @@
 
 #include "platform/desktop/Alert.h"
 #include "platform/desktop/BitmapImageRep.h"
+#include "platform/desktop/FileIcons.h"
+#include "platform/desktop/FontFamilies.h"
+#include "platform/desktop/ImageDecoder.h"
 #include "platform/desktop/Keychain.h"
 #include "platform/desktop/Pasteboard.h"
+#include "platform/desktop/Sharing.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/desktop/Window.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/FileSystem.h"
 #include "platform/foundation/Log.h"
@@ -28,6 +33,10 @@ struct Platform {
     NSBitmapImageRep& images;
     Alerts& alerts;
     NSStatusBar& statusBar;
+    WindowServer& windows;
+    ImageDecoder& imageDecoder;
+    FileIcons& fileIcons;
+    SharingServices& sharing;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;
     std::string temporaryDirectory;
@@ -35,6 +44,7 @@ struct Platform {
     std::string defaultsPath;
     /// Locale names as the desktop gives them, best first.
     std::vector<std::string> preferredLanguages;
+    FontFamilies fontFamilies;
 };
 
 namespace platform {

@@ -47,6 +47,8 @@ public:
 
     /// The wall clock.
     virtual Date now() const = 0;
+    /// Seconds from any moment, on a clock that doesn't jump and never goes back.
+    virtual double uptime() const = 0;
     /// Runs the closure on the main thread, in order of the calls. Any thread; never runs it inside the call.
     virtual void post(Work work) = 0;
     /// The same, `seconds` after the call on a clock that doesn't jump. Main thread.

@@ -5,7 +5,16 @@
 namespace vellumix::headless {
 
 namespace {
+
 std::string nameOf(const KeychainItem& item) { return item.service + '/' + item.account; }
+
+std::shared_ptr<const Bitmap> greyBitmap(int width, int height) {
+    constexpr std::uint8_t grey = 128;
+    constexpr std::size_t bytesPerPixel = 4;
+    const auto pixelCount = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    return std::make_shared<const Bitmap>(Bitmap{width, height, Bytes(pixelCount * bytesPerPixel, grey)});
+}
+
 }  // namespace
 
 Keychain::Match Keychain::SecItemCopyMatching(const KeychainItem& item) {
@@ -34,6 +43,46 @@ int Alerts::runModal(const NSAlert& alert) {
     return answer ? answer(alert) : NSAlert::firstButtonReturn;
 }
 
+std::optional<ImageDecoder::PixelSize> ImageDecoder::sizeOf(const Data& encoded) {
+    // The first chunk holds width and height, 4 bytes each, after 16 bytes (PNG third edition,
+    // section 11.2.2).
+    constexpr std::size_t widthAt = 16;
+    constexpr std::size_t heightAt = 20;
+    const ByteView bytes = encoded;
+    if (!isCompletePNG(bytes)) return std::nullopt;
+    const auto number = [&](std::size_t at) {
+        return bytes[at] << 24 | bytes[at + 1] << 16 | bytes[at + 2] << 8 | bytes[at + 3];
+    };
+    const PixelSize size{number(widthAt), number(heightAt)};
+    return size.width > 0 && size.height > 0 ? std::optional(size) : std::nullopt;
+}
+
+std::shared_ptr<const Bitmap> ImageDecoder::decode(const Data& encoded, PixelSize box) {
+    const auto size = sizeOf(encoded);
+    if (!size) return nullptr;
+    ++decodings;
+    return greyBitmap(std::min(size->width, box.width), std::min(size->height, box.height));
+}
+
+std::shared_ptr<const Bitmap> FileIcons::iconForFile(const URL&, int pixels) {
+    return hasIcons ? greyBitmap(pixels, pixels) : nullptr;
+}
+
+std::vector<SharingServices::Service> SharingServices::servicesFor(
+    const std::vector<SharedItem>& items) const {
+    if (items.empty()) return {};
+    return {Service::open, Service::sendByMail, Service::saveCopy, Service::copyPath};
+}
+
+void SharingServices::perform(Service service, const std::vector<SharedItem>& items) {
+    performed.emplace_back(service, items);
+}
+
+bool SharingServices::openURL(const URL& url) {
+    opened.push_back(url);
+    return true;
+}
+
 void MemoryLog::write(Level, std::string_view category, std::string_view message) {
     lines.push_back(std::string(category) + ": " + std::string(message));
 }
@@ -54,10 +103,15 @@ Platform Desktop::platform() {
         .images = images,
         .alerts = alerts,
         .statusBar = statusBar,
+        .windows = windows,
+        .imageDecoder = imageDecoder,
+        .fileIcons = fileIcons,
+        .sharing = sharing,
         .applicationSupportDirectories = {"/home/user/.local/share"},
         .temporaryDirectory = "/tmp",
         .defaultsPath = "/home/user/.config/Vellumix/settings.plist",
         .preferredLanguages = {},
+        .fontFamilies = {},
     };
 }
 

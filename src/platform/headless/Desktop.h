@@ -10,6 +10,7 @@
 #include "platform/headless/Pasteboard.h"
 #include "platform/headless/StatusBar.h"
 #include "platform/headless/VirtualRunLoop.h"
+#include "platform/headless/Windows.h"
 
 namespace vellumix::headless {
 
@@ -56,6 +57,35 @@ public:
     int shown = 0;
 };
 
+/// Knows the sizes of PNG files alone, and shows each as one grey: there is no decoder without a desktop's
+/// libraries.
+class ImageDecoder final : public vellumix::ImageDecoder {
+public:
+    std::optional<PixelSize> sizeOf(const Data& encoded) override;
+    std::shared_ptr<const Bitmap> decode(const Data& encoded, PixelSize box) override;
+
+    int decodings = 0;
+};
+
+/// One grey square for every file.
+class FileIcons final : public vellumix::FileIcons {
+public:
+    std::shared_ptr<const Bitmap> iconForFile(const URL& file, int pixels) override;
+
+    bool hasIcons = true;
+};
+
+/// Keeps what was shared.
+class SharingServices final : public vellumix::SharingServices {
+public:
+    std::vector<Service> servicesFor(const std::vector<SharedItem>& items) const override;
+    void perform(Service service, const std::vector<SharedItem>& items) override;
+    bool openURL(const URL& url) override;
+
+    std::vector<std::pair<Service, std::vector<SharedItem>>> performed;
+    std::vector<URL> opened;
+};
+
 /// Keeps the lines of the log as "Category: message".
 class MemoryLog final : public LogSink {
 public:
@@ -81,6 +111,10 @@ public:
     Images images;
     Alerts alerts;
     StatusBar statusBar;
+    WindowServer windows{runLoop};
+    ImageDecoder imageDecoder;
+    FileIcons fileIcons;
+    SharingServices sharing;
 };
 
 }  // namespace vellumix::headless

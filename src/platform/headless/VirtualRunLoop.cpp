@@ -94,6 +94,8 @@ private:
     std::vector<std::pair<VirtualRunLoop::Moment, std::shared_ptr<VirtualWorkItem>>> _waiting;
 };
 
+double VirtualRunLoop::uptime() const { return _now.secondsSinceReference - start.secondsSinceReference; }
+
 VirtualRunLoop::VirtualRunLoop() : _now(start), _schedule(std::make_shared<Schedule>()) {}
 VirtualRunLoop::~VirtualRunLoop() = default;
 

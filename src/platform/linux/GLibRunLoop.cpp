@@ -228,6 +228,8 @@ Date GLibRunLoop::now() const {
     return Date::fromUnix(static_cast<double>(g_get_real_time()) / microseconds);
 }
 
+double GLibRunLoop::uptime() const { return static_cast<double>(g_get_monotonic_time()) / microseconds; }
+
 void GLibRunLoop::post(Work work) { postAfter(0, std::move(work)); }
 
 void GLibRunLoop::postAfter(double seconds, Work work) {

@@ -18,6 +18,7 @@ public:
     ~GLibRunLoop() override;
 
     Date now() const override;
+    double uptime() const override;
     void post(Work work) override;
     void postAfter(double seconds, Work work) override;
     std::unique_ptr<NSTimer> repeatingTimer(double interval, Work work) override;

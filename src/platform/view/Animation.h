@@ -3,8 +3,8 @@
 #include <functional>
 #include <optional>
 
+#include "platform/desktop/Geometry.h"
 #include "platform/view/Curve.h"
-#include "platform/view/Geometry.h"
 #include "platform/view/Style.h"
 
 namespace vellumix::view {

@@ -6,8 +6,8 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/Data.h"
-#include "platform/view/Geometry.h"
+#include "platform/desktop/Bitmap.h"
+#include "platform/desktop/Geometry.h"
 #include "platform/view/Style.h"
 #include "platform/view/TextLayout.h"
 
@@ -26,13 +26,6 @@ struct Shape {
     double radius = 0;
 
     friend bool operator==(const Shape&, const Shape&) = default;
-};
-
-/// A decoded image: rows of 32-bit pixels, premultiplied ARGB in native byte order, without padding.
-struct Bitmap {
-    int width = 0;
-    int height = 0;
-    Bytes pixels;
 };
 
 /// What to draw, in order, in points. Recorded by layout, executed by a painter, printed by tests.

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/desktop/Geometry.h"
 #include "platform/view/Curve.h"
-#include "platform/view/Geometry.h"
 #include "platform/view/View.h"
 
 namespace vellumix::view {

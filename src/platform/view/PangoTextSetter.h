@@ -4,17 +4,12 @@
 #include <optional>
 #include <string>
 
+#include "platform/desktop/FontFamilies.h"
 #include "platform/foundation/Cache.h"
 #include "platform/view/PangoTextLayout.h"
 #include "platform/view/PangoVisibleText.h"
 
 namespace vellumix::view {
-
-/// The desktop's fonts, as fontconfig names families; several in one name are parted by commas.
-struct FontFamilies {
-    std::string system = "sans-serif";
-    std::string monospaced = "monospace";
-};
 
 /// Sets texts with Pango, in points whatever the scale they are painted at. A text without a line limit shows
 /// `longestText` characters at most. Layouts that were set lately are kept, in a bounded cache that holds

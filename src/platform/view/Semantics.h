@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/desktop/Geometry.h"
 #include "platform/foundation/String.h"
-#include "platform/view/Geometry.h"
 
 namespace vellumix::view {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/desktop/Geometry.h"
 #include "platform/foundation/String.h"
-#include "platform/view/Geometry.h"
 #include "platform/view/Style.h"
 
 namespace vellumix::view {

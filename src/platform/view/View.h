@@ -10,10 +10,10 @@
 #include <typeinfo>
 #include <utility>
 
+#include "platform/desktop/Event.h"
 #include "platform/view/Animation.h"
 #include "platform/view/Drawing.h"
 #include "platform/view/Environment.h"
-#include "platform/view/Event.h"
 #include "platform/view/Semantics.h"
 #include "platform/view/State.h"
 

@@ -4,7 +4,7 @@
 #include <limits>
 
 /// Lengths in points: device pixels divided by the scale. x grows to the right, y downwards.
-namespace vellumix::view {
+namespace vellumix {
 
 inline constexpr double unbounded = std::numeric_limits<double>::infinity();
 
@@ -64,4 +64,4 @@ struct Insets {
     friend bool operator==(const Insets&, const Insets&) = default;
 };
 
-}  // namespace vellumix::view
+}  // namespace vellumix

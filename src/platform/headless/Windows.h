@@ -1,0 +1,122 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/desktop/Window.h"
+#include "platform/foundation/Data.h"
+#include "platform/foundation/Lifetime.h"
+#include "platform/foundation/ObserverList.h"
+#include "platform/foundation/RunLoop.h"
+
+namespace vellumix::headless {
+
+class WindowServer;
+
+/// A window in memory, whose pixels can be read and which is told what a person does with it.
+class Window final : public NSWindow {
+public:
+    Window(WindowServer& server, const Options& options);
+    ~Window() override;
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    void setDelegate(NSWindowDelegate* delegate) override { _delegate = delegate; }
+    Rect frame() const override { return _frame; }
+    void setFrame(const Rect& frame) override;
+    std::optional<NSScreen> screen() const override;
+    double backingScaleFactor() const override;
+    Insets shadowInsets() const override;
+    bool isTranslucent() const override;
+    void setCornerRadius(double radius) override { cornerRadius = radius; }
+    double alphaValue() const override { return _alpha; }
+    void setAlphaValue(double alpha) override { _alpha = alpha; }
+    bool isVisible() const override { return _isVisible; }
+    void orderFrontRegardless() override;
+    void orderOut() override;
+    void makeKeyWindow() override;
+    bool isKeyWindow() const override;
+    void setCursor(Cursor wanted) override { cursor = wanted; }
+    void setTextInput(std::optional<Rect> caret) override { textInput = caret; }
+    PixelBuffer beginDrawing() override;
+    void endDrawing() override { ++drawings; }
+
+    /// What a person does to the window is told here.
+    NSWindowDelegate* delegate() const { return _delegate; }
+
+    Options options;
+    double cornerRadius = 0;
+    Cursor cursor = Cursor::arrow;
+    std::optional<Rect> textInput;
+    /// How often something was drawn.
+    int drawings = 0;
+    /// What was drawn last, rows without padding.
+    Bytes pixels;
+
+private:
+    /// On a later turn of the loop, if both are still there.
+    void tellLater(std::function<void(NSWindowDelegate&)> what);
+
+    friend class WindowServer;
+    WindowServer& _server;
+    NSWindowDelegate* _delegate = nullptr;
+    Rect _frame;
+    double _alpha = 1;
+    bool _isVisible = false;
+    Lifetime _lifetime;
+};
+
+/// Monitors and windows in memory.
+class WindowServer final : public vellumix::WindowServer {
+public:
+    explicit WindowServer(RunLoop& runLoop) : _runLoop(runLoop) {}
+
+    std::unique_ptr<NSWindow> makeWindow(const NSWindow::Options& options) override;
+    std::vector<NSScreen> screens() const override { return monitors; }
+    std::optional<NSScreen> mainScreen() const override;
+    Point mouseLocation() const override { return pointer; }
+    Observation observeScreenParameters(std::function<void()> observer) override {
+        return _screenObservers.add(std::move(observer));
+    }
+    Observation observeActiveSpace(std::function<void()> observer) override {
+        return _spaceObservers.add(std::move(observer));
+    }
+    Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override;
+
+    /// The windows that are there, the one in front last.
+    const std::vector<Window*>& windows() const { return _windows; }
+    /// The window with the keyboard; null where no window of the program has it.
+    Window* keyWindow() const;
+    /// The window of the kind that is shown in front of all others of it; null where there is none.
+    Window* shown(NSWindow::Kind kind) const;
+
+    /// Puts other monitors in place of the present ones.
+    void setMonitors(std::vector<NSScreen> screens);
+    void changeActiveSpace() { _spaceObservers.notify(); }
+    /// Somebody presses a button on another program's window, or on nothing.
+    void pressElsewhere(Point at);
+    bool isMonitoringMouse() const { return !_mouseHandlers.empty(); }
+
+    std::vector<NSScreen> monitors{{{{0, 0}, {1280, 800}}, {{0, 28}, {1280, 772}}}};
+    /// Which of them the active window is on.
+    std::size_t activeMonitor = 0;
+    Point pointer{640, 400};
+    double scale = 1;
+    bool hasCompositor = true;
+    /// A desktop that doesn't tell of presses elsewhere.
+    bool refusesMonitors = false;
+
+private:
+    friend class Window;
+
+    RunLoop& _runLoop;
+    std::vector<Window*> _windows;
+    /// Those that have asked for the keyboard and are shown; the last one has it.
+    std::vector<Window*> _keyOrder;
+    ObserverList<> _screenObservers;
+    ObserverList<> _spaceObservers;
+    ObserverList<> _mouseHandlers;
+};
+
+}  // namespace vellumix::headless

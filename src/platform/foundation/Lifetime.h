@@ -21,6 +21,9 @@ public:
         };
     }
 
+    /// Expires with the owner, for an operation that calls what may destroy it.
+    std::weak_ptr<const void> watch() const { return _alive; }
+
 private:
     std::shared_ptr<const bool> _alive = std::make_shared<const bool>(true);
 };

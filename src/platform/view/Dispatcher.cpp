@@ -115,11 +115,32 @@ void Dispatcher::pointerPressed(Point at, PointerButton button) {
             const auto* handlers = enabledHandlersOf(*node);
             if (!handlers) continue;
             if (!focus && handlers->focus == Handlers::Focus::byPressToo) focus = node;
-            if (_pressed.expired() && handlers->onTap) _pressed = node;
+            if (_pressed.expired() && (handlers->onTap || handlers->menu)) _pressed = node;
         }
         setFocus(focus, false);
     }
     for (const auto& action : outside) action();
+    const auto pressed = button == PointerButton::primary ? _pressed.lock() : nullptr;
+    if (pressed) openMenu(*pressed, true);
+}
+
+bool Dispatcher::takesPress(Point at) const {
+    const auto path = pathAt(at);
+    return std::any_of(path.begin(), path.end(), [](const auto& node) {
+        const auto* handlers = enabledHandlersOf(*node);
+        return handlers && handlers->takesPress();
+    });
+}
+
+void Dispatcher::openMenu(const Node& node, bool isPressed) {
+    const auto* handlers = enabledHandlersOf(node);
+    if (!handlers || !handlers->menu) return;
+    const auto* palette = static_cast<const ControlPalette*>(node.environment->find(typeid(ControlPalette)));
+    MenuRequest request{
+        .anchor = node.visible, .palette = palette ? *palette : ControlPalette(), .isPressed = isPressed};
+    const auto items = handlers->menu;
+    request.items = items();
+    if (!request.items.empty()) _core.openMenu(request);
 }
 
 void Dispatcher::pointerReleased(Point at, PointerButton button) {
@@ -160,10 +181,16 @@ bool Dispatcher::runWindowKeys(const KeyEvent& event) {
         moveFocus(modifiers.hasShift ? -1 : 1);
         return focus() != nullptr;
     }
+    const auto node = _focus.lock();
+    const auto* handlers = node ? enabledHandlersOf(*node) : nullptr;
     if (event.key == Key::space || event.key == Key::enter) {
-        const auto node = _focus.lock();
-        const auto* handlers = node ? enabledHandlersOf(*node) : nullptr;
         if (handlers && handlers->isButton) return tap(*node);
+    }
+    if (event.key == Key::space || event.key == Key::enter || event.key == Key::down) {
+        if (handlers && handlers->menu) {
+            openMenu(*node, false);
+            return true;
+        }
     }
     if (event.key == Key::enter) return runWindowAction(WindowAction::accept);
     if (event.key == Key::escape) return runWindowAction(WindowAction::cancel);

@@ -23,6 +23,9 @@ public:
     void pointerReleased(Point at, PointerButton button);
     void scrolled(Point at, double by);
     bool keyPressed(const KeyEvent& event);
+    bool takesPress(Point at) const;
+    /// `isPressed` says that the button of the pointer is down.
+    void openMenu(const Node& node, bool isPressed);
     void moveFocus(int by);
     void setFocus(const std::shared_ptr<Node>& node, bool isShown);
 

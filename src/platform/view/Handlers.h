@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 
+#include "platform/view/Presentation.h"
 #include "platform/view/View.h"
 
 namespace vellumix::view {
@@ -22,8 +23,11 @@ struct Handlers {
     bool isButton = false;
     WindowAction windowAction = WindowAction::none;
     String help;
+    /// Asked for its items when it opens.
+    MenuItems menu;
 
-    bool wantsPointer() const { return onTap || onHover || cursor || focus == Focus::byPressToo; }
+    bool takesPress() const { return onTap || menu || focus == Focus::byPressToo; }
+    bool wantsPointer() const { return takesPress() || onHover || cursor; }
 };
 
 }  // namespace vellumix::view

@@ -11,16 +11,19 @@ public:
     InteractionElement(View content, Handlers handlers)
         : Wrapper(std::move(content)), _handlers(std::move(handlers)) {}
 
-    const char* name() const override { return _handlers.isButton ? "Button" : "Interaction"; }
+    const char* name() const override {
+        if (_handlers.menu) return "Menu";
+        return _handlers.isButton ? "Button" : "Interaction";
+    }
     const Handlers* handlers() const override { return &_handlers; }
     bool isSolid() const override { return _handlers.wantsPointer(); }
 
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         std::vector<SemanticNode> inside;
         Wrapper::describe(node, inside);
-        if (_handlers.isButton) {
+        if (_handlers.isButton || _handlers.menu) {
             SemanticNode button;
-            button.role = Role::button;
+            button.role = _handlers.menu ? Role::menuButton : Role::button;
             button.frame = node.visible;
             button.state.isDisabled = !node.environment->isEnabled;
             button.state.isFocused = node.hasFocus;
@@ -54,7 +57,9 @@ private:
         if (!node || node->isGone || !node->environment->isEnabled) return;
         // Held, as the action may put another description in its place.
         const auto element = node->element;
-        if (const auto* handlers = element->handlers(); handlers && handlers->onTap) handlers->onTap();
+        const auto* handlers = element->handlers();
+        if (handlers && handlers->menu) return node->wantMenu();
+        if (handlers && handlers->onTap) handlers->onTap();
     }
 
     Handlers _handlers;
@@ -164,6 +169,13 @@ Button::Button(Action action, const View& label) {
     Handlers handlers;
     handlers.onTap = std::move(action);
     handlers.isButton = true;
+    handlers.focus = Handlers::Focus::byKeysAlone;
+    static_cast<View&>(*this) = interacting(label, std::move(handlers));
+}
+
+Menu::Menu(const View& label, MenuItems items) {
+    Handlers handlers;
+    handlers.menu = std::move(items);
     handlers.focus = Handlers::Focus::byKeysAlone;
     static_cast<View&>(*this) = interacting(label, std::move(handlers));
 }

@@ -5,7 +5,11 @@
 namespace vellumix::view {
 
 void Node::stateDidChange() {
-    if (!isGone) (*_changed)(*this);
+    if (!isGone) _host->changed(*this);
+}
+
+void Node::wantMenu() const {
+    if (!isGone) _host->menuWanted(*this);
 }
 
 void Node::leave() {

@@ -21,12 +21,18 @@ struct NodeData {
 /// where layout put it. Owned by its parent; gone when it has left the tree, though others may still hold it.
 class Node final : public StateOwner, public std::enable_shared_from_this<Node> {
 public:
-    using Changed = std::function<void(Node&)>;
+    /// What the tree does for its nodes.
+    struct Host {
+        std::function<void(Node&)> changed;
+        std::function<void(const Node&)> menuWanted;
+    };
 
-    Node(Node* parentNode, std::shared_ptr<const Changed> changed)
-        : parent(parentNode), depth(parentNode ? parentNode->depth + 1 : 0), _changed(std::move(changed)) {}
+    Node(Node* parentNode, std::shared_ptr<const Host> host)
+        : parent(parentNode), depth(parentNode ? parentNode->depth + 1 : 0), _host(std::move(host)) {}
 
     void stateDidChange() override;
+    /// Opens the menu that its handlers have.
+    void wantMenu() const;
     /// Leaves the tree with everything below: its states and observations end.
     void leave();
     /// What it and those above measured doesn't hold any more.
@@ -79,7 +85,7 @@ public:
     bool isOutOfSight = true;
 
 private:
-    std::shared_ptr<const Changed> _changed;
+    std::shared_ptr<const Host> _host;
     std::unique_ptr<NodeData> _data;
     std::vector<std::pair<Proposal, Size>> _measured;
 };

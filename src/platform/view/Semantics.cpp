@@ -6,6 +6,8 @@ std::string nameOf(Role role) {
     switch (role) {
         case Role::none:
             return "none";
+        case Role::alert:
+            return "alert";
         case Role::button:
             return "button";
         case Role::checkbox:
@@ -20,8 +22,12 @@ std::string nameOf(Role role) {
             return "list";
         case Role::listItem:
             return "list item";
+        case Role::menu:
+            return "menu";
         case Role::menuButton:
             return "menu button";
+        case Role::menuItem:
+            return "menu item";
         case Role::progressIndicator:
             return "progress indicator";
         case Role::radioButton:

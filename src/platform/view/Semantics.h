@@ -12,6 +12,7 @@ namespace vellumix::view {
 /// What a view is to someone who doesn't see it (names as in WAI-ARIA 1.2, section 5.3).
 enum class Role {
     none,
+    alert,
     button,
     checkbox,
     group,
@@ -19,7 +20,9 @@ enum class Role {
     image,
     list,
     listItem,
+    menu,
     menuButton,
+    menuItem,
     progressIndicator,
     radioButton,
     scrollArea,

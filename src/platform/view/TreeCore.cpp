@@ -1,6 +1,7 @@
 #include "platform/view/TreeCore.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "platform/view/TransitionElement.h"
@@ -25,8 +26,10 @@ bool isSameView(const Node& node, const ChildList::Entry& entry) {
 TreeCore::TreeCore(const View& root, TextSetter& texts, const Surface& surface)
     : _texts(texts),
       _surface(surface),
-      _changed(std::make_shared<const Node::Changed>([this](Node& node) { nodeChanged(node); })),
-      _root(std::make_shared<Node>(nullptr, _changed)),
+      _host(std::make_shared<const Node::Host>(
+          Node::Host{.changed = [this](Node& node) { nodeChanged(node); },
+                     .menuWanted = [this](const Node& node) { _dispatcher.openMenu(node, false); }})),
+      _root(std::make_shared<Node>(nullptr, _host)),
       _dispatcher(*this) {
     setRoot(root);
 }
@@ -66,6 +69,17 @@ void TreeCore::nodeChanged(Node& node) {
         _stale.push_back(node.weak_from_this());
     }
     askForFrame(_isStale);
+}
+
+void TreeCore::openMenu(const MenuRequest& request) {
+    if (const auto handler = _onMenu) handler(request);
+}
+
+Size TreeCore::fittingSize(double maximumWidth) {
+    evaluateChanged();
+    LayoutPass pass(*this, _texts, _surface.scale, _now, _update);
+    const auto width = std::isfinite(maximumWidth) ? std::optional(maximumWidth) : std::nullopt;
+    return _root->measure({width, std::nullopt}, pass);
 }
 
 void TreeCore::evaluate(Node& node, const std::optional<Curve>& curve) {
@@ -113,7 +127,7 @@ void TreeCore::build(Node& node, const ChildList& list, const std::optional<Curv
             next = found + 1;
             node.children.push_back(before[found]);
         } else {
-            auto fresh = std::make_shared<Node>(&node, _changed);
+            auto fresh = std::make_shared<Node>(&node, _host);
             fresh->position = entry.position;
             fresh->id = entry.id;
             node.children.push_back(std::move(fresh));

@@ -24,6 +24,9 @@ public:
     const DrawingList& frame(double now);
     bool needsFrame() const;
     void onNeedsFrame(std::function<void()> handler) { _onNeedsFrame = std::move(handler); }
+    void onMenu(std::function<void(const MenuRequest&)> handler) { _onMenu = std::move(handler); }
+    void openMenu(const MenuRequest& request);
+    Size fittingSize(double maximumWidth);
     /// The next frame lays out anew, or at least draws anew.
     void needLayout();
     void needDrawing();
@@ -47,13 +50,14 @@ private:
     View _rootView;
     TextSetter& _texts;
     Surface _surface;
-    std::shared_ptr<const Node::Changed> _changed;
+    std::shared_ptr<const Node::Host> _host;
     std::shared_ptr<Node> _root;
     Dispatcher _dispatcher;
     DrawingList _list;
     std::vector<std::weak_ptr<Node>> _stale;
     std::optional<Curve> _curve;
     std::function<void()> _onNeedsFrame;
+    std::function<void(const MenuRequest&)> _onMenu;
     double _now = 0;
     double _movesUntil = 0;
     int _update = 0;

@@ -27,6 +27,8 @@ const DrawingList& ViewTree::frame(double now) {
 }
 bool ViewTree::needsFrame() const { return _core->needsFrame(); }
 void ViewTree::onNeedsFrame(std::function<void()> handler) { _core->onNeedsFrame(std::move(handler)); }
+void ViewTree::onMenu(std::function<void(const MenuRequest&)> handler) { _core->onMenu(std::move(handler)); }
+Size ViewTree::fittingSize(double maximumWidth) { return _core->fittingSize(maximumWidth); }
 
 void ViewTree::pointerMoved(Point at) {
     const auto core = _core;
@@ -52,6 +54,7 @@ bool ViewTree::keyPressed(const KeyEvent& event) {
     const auto core = _core;
     return core->dispatcher().keyPressed(event);
 }
+bool ViewTree::takesPress(Point at) const { return _core->dispatcher().takesPress(at); }
 void ViewTree::focusNext() {
     const auto core = _core;
     core->dispatcher().moveFocus(1);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/view/Presentation.h"
 #include "platform/view/View.h"
 
 namespace vellumix::view {
@@ -45,6 +46,11 @@ public:
     bool needsFrame() const;
     /// Called once whenever `needsFrame` turns true by something other than a frame.
     void onNeedsFrame(std::function<void()> handler);
+    /// Called when a view wants its menu opened. Without a handler, none opens.
+    void onMenu(std::function<void(const MenuRequest&)> handler);
+    /// The room that the root takes where it is offered this width and any height; `unbounded` lets it
+    /// choose.
+    Size fittingSize(double maximumWidth = unbounded);
 
     void pointerMoved(Point at);
     void pointerLeft();
@@ -54,6 +60,8 @@ public:
     void scrolled(Point at, double by);
     /// Whether a view, or the window's own keys (tab, space, enter, escape), had a use for it.
     bool keyPressed(const KeyEvent& event);
+    /// Whether a view there has a use for a press of the primary button.
+    bool takesPress(Point at) const;
     void focusNext();
     void focusPrevious();
     void clearFocus();

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/view/Presentation.h"
 #include "platform/view/View.h"
 
 /// The views that everything else is made of.
@@ -88,6 +89,13 @@ struct ZStack : View {
 /// it, unless its semantics say another.
 struct Button : View {
     Button(Action action, const View& label);
+};
+
+/// Opens a menu under itself: by a press of the pointer, which may be let go over an item or beside the menu,
+/// and by the space, enter or down key while it has the focus. The items are asked for as it opens; without
+/// any, nothing does.
+struct Menu : View {
+    Menu(const View& label, MenuItems items);
 };
 
 /// Nothing, or the view: either keeps the identity of its siblings.

@@ -1,0 +1,233 @@
+#include "platform/view/HostingView.h"
+
+#include <cmath>
+#include <utility>
+
+namespace vellumix::view {
+
+namespace {
+
+constexpr double framesPerSecond = 60;
+
+}  // namespace
+
+HostingView::HostingView(NSWindow& window, const View& root, Renderer& renderer)
+    : HostingView(
+          window, [root](const Chrome&) { return root; }, renderer) {}
+
+HostingView::HostingView(NSWindow& window, RootMaker root, Renderer& renderer)
+    : _window(window), _renderer(renderer), _maker(std::move(root)), _chrome(chrome()) {
+    _tree =
+        std::make_shared<ViewTree>(_maker(_chrome).padding(_chrome.shadowRoom), renderer.texts(), surface());
+    _tree->onNeedsFrame([this] { requestFrame(); });
+    _window.setDelegate(this);
+}
+
+HostingView::~HostingView() {
+    _window.setDelegate(nullptr);
+    _tree->onNeedsFrame({});
+}
+
+Rect HostingView::content() const {
+    return {{_chrome.shadowRoom.leading, _chrome.shadowRoom.top}, _chrome.size};
+}
+
+Point HostingView::onScreen(Point at) const { return _window.frame().origin + (at - content().origin); }
+
+Surface HostingView::surface() const {
+    const auto& room = _chrome.shadowRoom;
+    return {.size = {_chrome.size.width + room.leading + room.trailing,
+                     _chrome.size.height + room.top + room.bottom},
+            .scale = _window.backingScaleFactor()};
+}
+
+Chrome HostingView::chrome() const {
+    return {.shadowRoom = _window.shadowInsets(),
+            .isTranslucent = _window.isTranslucent(),
+            .size = _window.frame().size};
+}
+
+void HostingView::setRoot(const View& root) {
+    setRoot([root](const Chrome&) { return root; });
+}
+
+void HostingView::setRoot(RootMaker root) {
+    _maker = std::move(root);
+    const auto maker = _maker;
+    _tree->setRoot(maker(_chrome).padding(_chrome.shadowRoom));
+}
+
+void HostingView::updateChrome() {
+    const auto now = chrome();
+    if (!(now == _chrome)) {
+        _chrome = now;
+        setRoot(_maker);
+    }
+    _tree->setSurface(surface());
+}
+
+void HostingView::requestFrame() {
+    if (_isFrameRequested || !_window.isVisible()) return;
+    _isFrameRequested = true;
+    const double wait = _nextFrame - RunLoop::main().uptime();
+    if (wait <= 0) {
+        onMain(_lifetime.weakly([this] { tick(); }));
+    } else {
+        _frameTimer = RunLoop::main().oneShotTimer(wait, [this] { tick(); });
+    }
+}
+
+void HostingView::tick() {
+    if (!std::exchange(_isFrameRequested, false)) return;
+    // The timer may be running this.
+    const auto timer = std::exchange(_frameTimer, nullptr);
+    const auto alive = _lifetime.watch();
+    const double now = RunLoop::main().uptime();
+    if (_alpha) tickAlpha(now);
+    if (!alive.expired() && _window.isVisible() && (_isPixelLost || _tree->needsFrame())) draw();
+}
+
+void HostingView::draw() {
+    const auto alive = _lifetime.watch();
+    const auto tree = _tree;
+    const double now = RunLoop::main().uptime();
+    // A timer may fire a moment too early.
+    constexpr double slack = 1e-3;
+    _nextFrame = (std::floor(now * framesPerSecond + slack) + 1) / framesPerSecond;
+    updateChrome();
+    const auto& drawing = tree->frame(now);
+    if (alive.expired()) return;
+    const auto pixels = _window.beginDrawing();
+    if (!pixels.memory.empty()) {
+        _renderer.paint(drawing, pixels, _window.backingScaleFactor());
+        _window.endDrawing();
+    }
+    _isPixelLost = false;
+    updateCursor();
+    if (tree->needsFrame()) requestFrame();
+}
+
+void HostingView::drawNow() { draw(); }
+
+void HostingView::orderFront() {
+    const auto alive = _lifetime.watch();
+    draw();
+    if (alive.expired()) return;
+    _window.orderFrontRegardless();
+    if (_tree->needsFrame() || _alpha) requestFrame();
+}
+
+void HostingView::orderOut() {
+    _drag.reset();
+    pointerLeft();
+    _window.orderOut();
+}
+
+void HostingView::close() {
+    const auto alive = _lifetime.watch();
+    _closing.notify();
+    if (!alive.expired()) orderOut();
+}
+
+void HostingView::animateAlpha(double to, const Curve& curve, Work completion) {
+    const double now = RunLoop::main().uptime();
+    AlphaRun run{Animated<double>(_window.alphaValue()), std::move(completion)};
+    run.value.jump(_window.alphaValue());
+    if (_window.isVisible()) {
+        run.value.set(to, curve, now);
+    } else {
+        run.value.jump(to);
+        _window.setAlphaValue(to);
+    }
+    _alpha = std::move(run);
+    if (_window.isVisible()) return requestFrame();
+    _isFrameRequested = true;
+    onMain(_lifetime.weakly([this] { tick(); }));
+}
+
+void HostingView::tickAlpha(double now) {
+    const bool isOver = !_window.isVisible() || _alpha->value.restsAt(now) <= now;
+    _window.setAlphaValue(isOver ? _alpha->value.target() : _alpha->value.at(now));
+    if (!isOver) {
+        _nextFrame = (std::floor(now * framesPerSecond + 1e-3) + 1) / framesPerSecond;
+        return requestFrame();
+    }
+    const auto completion = std::exchange(_alpha, std::nullopt)->completion;
+    if (completion) completion();
+}
+
+void HostingView::updateCursor() {
+    if (!_pointer) return;
+    auto wanted = _tree->cursor();
+    if (_drag) {
+        wanted = resizeCursor(_drag->edges());
+    } else if (_manners.isResizable) {
+        const auto edges = resizeEdgesAt(*_pointer, content());
+        if (edges.any()) wanted = resizeCursor(edges);
+    }
+    if (_cursor == wanted) return;
+    _cursor = wanted;
+    _window.setCursor(wanted);
+}
+
+void HostingView::pointerMoved(Point at) {
+    _pointer = at;
+    if (_drag) return _window.setFrame(_drag->frameAt(onScreen(at)));
+    const auto alive = _lifetime.watch();
+    _tree->pointerMoved(at);
+    if (!alive.expired()) updateCursor();
+}
+
+void HostingView::pointerLeft() {
+    _pointer.reset();
+    _tree->pointerLeft();
+}
+
+void HostingView::pointerPressed(const PointerPress& press) {
+    _pointer = press.at;
+    const auto frame = content();
+    const bool isPrimary = press.button == PointerButton::primary;
+    const auto edges = isPrimary && _manners.isResizable ? resizeEdgesAt(press.at, frame) : ResizeEdges();
+    const bool moves = isPrimary && _manners.isMovableByBackground && frame.contains(press.at) &&
+                       !_tree->takesPress(press.at);
+    if (edges.any() || moves) _drag.emplace(_window.frame(), onScreen(press.at), edges, _manners);
+    if (!edges.any()) _tree->pointerPressed(press.at, press.button);
+}
+
+void HostingView::pointerReleased(Point at, PointerButton button) {
+    if (button == PointerButton::primary && _drag) {
+        pointerMoved(at);
+        _drag.reset();
+    }
+    const auto alive = _lifetime.watch();
+    _tree->pointerReleased(at, button);
+    if (!alive.expired()) updateCursor();
+}
+
+void HostingView::scrolled(Point at, double down, double) { _tree->scrolled(at, down); }
+
+void HostingView::keyPressed(const KeyEvent& event) {
+    const auto alive = _lifetime.watch();
+    if (_tree->keyPressed(event) || alive.expired()) return;
+    if (const auto handler = _onUnhandledKey) handler(event);
+}
+
+void HostingView::textComposed(const MarkedText&) {}
+
+void HostingView::keyStateChanged(bool isKey) { _keyState.notify(isKey); }
+
+void HostingView::frameChanged(bool hasResized, bool hasMoved) {
+    const auto alive = _lifetime.watch();
+    if (hasResized) needsDisplay();
+    if (hasResized) _resized.notify();
+    if (hasMoved && !alive.expired()) _moved.notify();
+}
+
+void HostingView::needsDisplay() {
+    _isPixelLost = true;
+    requestFrame();
+}
+
+void HostingView::closeRequested() { close(); }
+
+}  // namespace vellumix::view

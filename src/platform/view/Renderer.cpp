@@ -1,0 +1,17 @@
+#include "platform/view/Renderer.h"
+
+#include "platform/desktop/Platform.h"
+#include "platform/view/PangoTextSetter.h"
+
+namespace vellumix::view {
+
+Renderer& Renderer::shared() { return SharedInstances::current().get<Renderer>(); }
+
+Renderer::Renderer() : _texts(std::make_unique<PangoTextSetter>(platform::current().fontFamilies)) {}
+
+void Renderer::paint(const DrawingList& drawing, const PixelBuffer& pixels, double scale) {
+    CairoSurface surface(pixels.memory, pixels.width, pixels.height, pixels.stride);
+    _painter.paint(drawing, surface, scale, {{}, {pixels.width / scale, pixels.height / scale}});
+}
+
+}  // namespace vellumix::view

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/desktop/Window.h"
+#include "platform/view/CairoPainter.h"
+#include "platform/view/TextLayout.h"
+
+namespace vellumix::view {
+
+/// What all windows draw with: one setter of texts and one painter, and what these remember. Main thread
+/// only.
+class Renderer {
+public:
+    /// That of the platform in force, with its fonts.
+    static Renderer& shared();
+
+    /// Sets texts in the fonts of the platform in force.
+    Renderer();
+
+    TextSetter& texts() { return *_texts; }
+    /// Before the first window: each keeps the setter that it was made with.
+    void setTexts(std::unique_ptr<TextSetter> texts) { _texts = std::move(texts); }
+    /// Replaces all pixels by the drawing; `scale` is in device pixels a point.
+    void paint(const DrawingList& drawing, const PixelBuffer& pixels, double scale);
+
+private:
+    std::unique_ptr<TextSetter> _texts;
+    CairoPainter _painter;
+};
+
+}  // namespace vellumix::view

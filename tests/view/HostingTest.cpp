@@ -1,0 +1,109 @@
+#include "platform/foundation/Published.h"
+#include "view/HostedWindow.h"
+
+namespace vellumix::view {
+namespace {
+
+class Hosting : public HostedWindowTest {};
+
+TEST_F(Hosting, DrawsOnlyWhatChangesAndAtMostSixtyTimesASecond) {
+    Published<bool> isWide(false);
+    struct Bar {
+        Published<bool>& isWide;
+        View body() const {
+            return ShapeView(Rectangle(), Color::grey(0))
+                .frame(isWide.get() ? 200 : 20, 20)
+                .animation(Curve::linear(0.5), isWide.get());
+        }
+    };
+    auto& shownWindow = open(Bar{isWide});
+    // The first frame is there with the window.
+    EXPECT_EQ(shownWindow.drawings, 1);
+    desktop.runLoop.advance(60);
+    EXPECT_EQ(shownWindow.drawings, 1);
+
+    isWide.set(true);
+    EXPECT_EQ(shownWindow.drawings, 1);
+    desktop.runLoop.advance(0.5);
+    EXPECT_GE(shownWindow.drawings, 28);
+    EXPECT_LE(shownWindow.drawings, 33);
+    desktop.runLoop.advance(1);
+    const auto rested = shownWindow.drawings;
+    desktop.runLoop.advance(60);
+    EXPECT_EQ(shownWindow.drawings, rested);
+
+    host->orderOut();
+    isWide.set(false);
+    desktop.runLoop.advance(1);
+    EXPECT_EQ(shownWindow.drawings, rested);
+    host->orderFront();
+    EXPECT_EQ(shownWindow.drawings, rested + 1);
+    // The desktop takes the room for the shadow: the view lies where the frame is, and the pixels follow.
+    desktop.windows.hasCompositor = false;
+    desktop.windows.scale = 2;
+    shownWindow.delegate()->needsDisplay();
+    desktop.runLoop.advance(1);
+    EXPECT_EQ(shownWindow.pixels.size(), 600U * 400U * 4U);
+    EXPECT_EQ(host->tree().semantics().frame.size, (Size{300, 200}));
+}
+
+TEST_F(Hosting, AnAlphaRunIsReplacedWithoutItsCompletion) {
+    open(Text("content"));
+    int first = 0;
+    int second = 0;
+    host->animateAlpha(0, Curve::linear(1), [&] { ++first; });
+    desktop.runLoop.advance(0.5);
+    EXPECT_NEAR(window->alphaValue(), 0.5, 0.05);
+    host->animateAlpha(1, Curve::linear(1), [&] { ++second; });
+    desktop.runLoop.advance(0.5);
+    EXPECT_NEAR(window->alphaValue(), 0.75, 0.05);
+    desktop.runLoop.advance(2);
+    EXPECT_EQ(window->alphaValue(), 1);
+    host->orderOut();
+    host->animateAlpha(0, Curve::linear(1), [&] { host.reset(); });
+    EXPECT_EQ(window->alphaValue(), 0);
+    desktop.runLoop.settle();
+    EXPECT_FALSE(host);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(second, 1);
+}
+
+TEST_F(Hosting, ABackgroundMovesTheWindowAndAnEdgeResizesItWithinLimits) {
+    int taps = 0;
+    auto& told = open(Button([&] { ++taps; }, Text("Press")).frame(300, 200));
+    host->setManners({.isMovableByBackground = true, .isResizable = true, .minSize = {280, 180}});
+    int resizes = 0;
+    int moves = 0;
+    const auto resize = host->observeResize([&] { ++resizes; });
+    const auto move = host->observeMove([&] { ++moves; });
+    auto& hand = *told.delegate();
+
+    const auto button = centreOf(host->tree(), Role::button, "Press");
+    hand.pointerPressed({.at = button});
+    hand.pointerMoved(button + Point{5, 5});
+    hand.pointerReleased(button, PointerButton::primary);
+    EXPECT_EQ(taps, 1);
+    EXPECT_EQ(window->frame().origin, (Point{100, 100}));
+
+    // The point in the window stays the same while the window follows.
+    hand.pointerPressed({.at = {124 + 20, 124 + 20}});
+    hand.pointerMoved({124 + 30, 124 + 15});
+    EXPECT_EQ(window->frame().origin, (Point{110, 95}));
+    hand.pointerReleased({124 + 20, 124 + 20}, PointerButton::primary);
+    hand.pointerMoved({124 + 60, 124 + 60});
+    EXPECT_EQ(window->frame(), (Rect{{110, 95}, {300, 200}}));
+
+    hand.pointerMoved({22, 22});
+    EXPECT_EQ(told.cursor, Cursor::resizeDiagonalDown);
+    hand.pointerPressed({.at = {22, 22}});
+    hand.pointerMoved({122, 12});
+    hand.pointerReleased({22 + 80, 22}, PointerButton::primary);
+    EXPECT_EQ(window->frame().maxX(), 410);
+    EXPECT_EQ(window->frame().size, (Size{280, 210}));
+    desktop.runLoop.settle();
+    EXPECT_GE(resizes, 1);
+    EXPECT_GE(moves, 2);
+}
+
+}  // namespace
+}  // namespace vellumix::view

@@ -16,6 +16,7 @@
 #include "platform/linux/PosixFileSystem.h"
 #include "platform/linux/RunningInstance.h"
 #include "platform/linux/SessionService.h"
+#include "platform/linux/StartDetached.h"
 #include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/x11/Connection.h"
@@ -118,8 +119,8 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     auto claim = linux_desktop::SessionService::claim();
     using Outcome = linux_desktop::SessionService::Outcome;
     if (claim.outcome == Outcome::otherOwns) {
-        if (linux_desktop::RunningInstance().activate()) {
-            say("Vellumix is running already.");
+        if (linux_desktop::RunningInstance().ask(linux_desktop::RunningInstance::PanelRequest::show)) {
+            say("Vellumix is running already; its panel is open now.");
             return done;
         }
         say("Vellumix is running already, but doesn't answer.");
@@ -189,7 +190,9 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         claim.service->setHandlers({
             .status = [&] { return statusReport(application); },
             .quit = terminate,
-            .activate = [] {},
+            .toggle = [&] { application.togglePanel(); },
+            .show = [&] { application.showPanel(); },
+            .hide = [&] { application.hidePanel(); },
         });
     }
     application.applicationDidFinishLaunching({
@@ -200,6 +203,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
                 return value ? std::optional<std::string>(value) : std::nullopt;
             },
     });
+    if (line.showsPanel) onMain([&] { application.showPanel(); });
     runLoop.run();
     application.applicationWillTerminate();
     return done;
@@ -224,6 +228,20 @@ int printStatus(bool asJson) {
     }
     std::fputs(asJson ? (*json + '\n').c_str() : readableStatus(*json).c_str(), stdout);
     return done;
+}
+
+int askForPanel(linux_desktop::RunningInstance::PanelRequest request) {
+    using Request = linux_desktop::RunningInstance::PanelRequest;
+    linux_desktop::RunningInstance instance;
+    if (instance.presence() == linux_desktop::RunningInstance::Presence::running) {
+        if (instance.ask(request)) return done;
+        say("Vellumix is running, but doesn't answer.");
+        return impossible;
+    }
+    if (request == Request::hide) return isPresent(instance) ? done : nothingRunning;
+    if (linux_desktop::startDetached({"--show"})) return done;
+    say("Vellumix could not be started.");
+    return impossible;
 }
 
 int quit() {
@@ -252,6 +270,12 @@ int main(int count, char** words) {
             return done;
         case CommandLine::Command::status:
             return printStatus(line.json);
+        case CommandLine::Command::toggle:
+            return askForPanel(linux_desktop::RunningInstance::PanelRequest::toggle);
+        case CommandLine::Command::show:
+            return askForPanel(linux_desktop::RunningInstance::PanelRequest::show);
+        case CommandLine::Command::hide:
+            return askForPanel(linux_desktop::RunningInstance::PanelRequest::hide);
         case CommandLine::Command::quit:
             return quit();
         case CommandLine::Command::run:

@@ -2,13 +2,36 @@
 
 #include <algorithm>
 
+#include "platform/desktop/Platform.h"
+#include "platform/foundation/Json.h"
 #include "platform/foundation/RunLoop.h"
 #include "platform/foundation/UserDefaults.h"
 
 namespace vellumix {
 
+namespace {
+
+/// How long the panel has for itself before the front application is made sure of.
+constexpr double reactivationSeconds = 0.05;
+
+/// A pair of numbers as JSON; what is anything else is as if it were absent.
+Size storedPopoverSize() {
+    constexpr Size standard{520, 450};
+    const auto data = UserDefaults::standard().value<Data>("ui.popoverSize");
+    if (!data) return standard;
+    JsonReader reader(*data);
+    std::vector<double> lengths;
+    const auto element = [&] { return reader.number(lengths.emplace_back()); };
+    const bool isPair = reader.array(element) && reader.end() && lengths.size() == 2;
+    return isPair ? Size{lengths.front(), lengths.back()} : standard;
+}
+
+}  // namespace
+
 AppDelegate::AppDelegate()
-    : autoCleanSettings(AutoCleanSettings::load()), appearanceSettings(AppearanceSettings::load()) {}
+    : autoCleanSettings(AutoCleanSettings::load()),
+      appearanceSettings(AppearanceSettings::load()),
+      popoverSize(storedPopoverSize()) {}
 
 AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
     if (!_autoCleanScheduler) {
@@ -34,12 +57,28 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
     _watcher = std::make_unique<PasteboardWatcher>(_store);
     _watcher->start();
     _statusBar = std::make_unique<StatusBarController>(*this);
+    _statusBar->currentSize = popoverSize.get();
 
     auto& scheduler = autoCleanScheduler();
     if (autoCleanSettings->modes.contains(AutoCleanMode::onLaunch)) {
         scheduler.performClean(AutoCleanScheduler::Due::none);
     }
     scheduler.start();
+}
+
+void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelVisible() ? hidePanel() : showPanel(); }
+
+void AppDelegate::showPanel() {
+    if (!_statusBar || _statusBar->isPanelVisible()) return;
+    previousApp = platform::current().workspace.frontmostApplication();
+    _statusBar->show();
+    if (!previousApp) return;
+    onMainAfter(reactivationSeconds,
+                [application = *previousApp] { platform::current().workspace.activate(application); });
+}
+
+void AppDelegate::hidePanel() {
+    if (_statusBar) _statusBar->hide();
 }
 
 void AppDelegate::terminate() { RunLoop::main().stop(); }

@@ -10,6 +10,7 @@
 #include "core/AutoCleanSettings.h"
 #include "core/PasteboardWatcher.h"
 #include "core/Store.h"
+#include "platform/desktop/Workspace.h"
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Published.h"
 #include "shell/AppearanceSettings.h"
@@ -51,14 +52,33 @@ public:
     LanguageManager& languageManager() { return _languageManager; }
     /// Absent until launch.
     PasteboardWatcher* watcher() { return _watcher.get(); }
+    /// Absent until launch.
+    StatusBarController* statusBar() { return _statusBar.get(); }
     AutoCleanScheduler& autoCleanScheduler();
+
+    /// Makes the root view of the panel when the panel is built. Empty without a maker.
+    void setRootView(std::function<view::View()> maker) { _makeRootView = std::move(maker); }
+    view::View rootView() const { return _makeRootView ? _makeRootView() : view::View(); }
+
+    /// Hides the panel with a fade, or notes the front application in `previousApp` and shows the panel. What
+    /// the hotkey does; nothing before launch.
+    void togglePanel();
+    /// As `togglePanel` while the panel is hidden; a visible one stays.
+    void showPanel();
+    void hidePanel();
+
+    /// The application that was in front when the panel was toggled on; absent where there was none.
+    std::optional<NSRunningApplication> previousApp;
 
     Published<AutoCleanSettings> autoCleanSettings;
     Published<AppearanceSettings> appearanceSettings;
+    /// The size of the panel at launch, in points.
+    Published<Size> popoverSize;
 
 private:
     void setAutoCleanSettings(AutoCleanSettings settings);
 
+    std::function<view::View()> _makeRootView;
     std::unique_ptr<PasteboardWatcher> _watcher;
     std::unique_ptr<StatusBarController> _statusBar;
     std::unique_ptr<AutoCleanScheduler> _autoCleanScheduler;

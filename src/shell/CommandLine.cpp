@@ -11,8 +11,16 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.command = Command::version;
         } else if (word == "status") {
             line.command = Command::status;
+        } else if (word == "toggle") {
+            line.command = Command::toggle;
+        } else if (word == "show") {
+            line.command = Command::show;
+        } else if (word == "hide") {
+            line.command = Command::hide;
         } else if (word == "quit") {
             line.command = Command::quit;
+        } else if (word == "--show") {
+            line.showsPanel = true;
         } else if (word == "--json") {
             line.json = true;
         } else if (word == "--platform=headless") {
@@ -21,6 +29,7 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.error = "Unknown word on the command line: " + word;
         }
     }
+    if (line.showsPanel && line.command != Command::run) line.error = "--show goes with no other command.";
     if (line.json && line.command != Command::status) line.error = "--json goes with status.";
     return line;
 }
@@ -29,6 +38,9 @@ const char* CommandLine::help() {
     return "Vellumix remembers what you copy, enciphered, and finds it again.\n"
            "\n"
            "  vellumix                      start, in the present X11 session\n"
+           "  vellumix --show               start, and open the panel\n"
+           "  vellumix toggle               open or close the panel; starts the program if need be\n"
+           "  vellumix show | hide          open or close it; show starts the program if need be\n"
            "  vellumix status [--json]      what is kept and what was last recorded or refused; never "
            "content\n"
            "  vellumix quit                 end the running program\n"
@@ -36,8 +48,8 @@ const char* CommandLine::help() {
            "  vellumix -resetOnboarding     start, and show the introduction again\n"
            "  vellumix --version, --help\n"
            "\n"
-           "Exit status: 0 done, 1 it can't be done, 2 the words are off, 3 status or quit with nothing "
-           "running.\n";
+           "Exit status: 0 done, 1 it can't be done, 2 the words are off, 3 nothing is running "
+           "that could be asked.\n";
 }
 
 }  // namespace vellumix

@@ -7,13 +7,15 @@ namespace vellumix {
 
 /// What a person asked for on the command line.
 struct CommandLine {
-    enum class Command { run, status, quit, help, version };
+    enum class Command { run, status, toggle, show, hide, quit, help, version };
     enum class PlatformChoice { desktop, headless };
 
     Command command = Command::run;
     PlatformChoice platform = PlatformChoice::desktop;
     /// With `status`: the JSON object rather than lines.
     bool json = false;
+    /// With `run`: open the panel as soon as the program is up.
+    bool showsPanel = false;
     /// Why the words can't be followed; empty when they can.
     std::string error;
 

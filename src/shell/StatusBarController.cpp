@@ -1,15 +1,68 @@
 #include "shell/StatusBarController.h"
 
+#include <algorithm>
+
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/view/Curve.h"
 #include "shell/AppDelegate.h"
 
 namespace vellumix {
 
+namespace {
+
+constexpr auto widthKey = "panelWidth";
+constexpr auto heightKey = "panelHeight";
+constexpr auto relativeXKey = "panelRelativeX";
+constexpr auto relativeYKey = "panelRelativeY";
+constexpr auto hasCustomPositionKey = "hasCustomPosition";
+
+constexpr double showSeconds = 0.2;
+constexpr double hideSeconds = 0.15;
+
+bool isFraction(double value) { return value >= 0 && value <= 1; }
+
+/// The part of the free room before an origin; the middle where there is no room to be free.
+double fraction(double origin, double roomBegin, double freeRoom) {
+    return freeRoom > 0 ? std::clamp((origin - roomBegin) / freeRoom, 0.0, 1.0) : 0.5;
+}
+
+std::optional<NSScreen> mainOrFirstScreen() {
+    const auto& windows = platform::current().windows;
+    if (const auto main = windows.mainScreen()) return main;
+    const auto screens = windows.screens();
+    return screens.empty() ? std::nullopt : std::optional(screens.front());
+}
+
+}  // namespace
+
 StatusBarController::StatusBarController(AppDelegate& application)
     : _application(application), _statusItem(platform::current().statusBar.makeStatusItem()) {
+    restoreFromDefaults();
     showTexts();
+    _statusItem->setAction(_lifetime.weakly([this] { toggleFromStatusItem(); }));
     _languageChange = application.languageManager().currentLanguage.observe([this] { showTexts(); });
+
+    // A later turn of the loop, so that whoever caused it is done with it.
+    const auto hideLater = [this] { onMain(_lifetime.weakly([this] { hide(); })); };
+    auto& windows = platform::current().windows;
+    _workspaceObserver = windows.observeActiveSpace(hideLater);
+    _screenParamObserver = windows.observeScreenParameters(hideLater);
+}
+
+void StatusBarController::restoreFromDefaults() {
+    const auto& defaults = UserDefaults::standard();
+    const Size stored{defaults.doubleForKey(widthKey), defaults.doubleForKey(heightKey)};
+    if (stored.width > 0 && stored.height > 0) {
+        const auto& least = FloatingPanel::minSize;
+        const auto& most = FloatingPanel::maxSize;
+        currentSize = {std::clamp(stored.width, least.width, most.width),
+                       std::clamp(stored.height, least.height, most.height)};
+    }
+    if (!defaults.boolForKey(hasCustomPositionKey)) return;
+    const Point place{defaults.doubleForKey(relativeXKey), defaults.doubleForKey(relativeYKey)};
+    if (isFraction(place.x) && isFraction(place.y)) _relativePosition = place;
 }
 
 void StatusBarController::showTexts() {
@@ -19,10 +72,104 @@ void StatusBarController::showTexts() {
 
 std::vector<StatusMenuEntry> StatusBarController::menu() {
     return {
-        {.title = localized("app.name"), .isEnabled = false},
+        {.title = localized("header.clipboard"), .action = _lifetime.weakly([this] { show(); })},
         StatusMenuEntry::separator(),
         {.title = localized("quit"), .action = _lifetime.weakly([this] { _application.terminate(); })},
     };
+}
+
+void StatusBarController::toggleFromStatusItem() { isPanelVisible() ? hide() : show(); }
+
+void StatusBarController::show() {
+    if (!_floatingPanel) buildPanel();
+    positionPanel();
+    auto& panel = *_floatingPanel;
+    panel.window().setAlphaValue(0);
+    panel.hostingView().orderFront();
+    panel.window().makeKeyWindow();
+    panel.hostingView().tree().clearFocus();
+
+    panel.removeClickMonitor();
+    panel.addClickMonitor();
+    panel.hostingView().animateAlpha(1, view::Curve::easeOut(showSeconds));
+}
+
+void StatusBarController::positionPanel() {
+    const auto screen = mainOrFirstScreen();
+    if (!screen) return;
+    const auto& visible = screen->visibleFrame;
+    Point origin{visible.centre().x - currentSize.width * 0.5, visible.centre().y - currentSize.height * 0.5};
+    if (_relativePosition) {
+        origin = {visible.minX() + _relativePosition->x * (visible.size.width - currentSize.width),
+                  visible.minY() + _relativePosition->y * (visible.size.height - currentSize.height)};
+        _currentPosition = origin;
+    }
+    _floatingPanel->window().setFrame({origin, currentSize});
+}
+
+void StatusBarController::hide() {
+    if (!isPanelVisible()) return;
+    _floatingPanel->removeClickMonitor();
+    _floatingPanel->hostingView().animateAlpha(0, view::Curve::easeIn(hideSeconds), _lifetime.weakly([this] {
+        _floatingPanel->hostingView().orderOut();
+    }));
+}
+
+void StatusBarController::hideImmediately() {
+    if (!isPanelVisible()) return;
+    _floatingPanel->removeClickMonitor();
+    _floatingPanel->hostingView().orderOut();
+}
+
+void StatusBarController::buildPanel() {
+    const auto root = _application.rootView()
+                          .environment(&_application.store())
+                          .environment(&_application)
+                          .environment(&_application.themeManager())
+                          .environment(&_application.languageManager());
+    _floatingPanel = std::make_unique<FloatingPanel>(currentSize, root);
+    _floatingPanel->onClickOutside = _lifetime.weakly([this] { hide(); });
+
+    auto& hosting = _floatingPanel->hostingView();
+    hosting.onUnhandledKey([this](const KeyEvent& event) {
+        // What every user of a pop-up expects.
+        if (event.key != Key::escape) return false;
+        hide();
+        return true;
+    });
+    _panelObserverTokens.clear();
+    const auto later = [this](Work work) {
+        return [this, work = std::move(work)] { onMain(_lifetime.weakly(work)); };
+    };
+    _panelObserverTokens.push_back(hosting.observeResize(later([this] { panelChangedFrame(true); })));
+    _panelObserverTokens.push_back(hosting.observeMove(later([this] { panelChangedFrame(false); })));
+    _panelObserverTokens.push_back(
+        hosting.observeClose(later([this] { _floatingPanel->removeClickMonitor(); })));
+}
+
+void StatusBarController::panelChangedFrame(bool hasResized) {
+    const auto frame = _floatingPanel->window().frame();
+    if (hasResized) currentSize = frame.size;
+    _currentPosition = frame.origin;
+    persistPanelFrame();
+}
+
+void StatusBarController::persistPanelFrame() {
+    auto& defaults = UserDefaults::standard();
+    defaults.set(widthKey, PropertyValue(currentSize.width));
+    defaults.set(heightKey, PropertyValue(currentSize.height));
+    if (!_currentPosition) return;
+    auto screen = _floatingPanel->window().screen();
+    if (!screen) screen = mainOrFirstScreen();
+    if (!screen) return;
+    const auto& visible = screen->visibleFrame;
+    _relativePosition = Point{
+        fraction(_currentPosition->x, visible.minX(), visible.size.width - currentSize.width),
+        fraction(_currentPosition->y, visible.minY(), visible.size.height - currentSize.height),
+    };
+    defaults.set(relativeXKey, PropertyValue(_relativePosition->x));
+    defaults.set(relativeYKey, PropertyValue(_relativePosition->y));
+    defaults.set(hasCustomPositionKey, PropertyValue(true));
 }
 
 }  // namespace vellumix

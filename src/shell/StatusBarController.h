@@ -1,30 +1,64 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/desktop/StatusItem.h"
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Observation.h"
+#include "shell/FloatingPanel.h"
 
 namespace vellumix {
 
 class AppDelegate;
 
-/// The program's icon in the desktop's panel, with its menu. Main thread only.
+/// Owns the program's icon in the desktop's panel, with its menu, and the floating panel: shows, places and
+/// hides it, and remembers where it was. Main thread only.
 ///
-/// The texts follow the chosen language.
+/// The floating panel is built at the first `show` and kept. Its place is remembered as fractions of the free
+/// room of the screen, so that it comes back to a like place on any screen, and always inside.
 class StatusBarController {
 public:
-    /// `application` must outlive the controller.
+    /// Restores size and place from the user defaults. `application` must outlive the controller.
     explicit StatusBarController(AppDelegate& application);
 
+    /// Shows the panel in front with the keyboard, on the main screen. While it is visible, it is placed and
+    /// faded in anew.
+    void show();
+    /// Fades the panel out. It is visible until it has gone.
+    void hide();
+    /// Takes the panel away at once.
+    void hideImmediately();
+    void toggleFromStatusItem();
+
+    /// Null until the first `show`.
+    FloatingPanel* floatingPanel() { return _floatingPanel.get(); }
+    bool isPanelVisible() const { return _floatingPanel && _floatingPanel->window().isVisible(); }
+
+    /// Of the panel, in points.
+    Size currentSize{420, 620};
+
 private:
+    void restoreFromDefaults();
     void showTexts();
     std::vector<StatusMenuEntry> menu();
+    void buildPanel();
+    void positionPanel();
+    void panelChangedFrame(bool hasResized);
+    void persistPanelFrame();
 
     AppDelegate& _application;
     std::unique_ptr<NSStatusItem> _statusItem;
+    std::unique_ptr<FloatingPanel> _floatingPanel;
+    Observation _workspaceObserver;
+    Observation _screenParamObserver;
+    std::vector<Observation> _panelObserverTokens;
+    /// The panel's last known origin.
+    std::optional<Point> _currentPosition;
+    /// The last known place as fractions of the free room, from the left and from the top, 0 to 1 each.
+    std::optional<Point> _relativePosition;
     Observation _languageChange;
     Lifetime _lifetime;
 };

@@ -13,6 +13,7 @@ namespace vellumix::linux_desktop {
 namespace {
 
 using Outcome = SessionService::Outcome;
+using PanelRequest = RunningInstance::PanelRequest;
 using Presence = RunningInstance::Presence;
 
 class SessionServiceTest : public testing::Test {
@@ -42,15 +43,19 @@ TEST_F(SessionServiceTest, AnswersOthersAndEndsOnRequest) {
     auto claim = SessionService::claim();
     ASSERT_EQ(claim.outcome, Outcome::owner);
     EXPECT_FALSE(beside([] { return RunningInstance().status(); })) << "before the handlers";
-    int activations = 0;
+    std::string asked;
     claim.service->setHandlers({
         .status = [] { return std::string(R"({"pinned":2})"); },
         .quit = [&] { loop.post([&] { claim.service.reset(); }); },
-        .activate = [&] { ++activations; },
+        .toggle = [&] { asked += "toggle "; },
+        .show = [&] { asked += "show "; },
+        .hide = [&] { asked += "hide "; },
     });
     EXPECT_EQ(beside([] { return RunningInstance().status(); }), R"({"pinned":2})");
-    EXPECT_TRUE(beside([] { return RunningInstance().activate(); }));
-    EXPECT_EQ(activations, 1);
+    for (const auto request : {PanelRequest::hide, PanelRequest::show, PanelRequest::toggle}) {
+        EXPECT_TRUE(beside([&] { return RunningInstance().ask(request); }));
+    }
+    EXPECT_EQ(asked, "hide show toggle ");
 
     const auto second = SessionService::claim();
     EXPECT_EQ(second.outcome, Outcome::otherOwns);

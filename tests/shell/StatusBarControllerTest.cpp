@@ -1,5 +1,7 @@
 #include "shell/StatusBarController.h"
 
+#include "platform/foundation/UserDefaults.h"
+#include "platform/view/Renderer.h"
 #include "shell/AppDelegate.h"
 #include "support/HeadlessTest.h"
 
@@ -29,7 +31,6 @@ TEST_F(StatusBarControllerTest, TheIconIsThereFromLaunchToTheEnd) {
         ASSERT_TRUE(desktop.statusBar.icon());
         EXPECT_EQ(desktop.statusBar.icon()->symbolName, "scissors");
         EXPECT_EQ(desktop.statusBar.icon()->accessibilityDescription, "Vellumix");
-        EXPECT_FALSE(desktop.statusBar.choose("Vellumix")) << "the first line only says whose menu it is";
     }
     EXPECT_FALSE(desktop.statusBar.icon());
 }
@@ -37,11 +38,11 @@ TEST_F(StatusBarControllerTest, TheIconIsThereFromLaunchToTheEnd) {
 TEST_F(StatusBarControllerTest, TheMenuSpeaksTheChosenLanguage) {
     AppDelegate application;
     application.applicationDidFinishLaunching(started());
-    EXPECT_EQ(titles(), "Vellumix | - | Quit");
+    EXPECT_EQ(titles(), "Clipboard | - | Quit");
     application.languageManager().currentLanguage.set(AppLanguage::ptBR);
-    EXPECT_EQ(titles(), "Vellumix | - | Sair");
+    EXPECT_EQ(titles(), "Área de transferência | - | Sair");
     application.languageManager().currentLanguage.set(AppLanguage::es);
-    EXPECT_EQ(titles(), "Vellumix | - | Salir");
+    EXPECT_EQ(titles(), "Portapapeles | - | Salir");
 }
 
 TEST_F(StatusBarControllerTest, QuitEndsTheMainLoop) {
@@ -54,6 +55,140 @@ TEST_F(StatusBarControllerTest, QuitEndsTheMainLoop) {
     desktop.runLoop.run();
     EXPECT_EQ(desktop.runLoop.now() - before, 1);
     EXPECT_FALSE(ranOn);
+}
+
+class FloatingPanelTest : public StatusBarControllerTest {
+protected:
+    FloatingPanelTest() {
+        view::Renderer::shared().setTexts(view::fixedTextSetter());
+        desktop.workspace.front =
+            NSRunningApplication{.processIdentifier = 7, .bundleIdentifier = "editor", .window = 70};
+    }
+    void launch() {
+        application = std::make_unique<AppDelegate>();
+        application->applicationDidFinishLaunching(started());
+    }
+    void showWhole() {
+        application->showPanel();
+        desktop.runLoop.advance(0.3);
+    }
+    headless::Window& panel() const { return *desktop.windows.shown(NSWindow::Kind::panel); }
+    bool isShown() const { return desktop.windows.shown(NSWindow::Kind::panel) != nullptr; }
+
+    std::unique_ptr<AppDelegate> application;
+};
+
+TEST_F(FloatingPanelTest, FadesInWithTheKeyboardAndLeavesTheFrontApplicationInFront) {
+    launch();
+    application->togglePanel();
+    EXPECT_EQ(panel().alphaValue(), 0);
+    EXPECT_TRUE(panel().isKeyWindow());
+    EXPECT_EQ(panel().drawings, 1) << "the first frame is there with the window";
+    desktop.runLoop.advance(0.1);
+    EXPECT_GT(panel().alphaValue(), 0.5) << "ease-out";
+    EXPECT_EQ(desktop.workspace.activated, std::vector{*application->previousApp}) << "after 0.05 seconds";
+    EXPECT_TRUE(panel().isKeyWindow());
+    desktop.runLoop.advance(0.2);
+    EXPECT_EQ(panel().alphaValue(), 1);
+
+    application->togglePanel();
+    desktop.runLoop.advance(0.1);
+    EXPECT_TRUE(isShown()) << "visible as long as it fades";
+    desktop.runLoop.advance(0.1);
+    EXPECT_FALSE(isShown());
+    EXPECT_EQ(application->previousApp->window, 70u);
+}
+
+TEST_F(FloatingPanelTest, ShownAgainWhileItFadesOutItStays) {
+    launch();
+    showWhole();
+    application->hidePanel();
+    desktop.runLoop.advance(0.1);
+    application->statusBar()->show();
+    desktop.runLoop.advance(1);
+    EXPECT_TRUE(isShown());
+    EXPECT_EQ(panel().alphaValue(), 1);
+    application->statusBar()->hideImmediately();
+    EXPECT_FALSE(isShown());
+}
+
+TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAlone) {
+    launch();
+    const std::pair<const char*, std::function<void()>> causes[] = {
+        {"a press elsewhere",
+         [&] {
+             desktop.windows.pressElsewhere({5, 5});
+         }},
+        {"escape", [&] { panel().delegate()->keyPressed({.key = Key::escape, .text = {}}); }},
+        {"another workspace", [&] { desktop.windows.changeActiveSpace(); }},
+        {"another monitor", [&] { desktop.windows.setMonitors(desktop.windows.monitors); }},
+        {"the icon", [&] { desktop.statusBar.icon()->action(); }},
+    };
+    for (const auto& [name, cause] : causes) {
+        showWhole();
+        desktop.windows.pressElsewhere(panel().frame().centre());
+        desktop.runLoop.advance(0.3);
+        ASSERT_TRUE(isShown()) << name;
+        cause();
+        desktop.runLoop.advance(0.3);
+        EXPECT_FALSE(isShown()) << name;
+        EXPECT_FALSE(desktop.windows.isMonitoringMouse()) << name;
+    }
+    desktop.windows.refusesMonitors = true;
+    showWhole();
+    application->togglePanel();
+    desktop.runLoop.advance(0.3);
+    EXPECT_FALSE(isShown()) << "where presses elsewhere can't be seen";
+}
+
+TEST_F(FloatingPanelTest, StandsInTheMiddleAndThenWhereItWasLeftAlwaysOnTheScreen) {
+    launch();
+    showWhole();
+    EXPECT_EQ(panel().frame(), (Rect{{380, 28 + 161}, {520, 450}}));
+
+    panel().setFrame({{-90, 700}, {520, 450}});
+    desktop.runLoop.advance(0.1);
+    application->statusBar()->hideImmediately();
+    showWhole();
+    EXPECT_EQ(panel().frame(), (Rect{{0, 350}, {520, 450}})) << "dragged partly off the screen";
+
+    application->statusBar()->hideImmediately();
+    desktop.windows.monitors.push_back({{{1280, 0}, {1920, 1080}}, {{1280, 0}, {1920, 1080}}});
+    desktop.windows.activeMonitor = 1;
+    showWhole();
+    EXPECT_EQ(panel().frame().origin, (Point{1280, 630})) << "the like place on the other monitor";
+
+    application->statusBar()->hideImmediately();
+    desktop.windows.setMonitors({});
+    desktop.runLoop.settle();
+    showWhole();
+    EXPECT_TRUE(isShown()) << "without any screen at its old frame";
+}
+
+TEST_F(FloatingPanelTest, ComesBackWhereItWasAfterARestart) {
+    struct Case {
+        double width, height, x, y;
+        Size size;
+        Point origin;
+    };
+    const Case cases[] = {
+        {2000, 300, 1, 0, {800, 500}, {480, 28}},
+        {0, 700, 0.5, 1, {420, 620}, {430, 180}},
+        {400, 600, 1.2, 0.5, {400, 600}, {440, 114}},
+    };
+    for (const auto& stored : cases) {
+        auto& defaults = UserDefaults::standard();
+        defaults.set("panelWidth", PropertyValue(stored.width));
+        defaults.set("panelHeight", PropertyValue(stored.height));
+        defaults.set("panelRelativeX", PropertyValue(stored.x));
+        defaults.set("panelRelativeY", PropertyValue(stored.y));
+        defaults.set("hasCustomPosition", PropertyValue(true));
+        AppDelegate delegate;
+        StatusBarController controller(delegate);
+        EXPECT_EQ(controller.currentSize, stored.size);
+        controller.show();
+        EXPECT_EQ(panel().frame().origin, stored.origin);
+    }
 }
 
 }  // namespace

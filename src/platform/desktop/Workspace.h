@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -11,6 +12,10 @@ struct NSRunningApplication {
     int processIdentifier = 0;
     /// The desktop-file id, else the window class; absent when there is neither.
     std::optional<std::string> bundleIdentifier;
+    /// Which of its windows was in front, as the backend counts them; 0 when the desktop doesn't tell.
+    std::uint32_t window = 0;
+
+    friend bool operator==(const NSRunningApplication&, const NSRunningApplication&) = default;
 };
 
 /// The applications of the desktop. Main thread only; answers from what has been observed and waits for
@@ -20,6 +25,9 @@ public:
     virtual ~NSWorkspace() = default;
     /// The application whose window has the keyboard; absent when there is none or the desktop doesn't tell.
     virtual std::optional<NSRunningApplication> frontmostApplication() const = 0;
+    /// Asks the desktop to bring the application's window to the front, with the keyboard. False when the
+    /// application can't be found any more.
+    virtual bool activate(const NSRunningApplication& application) = 0;
 };
 
 }  // namespace vellumix

@@ -19,7 +19,14 @@ class Workspace final : public NSWorkspace {
 public:
     std::optional<NSRunningApplication> frontmostApplication() const override { return front; }
 
+    bool activate(const NSRunningApplication& application) override {
+        activated.push_back(application);
+        front = application;
+        return true;
+    }
+
     std::optional<NSRunningApplication> front;
+    std::vector<NSRunningApplication> activated;
 };
 
 /// A keychain in memory that can refuse.

@@ -11,7 +11,9 @@ inline constexpr auto description =
     "  <interface name='com.tarnwick.Vellumix.Control'>"
     "    <method name='Status'><arg name='json' type='s' direction='out'/></method>"
     "    <method name='Quit'/>"
-    "    <method name='Activate'/>"
+    "    <method name='Toggle'/>"
+    "    <method name='Show'/>"
+    "    <method name='Hide'/>"
     "  </interface>"
     "</node>";
 

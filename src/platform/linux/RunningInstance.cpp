@@ -82,8 +82,12 @@ bool RunningInstance::quit() {
     return isDone;
 }
 
-bool RunningInstance::activate() {
-    return presence() == Presence::running && _state->control("Activate", "()", Deadline::in(callSeconds));
+bool RunningInstance::ask(PanelRequest request) {
+    if (presence() != Presence::running) return false;
+    const char* method = request == PanelRequest::toggle ? "Toggle"
+                         : request == PanelRequest::show ? "Show"
+                                                         : "Hide";
+    return static_cast<bool>(_state->control(method, "()", Deadline::in(callSeconds)));
 }
 
 }  // namespace vellumix::linux_desktop

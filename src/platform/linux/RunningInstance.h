@@ -27,8 +27,9 @@ public:
     std::optional<std::string> status();
     /// Asks it to quit and waits until it has given up its name. False when it is still there.
     bool quit();
-    /// Asks it to come to the front.
-    bool activate();
+    enum class PanelRequest { toggle, show, hide };
+    /// Asks it to show or hide its panel. False when it doesn't answer.
+    bool ask(PanelRequest request);
 
 private:
     struct State;

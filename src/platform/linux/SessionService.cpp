@@ -75,8 +75,11 @@ void SessionService::State::answer(std::string_view method, GDBusMethodInvocatio
         g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", handlers->status().c_str()));
         return;
     }
-    // The reply goes first: either handler may end this service.
-    const auto handler = method == "Quit" ? handlers->quit : handlers->activate;
+    // The reply goes first: any handler may end this service.
+    const auto handler = method == "Quit"     ? handlers->quit
+                         : method == "Toggle" ? handlers->toggle
+                         : method == "Show"   ? handlers->show
+                                              : handlers->hide;
     g_dbus_method_invocation_return_value(invocation, nullptr);
     handler();
 }

@@ -33,7 +33,9 @@ public:
         /// A JSON text (RFC 8259); never content.
         std::function<std::string()> status;
         Work quit;
-        Work activate;
+        Work toggle;
+        Work show;
+        Work hide;
     };
 
     /// Tries to own the name, without waiting for its owner to go.

@@ -53,7 +53,8 @@ Workspace::Workspace(Connection& connection, DesktopFiles desktopFiles)
 
 std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
     if (!_front) return std::nullopt;
-    NSRunningApplication application{.processIdentifier = _front->processIdentifier, .bundleIdentifier = {}};
+    NSRunningApplication application{
+        .processIdentifier = _front->processIdentifier, .bundleIdentifier = {}, .window = _front->window};
     // Looked up here and not when the window came to the front: most windows come and go without a question.
     if (!_front->desktopFile.empty()) {
         application.bundleIdentifier = _front->desktopFile;
@@ -68,6 +69,24 @@ xcb_window_t Workspace::windowNamedBy(xcb_window_t window, xcb_atom_t property) 
     const auto reply = xcb::await<xcb_get_property_reply>(
         _connection.xcb(), xcb_get_property(_connection.xcb(), 0, window, property, XCB_ATOM_WINDOW, 0, 1));
     return numberOf(reply.get());
+}
+
+bool Workspace::activate(const NSRunningApplication& application) {
+    if (application.window == XCB_WINDOW_NONE || !applicationOf(application.window)) return false;
+    // As a pager asks (EWMH 1.5, "_NET_ACTIVE_WINDOW"): the user chose the window by what he did before.
+    constexpr std::uint32_t fromPager = 2;
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = application.window;
+    message.type = _connection.atoms().activeWindow;
+    message.data.data32[0] = fromPager;
+    message.data.data32[1] = XCB_CURRENT_TIME;
+    constexpr std::uint32_t toWindowManager =
+        XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_send_event(_connection.xcb(), 0, _connection.root(), toWindowManager,
+                   reinterpret_cast<const char*>(&message));
+    return true;
 }
 
 bool Workspace::hasWindowManager() const {
@@ -97,6 +116,7 @@ std::optional<Workspace::Application> Workspace::applicationOf(xcb_window_t wind
     const auto processReply = xcb::await<xcb_get_property_reply>(xcb, process);
     const auto classReply = xcb::await<xcb_get_property_reply>(xcb, windowClass);
     Application application;
+    application.window = window;
     application.processIdentifier = static_cast<int>(numberOf(processReply.get()));
     application.windowClass = classOf(textOf(classReply.get()));
     for (const auto cookie : ids) {

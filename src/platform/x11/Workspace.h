@@ -23,12 +23,14 @@ public:
     Workspace& operator=(const Workspace&) = delete;
 
     std::optional<NSRunningApplication> frontmostApplication() const override;
+    bool activate(const NSRunningApplication& application) override;
     /// Whether a window manager runs that tells the front application (EWMH 1.5, "_NET_SUPPORTING_WM_CHECK").
     bool hasWindowManager() const;
 
 private:
     /// What a window says of its application.
     struct Application {
+        xcb_window_t window = XCB_WINDOW_NONE;
         int processIdentifier = 0;
         std::string desktopFile;
         std::string windowClass;

@@ -81,14 +81,32 @@ std::optional<Data> EncryptionManager::encrypt(ByteView data) {
     return Data(std::move(buffer));
 }
 
-std::optional<ByteView> EncryptionManager::decryptInPlace(std::span<std::uint8_t> combined) {
-    const auto key = getOrCreateKey();
+std::optional<SymmetricKey> EncryptionManager::keyToDecrypt() {
+    auto key = getOrCreateKey();
     if (!key) {
         log.error("decrypt: failed to get or create key");
         postFailure("decrypt", "key-unavailable");
-        return std::nullopt;
     }
-    if (const auto error = aesgcm::openInPlace(combined, *key)) {
+    return key;
+}
+
+std::optional<ByteView> EncryptionManager::decryptInPlace(std::span<std::uint8_t> combined) {
+    const auto key = keyToDecrypt();
+    return key ? open(combined, *key) : std::nullopt;
+}
+
+std::vector<std::optional<Bytes>> EncryptionManager::decryptAll(const std::vector<ByteView>& blobs) {
+    std::vector<std::optional<Bytes>> plaintexts(blobs.size());
+    const auto key = blobs.empty() ? std::nullopt : keyToDecrypt();
+    for (std::size_t at = 0; key && at < blobs.size(); ++at) {
+        auto copy = bytesOf(blobs[at]);
+        if (const auto plaintext = open(copy, *key)) plaintexts[at] = bytesOf(*plaintext);
+    }
+    return plaintexts;
+}
+
+std::optional<ByteView> EncryptionManager::open(std::span<std::uint8_t> combined, const SymmetricKey& key) {
+    if (const auto error = aesgcm::openInPlace(combined, key)) {
         const std::string reason = aesgcm::description(*error);
         log.error("decrypt: AES-GCM open failed: " + reason);
         postFailure("decrypt", reason);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "platform/desktop/Keychain.h"
 #include "platform/foundation/AESGCM.h"
@@ -31,6 +33,9 @@ public:
     bool encryptInPlace(Bytes& buffer, std::size_t offset);
     /// The plaintext of a blob in combined form.
     std::optional<Bytes> decrypt(ByteView data);
+    /// The plaintexts of several blobs, in order, with one read of the key; nothing in the place of one that
+    /// can't be opened.
+    std::vector<std::optional<Bytes>> decryptAll(const std::vector<ByteView>& blobs);
     /// The same in place: the view of the plaintext is a part of `combined`, which a failure leaves of no
     /// use.
     std::optional<ByteView> decryptInPlace(std::span<std::uint8_t> combined);
@@ -42,6 +47,9 @@ private:
     };
 
     std::optional<SymmetricKey> getOrCreateKey();
+    /// The key for deciphering; without one, that has been told.
+    std::optional<SymmetricKey> keyToDecrypt();
+    std::optional<ByteView> open(std::span<std::uint8_t> combined, const SymmetricKey& key);
     LoadedKey loadKeyFromKeychain();
     bool saveKeyToKeychain(const SymmetricKey& key);
     void postFailure(const char* operation, const std::string& reason);

@@ -1,0 +1,76 @@
+#include "core/HistorySearch.h"
+
+#include "core/Store.h"
+#include "support/HeadlessTest.h"
+
+namespace vellumix {
+namespace {
+
+using Kind = ClipboardItem::Kind;
+
+class HistorySearchTest : public HeadlessTest {
+protected:
+    std::vector<std::string> found(const std::string& query, Kind category = Kind::all) {
+        return textsOf(HistorySearch::shared().found(store.items().get(), category, String(query)));
+    }
+
+    Store store;
+};
+
+TEST_F(HistorySearchTest, FindsWhateverTheCaseAndNotWithoutTheAccent) {
+    struct Case {
+        const char* text;
+        const char* query;
+        bool isFound;
+    };
+    const Case cases[] = {
+        {"Meeting NOTES", "notes", true},
+        {"meeting notes", "NOTES", true},
+        {"a  b", "a b", false},
+        {"caf\u00e9", "cafe", false},
+        {"cafe\u0301", "cafe", false},
+        {"CAFE\u0301 au lait", "caf\u00e9 AU", true},
+        {"STRASSE", "stra\u00dfe", true},
+        {"\u0395\u03bb\u03bb\u03ac\u03b4\u03b1", "\u0395\u039b\u039b\u0386\u0394\u0391", true},
+        {"300 \u212a", "k", true},
+        {"x\u0301\u0301y", "xy", false},
+    };
+    for (const auto& one : cases) {
+        EXPECT_EQ(CaselessText(one.query).isIn(one.text), one.isFound) << one.text << " / " << one.query;
+        // Wherever it lies to the pieces in which a long text is searched.
+        for (const std::size_t before : {16380, 16383, 16384, 40000}) {
+            const auto text = std::string(before, '.') + one.text + std::string(20000, 'i');
+            EXPECT_EQ(CaselessText(one.query).isIn(text), one.isFound) << one.query << " after " << before;
+        }
+    }
+    EXPECT_TRUE(CaselessText("").isIn(""));
+    EXPECT_FALSE(CaselessText("\u00e9").isIn(std::string(100000, 'e')));
+}
+
+TEST_F(HistorySearchTest, FiltersByKindAndFindsFilesByTheirName) {
+    store.add(textItem("report about cats"));
+    store.add(textItem("report(cats)", Kind::code));
+    store.add(fileItem("/home/cats/Report.odt"));
+    EXPECT_EQ(found("report"), (std::vector<std::string>{"Report.odt", "report(cats)", "report about cats"}));
+    EXPECT_EQ(found("cats", Kind::file), std::vector<std::string>()) << "the folder isn't the name";
+    EXPECT_EQ(found("", Kind::code), std::vector<std::string>{"report(cats)"});
+}
+
+TEST_F(HistorySearchTest, LockedEntriesAreFoundWithOneReadOfTheKeyASearch) {
+    for (const auto* text : {"first secret", "second secret", "open"}) store.add(textItem(text));
+    store.setLocked(store.items().get()[1], true);
+    store.setLocked(store.items().get()[2], true);
+    const auto readsBefore = desktop.keychain.reads;
+    EXPECT_EQ(found("s").size(), 2u);
+    EXPECT_EQ(found("sec").size(), 2u);
+    EXPECT_EQ(found("second").size(), 1u);
+    EXPECT_EQ(desktop.keychain.reads - readsBefore, 1);
+
+    HistorySearch::shared().forget();
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    EXPECT_EQ(found("secret").size(), 0u) << "a locked keyring hides them, and nothing else";
+    EXPECT_EQ(found("open").size(), 1u);
+}
+
+}  // namespace
+}  // namespace vellumix

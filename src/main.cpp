@@ -24,6 +24,8 @@
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
 #include "shell/StatusReport.h"
+#include "views/Gallery.h"
+#include "views/GallerySamples.h"
 
 using namespace vellumix;
 
@@ -234,6 +236,16 @@ int quit() {
     return impossible;
 }
 
+int gallery(const std::string& folder) {
+    headless::Desktop desktop;
+    SampleImageDecoder images;
+    SampleFileIcons icons;
+    const platform::Scope scope(withSamplePictures(desktop.platform(), images, icons));
+    if (paintGallery(folder)) return done;
+    say("The pictures can't be written to " + folder + ".");
+    return impossible;
+}
+
 }  // namespace
 
 int main(int count, char** words) {
@@ -254,6 +266,8 @@ int main(int count, char** words) {
             return printStatus(line.json);
         case CommandLine::Command::quit:
             return quit();
+        case CommandLine::Command::gallery:
+            return gallery(line.folder);
         case CommandLine::Command::run:
             return run(line, arguments);
     }

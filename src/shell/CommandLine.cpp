@@ -13,6 +13,10 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.command = Command::status;
         } else if (word == "quit") {
             line.command = Command::quit;
+        } else if (word == "gallery") {
+            line.command = Command::gallery;
+        } else if (line.command == Command::gallery && line.folder.empty()) {
+            line.folder = word;
         } else if (word == "--json") {
             line.json = true;
         } else if (word == "--platform=headless") {
@@ -22,6 +26,7 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
         }
     }
     if (line.json && line.command != Command::status) line.error = "--json goes with status.";
+    if (line.command == Command::gallery && line.folder.empty()) line.error = "gallery needs a folder.";
     return line;
 }
 

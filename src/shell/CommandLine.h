@@ -7,13 +7,23 @@ namespace vellumix {
 
 /// What a person asked for on the command line.
 struct CommandLine {
-    enum class Command { run, status, quit, help, version };
+    enum class Command {
+        run,
+        status,
+        quit,
+        help,
+        version,
+        /// Paints the views into the files of `folder`, for those who work on them.
+        gallery,
+    };
     enum class PlatformChoice { desktop, headless };
 
     Command command = Command::run;
     PlatformChoice platform = PlatformChoice::desktop;
     /// With `status`: the JSON object rather than lines.
     bool json = false;
+    /// With `gallery`: the folder, which is there already.
+    std::string folder;
     /// Why the words can't be followed; empty when they can.
     std::string error;
 

@@ -9,7 +9,7 @@ namespace vellumix::view {
 
 /// What a view does about events.
 struct Handlers {
-    enum class Focus { none, byKeysAlone, byPressToo };
+    enum class Focus { none, byKeysAlone, byPressToo, byPressAlone };
 
     Action onTap;
     Action onClickOutside;
@@ -23,7 +23,8 @@ struct Handlers {
     WindowAction windowAction = WindowAction::none;
     String help;
 
-    bool wantsPointer() const { return onTap || onHover || cursor || focus == Focus::byPressToo; }
+    bool isFocusedByPress() const { return focus == Focus::byPressToo || focus == Focus::byPressAlone; }
+    bool wantsPointer() const { return onTap || onHover || cursor || isFocusedByPress(); }
 };
 
 }  // namespace vellumix::view

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/view/Dispatcher.h"
@@ -23,6 +24,7 @@ public:
     void setSurface(const Surface& surface);
     const DrawingList& frame(double now);
     bool needsFrame() const;
+    std::optional<double> nextFrameAt() const { return _nextFrameAt; }
     void onNeedsFrame(std::function<void()> handler) { _onNeedsFrame = std::move(handler); }
     /// The next frame lays out anew, or at least draws anew.
     void needLayout();
@@ -55,6 +57,7 @@ private:
     std::optional<Curve> _curve;
     std::function<void()> _onNeedsFrame;
     double _now = 0;
+    std::optional<double> _nextFrameAt;
     double _movesUntil = 0;
     int _update = 0;
     bool _isStale = true;

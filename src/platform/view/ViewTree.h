@@ -43,17 +43,24 @@ public:
     const DrawingList& frame(double now);
     /// Whether a frame would differ from the last: something has changed, or moves.
     bool needsFrame() const;
+    /// When a frame will differ from the last though nothing happens, as a caret blinks: a moment of the clock
+    /// of `frame`. Nothing while it never will.
+    std::optional<double> nextFrameAt() const;
     /// Called once whenever `needsFrame` turns true by something other than a frame.
     void onNeedsFrame(std::function<void()> handler);
 
     void pointerMoved(Point at);
     void pointerLeft();
-    void pointerPressed(Point at, PointerButton button = PointerButton::primary);
+    void pointerPressed(const PointerPress& press);
     void pointerReleased(Point at, PointerButton button = PointerButton::primary);
     /// Moves what is under the pointer by that many points down.
     void scrolled(Point at, double by);
     /// Whether a view, or the window's own keys (tab, space, enter, escape), had a use for it.
     bool keyPressed(const KeyEvent& event);
+    /// What an input method is composing in the text field that has the focus.
+    void textComposed(const MarkedText& text);
+    /// Where the caret of that field was drawn, in the window; nothing while no field has the focus.
+    std::optional<Rect> textInputCaret() const;
     void focusNext();
     void focusPrevious();
     void clearFocus();

@@ -1,7 +1,5 @@
 #include "views/HeaderView.h"
 
-#include <numbers>
-
 #include "platform/foundation/LocalizedText.h"
 #include "platform/view/Views.h"
 #include "shell/ThemeManager.h"
@@ -23,7 +21,6 @@ View HeaderView::body() const {
                             .foreground(gearHovering ? theme.primaryTextColor() : theme.secondaryTextColor())
                             .frame(28, 28)
                             .animation(looks::hover, gearHovering)
-                            .rotation(isClipboard && gearHovering ? std::numbers::pi / 2 : 0)
                             .animation(Curve::easeInOut(0.4), gearHovering);
     return HStack(
                Spacing(0),

@@ -181,7 +181,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
                 tree.pointerMoved(at);
                 break;
             case 1:
-                tree.pointerPressed(at);
+                tree.pointerPressed({at});
                 break;
             case 2:
                 tree.pointerReleased(at);

@@ -25,6 +25,8 @@
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
 #include "shell/StatusReport.h"
+#include "views/Gallery.h"
+#include "views/GallerySamples.h"
 
 using namespace vellumix;
 
@@ -252,6 +254,16 @@ int quit() {
     return impossible;
 }
 
+int gallery(const std::string& folder) {
+    headless::Desktop desktop;
+    SampleImageDecoder images;
+    SampleFileIcons icons;
+    const platform::Scope scope(withSamplePictures(desktop.platform(), images, icons));
+    if (paintGallery(folder)) return done;
+    say("The pictures can't be written to " + folder + ".");
+    return impossible;
+}
+
 }  // namespace
 
 int main(int count, char** words) {
@@ -278,6 +290,8 @@ int main(int count, char** words) {
             return askForPanel(linux_desktop::RunningInstance::PanelRequest::hide);
         case CommandLine::Command::quit:
             return quit();
+        case CommandLine::Command::gallery:
+            return gallery(line.folder);
         case CommandLine::Command::run:
             return run(line, arguments);
     }

@@ -21,6 +21,10 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.command = Command::quit;
         } else if (word == "--show") {
             line.showsPanel = true;
+        } else if (word == "gallery") {
+            line.command = Command::gallery;
+        } else if (line.command == Command::gallery && line.folder.empty()) {
+            line.folder = word;
         } else if (word == "--json") {
             line.json = true;
         } else if (word == "--platform=headless") {
@@ -31,6 +35,7 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
     }
     if (line.showsPanel && line.command != Command::run) line.error = "--show goes with no other command.";
     if (line.json && line.command != Command::status) line.error = "--json goes with status.";
+    if (line.command == Command::gallery && line.folder.empty()) line.error = "gallery needs a folder.";
     return line;
 }
 

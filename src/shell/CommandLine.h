@@ -7,7 +7,18 @@ namespace vellumix {
 
 /// What a person asked for on the command line.
 struct CommandLine {
-    enum class Command { run, status, toggle, show, hide, quit, help, version };
+    enum class Command {
+        run,
+        status,
+        toggle,
+        show,
+        hide,
+        quit,
+        help,
+        version,
+        /// Paints the views into the files of `folder`, for those who work on them.
+        gallery,
+    };
     enum class PlatformChoice { desktop, headless };
 
     Command command = Command::run;
@@ -16,6 +27,8 @@ struct CommandLine {
     bool json = false;
     /// With `run`: open the panel as soon as the program is up.
     bool showsPanel = false;
+    /// With `gallery`: the folder, which is there already.
+    std::string folder;
     /// Why the words can't be followed; empty when they can.
     std::string error;
 

@@ -24,12 +24,12 @@ TEST(Events, ATapGoesToTheInnermostViewThatTakesIt) {
     EXPECT_TRUE(tree.find(Role::button, "Cut").state.isDisabled);
 
     log.clear();
-    tree.tree->pointerPressed({290, 190});
+    tree.tree->pointerPressed({{290, 190}});
     tree.tree->pointerReleased(tree.find(Role::button, "Copy").frame.centre());
     EXPECT_EQ(log, Log{"outside"});
-    tree.tree->pointerPressed(tree.find(Role::button, "Copy").frame.centre());
+    tree.tree->pointerPressed({tree.find(Role::button, "Copy").frame.centre()});
     tree.tree->pointerReleased({290, 190});
-    tree.tree->pointerPressed(tree.find(Role::button, "Copy").frame.centre(), PointerButton::secondary);
+    tree.tree->pointerPressed({tree.find(Role::button, "Copy").frame.centre(), PointerButton::secondary});
     tree.tree->pointerReleased(tree.find(Role::button, "Copy").frame.centre(), PointerButton::secondary);
     EXPECT_EQ(log, Log{"outside"});
     tree.find(Role::button, "Copy").actions.at(0).perform();
@@ -145,7 +145,7 @@ TEST(Events, AHandlerMayDestroyItsTree) {
     const Case cases[] = {
         {"press", [](Action end) { return View(Button(end, Text("a"))); },
          [](ViewTree& tree) {
-             tree.pointerPressed({2, 2});
+             tree.pointerPressed({{2, 2}});
              tree.pointerReleased({2, 2});
          }},
         {"hover", [](Action end) { return Text("a").onHover([end](bool) { end(); }); },
@@ -156,7 +156,7 @@ TEST(Events, AHandlerMayDestroyItsTree) {
          [](ViewTree& tree) { tree.keyPressed({}); }},
         {"outside", [](Action end) { return Text("a").onClickOutside(end); },
          [](ViewTree& tree) {
-             tree.pointerPressed({150, 150});
+             tree.pointerPressed({{150, 150}});
          }},
         {"binding",
          [](Action end) {

@@ -41,7 +41,7 @@ public:
     }
     void click(Role role, std::string_view label) {
         const auto at = find(role, label).frame.centre();
-        tree->pointerPressed(at);
+        tree->pointerPressed({at});
         if (tree) tree->pointerReleased(at);
         if (tree) frame();
     }

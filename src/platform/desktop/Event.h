@@ -41,6 +41,7 @@ enum class Key {
     end,
     pageUp,
     pageDown,
+    insert,
 };
 
 struct KeyModifiers {

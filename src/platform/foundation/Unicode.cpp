@@ -4,6 +4,7 @@
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/normalizer2.h>
+#include <unicode/ubrk.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/unorm.h>
@@ -60,6 +61,55 @@ std::string mapped(std::string_view text, Map map) {
     map(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())), sink, status);
     return U_SUCCESS(status) ? result : std::string(text);
 }
+
+bool isRightToLeft(UCharDirection direction) {
+    return direction == U_RIGHT_TO_LEFT || direction == U_RIGHT_TO_LEFT_ARABIC;
+}
+
+/// The boundaries of a text, by places of ICU, which are bytes too. The text must outlive it.
+class Breaks {
+public:
+    enum class Kind { grapheme, word };
+
+    Breaks(std::string_view text, Kind kind) : _size(text.size()) {
+        // Made once: loading the rules costs more than all the short texts of a window.
+        static const auto graphemes = make(Kind::grapheme);
+        static const auto words = make(Kind::word);
+        const auto& prototype = kind == Kind::grapheme ? graphemes : words;
+        if (prototype) _iterator.reset(prototype->clone());
+        UErrorCode status = U_ZERO_ERROR;
+        utext_openUTF8(&_source, text.data(), static_cast<std::int64_t>(text.size()), &status);
+        if (_iterator) _iterator->setText(&_source, status);
+        if (U_FAILURE(status)) _iterator.reset();
+    }
+    ~Breaks() { utext_close(&_source); }
+    Breaks(const Breaks&) = delete;
+    Breaks& operator=(const Breaks&) = delete;
+
+    bool isReady() const { return _iterator != nullptr; }
+    icu::BreakIterator* operator->() const { return _iterator.get(); }
+    std::int32_t place(std::size_t offset) const {
+        return static_cast<std::int32_t>(std::min(offset, _size));
+    }
+    std::size_t offset(std::int32_t place, std::size_t otherwise) const {
+        return place == icu::BreakIterator::DONE ? otherwise : static_cast<std::size_t>(place);
+    }
+    /// Whether what lies before the present place is a word.
+    bool isBehindWord() const { return _iterator->getRuleStatus() >= UBRK_WORD_NONE_LIMIT; }
+
+private:
+    static std::unique_ptr<icu::BreakIterator> make(Kind kind) {
+        UErrorCode status = U_ZERO_ERROR;
+        const auto& locale = icu::Locale::getRoot();
+        return std::unique_ptr<icu::BreakIterator>(
+            kind == Kind::grapheme ? icu::BreakIterator::createCharacterInstance(locale, status)
+                                   : icu::BreakIterator::createWordInstance(locale, status));
+    }
+
+    std::size_t _size;
+    UText _source = UTEXT_INITIALIZER;
+    std::unique_ptr<icu::BreakIterator> _iterator;
+};
 
 }  // namespace
 
@@ -175,23 +225,75 @@ std::string capitalized(std::string_view text) {
 std::vector<std::size_t> graphemeBoundaries(std::string_view text) {
     std::vector<std::size_t> boundaries{0};
     if (text.empty()) return boundaries;
-    UErrorCode status = U_ZERO_ERROR;
-    // Made once: loading the rules costs more than all the short texts of a window.
-    static const std::unique_ptr<icu::BreakIterator> prototype(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    const std::unique_ptr<icu::BreakIterator> graphemes(prototype ? prototype->clone() : nullptr);
-    UText source = UTEXT_INITIALIZER;
-    utext_openUTF8(&source, text.data(), static_cast<std::int64_t>(text.size()), &status);
-    if (graphemes) graphemes->setText(&source, status);
-    if (graphemes && U_SUCCESS(status)) {
-        for (auto at = graphemes->next(); at != icu::BreakIterator::DONE; at = graphemes->next()) {
-            boundaries.push_back(static_cast<std::size_t>(at));
-        }
-    } else {
-        boundaries.push_back(text.size());
+    Breaks graphemes(text, Breaks::Kind::grapheme);
+    if (!graphemes.isReady()) return {0, text.size()};
+    for (auto at = graphemes->next(); at != icu::BreakIterator::DONE; at = graphemes->next()) {
+        boundaries.push_back(static_cast<std::size_t>(at));
     }
-    utext_close(&source);
     return boundaries;
+}
+
+std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset) {
+    if (offset == 0) return 0;
+    Breaks graphemes(text, Breaks::Kind::grapheme);
+    if (!graphemes.isReady()) return 0;
+    return graphemes.offset(graphemes->preceding(graphemes.place(offset)), 0);
+}
+
+std::size_t graphemeBoundaryAfter(std::string_view text, std::size_t offset) {
+    if (offset >= text.size()) return text.size();
+    Breaks graphemes(text, Breaks::Kind::grapheme);
+    if (!graphemes.isReady()) return text.size();
+    return graphemes.offset(graphemes->following(graphemes.place(offset)), text.size());
+}
+
+TextRange wordSegmentAt(std::string_view text, std::size_t offset) {
+    if (text.empty()) return {};
+    const auto inside = std::min(offset, text.size() - 1);
+    Breaks words(text, Breaks::Kind::word);
+    if (!words.isReady()) return {0, text.size()};
+    const auto end = words.offset(words->following(words.place(inside)), text.size());
+    return {words.offset(words->previous(), 0), end};
+}
+
+std::size_t wordStartBefore(std::string_view text, std::size_t offset) {
+    if (offset == 0) return 0;
+    Breaks words(text, Breaks::Kind::word);
+    if (!words.isReady()) return 0;
+    const auto place = words.place(offset);
+    auto at = words->isBoundary(place) ? place : words->following(place);
+    while (at > 0) {
+        const bool isWord = words.isBehindWord();
+        at = words->previous();
+        if (isWord) break;
+    }
+    return words.offset(at, 0);
+}
+
+std::size_t wordEndAfter(std::string_view text, std::size_t offset) {
+    if (offset >= text.size()) return text.size();
+    Breaks words(text, Breaks::Kind::word);
+    if (!words.isReady()) return text.size();
+    auto at = words->following(words.place(offset));
+    while (at != icu::BreakIterator::DONE && !words.isBehindWord()) at = words->next();
+    return words.offset(at, text.size());
+}
+
+std::optional<bool> startsRightToLeft(std::string_view text) {
+    constexpr std::size_t searched = 1000;
+    for (std::size_t at = 0; at < std::min(text.size(), searched);) {
+        const auto direction = u_charDirection(codePointAt(text, at, &at));
+        if (direction == U_LEFT_TO_RIGHT) return false;
+        if (isRightToLeft(direction)) return true;
+    }
+    return std::nullopt;
+}
+
+bool containsRightToLeft(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        if (isRightToLeft(u_charDirection(codePointAt(text, at, &at)))) return true;
+    }
+    return false;
 }
 
 std::string withoutDiacritics(std::string_view text) {

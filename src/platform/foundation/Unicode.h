@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +29,29 @@ std::string capitalized(std::string_view text);
 /// The offsets, in bytes, at which a grapheme cluster begins, and the size of the text at the end (Unicode
 /// Standard Annex 29, section 3). An ill-formed sequence counts as one character.
 std::vector<std::size_t> graphemeBoundaries(std::string_view text);
+/// The nearest of them before, and behind, an offset: 0 and the size of the text where there is none. They
+/// look at the surroundings of the offset alone.
+std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset);
+std::size_t graphemeBoundaryAfter(std::string_view text, std::size_t offset);
+/// A range of a text, in bytes.
+struct TextRange {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+
+    bool isEmpty() const { return begin == end; }
+    friend bool operator==(const TextRange&, const TextRange&) = default;
+};
+/// What lies between two word boundaries (Unicode Standard Annex 29, section 4) and holds the offset: a word,
+/// or what separates words. At the end of the text, it is the last.
+TextRange wordSegmentAt(std::string_view text, std::size_t offset);
+/// Where the nearest word begins before the offset; 0 where there is none.
+std::size_t wordStartBefore(std::string_view text, std::size_t offset);
+/// Where the nearest word ends behind the offset; the size of the text where there is none.
+std::size_t wordEndAfter(std::string_view text, std::size_t offset);
+/// Whether the first strong character runs from right to left (Unicode Standard Annex 9, rule P2); nothing
+/// where there is no strong one among the first thousand bytes.
+std::optional<bool> startsRightToLeft(std::string_view text);
+bool containsRightToLeft(std::string_view text);
 /// Without combining marks, under no particular locale: "é" becomes "e", "ł" stays.
 std::string withoutDiacritics(std::string_view text);
 

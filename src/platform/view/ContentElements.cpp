@@ -40,6 +40,12 @@ public:
 
     bool isSolid() const override { return true; }
 
+    std::optional<SetText> setText(const Node& node) const override {
+        const auto* data = node.dataIfAny<Data>();
+        if (!data || !data->layout) return std::nullopt;
+        return SetText{_text, data->layout, node.drawn.origin};
+    }
+
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         SemanticNode text;
         text.role = Role::text;

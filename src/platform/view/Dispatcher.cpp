@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/view/InputElement.h"
 #include "platform/view/TreeCore.h"
 
 namespace vellumix::view {
@@ -31,9 +32,32 @@ const Handlers* enabledHandlersOf(const Node& node) {
     const auto* handlers = handlersOf(node);
     return handlers && node.environment->isEnabled ? handlers : nullptr;
 }
+/// The text field that this view is, or stands right around; null where there is none.
+const Node* fieldIn(const Node& node) {
+    const auto* inside = &node;
+    while (!inside->element->input() && inside->children.size() == 1) inside = inside->children.front().get();
+    const auto* input = inside->element->input();
+    return input && input->isTextField() ? inside : nullptr;
+}
 bool takesFocus(const Node& node) {
     const auto* handlers = enabledHandlersOf(node);
-    return handlers && handlers->focus != Handlers::Focus::none;
+    if (!handlers || handlers->focus == Handlers::Focus::none) return false;
+    const auto* field = fieldIn(node);
+    return !field || field == &node || handlers->isButton;
+}
+/// The binding of the focus of a view: its own, or that of one right around a text field.
+std::optional<Binding<bool>> focusBindingOf(const std::shared_ptr<Node>& focus) {
+    for (const auto* node = focus.get(); node; node = node->parent) {
+        const auto* handlers = handlersOf(*node);
+        if (handlers && handlers->isFocused) return handlers->isFocused;
+        if (node->parent && fieldIn(*node->parent) != focus.get()) break;
+    }
+    return std::nullopt;
+}
+/// What takes the focus for a view.
+std::shared_ptr<Node> focusOf(const std::shared_ptr<Node>& node) {
+    const auto* field = takesFocus(*node) ? nullptr : fieldIn(*node);
+    return field ? const_cast<Node*>(field)->shared_from_this() : node;
 }
 
 /// Runs what a view does on a tap, from a copy that lasts though the view may go.
@@ -63,7 +87,16 @@ Dispatcher::Nodes Dispatcher::pathAt(Point at) const { return pathFrom(hit(_core
 
 void Dispatcher::pointerMoved(std::optional<Point> at) {
     _pointer = at;
+    if (const auto node = at ? dragged() : nullptr) {
+        node->element->input()->pointerDragged(*node, *at);
+        _core.needDrawing();
+    }
     updateHover();
+}
+
+std::shared_ptr<Node> Dispatcher::dragged() const {
+    const auto node = _dragged.lock();
+    return node && enabledHandlersOf(*node) && node->element->input() ? node : nullptr;
 }
 
 void Dispatcher::updateHover() {
@@ -95,9 +128,9 @@ void Dispatcher::updateHover() {
     for (const auto& tell : entered) tell(true);
 }
 
-void Dispatcher::pointerPressed(Point at, PointerButton button) {
-    pointerMoved(at);
-    const auto path = pathAt(at);
+void Dispatcher::pointerPressed(const PointerPress& press) {
+    pointerMoved(press.at);
+    const auto path = pathAt(press.at);
     const auto isInside = [&](const std::shared_ptr<Node>& node) {
         return std::find(path.begin(), path.end(), node) != path.end();
     };
@@ -108,19 +141,27 @@ void Dispatcher::pointerPressed(Point at, PointerButton button) {
             outside.push_back(handlers->onClickOutside);
         }
     }
-    if (button == PointerButton::primary) {
+    if (press.button == PointerButton::primary) {
         _pressed.reset();
+        _dragged.reset();
         std::shared_ptr<Node> focus;
         for (const auto& node : path) {
             const auto* handlers = enabledHandlersOf(*node);
             if (!handlers) continue;
-            if (!focus && handlers->focus == Handlers::Focus::byPressToo) focus = node;
-            if (_pressed.expired() && (handlers->onTap || handlers->menu)) _pressed = node;
+            if (!focus && handlers->isFocusedByPress()) focus = focusOf(node);
+            if (!_pressed.expired() || !_dragged.expired()) continue;
+            if (node->element->input()) _dragged = node;
+            if (handlers->onTap || handlers->menu) _pressed = node;
+        }
+        // Before the focus comes, which brings the caret into sight where it was.
+        if (const auto node = dragged()) {
+            node->element->input()->pointerPressed(*node, press);
+            _core.needDrawing();
         }
         setFocus(focus, false);
     }
     for (const auto& action : outside) action();
-    const auto pressed = button == PointerButton::primary ? _pressed.lock() : nullptr;
+    const auto pressed = press.button == PointerButton::primary ? _pressed.lock() : nullptr;
     if (pressed) openMenu(*pressed, true);
 }
 
@@ -146,6 +187,8 @@ void Dispatcher::openMenu(const Node& node, bool isPressed) {
 void Dispatcher::pointerReleased(Point at, PointerButton button) {
     pointerMoved(at);
     if (button != PointerButton::primary) return;
+    if (const auto node = dragged()) node->element->input()->pointerReleased(*node);
+    _dragged.reset();
     const auto pressed = std::exchange(_pressed, {}).lock();
     if (!pressed || pressed->isGone) return;
     const auto path = pathAt(at);
@@ -167,11 +210,33 @@ bool Dispatcher::runKeyHandlers(const KeyEvent& event) {
     if (!focus()) std::reverse(nodes.begin(), nodes.end());
     for (const auto& node : nodes) {
         const auto* handlers = enabledHandlersOf(*node);
-        if (!handlers || !handlers->onKey) continue;
+        if (!handlers) continue;
+        // Held, as what it does may put another description in its place.
+        if (const auto element = node->element; node->hasFocus && element->input()) {
+            if (element->input()->keyPressed(*node, event)) {
+                _core.needDrawing();
+                return true;
+            }
+        }
+        if (!handlers->onKey) continue;
         const auto handler = handlers->onKey;
         if (handler(event)) return true;
     }
     return false;
+}
+
+void Dispatcher::textComposed(const MarkedText& text) {
+    const auto node = _focus.lock();
+    const auto element = focus() ? node->element : nullptr;
+    if (!element || !element->input()) return;
+    element->input()->textComposed(*node, text);
+    _core.needDrawing();
+}
+
+std::optional<Rect> Dispatcher::textInputCaret() const {
+    const auto* node = focus();
+    const auto* input = node ? node->element->input() : nullptr;
+    return input ? input->caret(*node) : std::nullopt;
 }
 
 bool Dispatcher::runWindowKeys(const KeyEvent& event) {
@@ -212,14 +277,18 @@ bool Dispatcher::runWindowAction(WindowAction action) {
 void Dispatcher::moveFocus(int by) {
     Nodes order;
     for (const auto& node : allNodes(_core.root())) {
-        if (takesFocus(*node)) order.push_back(node);
+        if (takesFocus(*node) && handlersOf(*node)->focus != Handlers::Focus::byPressAlone) {
+            order.push_back(node);
+        }
     }
     if (order.empty()) return;
     const auto count = static_cast<int>(order.size());
     const auto found = std::find(order.begin(), order.end(), _focus.lock());
     const int outside = by > 0 ? -1 : count;
     const int before = found == order.end() ? outside : static_cast<int>(found - order.begin());
-    setFocus(order[static_cast<std::size_t>((before + by + count) % count)], true);
+    const auto node = order[static_cast<std::size_t>((before + by + count) % count)];
+    setFocus(node, true);
+    if (node->hasFocus && node->element->input()) node->element->input()->focusedByKeys(*node);
 }
 
 void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {
@@ -230,12 +299,12 @@ void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {
     _focus = node;
     if (before) before->hasFocus = false;
     if (node) node->hasFocus = true;
-    const auto bindingOf = [](const std::shared_ptr<Node>& one) -> std::optional<Binding<bool>> {
-        const auto* handlers = one ? handlersOf(*one) : nullptr;
-        return handlers ? handlers->isFocused : std::nullopt;
-    };
-    const auto lost = bindingOf(before);
-    const auto gained = bindingOf(node);
+    for (const auto& changed : {before, node}) {
+        const auto* input = changed && changed->element ? changed->element->input() : nullptr;
+        if (input) input->focusChanged(*changed);
+    }
+    const auto lost = focusBindingOf(before);
+    const auto gained = focusBindingOf(node);
     if (lost) lost->set(false);
     if (gained) gained->set(true);
 }
@@ -267,9 +336,10 @@ void Dispatcher::followBindings() {
     for (const auto& node : allNodes(_core.root())) {
         const auto* handlers = enabledHandlersOf(*node);
         if (!handlers || !handlers->isFocused) continue;
-        const bool hasFocus = node == _focus.lock();
+        const auto holder = focusOf(node);
+        const bool hasFocus = holder == _focus.lock();
         if (handlers->isFocused->get() == hasFocus) continue;
-        setFocus(hasFocus ? nullptr : node, true);
+        setFocus(hasFocus ? nullptr : holder, true);
         return;
     }
 }

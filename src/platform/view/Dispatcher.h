@@ -19,13 +19,15 @@ public:
     explicit Dispatcher(TreeCore& core) : _core(core) {}
 
     void pointerMoved(std::optional<Point> at);
-    void pointerPressed(Point at, PointerButton button);
+    void pointerPressed(const PointerPress& press);
     void pointerReleased(Point at, PointerButton button);
     void scrolled(Point at, double by);
     bool keyPressed(const KeyEvent& event);
     bool takesPress(Point at) const;
     /// `isPressed` says that the button of the pointer is down.
     void openMenu(const Node& node, bool isPressed);
+    void textComposed(const MarkedText& text);
+    std::optional<Rect> textInputCaret() const;
     void moveFocus(int by);
     void setFocus(const std::shared_ptr<Node>& node, bool isShown);
 
@@ -44,6 +46,7 @@ private:
     Nodes pathAt(Point at) const;
     static Nodes pathFrom(Node* innermost);
     void updateHover();
+    std::shared_ptr<Node> dragged() const;
     bool runKeyHandlers(const KeyEvent& event);
     bool runWindowKeys(const KeyEvent& event);
     bool runWindowAction(WindowAction action);
@@ -59,6 +62,8 @@ private:
     };
     std::vector<Told> _told;
     std::weak_ptr<Node> _pressed;
+    /// The view that took the press, and gets the pointer until its release.
+    std::weak_ptr<Node> _dragged;
     std::weak_ptr<Node> _focus;
     bool _isFocusShown = false;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <typeinfo>
@@ -17,6 +18,7 @@ class LayoutPass;
 class Node;
 class Recorder;
 struct Handlers;
+class InputElement;
 struct RowSource;
 
 /// What a parent offers a child. Nothing asks for the child's own choice, `unbounded` for the most it would
@@ -26,6 +28,14 @@ struct Proposal {
     std::optional<double> height;
 
     friend bool operator==(const Proposal&, const Proposal&) = default;
+};
+
+/// A text as it was drawn last.
+struct SetText {
+    String text;
+    std::shared_ptr<const TextLayout> layout;
+    /// Of the layout, in the window.
+    Point origin;
 };
 
 /// The views under a view, with what tells each from the others when they are described again.
@@ -77,6 +87,10 @@ public:
     /// Whether the pointer meets it where none of its children is.
     virtual bool isSolid() const { return false; }
     virtual const Handlers* handlers() const { return nullptr; }
+    /// Itself, where it takes the pointer and the keys with what it keeps in its node.
+    virtual const InputElement* input() const { return nullptr; }
+    /// The text that it shows, if it is one.
+    virtual std::optional<SetText> setText(const Node&) const { return std::nullopt; }
     /// Moves the content by that many points down; returns whether any of it could be moved.
     virtual bool scroll(Node&, double) const { return false; }
     virtual void describe(const Node& node, std::vector<SemanticNode>& into) const;

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/view/Drawing.h"
 #include "platform/view/Style.h"
 #include "platform/view/TextLayout.h"
 
@@ -21,6 +22,8 @@ struct Environment {
     Color foreground;
     /// Colour of the focus ring.
     Color accent{0.25, 0.5, 0.95, 1};
+    /// Drawn round the view that keys have brought the focus to; none where the view shows it otherwise.
+    std::optional<Shape> focusRing = Shape{Shape::Kind::roundedRectangle, 6};
     int lineLimit = 0;
     TextOptions::Alignment textAlignment = TextOptions::Alignment::leading;
     LayoutDirection direction = LayoutDirection::leftToRight;

@@ -10,7 +10,7 @@ namespace vellumix::view {
 
 /// What a view does about events.
 struct Handlers {
-    enum class Focus { none, byKeysAlone, byPressToo };
+    enum class Focus { none, byKeysAlone, byPressToo, byPressAlone };
 
     Action onTap;
     Action onClickOutside;
@@ -26,7 +26,8 @@ struct Handlers {
     /// Asked for its items when it opens.
     MenuItems menu;
 
-    bool takesPress() const { return onTap || menu || focus == Focus::byPressToo; }
+    bool isFocusedByPress() const { return focus == Focus::byPressToo || focus == Focus::byPressAlone; }
+    bool takesPress() const { return onTap || menu || isFocusedByPress(); }
     bool wantsPointer() const { return takesPress() || onHover || cursor; }
 };
 

@@ -191,7 +191,7 @@ void HostingView::pointerPressed(const PointerPress& press) {
     const bool moves = isPrimary && _manners.isMovableByBackground && frame.contains(press.at) &&
                        !_tree->takesPress(press.at);
     if (edges.any() || moves) _drag.emplace(_window.frame(), onScreen(press.at), edges, _manners);
-    if (!edges.any()) _tree->pointerPressed(press.at, press.button);
+    if (!edges.any()) _tree->pointerPressed(press);
 }
 
 void HostingView::pointerReleased(Point at, PointerButton button) {

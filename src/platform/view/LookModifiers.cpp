@@ -146,6 +146,9 @@ View View::direction(LayoutDirection direction) const {
 View View::accent(const Color& color) const {
     return changing(*this, [color](Environment& environment) { environment.accent = color; });
 }
+View View::focusRing(std::optional<Shape> shape) const {
+    return changing(*this, [shape](Environment& environment) { environment.focusRing = shape; });
+}
 View View::disabled(bool isDisabled) const {
     return changing(*this, [isDisabled](Environment& environment) {
         environment.isEnabled = environment.isEnabled && !isDisabled;

@@ -22,11 +22,10 @@ void Recorder::record(Node& node, Point parentOrigin) {
     node.isOutOfSight = !node.drawn.isEmpty() && node.visible.isEmpty();
     if (node.isOutOfSight) return;
     node.element->record(node, *this);
-    if (&node != focused) return;
+    const auto& ring = node.environment->focusRing;
+    if (&node != focused || !ring) return;
     constexpr double distance = 2;
-    constexpr double radius = 6;
-    add(draw::Stroke{node.drawn.inset(-distance), Shape{Shape::Kind::roundedRectangle, radius},
-                     node.environment->accent, 2});
+    add(draw::Stroke{node.drawn.inset(-distance), *ring, node.environment->accent, 2});
 }
 
 void Recorder::recordChildren(Node& node) {

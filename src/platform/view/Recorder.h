@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "platform/view/Drawing.h"
 #include "platform/view/Node.h"
@@ -16,6 +18,11 @@ public:
     double now() const { return _now; }
     double pixel() const { return 1 / _scale; }
     void add(draw::Command command) { _list.push_back(std::move(command)); }
+    /// Asks for a frame at that moment, which is later than now.
+    void needFrameAt(double moment) {
+        _nextFrameAt = _nextFrameAt ? std::min(*_nextFrameAt, moment) : moment;
+    }
+    std::optional<double> nextFrameAt() const { return _nextFrameAt; }
     Rect snapped(const Rect& rect) const;
 
     void record(Node& node, Point parentOrigin);
@@ -43,6 +50,7 @@ private:
     Rect _clip;
     double _scale;
     double _now;
+    std::optional<double> _nextFrameAt;
 };
 
 }  // namespace vellumix::view

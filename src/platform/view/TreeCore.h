@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/view/Dispatcher.h"
@@ -23,6 +24,7 @@ public:
     void setSurface(const Surface& surface);
     const DrawingList& frame(double now);
     bool needsFrame() const;
+    std::optional<double> nextFrameAt() const { return _nextFrameAt; }
     void onNeedsFrame(std::function<void()> handler) { _onNeedsFrame = std::move(handler); }
     void onMenu(std::function<void(const MenuRequest&)> handler) { _onMenu = std::move(handler); }
     void openMenu(const MenuRequest& request);
@@ -59,6 +61,7 @@ private:
     std::function<void()> _onNeedsFrame;
     std::function<void(const MenuRequest&)> _onMenu;
     double _now = 0;
+    std::optional<double> _nextFrameAt;
     double _movesUntil = 0;
     int _update = 0;
     bool _isStale = true;

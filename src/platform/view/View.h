@@ -137,6 +137,9 @@ public:
     View textAlignment(TextOptions::Alignment alignment) const;
     View direction(LayoutDirection direction) const;
     View accent(const Color& color) const;
+    /// The shape of the ring round the view that keys have brought the focus to. Without one, the view shows
+    /// its focus itself.
+    View focusRing(std::optional<Shape> shape) const;
     /// A disabled view takes no clicks, keys or focus. Nothing below enables itself again.
     View disabled(bool isDisabled) const;
     /// For `fromEnvironment<T>()` in everything below. A service is given as a pointer that outlives the
@@ -159,6 +162,8 @@ public:
     View focusable() const;
     /// Writes the binding when the focus comes and goes, and moves the focus when the binding turns true.
     View focusable(const Binding<bool>& isFocused) const;
+    /// The text in here can be selected by the pointer, and copied by Control+C.
+    View selectable() const;
     View windowAction(WindowAction action) const;
 
     View semantics(Semantics semantics) const;

@@ -26,6 +26,7 @@ const DrawingList& ViewTree::frame(double now) {
     return core->frame(now);
 }
 bool ViewTree::needsFrame() const { return _core->needsFrame(); }
+std::optional<double> ViewTree::nextFrameAt() const { return _core->nextFrameAt(); }
 void ViewTree::onNeedsFrame(std::function<void()> handler) { _core->onNeedsFrame(std::move(handler)); }
 void ViewTree::onMenu(std::function<void(const MenuRequest&)> handler) { _core->onMenu(std::move(handler)); }
 Size ViewTree::fittingSize(double maximumWidth) { return _core->fittingSize(maximumWidth); }
@@ -38,9 +39,9 @@ void ViewTree::pointerLeft() {
     const auto core = _core;
     core->dispatcher().pointerMoved(std::nullopt);
 }
-void ViewTree::pointerPressed(Point at, PointerButton button) {
+void ViewTree::pointerPressed(const PointerPress& press) {
     const auto core = _core;
-    core->dispatcher().pointerPressed(at, button);
+    core->dispatcher().pointerPressed(press);
 }
 void ViewTree::pointerReleased(Point at, PointerButton button) {
     const auto core = _core;
@@ -55,6 +56,11 @@ bool ViewTree::keyPressed(const KeyEvent& event) {
     return core->dispatcher().keyPressed(event);
 }
 bool ViewTree::takesPress(Point at) const { return _core->dispatcher().takesPress(at); }
+void ViewTree::textComposed(const MarkedText& text) {
+    const auto core = _core;
+    core->dispatcher().textComposed(text);
+}
+std::optional<Rect> ViewTree::textInputCaret() const { return _core->dispatcher().textInputCaret(); }
 void ViewTree::focusNext() {
     const auto core = _core;
     core->dispatcher().moveFocus(1);

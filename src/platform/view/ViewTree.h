@@ -44,6 +44,9 @@ public:
     const DrawingList& frame(double now);
     /// Whether a frame would differ from the last: something has changed, or moves.
     bool needsFrame() const;
+    /// When a frame will differ from the last though nothing happens, as a caret blinks: a moment of the clock
+    /// of `frame`. Nothing while it never will.
+    std::optional<double> nextFrameAt() const;
     /// Called once whenever `needsFrame` turns true by something other than a frame.
     void onNeedsFrame(std::function<void()> handler);
     /// Called when a view wants its menu opened. Without a handler, none opens.
@@ -54,7 +57,7 @@ public:
 
     void pointerMoved(Point at);
     void pointerLeft();
-    void pointerPressed(Point at, PointerButton button = PointerButton::primary);
+    void pointerPressed(const PointerPress& press);
     void pointerReleased(Point at, PointerButton button = PointerButton::primary);
     /// Moves what is under the pointer by that many points down.
     void scrolled(Point at, double by);
@@ -62,6 +65,10 @@ public:
     bool keyPressed(const KeyEvent& event);
     /// Whether a view there has a use for a press of the primary button.
     bool takesPress(Point at) const;
+    /// What an input method is composing in the text field that has the focus.
+    void textComposed(const MarkedText& text);
+    /// Where the caret of that field was drawn, in the window; nothing while no field has the focus.
+    std::optional<Rect> textInputCaret() const;
     void focusNext();
     void focusPrevious();
     void clearFocus();

@@ -98,6 +98,24 @@ struct Menu : View {
     Menu(const View& label, MenuItems items);
 };
 
+struct TextFieldOptions {
+    /// On the enter key, which else goes on to what is around the field.
+    Action onSubmit;
+    /// Shows a bullet for each letter, and hands nothing of the text to the clipboard, to semantics, or to an
+    /// undoing after the focus has gone.
+    bool isSecret = false;
+};
+
+/// A line of text that can be written in, in the font and colour of its environment, as wide as there is
+/// room. It draws the text, the selection and the caret and nothing around them. Its focus can be bound by
+/// `focusable` right on it.
+///
+/// Keys that it has no use for go on to the handlers around it: up, down, escape, tab, and enter without an
+/// `onSubmit`. A text that the binding is given from elsewhere puts the caret at its end and can't be undone.
+struct TextField : View {
+    explicit TextField(const Binding<String>& text, TextFieldOptions options = {});
+};
+
 /// Nothing, or the view: either keeps the identity of its siblings.
 inline View If(bool condition, const View& view) { return condition ? view : View(); }
 template <std::invocable Make>

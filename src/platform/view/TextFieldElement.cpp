@@ -1,0 +1,409 @@
+#include <algorithm>
+#include <cmath>
+
+#include "platform/view/CaretBlink.h"
+#include "platform/view/Handlers.h"
+#include "platform/view/InputElement.h"
+#include "platform/view/LayoutPass.h"
+#include "platform/view/Recorder.h"
+#include "platform/view/SelectedText.h"
+#include "platform/view/ShownText.h"
+#include "platform/view/TextKeys.h"
+#include "platform/view/Views.h"
+
+namespace vellumix::view {
+
+namespace {
+
+using Selecting = TextEditor::Selecting;
+using Unit = TextEditor::Unit;
+using Way = TextEditor::Way;
+
+class TextFieldElement final : public InputElement {
+public:
+    TextFieldElement(Binding<String> text, TextFieldOptions options)
+        : _text(std::move(text)), _options(std::move(options)) {
+        _handlers.focus = Handlers::Focus::byPressToo;
+        _handlers.cursor = Cursor::text;
+    }
+
+    const char* name() const override { return "TextField"; }
+    const Handlers* handlers() const override { return &_handlers; }
+    bool isSolid() const override { return true; }
+    bool isTextField() const override { return true; }
+    /// Read here, so that a text which a service publishes is followed.
+    void children(Node&, ChildList&) const override { static_cast<void>(_text.get()); }
+
+    Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
+        constexpr double ownWidth = 12;  // of the font's size
+        const auto& font = node.environment->font;
+        const auto height = pass.texts.set(" ", {.font = font})->size().height;
+        return {proposal.width.value_or(pass.roundedUp(ownWidth * font.size)), pass.roundedUp(height)};
+    }
+
+    void place(Node& node, const Proposal&, LayoutPass& pass) const override {
+        auto& data = node.data<Data>();
+        data.texts = &pass.texts;
+        pass.move(data.color, node.environment->foreground);
+        follow(node, data);
+        show(node, data);
+    }
+
+    void record(Node& node, Recorder& recorder) const override {
+        auto& data = node.data<Data>();
+        if (!data.layout) return;
+        scrollWithDrag(node, data, recorder);
+        const bool isCut = data.layout->size().width > node.drawn.size.width;
+        if (!isCut) {
+            recordText(node, data, recorder);
+        } else {
+            recorder.clipped(node.drawn, Rectangle(), [&] { recordText(node, data, recorder); });
+        }
+        if (data.blink.idleFor(recorder.now()) > pauseOfStep) data.editor.endStep();
+    }
+
+    void describe(const Node& node, std::vector<SemanticNode>& into) const override {
+        SemanticNode field;
+        field.role = Role::textField;
+        const auto text = _text.get();
+        field.value = _options.isSecret ? String(bullets(text)) : text;
+        field.frame = node.visible;
+        field.state.isDisabled = !node.environment->isEnabled;
+        field.state.isFocused = node.hasFocus;
+        into.push_back(std::move(field));
+    }
+
+    void pointerPressed(Node& node, const PointerPress& press) const override {
+        auto& data = node.data<Data>();
+        follow(node, data);
+        data.marked = {};
+        const auto selecting = press.modifiers.hasShift ? Selecting::yes : Selecting::no;
+        data.editor.pressAt(offsetAt(node, data, press.at), unitOf(press.clickCount), selecting);
+        data.drag = press.at;
+        touched(node, data);
+    }
+
+    void pointerDragged(Node& node, Point at) const override {
+        auto& data = node.data<Data>();
+        if (!data.drag) return;
+        data.drag = at;
+        data.editor.dragTo(offsetAt(node, data, at));
+        touched(node, data);
+    }
+
+    void pointerReleased(Node& node) const override { node.data<Data>().drag.reset(); }
+
+    bool keyPressed(Node& node, const KeyEvent& event) const override {
+        auto& data = node.data<Data>();
+        follow(node, data);
+        const auto command = textCommandOf(event);
+        if (!command) return false;
+        if (command->kind == TextCommand::Kind::submit) {
+            const auto submit = _options.onSubmit;
+            if (!submit) return false;
+            data.editor.endStep();
+            submit();
+            return true;
+        }
+        if (!perform(node, data, *command, event.text)) return false;
+        data.marked = {};
+        touched(node, data);
+        tell(data);
+        return true;
+    }
+
+    void textComposed(Node& node, const MarkedText& text) const override {
+        auto& data = node.data<Data>();
+        follow(node, data);
+        data.marked = {repairedUTF8(text.text), 0};
+        data.marked.caret = std::min(text.caret, data.marked.text.size());
+        if (!text.text.empty() && !data.editor.selection().isEmpty()) {
+            data.editor.erase(Way::backward, Unit::grapheme);
+        }
+        touched(node, data);
+        tell(data);
+    }
+
+    std::optional<Rect> caret(const Node& node) const override {
+        const auto* data = node.dataIfAny<Data>();
+        return data && data->layout ? std::optional(data->caret) : std::nullopt;
+    }
+
+    void focusChanged(Node& node) const override {
+        auto& data = node.data<Data>();
+        data.marked = {};
+        data.editor.endStep();
+        if (node.hasFocus) {
+            touched(node, data);
+        } else {
+            data.drag.reset();
+            if (_options.isSecret) data.editor.forgetSteps();
+        }
+    }
+
+    void focusedByKeys(Node& node) const override {
+        auto& data = node.data<Data>();
+        follow(node, data);
+        data.editor.selectAll();
+        touched(node, data);
+    }
+
+private:
+    static constexpr double caretWidth = 1.5;
+    /// In seconds. Who stops for so long begins another step of undoing.
+    static constexpr double pauseOfStep = 1;
+
+    struct Data final : NodeData {
+        TextEditor editor;
+        /// What the binding was last seen to hold.
+        String known;
+        MarkedText marked;
+        TextSetter* texts = nullptr;
+        Animated<Color> color;
+        /// The place of the text that is to be in sight, what is laid out round it, and how much of that is
+        /// out of sight on the left.
+        std::size_t around = 0;
+        ShownText shown;
+        std::shared_ptr<const TextLayout> layout;
+        double baseline = 0;
+        double offset = 0;
+        CaretBlink blink;
+        /// Where the pointer is that selects, and when the text next scrolls under it.
+        std::optional<Point> drag;
+        double scrollsAt = 0;
+        Rect caret;
+    };
+
+    /// What the binding holds counts, whoever wrote it.
+    void follow(const Node& node, Data& data) const {
+        const auto now = _text.get();
+        if (now == data.known) return;
+        data.known = now;
+        data.editor.reset(now.string());
+        data.marked = {};
+        data.around = node.hasFocus ? data.editor.head() : 0;
+    }
+
+    void tell(Data& data) const {
+        if (data.known.view() == data.editor.text()) return;
+        data.known = String(data.editor.text());
+        _text.set(data.known);
+    }
+
+    void touched(const Node& node, Data& data) const {
+        data.blink.restart();
+        data.around = data.editor.head();
+        show(node, data);
+    }
+
+    /// Lays out what is to be in sight, and brings it there.
+    void show(const Node& node, Data& data) const {
+        if (!data.texts) return;
+        const auto& environment = *node.environment;
+        const double width = node.target.size.width;
+        const auto before = data.shown.range();
+        const auto edge = data.layout ? data.shown.textOffset(data.layout->offsetAt({data.offset, 0})) : 0;
+        const double edgeBefore = data.layout ? xOf(data, edge) : 0;
+
+        constexpr double narrowestLetter = 0.2;  // of the font's size
+        constexpr double leastReach = 64;
+        constexpr double mostReach = 8192;
+        const double reach = width / (narrowestLetter * std::max(1.0, environment.font.size)) + leastReach;
+        data.shown = ShownText({.text = data.editor.text(),
+                                .around = data.around,
+                                .reach = static_cast<std::size_t>(std::clamp(reach, leastReach, mostReach)),
+                                .caret = data.editor.head(),
+                                .marked = data.marked.text,
+                                .isSecret = _options.isSecret});
+        data.layout = data.texts->set(data.shown.string(), {.font = environment.font});
+        data.baseline = data.texts->set(" ", {.font = environment.font})->baseline();
+
+        // What was at the left edge stays there, though the stretch begins elsewhere now.
+        if (data.shown.range().begin != before.begin) data.offset += xOf(data, edge) - edgeBefore;
+        const double place = data.around == data.editor.head() ? caretX(data) : xOf(data, data.around);
+        const double most = std::max(0.0, data.layout->size().width + caretWidth - width);
+        data.offset =
+            std::clamp(data.offset, std::min(place + caretWidth - width, most), std::max(0.0, place));
+        data.offset = std::clamp(data.offset, 0.0, most);
+    }
+
+    static double xOf(const Data& data, std::size_t offset) {
+        return data.layout->caret(data.shown.shownOffset(offset)).minX();
+    }
+    static double caretX(const Data& data) {
+        const auto composed = data.shown.marked().isEmpty() ? 0 : data.marked.caret;
+        return data.layout->caret(data.shown.shownOffset(data.editor.head()) + composed).minX();
+    }
+
+    bool isRightToLeft(const Node& node, const Data& data) const {
+        const bool isMirrored = node.environment->direction == LayoutDirection::rightToLeft;
+        return startsRightToLeft(data.shown.string()).value_or(isMirrored);
+    }
+
+    /// The left top corner of the laid out text, in the window.
+    Point originOfText(const Node& node, const Data& data) const {
+        const double free = node.drawn.size.width - data.layout->size().width - caretWidth;
+        double part = 0;
+        if (node.environment->textAlignment == TextOptions::Alignment::centre) part = 0.5;
+        if (node.environment->textAlignment == TextOptions::Alignment::trailing) part = 1;
+        if (isRightToLeft(node, data)) part = 1 - part;
+        return {node.drawn.minX() + std::max(0.0, free) * part - data.offset,
+                node.drawn.minY() + data.baseline - data.layout->baseline()};
+    }
+
+    std::size_t offsetAt(const Node& node, const Data& data, Point at) const {
+        if (!data.layout) return 0;
+        // How far out of the field the pointer is sets the pace at which it scrolls, up to this.
+        constexpr double farthest = 40;
+        const double x = std::clamp(at.x, node.drawn.minX() - farthest, node.drawn.maxX() + farthest);
+        const double middle = data.layout->size().height / 2;
+        return data.shown.textOffset(data.layout->offsetAt({x - originOfText(node, data).x, middle}));
+    }
+
+    Unit unitOf(int clickCount) const {
+        if (clickCount <= 1) return Unit::grapheme;
+        return clickCount == 2 ? wordless(Unit::word) : Unit::line;
+    }
+
+    /// A pointer that rests beyond an edge goes on scrolling.
+    void scrollWithDrag(Node& node, Data& data, Recorder& recorder) const {
+        constexpr double interval = 0.05;
+        if (!data.drag || (data.drag->x >= node.drawn.minX() && data.drag->x < node.drawn.maxX())) return;
+        if (recorder.now() >= data.scrollsAt) {
+            const auto before = data.editor.head();
+            data.editor.dragTo(offsetAt(node, data, *data.drag));
+            if (data.editor.head() == before) return;
+            touched(node, data);
+            data.scrollsAt = recorder.now() + interval;
+        }
+        recorder.needFrameAt(data.scrollsAt);
+    }
+
+    void recordText(const Node& node, Data& data, Recorder& recorder) const {
+        const auto origin = originOfText(node, data);
+        const auto color = data.color.at(recorder.now());
+        const auto areas = [&](std::size_t begin, std::size_t end) {
+            auto found = data.layout->areas(begin, end);
+            for (auto& area : found) area.origin = area.origin + origin;
+            return found;
+        };
+        const auto selected = data.editor.selection();
+        for (const auto& area :
+             areas(data.shown.shownOffset(selected.begin), data.shown.shownOffset(selected.end))) {
+            recorder.add(draw::Fill{recorder.snapped(area), Rectangle(), selectionColor(node)});
+        }
+        if (!data.shown.string().empty()) recorder.add(draw::Text{origin, data.layout, color});
+        const double underlineTop = origin.y + data.layout->baseline() + 1;
+        for (const auto& area : areas(data.shown.marked().begin, data.shown.marked().end)) {
+            const Rect line{{area.minX(), underlineTop}, {area.size.width, 1}};
+            recorder.add(draw::Fill{recorder.snapped(line), Rectangle(), color});
+        }
+        data.caret = caretRect(node, data, origin.x, recorder);
+        if (node.hasFocus && data.blink.isShown(recorder)) {
+            recorder.add(draw::Fill{data.caret, Rectangle(), color});
+        }
+    }
+
+    /// Of the same width everywhere, in whole pixels.
+    static Rect caretRect(const Node& node, const Data& data, double left, const Recorder& recorder) {
+        const auto& box = node.drawn;
+        const double width = std::max(1.0, std::round(caretWidth / recorder.pixel())) * recorder.pixel();
+        const double x = std::min(std::max(box.minX(), left + caretX(data)), box.maxX() - width);
+        return {recorder.snapped({{x, box.minY()}, {}}).origin, {width, box.size.height}};
+    }
+
+    bool perform(const Node& node, Data& data, const TextCommand& command, const String& typed) const {
+        auto& editor = data.editor;
+        switch (command.kind) {
+            case TextCommand::Kind::moveLeft:
+            case TextCommand::Kind::moveRight:
+                moveAside(node, data, command);
+                return true;
+            case TextCommand::Kind::move:
+                editor.move(command.way, command.unit, command.selecting);
+                return true;
+            case TextCommand::Kind::erase:
+                editor.erase(command.way, wordless(command.unit));
+                return true;
+            case TextCommand::Kind::type:
+                editor.insert(typed, TextEditor::Source::typed);
+                return true;
+            case TextCommand::Kind::copy:
+            case TextCommand::Kind::cut:
+                return copy(data, command.kind == TextCommand::Kind::cut);
+            case TextCommand::Kind::paste:
+                if (const auto text = platform::current().pasteboard.stringForType(NSPasteboardTypeString)) {
+                    editor.insert(*text, TextEditor::Source::pasted);
+                }
+                return true;
+            case TextCommand::Kind::selectAll:
+                editor.selectAll();
+                return true;
+            case TextCommand::Kind::undo:
+                editor.undo();
+                return true;
+            case TextCommand::Kind::redo:
+                editor.redo();
+                return true;
+            case TextCommand::Kind::submit:
+                break;
+        }
+        return false;
+    }
+
+    /// Of nothing, it is left to what is around the field.
+    bool copy(Data& data, bool isCut) const {
+        if (data.editor.selection().isEmpty()) return false;
+        if (_options.isSecret) return true;
+        copyText(data.editor.selectedText());
+        if (isCut) data.editor.insert({}, TextEditor::Source::pasted);
+        return true;
+    }
+
+    /// Where its words end is part of a secret.
+    Unit wordless(Unit unit) const { return _options.isSecret && unit == Unit::word ? Unit::line : unit; }
+
+    void moveAside(const Node& node, Data& data, const TextCommand& command) const {
+        auto& editor = data.editor;
+        const bool toRight = command.kind == TextCommand::Kind::moveRight;
+        const auto way = toRight != isRightToLeft(node, data) ? Way::forward : Way::backward;
+        const bool isPlain =
+            command.unit != Unit::grapheme || !data.layout || !containsRightToLeft(data.shown.string());
+        if (isPlain) {
+            editor.move(way, wordless(command.unit), command.selecting);
+            return;
+        }
+        const auto [begin, end] = editor.selection();
+        if (begin != end && command.selecting == Selecting::no) {
+            editor.moveTo((xOf(data, begin) < xOf(data, end)) == toRight ? end : begin, Selecting::no);
+        } else if (const auto beside = offsetBeside(data, toRight)) {
+            editor.moveTo(*beside, command.selecting);
+        } else {
+            editor.move(way, Unit::grapheme, command.selecting);
+        }
+    }
+
+    /// The place for the caret that is seen next to it; nothing at the end of what is laid out.
+    static std::optional<std::size_t> offsetBeside(const Data& data, bool toRight) {
+        constexpr double step = 0.5;
+        const double from = xOf(data, data.editor.head());
+        const double middle = data.layout->size().height / 2;
+        for (double away = step; away < data.layout->size().width + 2 * step; away += step) {
+            const auto found = data.layout->offsetAt({toRight ? from + away : from - away, middle});
+            const double moved = data.layout->caret(found).minX() - from;
+            if (toRight ? moved >= step / 2 : moved <= -step / 2) return data.shown.textOffset(found);
+        }
+        return std::nullopt;
+    }
+
+    Binding<String> _text;
+    TextFieldOptions _options;
+    Handlers _handlers;
+};
+
+}  // namespace
+
+TextField::TextField(const Binding<String>& text, TextFieldOptions options)
+    : View(std::make_shared<const TextFieldElement>(text, std::move(options))) {}
+
+}  // namespace vellumix::view

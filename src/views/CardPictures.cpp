@@ -1,0 +1,64 @@
+#include "views/CardPictures.h"
+
+#include <string>
+
+#include "platform/desktop/Platform.h"
+#include "platform/view/Views.h"
+#include "shell/ThemeManager.h"
+#include "views/Kinds.h"
+
+namespace vellumix {
+
+using namespace view;
+
+namespace {
+
+constexpr double side = 44;
+constexpr double iconSide = 28;
+/// In pixels; for up to twice the density of points.
+constexpr int iconPixels = 56;
+
+View boxed(const View& content) {
+    return content.frame(side, side).background(RoundedRectangle(6), ThemeManager::shared().cardFillColor());
+}
+
+View boxedSymbol(const std::string& name, const Color& color) {
+    return boxed(Symbol(name).font(Font::system(16, Font::Weight::medium)).foreground(color));
+}
+
+}  // namespace
+
+View FileIconBox::body() const {
+    const auto icon = platform::current().fileIcons.iconForFile(url, iconPixels);
+    if (icon) return boxed(Image(icon).frame(iconSide, iconSide));
+    return boxedSymbol(symbolOf(ClipboardItem::Kind::file), ThemeManager::shared().secondaryTextColor());
+}
+
+View thumbnailOf(const ClipboardItem& item) {
+    const auto& theme = ThemeManager::shared();
+    if (item.locked) return boxedSymbol("lock.fill", theme.mutedTextColor());
+    if (item.kind == ClipboardItem::Kind::file) {
+        if (const auto url = item.fileURL()) return FileIconBox{*url};
+    }
+    if (item.kind == ClipboardItem::Kind::image) {
+        if (const auto picture = pictureOf(item); picture.bitmap) {
+            return Image(picture.bitmap, Image::Scaling::fill).frame(side, side).clip(RoundedRectangle(6));
+        }
+    }
+    const bool isLink = item.kind == ClipboardItem::Kind::link;
+    return boxedSymbol(symbolOf(item.kind), isLink ? theme.accentColor() : theme.secondaryTextColor());
+}
+
+Picture pictureOf(const ClipboardItem& item) {
+    if (item.locked || !item._imageData) return {};
+    auto& decoder = platform::current().imageDecoder;
+    return {decoder.decode(*item._imageData, {1600, 400}), decoder.sizeOf(*item._imageData)};
+}
+
+std::string imageLineOf(const ClipboardItem& item) {
+    const auto size = pictureOf(item).size;
+    if (!size) return captionOf(ClipboardItem::Kind::image);
+    return std::to_string(size->width) + " × " + std::to_string(size->height) + " px";
+}
+
+}  // namespace vellumix

@@ -1,0 +1,156 @@
+#include "views/ClipboardCard.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/Unicode.h"
+#include "platform/view/Views.h"
+#include "shell/RelativeTimestamp.h"
+#include "shell/ThemeManager.h"
+#include "views/CardPictures.h"
+#include "views/Kinds.h"
+#include "views/Looks.h"
+
+namespace vellumix {
+
+using namespace view;
+
+namespace {
+
+using Kind = ClipboardItem::Kind;
+
+/// In bytes: more than two lines of any panel hold.
+constexpr std::size_t longestHead = 4'000;
+/// In points.
+constexpr double tallestImage = 200;
+
+/// The beginning of a text, cut between two characters.
+String headOf(const String& text) {
+    if (text.size() <= longestHead) return text;
+    const auto head = text.view().substr(0, longestHead);
+    const auto boundaries = graphemeBoundaries(head);
+    // The last character may go on behind the cut.
+    return head.substr(0, boundaries.size() < 2 ? head.size() : boundaries[boundaries.size() - 2]);
+}
+
+std::optional<String> transformableText(const ClipboardItem& item) {
+    if (item.kind == Kind::all || item.kind == Kind::image || item.kind == Kind::file) return std::nullopt;
+    return item.text();
+}
+
+}  // namespace
+
+View ClipboardCard::body() const {
+    const auto& theme = ThemeManager::shared();
+    auto fill = isHovering ? theme.hoverFillColor() : theme.surfaceColor();
+    if (isSelected) fill = theme.selectedFillColor();
+    const auto outline =
+        isSelected ? Outline{theme.accentColor(), 1.5} : Outline{theme.controlStrokeColor(), 1};
+    const auto toggle = [expanded = isExpanded.binding()] {
+        withAnimation(Curve::easeInOut(0.2), [&] { expanded.set(!expanded.get()); });
+    };
+    const auto name = label();
+    const auto thumbnail = thumbnailOf(item).onTap(onPaste).semantics(
+        Role::image, item.locked ? name : String(captionOf(item.kind)));
+    return HStack(Spacing(12), thumbnail, textColumn(), actionRow())
+        .padding(Edge::horizontal, 12)
+        .padding(Edge::vertical, isExpanded ? 12 : 8)
+        .frame({.minimumHeight = 56})
+        .background(RoundedRectangle(8), fill, outline)
+        .onTap(toggle)
+        .onHover(isHovering, Cursor::pointingHand)
+        .animation(looks::hover, isHovering, isSelected)
+        .animation(Curve::easeInOut(0.25), isExpanded)
+        .semantics({.role = Role::listItem,
+                    .label = name,
+                    .state = {.isSelected = isSelected, .isExpanded = isExpanded}});
+}
+
+View ClipboardCard::textColumn() const {
+    return VStack(Spacing(2), Alignment::leading(), {content(), metaRow()})
+        .fillWidth(Alignment::leading());
+}
+
+View ClipboardCard::content() const {
+    const auto& theme = ThemeManager::shared();
+    const auto line = [&](String text, const Color& color, int collapsedLines,
+                          const Font& font = ThemeManager::bodyFont()) {
+        return Text(std::move(text))
+            .font(font)
+            .foreground(color)
+            .lineLimit(isExpanded ? 0 : collapsedLines);
+    };
+    if (item.locked) {
+        return line(localized("locked.title"), theme.mutedTextColor(), 0, ThemeManager::bodyFont().italic());
+    }
+    const auto text = [&] {
+        const auto whole = item.text().value_or(String());
+        return isExpanded ? whole : headOf(whole);
+    };
+    switch (item.kind) {
+        case Kind::text:
+        case Kind::link:
+            return line(text(), theme.primaryTextColor(), 2);
+        case Kind::code:
+            return line(text(), theme.primaryTextColor(), 2, ThemeManager::codeFont());
+        case Kind::file:
+            return line(label(), theme.primaryTextColor(), 1);
+        case Kind::image: {
+            const auto picture = isExpanded ? pictureOf(item) : Picture();
+            if (!picture.bitmap) return line(imageLineOf(item), theme.secondaryTextColor(), 0);
+            // A small image isn't blown up.
+            const double height = std::min(tallestImage, double{1} * picture.bitmap->height);
+            return Image(picture.bitmap).frame({.maximumHeight = height}).clip(RoundedRectangle(4));
+        }
+        case Kind::all:
+            return {};
+    }
+    return {};
+}
+
+View ClipboardCard::metaRow() const {
+    const auto pin = HStack(Spacing(2), Symbol("pin.fill").font(Font::system(8)),
+                            Text(localized("status.pinned")));
+    return HStack(Spacing(8), Text(relativeTimestamp(item.date, RunLoop::main().now())).layoutPriority(1),
+                  If(item.pinned, pin))
+        .font(ThemeManager::captionFont())
+        .foreground(ThemeManager::shared().mutedTextColor())
+        .lineLimit(1);
+}
+
+View ClipboardCard::actionRow() const {
+    const auto transform = [item = item, onTransform = onTransform](TextTransform chosen) {
+        if (const auto text = transformableText(item)) onTransform(chosen, *text);
+    };
+    const bool canTransform = !item.locked && transformableText(item);
+    return HStack(
+        Spacing(0), CopyActionButton{.tooltip = localized("action.copy"), .action = onCopy},
+        If(canTransform, [&] { return TransformMenuButton{.action = transform}; }),
+        ShareActionButton{
+            .tooltip = localized("action.share"), .disabled = item.locked, .shareItems = onShareItems},
+        ActionButton{.icon = item.locked ? "lock.fill" : "lock.open",
+                     .tooltip = localized(item.locked ? "action.unlock" : "action.lock"),
+                     .action = onLock},
+        ActionButton{.icon = item.pinned ? "pin.fill" : "pin",
+                     .tooltip = localized(item.pinned ? "action.unpin" : "action.pin"),
+                     .action = onPin},
+        ActionButton{.icon = "trash",
+                     .tooltip = localized("delete"),
+                     .isDestructive = true,
+                     .action = onDelete});
+}
+
+String ClipboardCard::label() const {
+    if (item.locked) return localized("locked.title");
+    if (item.kind == Kind::image) return imageLineOf(item);
+    if (item.kind == Kind::file) {
+        const auto url = item.fileURL();
+        return url ? String(url->lastPathComponent()) : String(captionOf(Kind::file));
+    }
+    return headOf(item.text().value_or(String()));
+}
+
+}  // namespace vellumix

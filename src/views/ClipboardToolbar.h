@@ -1,0 +1,18 @@
+#pragma once
+
+#include "core/ClipboardItem.h"
+#include "platform/view/View.h"
+
+namespace vellumix {
+
+/// What the list is searched by and filtered by, and the button that empties the history.
+struct ClipboardToolbar {
+    view::Binding<String> searchText;
+    view::Binding<ClipboardItem::Kind> selectedFilter;
+    Action onClear;
+    view::State<bool> isHoveringClear = false;
+
+    view::View body() const;
+};
+
+}  // namespace vellumix

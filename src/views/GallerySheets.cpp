@@ -1,0 +1,190 @@
+#include <string>
+#include <utility>
+
+#include "platform/foundation/LocalizedText.h"
+#include "platform/view/Views.h"
+#include "shell/ThemeManager.h"
+#include "views/ClipboardCard.h"
+#include "views/ClipboardToolbar.h"
+#include "views/FlatControls.h"
+#include "views/Gallery.h"
+#include "views/GallerySamples.h"
+#include "views/HeaderView.h"
+#include "views/Pickers.h"
+
+namespace vellumix {
+
+using namespace view;
+
+namespace {
+
+constexpr double cardWidth = 460;
+constexpr double panelWidth = 520;
+
+ClipboardCard cardOf(const ClipboardItem& item, bool isSelected = false) {
+    return {.item = item,
+            .isSelected = isSelected,
+            .onPaste = [] {},
+            .onCopy = [] {},
+            .onDelete = [] {},
+            .onPin = [] {},
+            .onLock = [] {},
+            .onShareItems = [] { return std::vector<SharedItem>(); },
+            .onTransform = [](TextTransform, const String&) {}};
+}
+
+ClipboardToolbar toolbar(const char* text, ClipboardItem::Kind filter) {
+    return {.searchText = Binding<String>(String(text)),
+            .selectedFilter = Binding<ClipboardItem::Kind>(filter),
+            .onClear = [] {}};
+}
+
+HeaderView header(ViewState state) {
+    return {.currentView = state, .onNavigate = [](ViewState) {}};
+}
+
+std::function<void(GalleryStage&)> hovered(Role role, std::string label) {
+    return [role, label = std::move(label)](GalleryStage& stage) { stage.hover(role, label); };
+}
+std::function<void(GalleryStage&)> clicked(Role role, std::string label) {
+    return [role, label = std::move(label)](GalleryStage& stage) { stage.click(role, label); };
+}
+void focused(GalleryStage& stage) { stage.focusNext(); }
+
+GallerySheet components() {
+    const auto checkbox = [](bool isOn) {
+        return FlatCheckbox{.label = "Sync with my other computers", .isOn = Binding<bool>(isOn)};
+    };
+    const auto capsule = [](std::optional<std::string> icon) {
+        return FlatCapsuleButton{.title = "Restore Default", .icon = std::move(icon), .action = [] {}};
+    };
+    const auto themes = [](ThemeMode theme) {
+        return ThemePicker{.selectedTheme = Binding<ThemeMode>(theme)};
+    };
+    const auto language = [](AppLanguage chosen) {
+        return LanguagePicker{.selectedLanguage = Binding<AppLanguage>(chosen)};
+    };
+    const auto section = [checkbox] {
+        return VStack(Spacing(8), Alignment::leading(),
+                      {checkbox(true), FlatDivider{}, Text("One line of words that explains the box above.")
+                                                          .font(ThemeManager::captionFont())
+                                                          .foreground(ThemeManager::shared().mutedTextColor())});
+    };
+    const Size small{240, 40};
+    return {"components",
+            3,
+            {{"checkbox, off", checkbox(false), small, {}},
+             {"checkbox, on", checkbox(true), small, {}},
+             {"checkbox, hovered", checkbox(false), small,
+              hovered(Role::checkbox, "Sync with my other computers")},
+             {"capsule", capsule({}), small, {}},
+             {"capsule with a symbol, hovered", capsule("arrow.uturn.backward"), small,
+              hovered(Role::button, "Restore Default")},
+             {"capsule, focused", capsule("arrow.uturn.backward"), small, focused},
+             {"themes, Light chosen", themes(ThemeMode::light), small, {}},
+             {"themes, Dark chosen", themes(ThemeMode::dark), small, {}},
+             {"themes, the other hovered", themes(ThemeMode::light), small,
+              hovered(Role::radioButton, "Dark")},
+             {"language of the desktop", language(AppLanguage::system), small, {}},
+             {"language, hovered", language(AppLanguage::ptBR), small,
+              hovered(Role::menuButton, localized("settings.language"))},
+             {"language, focused", language(AppLanguage::es), small, focused},
+             {"section",
+              SettingsSection{.title = "Sync", .content = section},
+              {240, 110},
+              {}}}};
+}
+
+GallerySheet cards() {
+    const auto samples = Samples::make();
+    const auto collapsed = [](std::string caption, const ClipboardItem& item) {
+        return GalleryCell{std::move(caption), cardOf(item), {cardWidth, 62}, {}};
+    };
+    auto pinned = samples.link;
+    pinned.pinned = true;
+    return {"cards",
+            2,
+            {collapsed("text", samples.text),
+             collapsed("code", samples.code),
+             collapsed("link", samples.link),
+             collapsed("image", samples.image),
+             collapsed("file", samples.file),
+             collapsed("locked and pinned", samples.locked),
+             collapsed("pinned link", pinned),
+             collapsed("text from right to left", samples.rightToLeft),
+             collapsed("emoji", samples.emoji),
+             collapsed("a word wider than the card", samples.longWord),
+             collapsed("an image that can't be read", samples.brokenImage),
+             collapsed("a file without an address", samples.fileWithoutURL),
+             {"selected", cardOf(samples.code, true), {cardWidth, 62}, {}},
+             {"focused", cardOf(samples.code), {cardWidth, 62}, focused}}};
+}
+
+GallerySheet cardStates() {
+    const auto samples = Samples::make();
+    const auto states = [&](std::string caption, Role role, const std::string& key) {
+        return GalleryCell{std::move(caption), cardOf(samples.text), {cardWidth, 62},
+                           hovered(role, key.empty() ? samples.text.text()->string() : localized(key))};
+    };
+    return {"card-states",
+            2,
+            {states("hovered", Role::text, ""),
+             states("copy, hovered", Role::button, "action.copy"),
+             states("transform, hovered", Role::menuButton, "transform.menu"),
+             states("share, hovered", Role::menuButton, "action.share"),
+             states("pin, hovered", Role::button, "action.pin"),
+             states("delete, hovered", Role::button, "delete"),
+             {"copied", cardOf(samples.text), {cardWidth, 62},
+              clicked(Role::button, localized("action.copy"))},
+             {"locked, share hovered", cardOf(samples.locked), {cardWidth, 62},
+              hovered(Role::menuButton, localized("action.share"))},
+             {"code, expanded", cardOf(samples.code), {cardWidth, 240},
+              clicked(Role::text, samples.code.text()->string())},
+             {"image, expanded", cardOf(samples.image), {cardWidth, 240},
+              clicked(Role::text, "2000 × 1000 px")},
+             {"text, expanded and selected", cardOf(samples.paragraph, true), {cardWidth, 170},
+              clicked(Role::text, samples.paragraph.text()->string())},
+             {"long word, expanded", cardOf(samples.longWord), {cardWidth, 170},
+              clicked(Role::text, samples.longWord.text()->string())}}};
+}
+
+GallerySheet bars() {
+    using Kind = ClipboardItem::Kind;
+    const Size bar{panelWidth, 60};
+    const Size tools{panelWidth, 124};
+    return {"bars",
+            1,
+            {{"header of the history", header(ViewState::clipboard), bar, {}},
+             {"header of the history, hovered", header(ViewState::clipboard), bar,
+              hovered(Role::button, localized("accessibility.settings"))},
+             {"header of the settings, focused", header(ViewState::settings), bar, focused},
+             {"toolbar, empty", toolbar("", Kind::all), tools, {}},
+             {"toolbar with a text, chip hovered", toolbar("quarterly rep", Kind::code), tools,
+              hovered(Role::radioButton, localized("category.link"))},
+             {"toolbar, clear button hovered", toolbar("", Kind::file), tools,
+              hovered(Role::button, localized("action.clearHistory"))}}};
+}
+
+View panel() {
+    std::vector<View> rows;
+    for (const auto& item : Samples::make().history()) rows.push_back(cardOf(item, rows.size() == 1));
+    return VStack(Spacing(0), header(ViewState::clipboard), Divider(ThemeManager::shared().borderColor()),
+                  toolbar("", ClipboardItem::Kind::all),
+                  ScrollArea(VStack(Spacing(4), Alignment::centre(), std::move(rows))
+                                 .padding(Edge::horizontal, 16)
+                                 .padding(Edge::vertical, 8)));
+}
+
+GallerySheet panelOf(double width, double height) {
+    const auto name = std::to_string(static_cast<int>(width)) + "x" + std::to_string(static_cast<int>(height));
+    return {"panel-" + name, 1, {{"", panel(), {width, height}, {}}}};
+}
+
+}  // namespace
+
+std::vector<GallerySheet> gallerySheets() {
+    return {components(),         cards(),           cardStates(), bars(), panelOf(panelWidth, 620),
+            panelOf(320, 500), panelOf(800, 1000)};
+}
+
+}  // namespace vellumix

@@ -1,0 +1,36 @@
+#include "views/Looks.h"
+
+#include "platform/view/ControlPalette.h"
+#include "shell/ThemeManager.h"
+
+namespace vellumix {
+
+using namespace view;
+
+namespace {
+
+struct Themed {
+    View content;
+
+    View body() const {
+        const auto& theme = ThemeManager::shared();
+        return content.font(ThemeManager::bodyFont())
+            .foreground(theme.primaryTextColor())
+            .accent(theme.accentColor())
+            .environment(ControlPalette{
+                .background = theme.surfaceColor(),
+                .border = theme.borderColor(),
+                .text = theme.primaryTextColor(),
+                .secondaryText = theme.secondaryTextColor(),
+                .hover = theme.hoverFillColor(),
+                .accent = theme.accentColor(),
+                .danger = ThemeManager::dangerColor(),
+            });
+    }
+};
+
+}  // namespace
+
+View themed(const View& content) { return Themed{content}; }
+
+}  // namespace vellumix

@@ -32,6 +32,8 @@ public:
     Cursor cursor() const;
     const Node* helpNode() const;
     const Node* focus() const;
+    /// The first view with an alert, as of the last frame.
+    std::shared_ptr<const Node> alertNode() const;
     /// The view with the focus, if the focus is to be seen.
     const Node* shownFocus() const { return _isFocusShown ? focus() : nullptr; }
     /// After a frame: the pointer may be over something else, and the focus may be gone or wanted.
@@ -48,6 +50,7 @@ private:
     bool runWindowKeys(const KeyEvent& event);
     bool runWindowAction(WindowAction action);
     void followBindings();
+    void findAlert();
 
     TreeCore& _core;
     std::optional<Point> _pointer;
@@ -60,6 +63,7 @@ private:
     std::vector<Told> _told;
     std::weak_ptr<Node> _pressed;
     std::weak_ptr<Node> _focus;
+    std::weak_ptr<Node> _alert;
     bool _isFocusShown = false;
 };
 

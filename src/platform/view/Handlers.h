@@ -25,6 +25,8 @@ struct Handlers {
     String help;
     /// Asked for its items when it opens.
     MenuItems menu;
+    /// Null while it isn't presented. Palette and source are the node's to say.
+    std::shared_ptr<const AlertRequest> alert;
 
     bool takesPress() const { return onTap || menu || focus == Focus::byPressToo; }
     bool wantsPointer() const { return takesPress() || onHover || cursor; }

@@ -14,6 +14,7 @@
 #include "platform/view/Animation.h"
 #include "platform/view/Drawing.h"
 #include "platform/view/Environment.h"
+#include "platform/view/Presentation.h"
 #include "platform/view/Semantics.h"
 #include "platform/view/State.h"
 
@@ -160,6 +161,9 @@ public:
     /// Writes the binding when the focus comes and goes, and moves the focus when the binding turns true.
     View focusable(const Binding<bool>& isFocused) const;
     View windowAction(WindowAction action) const;
+    /// Shows an alert over the window for as long as the binding is true. It turns false as the alert is
+    /// answered, before the button's action runs.
+    View alert(const Binding<bool>& isPresented, AlertDescription alert) const;
 
     View semantics(Semantics semantics) const;
     View semantics(Role role, String label, bool isSelected = false) const;

@@ -11,6 +11,8 @@ struct ClipboardToolbar {
     view::Binding<ClipboardItem::Kind> selectedFilter;
     Action onClear;
     view::State<bool> isHoveringClear = false;
+    /// The search field has the focus, or gets it.
+    view::Binding<bool> isSearchFocused = view::Binding<bool>(false);
 
     view::View body() const;
 };

@@ -60,6 +60,10 @@ std::shared_ptr<Node> focusOf(const std::shared_ptr<Node>& node) {
     return field ? const_cast<Node*>(field)->shared_from_this() : node;
 }
 
+bool isChord(const KeyModifiers& modifiers) {
+    return modifiers.hasCommand || modifiers.hasControl || modifiers.hasOption;
+}
+
 /// Runs what a view does on a tap, from a copy that lasts though the view may go.
 bool tap(const Node& node) {
     const auto* handlers = enabledHandlersOf(node);
@@ -202,7 +206,9 @@ void Dispatcher::scrolled(Point at, double by) {
     }
 }
 
-bool Dispatcher::keyPressed(const KeyEvent& event) { return runKeyHandlers(event) || runWindowKeys(event); }
+bool Dispatcher::keyPressed(const KeyEvent& event) {
+    return runFocusKeys(event) || runKeyHandlers(event) || runWindowKeys(event);
+}
 
 bool Dispatcher::runKeyHandlers(const KeyEvent& event) {
     auto nodes = focus() ? pathFrom(_focus.lock().get()) : allNodes(_core.root());
@@ -238,23 +244,22 @@ std::optional<Rect> Dispatcher::textInputCaret() const {
     return input ? input->caret(*node) : std::nullopt;
 }
 
-bool Dispatcher::runWindowKeys(const KeyEvent& event) {
-    const auto& modifiers = event.modifiers;
-    if (modifiers.hasCommand || modifiers.hasControl || modifiers.hasOption) return false;
-    if (event.key == Key::tab) {
-        moveFocus(modifiers.hasShift ? -1 : 1);
-        return focus() != nullptr;
-    }
+bool Dispatcher::runFocusKeys(const KeyEvent& event) {
     const auto node = _focus.lock();
     const auto* handlers = node ? enabledHandlersOf(*node) : nullptr;
-    if (event.key == Key::space || event.key == Key::enter) {
-        if (handlers && handlers->isButton) return tap(*node);
-    }
-    if (event.key == Key::space || event.key == Key::enter || event.key == Key::down) {
-        if (handlers && handlers->menu) {
-            openMenu(*node, false);
-            return true;
-        }
+    if (!handlers || isChord(event.modifiers)) return false;
+    const bool isPress = event.key == Key::space || event.key == Key::enter;
+    if (isPress && handlers->isButton) return tap(*node);
+    if (!handlers->menu || !(isPress || event.key == Key::down)) return false;
+    openMenu(*node, false);
+    return true;
+}
+
+bool Dispatcher::runWindowKeys(const KeyEvent& event) {
+    if (isChord(event.modifiers)) return false;
+    if (event.key == Key::tab) {
+        moveFocus(event.modifiers.hasShift ? -1 : 1);
+        return focus() != nullptr;
     }
     if (event.key == Key::enter) return runWindowAction(WindowAction::accept);
     if (event.key == Key::escape) return runWindowAction(WindowAction::cancel);

@@ -50,6 +50,8 @@ private:
     void updateHover();
     std::shared_ptr<Node> dragged() const;
     bool runKeyHandlers(const KeyEvent& event);
+    /// What the view with the focus does itself, before any handler around it.
+    bool runFocusKeys(const KeyEvent& event);
     bool runWindowKeys(const KeyEvent& event);
     bool runWindowAction(WindowAction action);
     void followBindings();

@@ -77,6 +77,8 @@ public:
     virtual void environment(Environment&) const {}
     /// The curve of what changes below, given the description before this one.
     virtual std::optional<Curve> animation(const Element&) const { return std::nullopt; }
+    /// What is to be done as this description comes in place of the one before.
+    virtual Action reaction(const Element&) const { return nullptr; }
 
     virtual Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const;
     /// Places the children; `proposal` is the one that gave the node its size.

@@ -1,3 +1,4 @@
+#include "platform/foundation/NotificationCenter.h"
 #include "platform/view/LayoutPass.h"
 #include "platform/view/Recorder.h"
 #include "platform/view/TransitionElement.h"
@@ -100,6 +101,42 @@ private:
     std::shared_ptr<const ComparedValue> _values;
 };
 
+class ReactionElement final : public Wrapper {
+public:
+    ReactionElement(View content, std::shared_ptr<const ComparedValue> value, Action action)
+        : Wrapper(std::move(content)), _value(std::move(value)), _action(std::move(action)) {}
+    const char* name() const override { return "OnChange"; }
+    Action reaction(const Element& before) const override {
+        const auto* same = dynamic_cast<const ReactionElement*>(&before);
+        return same && !_value->equals(*same->_value) ? _action : nullptr;
+    }
+
+private:
+    std::shared_ptr<const ComparedValue> _value;
+    Action _action;
+};
+
+class ReceivingElement final : public Wrapper {
+public:
+    ReceivingElement(View content, std::string notification, Action action)
+        : Wrapper(std::move(content)), _notification(std::move(notification)), _action(std::move(action)) {}
+    const char* name() const override { return "OnReceive"; }
+    void children(Node& node, ChildList& list) const override {
+        Wrapper::children(node, list);
+        auto& data = node.data<Data>();
+        data.observation = NotificationCenter::defaultCenter().observe(
+            _notification, [action = _action](const auto&) { action(); });
+    }
+
+private:
+    struct Data final : NodeData {
+        Observation observation;
+    };
+
+    std::string _notification;
+    Action _action;
+};
+
 class IdElement final : public Wrapper {
 public:
     IdElement(View content, std::string id) : Wrapper(std::move(content)), _id(std::move(id)) {}
@@ -161,6 +198,12 @@ View View::environmentValue(std::type_index type, std::shared_ptr<const void> va
 }
 View View::animationOf(const Curve& curve, std::shared_ptr<const ComparedValue> values) const {
     return View(std::make_shared<const AnimationElement>(*this, curve, std::move(values)));
+}
+View View::reactionTo(std::shared_ptr<const ComparedValue> value, Action action) const {
+    return View(std::make_shared<const ReactionElement>(*this, std::move(value), std::move(action)));
+}
+View View::onReceive(std::string notification, Action action) const {
+    return View(std::make_shared<const ReceivingElement>(*this, std::move(notification), std::move(action)));
 }
 View View::transition(const Transition& transition) const {
     return View(std::make_shared<const TransitionElement>(*this, transition));

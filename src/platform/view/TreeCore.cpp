@@ -151,6 +151,9 @@ void TreeCore::describe(Node& node, const ChildList::Entry& entry, const std::op
             node.curve = below = own;
             node.curveUpdate = _update;
         }
+        if (auto reaction = entry.view.element()->reaction(*node.element)) {
+            _reactions.push_back(std::move(reaction));
+        }
     }
     node.element = entry.view.element();
     node.environment = environment;
@@ -223,6 +226,7 @@ const DrawingList& TreeCore::frame(double now) {
         if (_needsLayout) layOut();
         _curve.reset();
         record();
+        for (const auto& reaction : std::exchange(_reactions, {})) reaction();
         _dispatcher.treeDidChange();
         if (!_isStale && !_needsLayout && !_needsDrawing) break;
     }

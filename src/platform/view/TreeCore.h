@@ -57,6 +57,7 @@ private:
     Dispatcher _dispatcher;
     DrawingList _list;
     std::vector<std::weak_ptr<Node>> _stale;
+    std::vector<Action> _reactions;
     std::optional<Curve> _curve;
     std::function<void()> _onNeedsFrame;
     std::function<void(const MenuRequest&)> _onMenu;

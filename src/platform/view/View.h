@@ -182,6 +182,17 @@ public:
         return animationOf(curve, std::make_shared<const ComparedValues<decltype(plain(values))...>>(
                                       std::tuple<decltype(plain(values))...>(plain(values)...)));
     }
+    /// Runs the action whenever the value differs from the last time, not at the first. What it changes shows
+    /// in the same frame.
+    template <class Value>
+    View onChange(const Value& value, Action action) const {
+        return reactionTo(std::make_shared<const ComparedValues<decltype(plain(value))>>(
+                              std::tuple<decltype(plain(value))>(plain(value))),
+                          std::move(action));
+    }
+    /// Runs the action whenever a notification of that name is posted on the default centre, for as long as
+    /// the view is there.
+    View onReceive(std::string notification, Action action) const;
     View transition(const Transition& transition) const;
     /// Rooms of a row or column go to the views of the highest priority first.
     View layoutPriority(double priority) const;
@@ -211,6 +222,7 @@ private:
 
     View environmentValue(std::type_index type, std::shared_ptr<const void> value) const;
     View animationOf(const Curve& curve, std::shared_ptr<const ComparedValue> values) const;
+    View reactionTo(std::shared_ptr<const ComparedValue> value, Action action) const;
 
     std::shared_ptr<const Element> _element;
 };

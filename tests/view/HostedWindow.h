@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 
 #include "platform/view/HostingView.h"
@@ -27,14 +28,39 @@ protected:
         return open([root](const Chrome&) { return root; });
     }
 
-    headless::Window& shown(NSWindow::Kind kind) { return *desktop.windows.shown(kind); }
+    headless::Window& shown(NSWindow::Kind kind) {
+        auto* found = desktop.windows.shown(kind);
+        if (!found) throw std::runtime_error("No such window is shown");
+        return *found;
+    }
+    bool isShown(NSWindow::Kind kind) { return desktop.windows.shown(kind); }
+    static ViewTree& treeOf(headless::Window& hosted) {
+        return dynamic_cast<HostingView&>(*hosted.delegate()).tree();
+    }
 
-    /// Where a view of the window is, in the points of its events.
-    Point centreOf(ViewTree& tree, Role role, std::string_view label) {
-        const auto semantics = tree.semantics();
+    /// A view of the window; its frame is in the points of the window's events.
+    SemanticNode find(headless::Window& hosted, Role role, std::string_view label) {
+        desktop.runLoop.advance(0.05);
+        const auto semantics = treeOf(hosted).semantics();
         const auto* found = semantics.find(role, label);
-        EXPECT_NE(found, nullptr) << label << " isn't in\n" << tree.semanticsDump();
-        return found ? found->frame.centre() : Point();
+        EXPECT_NE(found, nullptr) << label << " isn't in\n" << treeOf(hosted).semanticsDump();
+        return found ? *found : SemanticNode();
+    }
+    Point centreOf(headless::Window& hosted, Role role, std::string_view label) {
+        return find(hosted, role, label).frame.centre();
+    }
+    void click(headless::Window& hosted, Role role, std::string_view label) {
+        const auto at = centreOf(hosted, role, label);
+        hosted.delegate()->pointerPressed({.at = at});
+        // It may have gone by the press.
+        if (hosted.delegate()) hosted.delegate()->pointerReleased(at, PointerButton::primary);
+        desktop.runLoop.settle();
+    }
+    void press(Key key, const std::string& text = {}) {
+        auto* keyWindow = desktop.windows.keyWindow();
+        ASSERT_NE(keyWindow, nullptr);
+        keyWindow->delegate()->keyPressed({key, text});
+        desktop.runLoop.advance(0.05);
     }
 
     std::unique_ptr<NSWindow> window;

@@ -78,7 +78,7 @@ TEST_F(Hosting, ABackgroundMovesTheWindowAndAnEdgeResizesItWithinLimits) {
     const auto move = host->observeMove([&] { ++moves; });
     auto& hand = *told.delegate();
 
-    const auto button = centreOf(host->tree(), Role::button, "Press");
+    const auto button = centreOf(told, Role::button, "Press");
     hand.pointerPressed({.at = button});
     hand.pointerMoved(button + Point{5, 5});
     hand.pointerReleased(button, PointerButton::primary);

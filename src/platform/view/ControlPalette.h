@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/view/Style.h"
+#include "platform/view/Environment.h"
 
 namespace vellumix::view {
 
@@ -18,5 +18,11 @@ struct ControlPalette {
 
     friend bool operator==(const ControlPalette&, const ControlPalette&) = default;
 };
+
+/// The one that was given to what has this environment.
+inline ControlPalette controlPalette(const Environment& environment) {
+    const auto* given = static_cast<const ControlPalette*>(environment.find(typeid(ControlPalette)));
+    return given ? *given : ControlPalette();
+}
 
 }  // namespace vellumix::view

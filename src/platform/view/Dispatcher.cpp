@@ -176,9 +176,8 @@ bool Dispatcher::takesPress(Point at) const {
 void Dispatcher::openMenu(const Node& node, bool isPressed) {
     const auto* handlers = enabledHandlersOf(node);
     if (!handlers || !handlers->menu) return;
-    const auto* palette = static_cast<const ControlPalette*>(node.environment->find(typeid(ControlPalette)));
     MenuRequest request{
-        .anchor = node.visible, .palette = palette ? *palette : ControlPalette(), .isPressed = isPressed};
+        .anchor = node.visible, .palette = controlPalette(*node.environment), .isPressed = isPressed};
     const auto items = handlers->menu;
     request.items = items();
     if (!request.items.empty()) _core.openMenu(request);
@@ -332,6 +331,21 @@ const Node* Dispatcher::helpNode() const {
     return nullptr;
 }
 
+std::shared_ptr<const Node> Dispatcher::alertNode() const {
+    const auto node = _alert.lock();
+    return node && !node->isGone ? node : nullptr;
+}
+
+void Dispatcher::findAlert() {
+    _alert.reset();
+    for (const auto& node : allNodes(_core.root())) {
+        const auto* handlers = handlersOf(*node);
+        if (!handlers || !handlers->alert) continue;
+        _alert = node;
+        return;
+    }
+}
+
 void Dispatcher::followBindings() {
     for (const auto& node : allNodes(_core.root())) {
         const auto* handlers = enabledHandlersOf(*node);
@@ -347,6 +361,7 @@ void Dispatcher::followBindings() {
 void Dispatcher::treeDidChange() {
     if (const auto node = _focus.lock(); node && !takesFocus(*node)) setFocus(nullptr, false);
     followBindings();
+    findAlert();
     updateHover();
 }
 

@@ -34,6 +34,8 @@ public:
     Cursor cursor() const;
     const Node* helpNode() const;
     const Node* focus() const;
+    /// The first view with an alert, as of the last frame.
+    std::shared_ptr<const Node> alertNode() const;
     /// The view with the focus, if the focus is to be seen.
     const Node* shownFocus() const { return _isFocusShown ? focus() : nullptr; }
     /// After a frame: the pointer may be over something else, and the focus may be gone or wanted.
@@ -51,6 +53,7 @@ private:
     bool runWindowKeys(const KeyEvent& event);
     bool runWindowAction(WindowAction action);
     void followBindings();
+    void findAlert();
 
     TreeCore& _core;
     std::optional<Point> _pointer;
@@ -65,6 +68,7 @@ private:
     /// The view that took the press, and gets the pointer until its release.
     std::weak_ptr<Node> _dragged;
     std::weak_ptr<Node> _focus;
+    std::weak_ptr<Node> _alert;
     bool _isFocusShown = false;
 };
 

@@ -25,6 +25,8 @@ struct Handlers {
     String help;
     /// Asked for its items when it opens.
     MenuItems menu;
+    /// Null while it isn't presented. Palette and source are the node's to say.
+    std::shared_ptr<const AlertRequest> alert;
 
     bool isFocusedByPress() const { return focus == Focus::byPressToo || focus == Focus::byPressAlone; }
     bool takesPress() const { return onTap || menu || isFocusedByPress(); }

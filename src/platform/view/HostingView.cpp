@@ -3,6 +3,8 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/view/Presenter.h"
+
 namespace vellumix::view {
 
 namespace {
@@ -20,12 +22,14 @@ HostingView::HostingView(NSWindow& window, RootMaker root, Renderer& renderer)
     _tree =
         std::make_shared<ViewTree>(_maker(_chrome).padding(_chrome.shadowRoom), renderer.texts(), surface());
     _tree->onNeedsFrame([this] { requestFrame(); });
+    _presenter = std::make_unique<Presenter>(*this, renderer, [this] { updateKeyState(); });
     _window.setDelegate(this);
 }
 
 HostingView::~HostingView() {
     _window.setDelegate(nullptr);
     _tree->onNeedsFrame({});
+    _tree->onMenu({});
 }
 
 Rect HostingView::content() const {
@@ -33,6 +37,10 @@ Rect HostingView::content() const {
 }
 
 Point HostingView::onScreen(Point at) const { return _window.frame().origin + (at - content().origin); }
+
+std::optional<Point> HostingView::pointer() const {
+    return _pointer ? std::optional(onScreen(*_pointer)) : std::nullopt;
+}
 
 Surface HostingView::surface() const {
     const auto& room = _chrome.shadowRoom;
@@ -104,6 +112,7 @@ void HostingView::draw() {
     }
     _isPixelLost = false;
     updateCursor();
+    _presenter->treeDidChange();
     if (tree->needsFrame()) requestFrame();
 }
 
@@ -118,9 +127,11 @@ void HostingView::orderFront() {
 }
 
 void HostingView::orderOut() {
+    const auto alive = _lifetime.watch();
     _drag.reset();
-    pointerLeft();
-    _window.orderOut();
+    _presenter->closeAll();
+    if (!alive.expired()) pointerLeft();
+    if (!alive.expired()) _window.orderOut();
 }
 
 void HostingView::close() {
@@ -173,18 +184,23 @@ void HostingView::updateCursor() {
 void HostingView::pointerMoved(Point at) {
     _pointer = at;
     if (_drag) return _window.setFrame(_drag->frameAt(onScreen(at)));
+    if (_presenter->pointerMoved(onScreen(at))) return;
     const auto alive = _lifetime.watch();
     _tree->pointerMoved(at);
-    if (!alive.expired()) updateCursor();
+    if (alive.expired()) return;
+    updateCursor();
+    _presenter->pointerIsOver(onScreen(at));
 }
 
 void HostingView::pointerLeft() {
     _pointer.reset();
+    _presenter->pointerIsOver(std::nullopt);
     _tree->pointerLeft();
 }
 
 void HostingView::pointerPressed(const PointerPress& press) {
     _pointer = press.at;
+    if (_presenter->pointerPressed()) return;
     const auto frame = content();
     const bool isPrimary = press.button == PointerButton::primary;
     const auto edges = isPrimary && _manners.isResizable ? resizeEdgesAt(press.at, frame) : ResizeEdges();
@@ -199,14 +215,18 @@ void HostingView::pointerReleased(Point at, PointerButton button) {
         pointerMoved(at);
         _drag.reset();
     }
+    if (_presenter->pointerReleased(onScreen(at))) return;
     const auto alive = _lifetime.watch();
     _tree->pointerReleased(at, button);
     if (!alive.expired()) updateCursor();
 }
 
-void HostingView::scrolled(Point at, double down, double) { _tree->scrolled(at, down); }
+void HostingView::scrolled(Point at, double down, double) {
+    if (!_presenter->scrolled()) _tree->scrolled(at, down);
+}
 
 void HostingView::keyPressed(const KeyEvent& event) {
+    if (_presenter->keyPressed(event)) return;
     const auto alive = _lifetime.watch();
     if (_tree->keyPressed(event) || alive.expired()) return;
     if (const auto handler = _onUnhandledKey) handler(event);
@@ -214,7 +234,12 @@ void HostingView::keyPressed(const KeyEvent& event) {
 
 void HostingView::textComposed(const MarkedText&) {}
 
-void HostingView::keyStateChanged(bool isKey) { _keyState.notify(isKey); }
+void HostingView::keyStateChanged(bool) { updateKeyState(); }
+
+void HostingView::updateKeyState() {
+    const bool isKey = _window.isKeyWindow() || (_isKey && _presenter->hasKeyboard());
+    if (std::exchange(_isKey, isKey) != isKey) _keyState.notify(isKey);
+}
 
 void HostingView::frameChanged(bool hasResized, bool hasMoved) {
     const auto alive = _lifetime.watch();

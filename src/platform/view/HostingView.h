@@ -15,6 +15,8 @@
 
 namespace vellumix::view {
 
+class Presenter;
+
 /// What a window gives its root view to draw on. The root is as large as the frame; a shadow may reach beyond
 /// it by the room that there is.
 struct Chrome {
@@ -31,7 +33,7 @@ struct Chrome {
 /// Main thread only; it is the window's delegate for its lifetime. Frames are drawn from the main loop, sixty
 /// a second at most, and none while nothing changes or the window is hidden. Whatever it calls may destroy
 /// it.
-class HostingView final : private NSWindowDelegate {
+class HostingView final : public NSWindowDelegate {
 public:
     using RootMaker = std::function<View(const Chrome&)>;
 
@@ -44,6 +46,10 @@ public:
 
     NSWindow& window() { return _window; }
     ViewTree& tree() { return *_tree; }
+    /// A point of the tree in the space of the monitors.
+    Point onScreen(Point at) const;
+    /// Where the pointer is, in the space of the monitors; absent where it isn't over the window.
+    std::optional<Point> pointer() const;
 
     void setRoot(const View& root);
     /// The maker is called anew whenever what it was given has changed.
@@ -68,6 +74,7 @@ public:
     Observation observeResize(std::function<void()> observer) { return _resized.add(std::move(observer)); }
     Observation observeMove(std::function<void()> observer) { return _moved.add(std::move(observer)); }
     Observation observeClose(std::function<void()> observer) { return _closing.add(std::move(observer)); }
+    /// The window counts as having the keyboard while a menu or an alert of its own has it.
     Observation observeKeyState(std::function<void(bool isKey)> observer) {
         return _keyState.add(std::move(observer));
     }
@@ -92,11 +99,11 @@ private:
 
     /// The frame, in the points of the events.
     Rect content() const;
-    Point onScreen(Point at) const;
     Surface surface() const;
     Chrome chrome() const;
     void updateChrome();
     void updateCursor();
+    void updateKeyState();
     void requestFrame();
     void tick();
     void draw();
@@ -113,6 +120,7 @@ private:
     std::optional<WindowDrag> _drag;
     std::optional<Cursor> _cursor;
     std::optional<AlphaRun> _alpha;
+    std::unique_ptr<Presenter> _presenter;
     ObserverList<> _resized;
     ObserverList<> _moved;
     ObserverList<> _closing;
@@ -121,6 +129,7 @@ private:
     /// When the next frame may be drawn, by `RunLoop::uptime`.
     double _nextFrame = 0;
     bool _isFrameRequested = false;
+    bool _isKey = false;
     /// The window holds less than the tree's last frame.
     bool _isPixelLost = true;
     Lifetime _lifetime;

@@ -149,6 +149,14 @@ View View::windowAction(WindowAction action) const {
     handlers.windowAction = action;
     return interacting(*this, std::move(handlers));
 }
+View View::alert(const Binding<bool>& isPresented, AlertDescription alert) const {
+    Handlers handlers;
+    if (isPresented.get()) {
+        handlers.alert = std::make_shared<const AlertRequest>(
+            AlertRequest{.isPresented = isPresented, .description = std::move(alert)});
+    }
+    return interacting(*this, std::move(handlers));
+}
 View View::help(String text) const {
     Handlers handlers;
     handlers.help = std::move(text);

@@ -64,6 +64,8 @@ struct AlertRequest {
     Binding<bool> isPresented;
     AlertDescription description;
     ControlPalette palette;
+    /// Expires with the view; tells the alerts of two views apart.
+    std::weak_ptr<const void> source;
 };
 
 }  // namespace vellumix::view

@@ -14,6 +14,7 @@
 #include "platform/view/Animation.h"
 #include "platform/view/Drawing.h"
 #include "platform/view/Environment.h"
+#include "platform/view/Presentation.h"
 #include "platform/view/Semantics.h"
 #include "platform/view/State.h"
 
@@ -165,6 +166,9 @@ public:
     /// The text in here can be selected by the pointer, and copied by Control+C.
     View selectable() const;
     View windowAction(WindowAction action) const;
+    /// Shows an alert over the window for as long as the binding is true. It turns false as the alert is
+    /// answered, before the button's action runs.
+    View alert(const Binding<bool>& isPresented, AlertDescription alert) const;
 
     View semantics(Semantics semantics) const;
     View semantics(Role role, String label, bool isSelected = false) const;

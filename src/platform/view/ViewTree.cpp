@@ -79,7 +79,17 @@ Cursor ViewTree::cursor() const { return _core->dispatcher().cursor(); }
 std::optional<ViewTree::Help> ViewTree::help() const {
     const auto* node = _core->dispatcher().helpNode();
     if (!node) return std::nullopt;
-    return Help{node->element->handlers()->help, node->visible};
+    return Help{node->element->handlers()->help, node->visible, controlPalette(*node->environment)};
+}
+
+std::optional<AlertRequest> ViewTree::alert() const {
+    const auto node = _core->dispatcher().alertNode();
+    const auto* handlers = node ? node->element->handlers() : nullptr;
+    if (!handlers || !handlers->alert || !handlers->alert->isPresented.get()) return std::nullopt;
+    auto request = *handlers->alert;
+    request.palette = controlPalette(*node->environment);
+    request.source = node;
+    return request;
 }
 
 SemanticNode ViewTree::semantics() const {

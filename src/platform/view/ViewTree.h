@@ -79,8 +79,13 @@ public:
     struct Help {
         String text;
         Rect about;
+        ControlPalette palette;
+
+        friend bool operator==(const Help&, const Help&) = default;
     };
     std::optional<Help> help() const;
+    /// The alert that a view wants shown, as of the last frame.
+    std::optional<AlertRequest> alert() const;
 
     /// The window as a group of all that can be seen in it, as of the last frame.
     SemanticNode semantics() const;

@@ -390,10 +390,10 @@ private:
         const auto [begin, end] = editor.selection();
         if (begin != end && command.selecting == Selecting::no) {
             editor.moveTo((xOf(data, begin) < xOf(data, end)) == toRight ? end : begin, Selecting::no);
-        } else if (const auto beside = offsetBeside(data, toRight)) {
-            editor.moveTo(*beside, command.selecting);
         } else {
-            editor.move(way, Unit::grapheme, command.selecting);
+            const auto range = data.shown.range();
+            const auto last = way == Way::forward ? range.end : range.begin;
+            editor.moveTo(offsetBeside(data, toRight).value_or(last), command.selecting);
         }
     }
 
@@ -402,10 +402,12 @@ private:
         constexpr double step = 0.5;
         const double from = xOf(data, data.editor.head());
         const double middle = data.layout->size().height / 2;
-        for (double away = step; away < data.layout->size().width + 2 * step; away += step) {
+        const double widestLetter = 8 * data.layout->size().height;
+        for (double away = step; away < widestLetter; away += step) {
             const auto found = data.layout->offsetAt({toRight ? from + away : from - away, middle});
-            const double moved = data.layout->caret(found).minX() - from;
-            if (toRight ? moved >= step / 2 : moved <= -step / 2) return data.shown.textOffset(found);
+            const double moved = (data.layout->caret(found).minX() - from) * (toRight ? 1 : -1);
+            // Where the direction changes, an offset has two places; the other one may be far away.
+            if (moved >= step / 2 && moved <= 2 * (away + step)) return data.shown.textOffset(found);
         }
         return std::nullopt;
     }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/ThumbnailCache.h"
 #include "platform/desktop/Platform.h"
 #include "platform/view/Views.h"
 #include "shell/ThemeManager.h"
@@ -17,6 +18,8 @@ constexpr double side = 44;
 constexpr double iconSide = 28;
 /// In pixels; for up to twice the density of points.
 constexpr int iconPixels = 56;
+/// In pixels; for the height of the large picture at twice the density of points.
+constexpr ImageDecoder::PixelSize pictureBox{400, 400};
 
 View boxed(const View& content) {
     return content.frame(side, side).background(RoundedRectangle(6), ThemeManager::shared().cardFillColor());
@@ -52,7 +55,14 @@ View thumbnailOf(const ClipboardItem& item) {
 Picture pictureOf(const ClipboardItem& item) {
     if (item.locked || !item._imageData) return {};
     auto& decoder = platform::current().imageDecoder;
-    return {decoder.decode(*item._imageData, {1600, 400}), decoder.sizeOf(*item._imageData)};
+    auto& known = ThumbnailCache::shared().cache;
+    const auto key = item.id.uuidString();
+    auto bitmap = known.objectForKey(key);
+    if (!bitmap) {
+        bitmap = decoder.decode(*item._imageData, pictureBox);
+        if (bitmap) known.setObject(bitmap, key, bitmap->pixels.size());
+    }
+    return {bitmap, decoder.sizeOf(*item._imageData)};
 }
 
 std::string imageLineOf(const ClipboardItem& item) {

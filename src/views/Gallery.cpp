@@ -98,9 +98,15 @@ GalleryPicture paint(const GallerySheet& sheet, TextSetter& texts, double scale)
     const int width = total(widths);
     const int height = total(heights);
     const int stride = 4 * width;
-    std::vector<std::uint8_t> memory(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height));
+    // A cell in the last row still needs whole strides behind its corner.
+    std::vector<std::uint8_t> memory(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height + 1));
+    const std::span<std::uint8_t> all(memory);
 
     CairoPainter painter;
+    const Rect whole{{}, {width / scale, height / scale}};
+    CairoSurface ground(all, width, height, stride);
+    painter.paint({draw::Fill{whole, Rectangle(), ThemeManager::shared().backgroundColor()}}, ground, scale,
+                  whole);
     int y = 0;
     for (std::size_t row = 0; row < heights.size(); ++row) {
         int x = 0;
@@ -114,15 +120,15 @@ GalleryPicture paint(const GallerySheet& sheet, TextSetter& texts, double scale)
                 if (sheet.cells[at].act) sheet.cells[at].act(stage);
                 const auto corner = static_cast<std::size_t>(y) * static_cast<std::size_t>(stride) +
                                     4 * static_cast<std::size_t>(x);
-                CairoSurface cell(std::span<std::uint8_t>(memory).subspan(corner), cellWidth, cellHeight, stride);
+                CairoSurface cell(all.subspan(corner), cellWidth, cellHeight, stride);
                 painter.paint(stage.settled(), cell, scale, {{}, size});
             }
             x += cellWidth;
         }
         y += pixels(heights[row], scale);
     }
-    const std::span<std::uint8_t> all(memory);
-    return {std::move(memory), CairoSurface(all, width, height, stride)};
+    // The memory stays where it is when the vector moves.
+    return {std::move(memory), std::move(ground)};
 }
 
 bool paintGallery(const std::string& folder) {

@@ -33,6 +33,9 @@ ClipboardCard cardOf(const ClipboardItem& item, bool isSelected = false) {
             .onTransform = [](TextTransform, const String&) {}};
 }
 
+/// As high as it wants to be, as in the list.
+View inList(const ClipboardCard& card) { return ScrollArea(card); }
+
 ClipboardToolbar toolbar(const char* text, ClipboardItem::Kind filter) {
     return {.searchText = Binding<String>(String(text)),
             .selectedFilter = Binding<ClipboardItem::Kind>(filter),
@@ -138,13 +141,13 @@ GallerySheet cardStates() {
               clicked(Role::button, localized("action.copy"))},
              {"locked, share hovered", cardOf(samples.locked), {cardWidth, 62},
               hovered(Role::menuButton, localized("action.share"))},
-             {"code, expanded", cardOf(samples.code), {cardWidth, 240},
+             {"code, expanded", inList(cardOf(samples.code)), {cardWidth, 240},
               clicked(Role::text, samples.code.text()->string())},
-             {"image, expanded", cardOf(samples.image), {cardWidth, 240},
+             {"image, expanded", inList(cardOf(samples.image)), {cardWidth, 240},
               clicked(Role::text, "2000 × 1000 px")},
-             {"text, expanded and selected", cardOf(samples.paragraph, true), {cardWidth, 170},
+             {"text, expanded and selected", inList(cardOf(samples.paragraph, true)), {cardWidth, 220},
               clicked(Role::text, samples.paragraph.text()->string())},
-             {"long word, expanded", cardOf(samples.longWord), {cardWidth, 170},
+             {"long word, expanded", inList(cardOf(samples.longWord)), {cardWidth, 220},
               clicked(Role::text, samples.longWord.text()->string())}}};
 }
 

@@ -28,7 +28,8 @@ View HeaderView::body() const {
                    .font(ThemeManager::headingFont())
                    .foreground(theme.primaryTextColor())
                    .lineLimit(1)
-                   .semantics(Role::heading, title),
+                   .semantics(Role::heading, title)
+                   .layoutPriority(1),
                Spacer(),
                Button([onNavigate = onNavigate, target] { onNavigate(target); }, symbol)
                    .background(RoundedRectangle(6), gearHovering ? theme.hoverFillColor() : Color::clear())

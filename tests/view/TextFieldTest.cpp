@@ -25,8 +25,8 @@ protected:
         for (const char letter : letters) tree->press(Key::character, {}, std::string(1, letter));
     }
     bool chord(const char* character, KeyModifiers modifiers = control) {
-        const bool isTaken = tree->tree->keyPressed(
-            {.key = Key::character, .modifiers = modifiers, .character = character});
+        const bool isTaken =
+            tree->tree->keyPressed({.key = Key::character, .modifiers = modifiers, .character = character});
         tree->frame();
         return isTaken;
     }
@@ -48,17 +48,226 @@ protected:
     std::unique_ptr<TreeUnderTest> tree;
 };
 
-TEST_F(TextFieldTest, WritesAndMoves) {
+TEST_F(TextFieldTest, WritesMovesAndUsesTheClipboard) {
     type("helo world");
     EXPECT_EQ(text, "helo world");
     EXPECT_EQ(tree->find(Role::textField, "Field").value, "helo world");
     EXPECT_TRUE(tree->find(Role::textField, "Field").state.isFocused);
     tree->press(Key::home);
-    for (int step = 0; step < 3; ++step) tree->press(Key::right);
-    type("l");
-    EXPECT_EQ(text, "hello world");
+    tree->press(Key::right);
+    tree->press(Key::right, shift);
+    EXPECT_EQ(selected(), "e");
+    chord("x");
+    chord("v");
+    chord("v");
+    EXPECT_EQ(text, "heelo world");
     tree->press(Key::right, controlShift);
-    EXPECT_EQ(selected(), "o");
+    tree->press(Key::deleteForward, shift);
+    EXPECT_EQ(text, "hee world");
+    tree->press(Key::end);
+    tree->press(Key::insert, shift);
+    EXPECT_EQ(text, "hee worldlo");
+    tree->press(Key::backspace, control);
+    EXPECT_EQ(text, "hee ");
+    chord("z");
+    chord("z");
+    EXPECT_EQ(text, "hee world");
+    chord("z", controlShift);
+    EXPECT_EQ(text, "hee worldlo");
+    // Nothing is selected, so that copying is somebody else's.
+    EXPECT_FALSE(chord("c"));
+    for (const auto key : {Key::up, Key::down, Key::escape, Key::enter, Key::pageUp}) {
+        EXPECT_FALSE(tree->press(key)) << static_cast<int>(key);
+    }
+    EXPECT_FALSE(chord("f"));
+    EXPECT_FALSE(tree->press(Key::character, {.hasCommand = true}, "v"));
+    EXPECT_EQ(text, "hee worldlo");
+}
+
+TEST_F(TextFieldTest, ThePointerPlacesSelectsAndScrolls) {
+    type("one two three four five");
+    tree->press(Key::home);
+    click(5);
+    type("x");
+    EXPECT_EQ(text, "one txwo three four five");
+    click(0);
+    click(3, 1, shift);
+    EXPECT_EQ(selected(), "one");
+    click(5, 2);
+    EXPECT_EQ(selected(), "txwo");
+    click(5, 3);
+    EXPECT_EQ(selected(), text);
+    tree->tree->pointerPressed({{30, 20}, PointerButton::middle, {}, 1});
+    tree->tree->pointerReleased({30, 20}, PointerButton::middle);
+    EXPECT_EQ(selected(), text);
+
+    // By words, beyond the edge, while the pointer rests there.
+    tree->tree->pointerPressed({{10.5 + 5 * 5, 20}, PointerButton::primary, {}, 2});
+    tree->tree->pointerMoved({10.5 + 5 * 10, 20});
+    tree->frame();
+    EXPECT_EQ(selected(), "txwo three");
+    EXPECT_LT(tree->tree->nextFrameAt().value_or(1000) - tree->now, 0.6);
+    tree->tree->pointerMoved({150, 20});
+    for (int step = 0; step < 10; ++step) tree->frame(0.06);
+    EXPECT_EQ(selected(), "txwo three four five");
+    tree->tree->pointerReleased({150, 20});
+    tree->tree->pointerMoved({11, 20});
+    EXPECT_EQ(selected(), "txwo three four five");
+}
+
+TEST_F(TextFieldTest, ThereIsAStepOfUndoingForEachPause) {
+    type("one");
+    tree->frame(2);
+    type("two");
+    chord("z");
+    EXPECT_EQ(text, "one");
+    // What comes from elsewhere can't be undone, and the caret goes to its end.
+    text = "from elsewhere";
+    tree->press(Key::left);
+    chord("z");
+    EXPECT_EQ(text, "from elsewhere");
+    type("!");
+    EXPECT_EQ(text, "from elsewher!e");
+}
+
+TEST_F(TextFieldTest, TheCaretBlinksAndThenRests) {
+    const auto carets = [this] { return tree->drawn<draw::Fill>().size(); };
+    type("a");
+    EXPECT_EQ(tree->tree->textInputCaret(), (Rect{{15, 14}, {2, 13}}));
+    std::vector<std::size_t> shown;
+    int frames = 0;
+    while (const auto next = tree->tree->nextFrameAt()) {
+        ASSERT_GT(*next, tree->now);
+        ASSERT_FALSE(tree->tree->needsFrame());
+        shown.push_back(carets());
+        tree->frame(*next - tree->now);
+        if (++frames == 100) break;
+    }
+    EXPECT_EQ(frames, 19);
+    EXPECT_EQ(std::vector(shown.begin(), shown.begin() + 4), (std::vector<std::size_t>{1, 0, 1, 0}));
+    EXPECT_EQ(carets(), 1U);
+    tree->tree->clearFocus();
+    EXPECT_EQ(carets(), 0U);
+    EXPECT_EQ(tree->tree->textInputCaret(), std::nullopt);
+}
+
+TEST_F(TextFieldTest, WhatIsComposedIsNotYetText) {
+    type("ab");
+    tree->press(Key::left);
+    tree->tree->textComposed({"zhong", 5});
+    EXPECT_EQ(text, "ab");
+    const auto drawn = tree->drawn<draw::Text>();
+    ASSERT_EQ(drawn.size(), 1U);
+    EXPECT_EQ(drawn[0].layout->size().width, 7 * 5);
+    const auto fills = tree->drawn<draw::Fill>();
+    ASSERT_EQ(fills.size(), 2U);
+    EXPECT_EQ(fills[0].rect.size.width, 5 * 5);
+    EXPECT_EQ(tree->tree->textInputCaret()->minX(), 10 + 6 * 5);
+    tree->tree->textComposed({});
+    tree->press(Key::character, {}, "中");
+    EXPECT_EQ(text, "a中b");
+    chord("a");
+    tree->tree->textComposed({"x", 1});
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(TextFieldTest, ASecretStaysOne) {
+    show({.isSecret = true});
+    type("pass word");
+    EXPECT_EQ(text, "pass word");
+    EXPECT_EQ(tree->find(Role::textField, "Field").value, "•••••••••");
+    chord("a");
+    EXPECT_EQ(selected(), "");
+    chord("x");
+    EXPECT_EQ(text, "pass word");
+    click(2, 2);
+    type("n");
+    EXPECT_EQ(text, "n");
+    tree->tree->clearFocus();
+    tree->press(Key::tab);
+    chord("z");
+    EXPECT_EQ(text, "n");
+}
+
+TEST_F(TextFieldTest, AMegabyteStaysWholeAndQuick) {
+    std::string megabyte;
+    while (megabyte.size() < (1U << 20)) megabyte += "0123456789\n";
+    desktop.pasteboard.copyElsewhere({.text = String(megabyte)});
+    chord("v");
+    ASSERT_EQ(text.size(), megabyte.size());
+    EXPECT_EQ(text.view().substr(0, 22), "0123456789 0123456789 ");
+    type("x");
+    tree->press(Key::left, control);
+    tree->press(Key::backspace);
+    // The stretch that is set round the caret is short, and ends with the caret in sight.
+    const auto drawn = tree->drawn<draw::Text>();
+    ASSERT_EQ(drawn.size(), 1U);
+    EXPECT_LT(drawn[0].layout->size().width, 20000);
+    const auto caret = tree->tree->textInputCaret();
+    EXPECT_GE(caret->minX(), 10);
+    EXPECT_LE(caret->maxX(), 110);
+    tree->press(Key::home);
+    EXPECT_EQ(tree->tree->textInputCaret()->minX(), 10);
+    // From step to step the text runs by without a jump, wherever the stretch begins.
+    for (double before = 10; before < 105;) {
+        tree->press(Key::right);
+        const double now = tree->tree->textInputCaret()->minX();
+        EXPECT_TRUE(now == before + 5 || now >= 107) << before << " " << now;
+        before = now;
+    }
+}
+
+struct Bound {
+    State<bool> isFocused = false;
+    State<String> text;
+    std::vector<std::string>* log;
+    View body() const {
+        const auto focus = isFocused.binding();
+        auto* said = log;
+        return VStack(Spacing(0),
+                      TextField(text, {.onSubmit = [said] { said->emplace_back("submit"); }})
+                          .focusable(focus)
+                          .semantics(Role::textField, isFocused ? "on" : "off"),
+                      Button([focus] { focus.set(true); }, Text("Focus")))
+            .onKey([said](const KeyEvent& event) {
+                said->emplace_back("key " + event.text);
+                return true;
+            });
+    }
+};
+
+TEST_F(TextFieldTest, AFocusBoundRightAroundItIsItsOwn) {
+    std::vector<std::string> log;
+    tree = std::make_unique<TreeUnderTest>(Bound{.log = &log});
+    tree->click(Role::button, "Focus");
+    EXPECT_TRUE(tree->find(Role::textField, "on").state.isFocused);
+    type("a");
+    tree->press(Key::enter);
+    tree->press(Key::up);
+    EXPECT_EQ(log, (std::vector<std::string>{"submit", "key "}));
+    EXPECT_EQ(tree->find(Role::textField, "on").value, "a");
+    tree->tree->focusNext();
+    EXPECT_TRUE(tree->find(Role::button, "Focus").state.isFocused);
+    tree->tree->focusNext();
+    tree->click(Role::textField, "on");
+    EXPECT_TRUE(tree->find(Role::textField, "on").state.isFocused);
+}
+
+TEST_F(TextFieldTest, ATextCanBeSelectedAndCopied) {
+    tree =
+        std::make_unique<TreeUnderTest>(Text("one two").font(Font::system(10)).selectable().frame(100, 20));
+    const auto box = tree->find(Role::text, "one two").frame;
+    const Point second{box.minX() + 26, box.centre().y};
+    tree->tree->pointerPressed({second, PointerButton::primary, {}, 2});
+    tree->tree->pointerReleased(second);
+    EXPECT_EQ(tree->tree->cursor(), Cursor::text);
+    EXPECT_EQ(selected(), "two");
+    const auto fills = tree->drawn<draw::Fill>();
+    ASSERT_EQ(fills.size(), 1U);
+    EXPECT_EQ(fills[0].rect.size.width, 15);
+    chord("a");
+    EXPECT_EQ(selected(), "one two");
+    EXPECT_FALSE(tree->press(Key::character, {}, "x"));
 }
 
 }  // namespace

@@ -66,22 +66,20 @@ bool isRightToLeft(UCharDirection direction) {
     return direction == U_RIGHT_TO_LEFT || direction == U_RIGHT_TO_LEFT_ARABIC;
 }
 
-/// The boundaries of a text, by places of ICU, which are bytes too. The text must outlive it.
+/// How far boundaries are looked for, in bytes. Going back over a row of flags takes ICU the square of its
+/// length.
+constexpr std::size_t reach = 100'000;
+
+/// The boundaries of a text round an offset, by places of ICU: bytes from the beginning of what is looked at.
+/// The text must outlive it.
 class Breaks {
 public:
     enum class Kind { grapheme, word };
 
-    Breaks(std::string_view text, Kind kind) : _size(text.size()) {
-        // Made once: loading the rules costs more than all the short texts of a window.
-        static const auto graphemes = make(Kind::grapheme);
-        static const auto words = make(Kind::word);
-        const auto& prototype = kind == Kind::grapheme ? graphemes : words;
-        if (prototype) _iterator.reset(prototype->clone());
-        UErrorCode status = U_ZERO_ERROR;
-        utext_openUTF8(&_source, text.data(), static_cast<std::int64_t>(text.size()), &status);
-        if (_iterator) _iterator->setText(&_source, status);
-        if (U_FAILURE(status)) _iterator.reset();
-    }
+    Breaks(std::string_view text, Kind kind) : Breaks(text, kind, 0, text.size()) {}
+    Breaks(std::string_view text, Kind kind, std::size_t around)
+        : Breaks(text, kind, codePointStart(text, around > reach ? around - reach : 0),
+                 codePointStart(text, std::min(around + reach, text.size()))) {}
     ~Breaks() { utext_close(&_source); }
     Breaks(const Breaks&) = delete;
     Breaks& operator=(const Breaks&) = delete;
@@ -89,15 +87,31 @@ public:
     bool isReady() const { return _iterator != nullptr; }
     icu::BreakIterator* operator->() const { return _iterator.get(); }
     std::int32_t place(std::size_t offset) const {
-        return static_cast<std::int32_t>(std::min(offset, _size));
+        return static_cast<std::int32_t>(std::clamp(offset, _begin, _end) - _begin);
     }
-    std::size_t offset(std::int32_t place, std::size_t otherwise) const {
-        return place == icu::BreakIterator::DONE ? otherwise : static_cast<std::size_t>(place);
+    /// Of a place that was looked for in front, or behind.
+    std::size_t offsetBefore(std::int32_t place) const {
+        return place == icu::BreakIterator::DONE ? _begin : _begin + static_cast<std::size_t>(place);
+    }
+    std::size_t offsetAfter(std::int32_t place) const {
+        return place == icu::BreakIterator::DONE ? _end : _begin + static_cast<std::size_t>(place);
     }
     /// Whether what lies before the present place is a word.
     bool isBehindWord() const { return _iterator->getRuleStatus() >= UBRK_WORD_NONE_LIMIT; }
 
 private:
+    Breaks(std::string_view text, Kind kind, std::size_t begin, std::size_t end) : _begin(begin), _end(end) {
+        // Made once: loading the rules costs more than all the short texts of a window.
+        static const auto graphemes = make(Kind::grapheme);
+        static const auto words = make(Kind::word);
+        const auto& prototype = kind == Kind::grapheme ? graphemes : words;
+        if (prototype) _iterator.reset(prototype->clone());
+        UErrorCode status = U_ZERO_ERROR;
+        utext_openUTF8(&_source, text.data() + begin, static_cast<std::int64_t>(end - begin), &status);
+        if (_iterator) _iterator->setText(&_source, status);
+        if (U_FAILURE(status)) _iterator.reset();
+    }
+
     static std::unique_ptr<icu::BreakIterator> make(Kind kind) {
         UErrorCode status = U_ZERO_ERROR;
         const auto& locale = icu::Locale::getRoot();
@@ -106,7 +120,8 @@ private:
                                    : icu::BreakIterator::createWordInstance(locale, status));
     }
 
-    std::size_t _size;
+    std::size_t _begin;
+    std::size_t _end;
     UText _source = UTEXT_INITIALIZER;
     std::unique_ptr<icu::BreakIterator> _iterator;
 };
@@ -235,30 +250,30 @@ std::vector<std::size_t> graphemeBoundaries(std::string_view text) {
 
 std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset) {
     if (offset == 0) return 0;
-    Breaks graphemes(text, Breaks::Kind::grapheme);
+    const Breaks graphemes(text, Breaks::Kind::grapheme, offset);
     if (!graphemes.isReady()) return 0;
-    return graphemes.offset(graphemes->preceding(graphemes.place(offset)), 0);
+    return graphemes.offsetBefore(graphemes->preceding(graphemes.place(offset)));
 }
 
 std::size_t graphemeBoundaryAfter(std::string_view text, std::size_t offset) {
     if (offset >= text.size()) return text.size();
-    Breaks graphemes(text, Breaks::Kind::grapheme);
+    const Breaks graphemes(text, Breaks::Kind::grapheme, offset);
     if (!graphemes.isReady()) return text.size();
-    return graphemes.offset(graphemes->following(graphemes.place(offset)), text.size());
+    return graphemes.offsetAfter(graphemes->following(graphemes.place(offset)));
 }
 
 TextRange wordSegmentAt(std::string_view text, std::size_t offset) {
     if (text.empty()) return {};
     const auto inside = std::min(offset, text.size() - 1);
-    Breaks words(text, Breaks::Kind::word);
+    const Breaks words(text, Breaks::Kind::word, inside);
     if (!words.isReady()) return {0, text.size()};
-    const auto end = words.offset(words->following(words.place(inside)), text.size());
-    return {words.offset(words->previous(), 0), end};
+    const auto end = words.offsetAfter(words->following(words.place(inside)));
+    return {words.offsetBefore(words->previous()), end};
 }
 
 std::size_t wordStartBefore(std::string_view text, std::size_t offset) {
     if (offset == 0) return 0;
-    Breaks words(text, Breaks::Kind::word);
+    const Breaks words(text, Breaks::Kind::word, offset);
     if (!words.isReady()) return 0;
     const auto place = words.place(offset);
     auto at = words->isBoundary(place) ? place : words->following(place);
@@ -267,16 +282,16 @@ std::size_t wordStartBefore(std::string_view text, std::size_t offset) {
         at = words->previous();
         if (isWord) break;
     }
-    return words.offset(at, 0);
+    return words.offsetBefore(at);
 }
 
 std::size_t wordEndAfter(std::string_view text, std::size_t offset) {
     if (offset >= text.size()) return text.size();
-    Breaks words(text, Breaks::Kind::word);
+    const Breaks words(text, Breaks::Kind::word, offset);
     if (!words.isReady()) return text.size();
     auto at = words->following(words.place(offset));
     while (at != icu::BreakIterator::DONE && !words.isBehindWord()) at = words->next();
-    return words.offset(at, text.size());
+    return words.offsetAfter(at);
 }
 
 std::optional<bool> startsRightToLeft(std::string_view text) {

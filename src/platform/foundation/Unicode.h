@@ -29,8 +29,8 @@ std::string capitalized(std::string_view text);
 /// The offsets, in bytes, at which a grapheme cluster begins, and the size of the text at the end (Unicode
 /// Standard Annex 29, section 3). An ill-formed sequence counts as one character.
 std::vector<std::size_t> graphemeBoundaries(std::string_view text);
-/// The nearest of them before, and behind, an offset: 0 and the size of the text where there is none. They
-/// look at the surroundings of the offset alone.
+/// The nearest of them before, and behind, an offset: 0 and the size of the text where there is none. These
+/// and those of words look 100,000 bytes far, and take that for the end of the text.
 std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset);
 std::size_t graphemeBoundaryAfter(std::string_view text, std::size_t offset);
 /// A range of a text, in bytes.

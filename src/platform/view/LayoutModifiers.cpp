@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 
 #include "platform/view/LayoutPass.h"
 #include "platform/view/Views.h"
@@ -47,7 +48,8 @@ struct Extent {
 
     std::optional<double> offer(std::optional<double> proposed) const {
         if (fixed) return fixed;
-        if (!proposed) return proposed;
+        // Where any extent will do, content of its own choice still keeps to the maximum.
+        if (!proposed) return maximum && std::isfinite(*maximum) ? maximum : proposed;
         return std::max(minimum.value_or(0), std::min(*proposed, maximum.value_or(unbounded)));
     }
     double taken(std::optional<double> proposed, double content) const {

@@ -62,7 +62,7 @@ struct MenuRow {
         const auto content =
             HStack(Spacing(7), column(model->has([](const MenuItem& one) { return one.isChecked; }), mark),
                    column(model->has([](const MenuItem& one) { return !one.symbol.empty(); }), symbol),
-                   Text(item.title).font(Font::system(13)).lineLimit(1), Spacer(12))
+                   Text(item.title).font(Font::system(13)).lineLimit(1).padding(Edge::trailing, 12))
                 .foreground(item.isEnabled ? plain : palette.secondaryText.withOpacity(0.6));
         const auto semantics =
             Semantics{.role = Role::menuItem,

@@ -78,17 +78,17 @@ public:
         follow(node, data);
         data.marked = {};
         const auto selecting = press.modifiers.hasShift ? Selecting::yes : Selecting::no;
-        data.editor.pressAt(offsetAt(node, data, press.at), unitOf(press.clickCount), selecting);
+        const auto offset = offsetAt(node, data, press.at);
+        data.editor.pressAt(offset, unitOf(press.clickCount), selecting);
         data.drag = press.at;
-        touched(node, data);
+        pointedAt(node, data, offset);
     }
 
     void pointerDragged(Node& node, Point at) const override {
         auto& data = node.data<Data>();
         if (!data.drag) return;
         data.drag = at;
-        data.editor.dragTo(offsetAt(node, data, at));
-        touched(node, data);
+        dragTo(node, data);
     }
 
     void pointerReleased(Node& node) const override { node.data<Data>().drag.reset(); }
@@ -107,7 +107,9 @@ public:
         }
         if (!perform(node, data, *command, event.text)) return false;
         data.marked = {};
-        touched(node, data);
+        const bool isStill =
+            command->kind == TextCommand::Kind::copy || command->kind == TextCommand::Kind::selectAll;
+        pointedAt(node, data, isStill ? data.around : data.editor.head());
         tell(data);
         return true;
     }
@@ -115,7 +117,8 @@ public:
     void textComposed(Node& node, const MarkedText& text) const override {
         auto& data = node.data<Data>();
         follow(node, data);
-        data.marked = {repairedUTF8(text.text), 0};
+        constexpr std::size_t longestMarked = 4096;
+        data.marked = {repairedUTF8(std::string_view(text.text).substr(0, longestMarked)), 0};
         data.marked.caret = std::min(text.caret, data.marked.text.size());
         if (!text.text.empty() && !data.editor.selection().isEmpty()) {
             data.editor.erase(Way::backward, Unit::grapheme);
@@ -190,10 +193,19 @@ private:
         _text.set(data.known);
     }
 
-    void touched(const Node& node, Data& data) const {
+    void touched(const Node& node, Data& data) const { pointedAt(node, data, data.editor.head()); }
+
+    /// What is under the pointer stays there, though the selection may end far away.
+    void pointedAt(const Node& node, Data& data, std::size_t offset) const {
         data.blink.restart();
-        data.around = data.editor.head();
+        data.around = offset;
         show(node, data);
+    }
+
+    void dragTo(const Node& node, Data& data) const {
+        const auto offset = offsetAt(node, data, *data.drag);
+        data.editor.dragTo(offset);
+        pointedAt(node, data, offset);
     }
 
     /// Lays out what is to be in sight, and brings it there.
@@ -205,10 +217,11 @@ private:
         const auto edge = data.layout ? data.shown.textOffset(data.layout->offsetAt({data.offset, 0})) : 0;
         const double edgeBefore = data.layout ? xOf(data, edge) : 0;
 
-        constexpr double narrowestLetter = 0.2;  // of the font's size
+        // What a byte takes at least, in the font's size: families of emoji have many.
+        constexpr double narrowestByte = 0.06;
         constexpr double leastReach = 64;
         constexpr double mostReach = 8192;
-        const double reach = width / (narrowestLetter * std::max(1.0, environment.font.size)) + leastReach;
+        const double reach = width / (narrowestByte * std::max(1.0, environment.font.size)) + leastReach;
         data.shown = ShownText({.text = data.editor.text(),
                                 .around = data.around,
                                 .reach = static_cast<std::size_t>(std::clamp(reach, leastReach, mostReach)),
@@ -270,10 +283,9 @@ private:
         constexpr double interval = 0.05;
         if (!data.drag || (data.drag->x >= node.drawn.minX() && data.drag->x < node.drawn.maxX())) return;
         if (recorder.now() >= data.scrollsAt) {
-            const auto before = data.editor.head();
-            data.editor.dragTo(offsetAt(node, data, *data.drag));
-            if (data.editor.head() == before) return;
-            touched(node, data);
+            const auto before = data.around;
+            dragTo(node, data);
+            if (data.around == before) return;
             data.scrollsAt = recorder.now() + interval;
         }
         recorder.needFrameAt(data.scrollsAt);
@@ -299,7 +311,9 @@ private:
             recorder.add(draw::Fill{recorder.snapped(line), Rectangle(), color});
         }
         data.caret = caretRect(node, data, origin.x, recorder);
-        if (node.hasFocus && data.blink.isShown(recorder)) {
+        const double caretLeft = origin.x + caretX(data);
+        const bool isInSight = caretLeft >= node.drawn.minX() - 1 && caretLeft <= node.drawn.maxX();
+        if (node.hasFocus && data.blink.isShown(recorder) && isInSight) {
             recorder.add(draw::Fill{data.caret, Rectangle(), color});
         }
     }
@@ -376,10 +390,10 @@ private:
         const auto [begin, end] = editor.selection();
         if (begin != end && command.selecting == Selecting::no) {
             editor.moveTo((xOf(data, begin) < xOf(data, end)) == toRight ? end : begin, Selecting::no);
-        } else if (const auto beside = offsetBeside(data, toRight)) {
-            editor.moveTo(*beside, command.selecting);
         } else {
-            editor.move(way, Unit::grapheme, command.selecting);
+            const auto range = data.shown.range();
+            const auto last = way == Way::forward ? range.end : range.begin;
+            editor.moveTo(offsetBeside(data, toRight).value_or(last), command.selecting);
         }
     }
 
@@ -388,10 +402,12 @@ private:
         constexpr double step = 0.5;
         const double from = xOf(data, data.editor.head());
         const double middle = data.layout->size().height / 2;
-        for (double away = step; away < data.layout->size().width + 2 * step; away += step) {
+        const double widestLetter = 8 * data.layout->size().height;
+        for (double away = step; away < widestLetter; away += step) {
             const auto found = data.layout->offsetAt({toRight ? from + away : from - away, middle});
-            const double moved = data.layout->caret(found).minX() - from;
-            if (toRight ? moved >= step / 2 : moved <= -step / 2) return data.shown.textOffset(found);
+            const double moved = (data.layout->caret(found).minX() - from) * (toRight ? 1 : -1);
+            // Where the direction changes, an offset has two places; the other one may be far away.
+            if (moved >= step / 2 && moved <= 2 * (away + step)) return data.shown.textOffset(found);
         }
         return std::nullopt;
     }

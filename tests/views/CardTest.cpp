@@ -1,0 +1,191 @@
+#include <gtest/gtest.h>
+
+#include "shell/ThemeManager.h"
+#include "support/HeadlessTest.h"
+#include "view/TreeUnderTest.h"
+#include "views/ClipboardCard.h"
+
+namespace vellumix {
+namespace {
+
+using namespace view;
+using Kind = ClipboardItem::Kind;
+
+/// A card in a tree, and what it has asked for.
+class CardTest : public HeadlessTest {
+protected:
+    TreeUnderTest show(const ClipboardItem& item) {
+        const auto note = [this](const char* word) { return [this, word] { done += word; }; };
+        return TreeUnderTest(ScrollArea(ClipboardCard{
+                                 .item = item,
+                                 .onPaste = note("paste "),
+                                 .onCopy = note("copy "),
+                                 .onDelete = note("delete "),
+                                 .onPin = note("pin "),
+                                 .onLock = note("lock "),
+                                 .onShareItems = [this] { return shared; },
+                                 .onTransform =
+                                     [this](TextTransform transform, const String& text) {
+                                         done += *apply(transform, text) + " ";
+                                     },
+                             }),
+                             {{460, 400}});
+    }
+    static void clickAt(TreeUnderTest& card, Point at) {
+        card.tree->pointerPressed({at});
+        card.tree->pointerReleased(at);
+        card.frame();
+    }
+    static std::vector<std::string> labels(const MenuRequest& menu) {
+        std::vector<std::string> all;
+        for (const auto& item : menu.items) all.push_back(item.title.string());
+        return all;
+    }
+
+    std::string done;
+    std::vector<SharedItem> shared;
+};
+
+TEST_F(CardTest, LockedEntryShowsAndReadsNothing) {
+    auto item = textItem("the safe is behind the painting");
+    item.locked = item.pinned = true;
+    item.encryptContent();
+    ASSERT_TRUE(item.isEncrypted);
+    const int reads = desktop.keychain.reads;
+
+    auto card = show(item);
+    card.hover(Role::text, "Locked");
+    card.frame(1);
+    card.click(Role::text, "Locked");
+    EXPECT_EQ(desktop.keychain.reads, reads);
+    EXPECT_EQ(card.tree->semanticsDump().find("painting"), std::string::npos);
+    EXPECT_TRUE(card.has(Role::text, "Pinned"));
+    EXPECT_FALSE(card.has(Role::menuButton, "Transform"));
+    EXPECT_FALSE(card.drawn<draw::PushLayer>().empty()) << "the share button is dimmed";
+    card.click(Role::button, "Copy");
+    card.click(Role::button, "Unlock");
+    card.click(Role::button, "Unpin");
+    EXPECT_EQ(done, "copy lock pin ");
+}
+
+TEST_F(CardTest, ThumbnailPastesAndTheRestExpands) {
+    auto card = show(textItem("one\ntwo\nthree\nfour"));
+    const auto cardNode = [&] { return card.find(Role::listItem, "one\ntwo\nthree\nfour"); };
+    const double collapsed = cardNode().frame.size.height;
+    card.click(Role::image, "Text");
+    card.click(Role::button, "Delete");
+    EXPECT_EQ(done, "paste delete ");
+    EXPECT_FALSE(cardNode().state.isExpanded);
+    EXPECT_EQ(card.drawn<draw::Text>().front().layout->lineCount(), 2);
+
+    // Beside the text, in the card's padding.
+    clickAt(card, {cardNode().frame.maxX() - 4, cardNode().frame.maxY() - 4});
+    card.frame(1);
+    EXPECT_TRUE(cardNode().state.isExpanded);
+    EXPECT_EQ(card.drawn<draw::Text>().front().layout->lineCount(), 4);
+    EXPECT_GT(cardNode().frame.size.height, collapsed + 20);
+    clickAt(card, {cardNode().frame.maxX() - 4, cardNode().frame.maxY() - 4});
+    EXPECT_FALSE(cardNode().state.isExpanded);
+    EXPECT_EQ(done, "paste delete ");
+}
+
+TEST_F(CardTest, TickStaysOneSecondFromTheFirstCopy) {
+    auto card = show(textItem("a"));
+    const auto fillOfButton = [&] {
+        card.frame(1);
+        const auto at = card.find(Role::button, "Copy").frame;
+        for (const auto& fill : card.drawn<draw::Fill>()) {
+            if (fill.rect == at) return fill.color;
+        }
+        return Color::clear();
+    };
+    card.click(Role::button, "Copy");
+    const auto ticked = fillOfButton();
+    EXPECT_GT(ticked.green, ticked.red);
+    desktop.runLoop.advance(0.7);
+    card.click(Role::button, "Copy");
+    desktop.runLoop.advance(0.2);
+    EXPECT_EQ(fillOfButton(), ticked);
+    desktop.runLoop.advance(0.2);
+    EXPECT_NE(fillOfButton(), ticked);
+    EXPECT_EQ(done, "copy copy ");
+}
+
+TEST_F(CardTest, EachKindIsNamedAndOffersWhatItCan) {
+    auto nameless = fileItem("/home/ana/notes.txt");
+    nameless._fileURL.reset();
+    const auto image = [](const Data& bytes) {
+        auto item = imageItem("");
+        item._imageData = bytes;
+        return item;
+    };
+    const struct {
+        ClipboardItem item;
+        const char* label;
+        bool transforms;
+    } cases[] = {
+        {textItem("plain"), "plain", true},
+        {textItem("https://example.org", Kind::link), "https://example.org", true},
+        {textItem("int a;", Kind::code), "int a;", true},
+        {fileItem("/home/ana/notes.txt"), "notes.txt", false},
+        {nameless, "File", false},
+        {image(tinyPNG()), "1 × 1 px", false},
+        {imageItem("broken"), "Image", false},
+    };
+    for (const auto& each : cases) {
+        auto card = show(each.item);
+        EXPECT_TRUE(card.has(Role::listItem, each.label));
+        EXPECT_TRUE(card.has(Role::text, each.label));
+        EXPECT_EQ(card.has(Role::menuButton, "Transform"), each.transforms) << each.label;
+        EXPECT_TRUE(card.has(Role::text, "Just now"));
+    }
+}
+
+TEST_F(CardTest, MenusTransformAndShare) {
+    auto card = show(textItem("Ana"));
+    std::vector<MenuRequest> menus;
+    card.tree->onMenu([&](const MenuRequest& menu) { menus.push_back(menu); });
+
+    card.click(Role::menuButton, "Transform");
+    ASSERT_EQ(menus.size(), 1U);
+    ASSERT_EQ(menus[0].items.size(), allTextTransforms.size());
+    EXPECT_EQ(menus[0].items[0].title, "UPPER CASE");
+    menus[0].items[0].action();
+    EXPECT_EQ(done, "ANA ");
+
+    card.click(Role::menuButton, "Share");
+    EXPECT_EQ(menus.size(), 1U) << "there is nothing to share";
+    shared = {String("Ana")};
+    card.click(Role::menuButton, "Share");
+    ASSERT_EQ(menus.size(), 2U);
+    EXPECT_EQ(labels(menus[1]),
+              (std::vector<std::string>{"Open", "Send by Mail…", "Save a Copy", "Copy Path"}));
+    shared.clear();
+    menus[1].items[2].action();
+    ASSERT_EQ(desktop.sharing.performed.size(), 1U);
+    EXPECT_EQ(desktop.sharing.performed[0].first, SharingServices::Service::saveCopy);
+    EXPECT_EQ(desktop.sharing.performed[0].second, std::vector<SharedItem>{String("Ana")});
+    EXPECT_FALSE(card.find(Role::listItem, "Ana").state.isExpanded);
+}
+
+TEST_F(CardTest, LongTextIsCutBetweenCharactersUntilItIsExpanded) {
+    std::string text;
+    while (text.size() < 1'000'000) text += "e\u0301";
+    auto card = show(textItem(text));
+    const auto window = card.tree->semantics();
+    const std::function<const SemanticNode*(const SemanticNode&)> longest = [&](const SemanticNode& node) {
+        const auto* found = &node;
+        for (const auto& child : node.children) {
+            const auto* inside = longest(child);
+            if (inside->label.size() > found->label.size()) found = inside;
+        }
+        return found;
+    };
+    const auto shown = longest(window)->label;
+    EXPECT_GT(shown.size(), 3'900U);
+    EXPECT_LE(shown.size(), 4'000U);
+    EXPECT_EQ(shown.size() % 3, 0U);
+}
+
+}  // namespace
+}  // namespace vellumix

@@ -20,12 +20,14 @@ using Kind = ClipboardItem::Kind;
 
 constexpr Kind filters[] = {Kind::all, Kind::text, Kind::image, Kind::link, Kind::file, Kind::code};
 
-View searchField(const Binding<String>& searchText, const Binding<bool>& isFocused) {
+View searchField(const Binding<String>& searchText, const std::optional<Binding<bool>>& isFocused) {
     const auto& theme = ThemeManager::shared();
     const auto prompt = localized("action.search");
     const auto clearLabel = localized("action.clearSearch");
     const bool isEmpty = searchText.get().empty();
     const auto clear = [searchText] { withAnimation(looks::hover, [&] { searchText.set({}); }); };
+    const TextField plainField(searchText);
+    const View field = isFocused ? plainField.focusable(*isFocused) : View(plainField);
     return HStack(
                Spacing(4),
                Symbol("magnifyingglass")
@@ -34,10 +36,7 @@ View searchField(const Binding<String>& searchText, const Binding<bool>& isFocus
                ZStack(Alignment::leading(),
                       // What the empty field is for is said by its label.
                       {If(isEmpty, Text(prompt).foreground(theme.mutedTextColor()).lineLimit(1)),
-                       TextField(searchText)
-                           .foreground(theme.primaryTextColor())
-                           .focusable(isFocused)
-                           .semantics(Role::textField, prompt)})
+                       field.foreground(theme.primaryTextColor()).semantics(Role::textField, prompt)})
                    .font(ThemeManager::smallFont())
                    .fillWidth(Alignment::leading()),
                If(!isEmpty,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "core/ClipboardItem.h"
 #include "platform/view/View.h"
 
@@ -12,7 +14,7 @@ struct ClipboardToolbar {
     Action onClear;
     view::State<bool> isHoveringClear = false;
     /// The search field has the focus, or gets it.
-    view::Binding<bool> isSearchFocused = view::Binding<bool>(false);
+    std::optional<view::Binding<bool>> isSearchFocused = std::nullopt;
 
     view::View body() const;
 };

@@ -46,6 +46,11 @@ private:
     Nodes pathAt(Point at) const;
     static Nodes pathFrom(Node* innermost);
     void updateHover();
+    /// Whether the pressed view looks so: the pointer must be over it too.
+    void updatePressed(bool isHeld);
+    /// Scrolls what is around a view so that it can be seen.
+    void reveal(const Node& node);
+    bool moveFocusAmongSiblings(int by);
     bool runKeyHandlers(const KeyEvent& event);
     bool runWindowKeys(const KeyEvent& event);
     bool runWindowAction(WindowAction action);

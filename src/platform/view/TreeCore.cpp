@@ -206,7 +206,7 @@ void TreeCore::record() {
     Recorder recorder(_list, {{}, _surface.size}, _surface.scale, _now);
     recorder.focused = _dispatcher.shownFocus();
     recorder.record(*_root, {});
-    _isMoving = _movesUntil > _now || recorder.isLeaving;
+    _isMoving = _movesUntil > _now || recorder.isMoving;
 }
 
 const DrawingList& TreeCore::frame(double now) {

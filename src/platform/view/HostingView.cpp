@@ -9,7 +9,13 @@ namespace vellumix::view {
 
 namespace {
 
-constexpr double framesPerSecond = 60;
+/// When the frame after this moment is due.
+double nextFrameAfter(double now) {
+    constexpr double framesPerSecond = 60;
+    // A timer may fire a moment too early.
+    constexpr double slack = 1e-3;
+    return (std::floor(now * framesPerSecond + slack) + 1) / framesPerSecond;
+}
 
 }  // namespace
 
@@ -92,16 +98,14 @@ void HostingView::tick() {
     const auto alive = _lifetime.watch();
     const double now = RunLoop::main().uptime();
     if (_alpha) tickAlpha(now);
-    if (!alive.expired() && _window.isVisible() && (_isPixelLost || _tree->needsFrame())) draw();
+    if (!alive.expired() && _window.isVisible() && (_isPixelLost || _tree->needsFrame())) drawNow();
 }
 
-void HostingView::draw() {
+void HostingView::drawNow() {
     const auto alive = _lifetime.watch();
     const auto tree = _tree;
     const double now = RunLoop::main().uptime();
-    // A timer may fire a moment too early.
-    constexpr double slack = 1e-3;
-    _nextFrame = (std::floor(now * framesPerSecond + slack) + 1) / framesPerSecond;
+    _nextFrame = nextFrameAfter(now);
     updateChrome();
     const auto& drawing = tree->frame(now);
     if (alive.expired()) return;
@@ -116,13 +120,13 @@ void HostingView::draw() {
     if (tree->needsFrame()) requestFrame();
 }
 
-void HostingView::drawNow() { draw(); }
-
 void HostingView::orderFront() {
     const auto alive = _lifetime.watch();
-    draw();
+    drawNow();
     if (alive.expired()) return;
     _window.orderFrontRegardless();
+    // What wants a window over this one waits until it is shown.
+    _presenter->treeDidChange();
     if (_tree->needsFrame() || _alpha) requestFrame();
 }
 
@@ -142,7 +146,7 @@ void HostingView::close() {
 
 void HostingView::animateAlpha(double to, const Curve& curve, Work completion) {
     const double now = RunLoop::main().uptime();
-    AlphaRun run{Animated<double>(_window.alphaValue()), std::move(completion)};
+    AlphaRun run{.value = Animated<double>(), .completion = std::move(completion)};
     run.value.jump(_window.alphaValue());
     if (_window.isVisible()) {
         run.value.set(to, curve, now);
@@ -160,7 +164,7 @@ void HostingView::tickAlpha(double now) {
     const bool isOver = !_window.isVisible() || _alpha->value.restsAt(now) <= now;
     _window.setAlphaValue(isOver ? _alpha->value.target() : _alpha->value.at(now));
     if (!isOver) {
-        _nextFrame = (std::floor(now * framesPerSecond + 1e-3) + 1) / framesPerSecond;
+        _nextFrame = nextFrameAfter(now);
         return requestFrame();
     }
     const auto completion = std::exchange(_alpha, std::nullopt)->completion;

@@ -106,7 +106,6 @@ private:
     void updateKeyState();
     void requestFrame();
     void tick();
-    void draw();
     void tickAlpha(double now);
 
     NSWindow& _window;

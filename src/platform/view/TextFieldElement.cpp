@@ -318,11 +318,12 @@ private:
         }
     }
 
-    /// Of the same width everywhere, in whole pixels.
+    /// Between two letters, of the same width everywhere, in whole pixels.
     static Rect caretRect(const Node& node, const Data& data, double left, const Recorder& recorder) {
         const auto& box = node.drawn;
         const double width = std::max(1.0, std::round(caretWidth / recorder.pixel())) * recorder.pixel();
-        const double x = std::min(std::max(box.minX(), left + caretX(data)), box.maxX() - width);
+        const double middle = left + caretX(data) - width / 2;
+        const double x = std::min(std::max(box.minX(), middle), box.maxX() - width);
         return {recorder.snapped({{x, box.minY()}, {}}).origin, {width, box.size.height}};
     }
 

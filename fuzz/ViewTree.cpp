@@ -164,7 +164,7 @@ View randomView(Input& input, int depth) {
             // Lists inside lists, of rows without a height, would build the product of their lengths.
             auto off = randomLeaf(input);
             const View row = Toggle{std::move(off), randomLeaf(input)};
-            const std::size_t count = input.next() * 4;
+            const std::size_t count = input.next();
             const auto same = input.next() % 5 + 1;
             const RowSource rows{count, [same](std::size_t at) { return std::to_string(at / same); },
                                  [row](std::size_t at) { return at % 7 == 0 ? View() : row; }};

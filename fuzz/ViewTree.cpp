@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "platform/headless/Desktop.h"
 #include "platform/view/ViewTree.h"
 #include "platform/view/Views.h"
 
@@ -46,8 +47,38 @@ struct Toggle {
     }
 };
 
+/// A field of its own text, whose focus can be bound, with a text beside it that can be selected.
+struct Writing {
+    bool isSecret = false;
+    bool isBound = false;
+    State<String> text = String("\u05D0 one \u00E9\r\n");
+    State<bool> isFocused = false;
+
+    View body() const {
+        const auto clear = text.binding();
+        const auto field = TextField(text, {.onSubmit = [clear] { clear.set({}); }, .isSecret = isSecret});
+        return HStack(Spacing(1), isBound ? field.focusable(isFocused.binding()) : View(field),
+                      Text(text.get()).selectable(), If(isFocused, Text("focused")));
+    }
+};
+
+struct Name {
+    View body() const {
+        const auto* name = fromEnvironment<std::string>();
+        return Text(name ? *name : "nameless");
+    }
+};
+
+View randomImage(Input& input) {
+    auto bitmap = std::make_shared<Bitmap>();
+    bitmap->width = static_cast<int>(input.next() % 3);
+    bitmap->height = static_cast<int>(input.next() % 3);
+    bitmap->pixels.resize(static_cast<std::size_t>(4 * bitmap->width * bitmap->height));
+    return Image(bitmap, input.next() % 2 == 0 ? Image::Scaling::fill : Image::Scaling::fit);
+}
+
 View randomLeaf(Input& input) {
-    switch (input.next() % 7) {
+    switch (input.next() % 10) {
         case 0:
             return Text(std::string(input.next(), static_cast<char>(input.next())));
         case 1:
@@ -60,6 +91,12 @@ View randomLeaf(Input& input) {
             return Divider(Color::grey(0.3));
         case 5:
             return {};
+        case 6:
+            return Writing{.isSecret = input.next() % 4 == 0, .isBound = input.next() % 2 == 0};
+        case 7:
+            return randomImage(input);
+        case 8:
+            return Name();
         default:
             return Text("two words, and more of them");
     }
@@ -68,7 +105,7 @@ View randomLeaf(Input& input) {
 View randomModified(Input& input, int depth) {
     const auto view = randomView(input, depth + 1);
     const auto amount = static_cast<double>(input.next());
-    switch (input.next() % 16) {
+    switch (input.next() % 18) {
         case 0:
             return view.padding(amount / 8);
         case 1:
@@ -98,6 +135,10 @@ View randomModified(Input& input, int depth) {
         case 13:
             return view.transition(Transition::opacity().with(Transition::move(Edge::leading)));
         case 14:
+            return view.environment(std::to_string(amount)).focusRing(std::nullopt);
+        case 15:
+            return view.focusable(Binding<bool>(amount > 127)).selectable();
+        case 16:
             return view.lineLimit(static_cast<int>(amount) % 4).semantics(Role::group, "thing");
         default:
             return view.layoutPriority(amount).help("help");
@@ -112,7 +153,7 @@ View randomView(Input& input, int depth) {
         return views;
     };
     const auto spacing = [&] { return Spacing(input.next() % 20); };
-    switch (input.next() % 8) {
+    switch (input.next() % 9) {
         case 0:
             return HStack(spacing(), Alignment::top(), children());
         case 1:
@@ -123,7 +164,7 @@ View randomView(Input& input, int depth) {
             // Lists inside lists, of rows without a height, would build the product of their lengths.
             auto off = randomLeaf(input);
             const View row = Toggle{std::move(off), randomLeaf(input)};
-            const std::size_t count = input.next() * 4;
+            const std::size_t count = input.next();
             const auto same = input.next() % 5 + 1;
             const RowSource rows{count, [same](std::size_t at) { return std::to_string(at / same); },
                                  [row](std::size_t at) { return at % 7 == 0 ? View() : row; }};
@@ -137,6 +178,13 @@ View randomView(Input& input, int depth) {
         }
         case 5:
             return randomLeaf(input);
+        case 6: {
+            const auto row = randomView(input, depth + 1);
+            const std::vector<unsigned> ids(input.next() % 6, input.next());
+            return HStack(spacing(), ForEach(
+                                         ids, [](unsigned id) { return std::to_string(id % 3); },
+                                         [row](unsigned) { return row; }));
+        }
         default:
             return randomModified(input, depth);
     }
@@ -164,24 +212,47 @@ void checkDrawing(const DrawingList& list) {
     check(depth == 0);
 }
 
+void pressKey(ViewTree& tree, Input& input) {
+    constexpr const char* texts[] = {"x", " ", "\u05D0", "\u0301", "\U0001F1E9", "\xFF", "", "z"};
+    constexpr const char* characters[] = {"a", "c", "x", "v", "z", "y"};
+    const auto flags = input.next();
+    const KeyModifiers modifiers{.hasShift = flags % 2 == 1, .hasControl = flags / 2 % 3 == 1};
+    const auto key = static_cast<Key>(input.next() % 16);
+    if (modifiers.hasControl) {
+        tree.keyPressed({.key = key, .modifiers = modifiers, .character = characters[flags / 8 % 6]});
+    } else {
+        tree.keyPressed({.key = key, .text = texts[flags / 8 % 8], .modifiers = modifiers});
+    }
+}
+
+void checkCaret(const ViewTree& tree, double now) {
+    const auto caret = tree.textInputCaret();
+    check(!caret || std::isfinite(caret->minX() + caret->maxY()));
+    const auto next = tree.nextFrameAt();
+    check(!next || *next > now);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     Input input{bytes, size};
+    headless::Desktop desktop;
+    const platform::Scope scope(desktop.platform());
     const auto texts = fixedTextSetter();
     ViewTree tree(randomView(input, 0), *texts, {{300, 200}});
     double now = 0;
     checkDrawing(tree.frame(now));
     constexpr int mostEvents = 40;
     for (int event = 0; event < mostEvents && input.left > 0; ++event) {
-        const auto what = input.next() % 10;
+        const auto what = input.next() % 14;
         const Point at{static_cast<double>(input.next()), static_cast<double>(input.next())};
         switch (what) {
             case 0:
                 tree.pointerMoved(at);
                 break;
             case 1:
-                tree.pointerPressed({at});
+                tree.pointerPressed(
+                    {at, PointerButton::primary, {.hasShift = at.x > 200}, static_cast<int>(at.y) % 4});
                 break;
             case 2:
                 tree.pointerReleased(at);
@@ -190,7 +261,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
                 tree.scrolled(at, (at.x - 128) * 8);
                 break;
             case 4:
-                tree.keyPressed({static_cast<Key>(input.next() % 15), "x", {}});
+                pressKey(tree, input);
                 break;
             case 5:
                 tree.setSurface({{at.x, at.y}, 1 + at.x / 200, LayoutDirection::leftToRight});
@@ -204,11 +275,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             case 8:
                 tree.setRoot(randomView(input, 0));
                 break;
+            case 9:
+                tree.textComposed(
+                    {std::string(input.next() % 5, static_cast<char>(input.next())), input.next()});
+                break;
+            case 10:
+            case 11:
+                for (auto keys = input.next() % 8; keys > 0; --keys) pressKey(tree, input);
+                break;
             default:
                 now += at.x / 500;
                 break;
         }
-        if (input.next() % 4 != 0) checkDrawing(tree.frame(now));
+        if (input.next() % 4 == 0) continue;
+        checkDrawing(tree.frame(now));
+        checkCaret(tree, now);
     }
     constexpr double longAfter = 1000;
     checkDrawing(tree.frame(now + longAfter));

@@ -90,9 +90,9 @@ void TextEditor::dragTo(std::size_t offset) {
 }
 
 void TextEditor::insert(std::string_view text, Source source) {
-    auto line = inOneLine(repairedUTF8(text));
+    const auto line = inOneLine(repairedUTF8(text));
     if (line.empty() && selection().isEmpty()) return;
-    replace(selection(), std::move(line), source == Source::typed ? Kind::typing : Kind::pasting);
+    replace(selection(), line, source == Source::typed ? Kind::typing : Kind::pasting);
     if (source == Source::pasted) endStep();
 }
 
@@ -157,11 +157,11 @@ TextRange TextEditor::unitAt(std::size_t offset, Unit unit) const {
     return unit == Unit::word ? wordSegmentAt(_text, at) : TextRange{at, at};
 }
 
-void TextEditor::replace(TextRange range, std::string text, Kind kind) {
+void TextEditor::replace(TextRange range, std::string_view text, Kind kind) {
     const bool isContinued = continueStep(range, text, kind);
     if (!isContinued) {
         const auto removed = _text.substr(range.begin, range.end - range.begin);
-        _done.push_back({kind, range.begin, removed, text, _anchor, _head});
+        _done.push_back({kind, range.begin, removed, std::string(text), _anchor, _head});
     }
     _undone.clear();
     _text.replace(range.begin, range.end - range.begin, text);

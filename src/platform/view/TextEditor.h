@@ -76,7 +76,7 @@ private:
     std::size_t boundaryAt(std::size_t offset) const;
     std::size_t target(Way way, Unit unit) const;
     TextRange unitAt(std::size_t offset, Unit unit) const;
-    void replace(TextRange range, std::string text, Kind kind);
+    void replace(TextRange range, std::string_view text, Kind kind);
     bool continueStep(TextRange range, std::string_view text, Kind kind);
     void dropOldSteps();
 

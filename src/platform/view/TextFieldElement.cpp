@@ -2,12 +2,12 @@
 #include <cmath>
 
 #include "platform/view/CaretBlink.h"
+#include "platform/view/FieldLine.h"
 #include "platform/view/Handlers.h"
 #include "platform/view/InputElement.h"
 #include "platform/view/LayoutPass.h"
 #include "platform/view/Recorder.h"
 #include "platform/view/SelectedText.h"
-#include "platform/view/ShownText.h"
 #include "platform/view/TextKeys.h"
 #include "platform/view/Views.h"
 
@@ -51,9 +51,9 @@ public:
 
     void record(Node& node, Recorder& recorder) const override {
         auto& data = node.data<Data>();
-        if (!data.layout) return;
+        if (!data.line.layout()) return;
         scrollWithDrag(node, data, recorder);
-        const bool isCut = data.layout->size().width > node.drawn.size.width;
+        const bool isCut = data.line.layout()->size().width > node.drawn.size.width;
         if (!isCut) {
             recordText(node, data, recorder);
         } else {
@@ -129,7 +129,7 @@ public:
 
     std::optional<Rect> caret(const Node& node) const override {
         const auto* data = node.dataIfAny<Data>();
-        return data && data->layout ? std::optional(data->caret) : std::nullopt;
+        return data && data->line.layout() ? std::optional(data->caret) : std::nullopt;
     }
 
     void focusChanged(Node& node) const override {
@@ -152,7 +152,6 @@ public:
     }
 
 private:
-    static constexpr double caretWidth = 1.5;
     /// In seconds. Who stops for so long begins another step of undoing.
     static constexpr double pauseOfStep = 1;
 
@@ -163,13 +162,9 @@ private:
         MarkedText marked;
         TextSetter* texts = nullptr;
         Animated<Color> color;
-        /// The place of the text that is to be in sight, what is laid out round it, and how much of that is
-        /// out of sight on the left.
+        /// The place of the text that is to be in sight.
         std::size_t around = 0;
-        ShownText shown;
-        std::shared_ptr<const TextLayout> layout;
-        double baseline = 0;
-        double offset = 0;
+        FieldLine line;
         CaretBlink blink;
         /// Where the pointer is that selects, and when the text next scrolls under it.
         std::optional<Point> drag;
@@ -208,69 +203,39 @@ private:
         pointedAt(node, data, offset);
     }
 
-    /// Lays out what is to be in sight, and brings it there.
     void show(const Node& node, Data& data) const {
         if (!data.texts) return;
-        const auto& environment = *node.environment;
-        const double width = node.target.size.width;
-        const auto before = data.shown.range();
-        const auto edge = data.layout ? data.shown.textOffset(data.layout->offsetAt({data.offset, 0})) : 0;
-        const double edgeBefore = data.layout ? xOf(data, edge) : 0;
-
-        // What a byte takes at least, in the font's size: families of emoji have many.
-        constexpr double narrowestByte = 0.06;
-        constexpr double leastReach = 64;
-        constexpr double mostReach = 8192;
-        const double reach = width / (narrowestByte * std::max(1.0, environment.font.size)) + leastReach;
-        data.shown = ShownText({.text = data.editor.text(),
-                                .around = data.around,
-                                .reach = static_cast<std::size_t>(std::clamp(reach, leastReach, mostReach)),
-                                .caret = data.editor.head(),
-                                .marked = data.marked.text,
-                                .isSecret = _options.isSecret});
-        data.layout = data.texts->set(data.shown.string(), {.font = environment.font});
-        data.baseline = data.texts->set(" ", {.font = environment.font})->baseline();
-
-        // What was at the left edge stays there, though the stretch begins elsewhere now.
-        if (data.shown.range().begin != before.begin) data.offset += xOf(data, edge) - edgeBefore;
-        const double place = data.around == data.editor.head() ? caretX(data) : xOf(data, data.around);
-        const double most = std::max(0.0, data.layout->size().width + caretWidth - width);
-        data.offset =
-            std::clamp(data.offset, std::min(place + caretWidth - width, most), std::max(0.0, place));
-        data.offset = std::clamp(data.offset, 0.0, most);
-    }
-
-    static double xOf(const Data& data, std::size_t offset) {
-        return data.layout->caret(data.shown.shownOffset(offset)).minX();
-    }
-    static double caretX(const Data& data) {
-        const auto composed = data.shown.marked().isEmpty() ? 0 : data.marked.caret;
-        return data.layout->caret(data.shown.shownOffset(data.editor.head()) + composed).minX();
+        data.line.layOut(*data.texts, node.environment->font, node.target.size.width,
+                         {.text = data.editor.text(),
+                          .around = data.around,
+                          .caret = data.editor.head(),
+                          .marked = data.marked.text,
+                          .isSecret = _options.isSecret},
+                         data.marked.caret);
     }
 
     bool isRightToLeft(const Node& node, const Data& data) const {
         const bool isMirrored = node.environment->direction == LayoutDirection::rightToLeft;
-        return startsRightToLeft(data.shown.string()).value_or(isMirrored);
+        return startsRightToLeft(data.line.shown().string()).value_or(isMirrored);
     }
 
     /// The left top corner of the laid out text, in the window.
     Point originOfText(const Node& node, const Data& data) const {
-        const double free = node.drawn.size.width - data.layout->size().width - caretWidth;
+        const double free = node.drawn.size.width - data.line.layout()->size().width - FieldLine::caretWidth;
         double part = 0;
         if (node.environment->textAlignment == TextOptions::Alignment::centre) part = 0.5;
         if (node.environment->textAlignment == TextOptions::Alignment::trailing) part = 1;
         if (isRightToLeft(node, data)) part = 1 - part;
-        return {node.drawn.minX() + std::max(0.0, free) * part - data.offset,
-                node.drawn.minY() + data.baseline - data.layout->baseline()};
+        return {node.drawn.minX() + std::max(0.0, free) * part - data.line.scrolled(),
+                node.drawn.minY() + data.line.baseline() - data.line.layout()->baseline()};
     }
 
     std::size_t offsetAt(const Node& node, const Data& data, Point at) const {
-        if (!data.layout) return 0;
+        if (!data.line.layout()) return 0;
         // How far out of the field the pointer is sets the pace at which it scrolls, up to this.
         constexpr double farthest = 40;
         const double x = std::clamp(at.x, node.drawn.minX() - farthest, node.drawn.maxX() + farthest);
-        const double middle = data.layout->size().height / 2;
-        return data.shown.textOffset(data.layout->offsetAt({x - originOfText(node, data).x, middle}));
+        return data.line.offsetAt(x - originOfText(node, data).x);
     }
 
     Unit unitOf(int clickCount) const {
@@ -295,34 +260,36 @@ private:
         const auto origin = originOfText(node, data);
         const auto color = data.color.at(recorder.now());
         const auto areas = [&](std::size_t begin, std::size_t end) {
-            auto found = data.layout->areas(begin, end);
+            auto found = data.line.layout()->areas(begin, end);
             for (auto& area : found) area.origin = area.origin + origin;
             return found;
         };
         const auto selected = data.editor.selection();
-        for (const auto& area :
-             areas(data.shown.shownOffset(selected.begin), data.shown.shownOffset(selected.end))) {
+        for (const auto& area : areas(data.line.shown().shownOffset(selected.begin),
+                                      data.line.shown().shownOffset(selected.end))) {
             recorder.add(draw::Fill{recorder.snapped(area), Rectangle(), selectionColor(node)});
         }
-        if (!data.shown.string().empty()) recorder.add(draw::Text{origin, data.layout, color});
-        const double underlineTop = origin.y + data.layout->baseline() + 1;
-        for (const auto& area : areas(data.shown.marked().begin, data.shown.marked().end)) {
+        if (!data.line.shown().string().empty()) recorder.add(draw::Text{origin, data.line.layout(), color});
+        const double underlineTop = origin.y + data.line.layout()->baseline() + 1;
+        for (const auto& area : areas(data.line.shown().marked().begin, data.line.shown().marked().end)) {
             const Rect line{{area.minX(), underlineTop}, {area.size.width, 1}};
             recorder.add(draw::Fill{recorder.snapped(line), Rectangle(), color});
         }
         data.caret = caretRect(node, data, origin.x, recorder);
-        const double caretLeft = origin.x + caretX(data);
+        const double caretLeft = origin.x + data.line.caretX();
         const bool isInSight = caretLeft >= node.drawn.minX() - 1 && caretLeft <= node.drawn.maxX();
         if (node.hasFocus && data.blink.isShown(recorder) && isInSight) {
             recorder.add(draw::Fill{data.caret, Rectangle(), color});
         }
     }
 
-    /// Of the same width everywhere, in whole pixels.
+    /// Between two letters, of the same width everywhere, in whole pixels.
     static Rect caretRect(const Node& node, const Data& data, double left, const Recorder& recorder) {
         const auto& box = node.drawn;
-        const double width = std::max(1.0, std::round(caretWidth / recorder.pixel())) * recorder.pixel();
-        const double x = std::min(std::max(box.minX(), left + caretX(data)), box.maxX() - width);
+        const double width =
+            std::max(1.0, std::round(FieldLine::caretWidth / recorder.pixel())) * recorder.pixel();
+        const double middle = left + data.line.caretX() - width / 2;
+        const double x = std::min(std::max(box.minX(), middle), box.maxX() - width);
         return {recorder.snapped({{x, box.minY()}, {}}).origin, {width, box.size.height}};
     }
 
@@ -381,35 +348,21 @@ private:
         auto& editor = data.editor;
         const bool toRight = command.kind == TextCommand::Kind::moveRight;
         const auto way = toRight != isRightToLeft(node, data) ? Way::forward : Way::backward;
-        const bool isPlain =
-            command.unit != Unit::grapheme || !data.layout || !containsRightToLeft(data.shown.string());
+        const bool isPlain = command.unit != Unit::grapheme || !data.line.layout() ||
+                             !containsRightToLeft(data.line.shown().string());
         if (isPlain) {
             editor.move(way, wordless(command.unit), command.selecting);
             return;
         }
         const auto [begin, end] = editor.selection();
         if (begin != end && command.selecting == Selecting::no) {
-            editor.moveTo((xOf(data, begin) < xOf(data, end)) == toRight ? end : begin, Selecting::no);
+            editor.moveTo((data.line.xOf(begin) < data.line.xOf(end)) == toRight ? end : begin,
+                          Selecting::no);
         } else {
-            const auto range = data.shown.range();
+            const auto range = data.line.shown().range();
             const auto last = way == Way::forward ? range.end : range.begin;
-            editor.moveTo(offsetBeside(data, toRight).value_or(last), command.selecting);
+            editor.moveTo(data.line.offsetBeside(editor.head(), toRight).value_or(last), command.selecting);
         }
-    }
-
-    /// The place for the caret that is seen next to it; nothing at the end of what is laid out.
-    static std::optional<std::size_t> offsetBeside(const Data& data, bool toRight) {
-        constexpr double step = 0.5;
-        const double from = xOf(data, data.editor.head());
-        const double middle = data.layout->size().height / 2;
-        const double widestLetter = 8 * data.layout->size().height;
-        for (double away = step; away < widestLetter; away += step) {
-            const auto found = data.layout->offsetAt({toRight ? from + away : from - away, middle});
-            const double moved = (data.layout->caret(found).minX() - from) * (toRight ? 1 : -1);
-            // Where the direction changes, an offset has two places; the other one may be far away.
-            if (moved >= step / 2 && moved <= 2 * (away + step)) return data.shown.textOffset(found);
-        }
-        return std::nullopt;
     }
 
     Binding<String> _text;

@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "platform/view/PangoTextSetter.h"
+#include "shell/LanguageManager.h"
+#include "shell/ThemeManager.h"
+#include "support/HeadlessTest.h"
+#include "views/Gallery.h"
+#include "views/GallerySamples.h"
+
+namespace vellumix {
+namespace {
+
+using namespace view;
+
+/// What another version of the drawing libraries may change: so many pixels by more than so much.
+constexpr double toleratedPart = 0.001;
+constexpr int toleratedStep = 24;
+
+struct Golden {
+    const char* sheet;
+    ThemeMode theme;
+    AppLanguage language;
+};
+
+std::string nameOf(const Golden& golden) {
+    return std::string(golden.sheet) + "-" + std::string(rawValue(golden.language)) + "-" +
+           std::string(rawValue(golden.theme));
+}
+
+/// The part of the pixels that differ; all of them where the sizes do.
+double differingPart(const CairoSurface& actual, const std::string& path) {
+    const handles::Surface wanted(cairo_image_surface_create_from_png(path.c_str()));
+    const int width = cairo_image_surface_get_width(wanted.get());
+    const int height = cairo_image_surface_get_height(wanted.get());
+    if (width == 0 || width != actual.width() || height != actual.height()) return 1;
+    // A picture without transparency is read without it, and one byte in four of it means nothing.
+    const auto* pixels = cairo_image_surface_get_data(wanted.get());
+    const int stride = cairo_image_surface_get_stride(wanted.get());
+    int differing = 0;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            std::uint32_t pixel = 0;
+            std::copy_n(pixels + y * stride + 4 * x, sizeof pixel, reinterpret_cast<unsigned char*>(&pixel));
+            const auto other = actual.pixelAt(x, y);
+            int step = 0;
+            for (const unsigned shift : {0U, 8U, 16U}) {
+                const auto channel = [shift](std::uint32_t of) { return static_cast<int>(of >> shift & 255U); };
+                step = std::max(step, std::abs(channel(pixel) - channel(other)));
+            }
+            if (step > toleratedStep) ++differing;
+        }
+    }
+    return static_cast<double>(differing) / (width * height);
+}
+
+/// The sheets look as they did when somebody last looked at them. After a wanted change: look at the pictures
+/// that this wrote beside its program, then run it with VELLUMIX_RENEW_GOLDEN=1 and commit what it writes.
+class GoldenTest : public testing::TestWithParam<Golden> {};
+
+TEST_P(GoldenTest, LooksAsItDid) {
+    headless::Desktop desktop;
+    SampleImageDecoder images;
+    SampleFileIcons icons;
+    const platform::Scope scope(withSamplePictures(desktop.platform(), images, icons));
+    ThemeManager::shared().currentTheme.set(GetParam().theme);
+    LanguageManager::shared().currentLanguage.set(GetParam().language);
+    const auto sheets = gallerySheets();
+    const auto sheet = std::ranges::find(sheets, std::string(GetParam().sheet), &GallerySheet::name);
+    ASSERT_NE(sheet, sheets.end());
+    PangoTextSetter texts;
+    const auto picture = paint(*sheet, texts, 1);
+
+    const auto file = nameOf(GetParam()) + ".png";
+    const auto golden = std::string(VELLUMIX_GOLDEN) + "/" + file;
+    if (std::getenv("VELLUMIX_RENEW_GOLDEN")) {
+        ASSERT_TRUE(writePNG(picture.surface, golden));
+    }
+    const double part = differingPart(picture.surface, golden);
+    EXPECT_LE(part, toleratedPart) << "see " << std::filesystem::current_path() / ("actual-" + file);
+    if (part > toleratedPart) writePNG(picture.surface, "actual-" + file);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sheets, GoldenTest,
+    testing::Values(Golden{"components", ThemeMode::light, AppLanguage::en},
+                    Golden{"components", ThemeMode::dark, AppLanguage::es},
+                    Golden{"cards", ThemeMode::dark, AppLanguage::en},
+                    Golden{"card-states", ThemeMode::light, AppLanguage::en},
+                    Golden{"bars", ThemeMode::light, AppLanguage::es},
+                    Golden{"bars", ThemeMode::dark, AppLanguage::en},
+                    Golden{"panel-520x620", ThemeMode::dark, AppLanguage::en},
+                    Golden{"panel-320x500", ThemeMode::light, AppLanguage::ptBR}),
+    [](const auto& each) {
+        auto name = nameOf(each.param);
+        std::erase(name, '-');
+        return name;
+    });
+
+}  // namespace
+}  // namespace vellumix

@@ -8,10 +8,12 @@
 #include "platform/headless/Desktop.h"
 #include "platform/headless/StatusBar.h"
 #include "platform/linux/ChosenKeychain.h"
+#include "platform/linux/DesktopSharing.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/HardenProcess.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/Paths.h"
+#include "platform/linux/PixbufDecoder.h"
 #include "platform/linux/PixbufImages.h"
 #include "platform/linux/PosixFileSystem.h"
 #include "platform/linux/RunningInstance.h"
@@ -161,9 +163,9 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder);
     linux_desktop::PixbufImages images;
-    headless::ImageDecoder imageDecoder;
+    linux_desktop::PixbufDecoder imageDecoder;
     headless::FileIcons fileIcons;
-    headless::SharingServices sharing;
+    linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
     const platform::Scope scope(Platform{
         .runLoop = runLoop,
         .log = log,

@@ -21,7 +21,7 @@ URL defaultURL() {
 }
 
 void forgetThumbnail(const ClipboardItem& item) {
-    ThumbnailCache::shared().cache.removeObjectForKey(item.id.uuidString());
+    ThumbnailCache::shared().forget(item.id);
 }
 
 bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked; }
@@ -76,6 +76,8 @@ void Store::togglePin(const ClipboardItem& item) {
 void Store::setLocked(const ClipboardItem& item, bool locked) {
     if (item.locked == locked) return;
     changeFound(item, [locked](auto&, auto found) {
+        // No picture of a locked entry stays in memory.
+        if (locked) forgetThumbnail(*found);
         found->locked = locked;
         locked ? found->encryptContent() : found->decryptContent();
     });

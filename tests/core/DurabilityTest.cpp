@@ -25,6 +25,9 @@ public:
     std::error_code openForWriting(const std::string& path, Handle& handle) override {
         return step([&] { return _files.openForWriting(path, handle); });
     }
+    std::error_code openNew(const std::string& path, Handle& handle) override {
+        return step([&] { return _files.openNew(path, handle); });
+    }
     std::error_code write(Handle handle, ByteView bytes) override {
         // A write that is cut has written half.
         if (_count + 1 == _at) _files.write(handle, bytes.first(bytes.size() / 2));

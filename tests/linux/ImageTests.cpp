@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/linux/GLibHandles.h"
+#include "platform/linux/PixbufDecoder.h"
 #include "platform/linux/PixbufImages.h"
 
 namespace vellumix::linux_desktop {
@@ -159,7 +160,12 @@ TEST(ImageTest, HugeHeadersAllocateNothing) {
     ::getrusage(RUSAGE_SELF, &start);
     const std::array<std::pair<const char*, std::string>, 5> cases{
         {{"bmp", bmp}, {"tiff", tiff}, {"gif", gif}, {"jpeg", jpeg}, {"png", png}}};
-    for (const auto& [type, bytes] : cases) EXPECT_FALSE(images.pngRepresentation(Data(bytes))) << type;
+    PixbufDecoder decoder;
+    for (const auto& [type, bytes] : cases) {
+        EXPECT_FALSE(images.pngRepresentation(Data(bytes))) << type;
+        EXPECT_FALSE(decoder.decode(Data(bytes), {88, 88})) << type;
+        EXPECT_FALSE(decoder.sizeOf(Data(bytes))) << type;
+    }
     rusage end{};
     ::getrusage(RUSAGE_SELF, &end);
     EXPECT_LT(end.ru_maxrss - start.ru_maxrss, 16 * 1024) << "kilobytes of memory";

@@ -18,17 +18,24 @@ std::uint32_t bigEndian(ByteView bytes) {
            bytes[3];
 }
 
+constexpr std::string_view headerType = "IHDR";
 /// Width, height, depth, colour type, compression, filter and interlace of PNG section 11.2.1.
-bool isHeader(ByteView content) {
-    return content.size() == 13 && bigEndian(content) != 0 && bigEndian(content.subspan(4)) != 0;
-}
+constexpr std::size_t headerSize = 13;
 
 }  // namespace
 
+std::optional<PNGSize> pngSize(ByteView bytes) {
+    if (bytes.size() < signature.size() + chunkFrame + headerSize) return std::nullopt;
+    if (!sameBytes(bytes.first(signature.size()), signature)) return std::nullopt;
+    const auto chunk = bytes.subspan(signature.size());
+    if (bigEndian(chunk) != headerSize || asText(chunk.subspan(4, 4)) != headerType) return std::nullopt;
+    const PNGSize size{.width = bigEndian(chunk.subspan(8)), .height = bigEndian(chunk.subspan(12))};
+    return size.width > 0 && size.height > 0 ? std::optional(size) : std::nullopt;
+}
+
 bool isCompletePNG(ByteView bytes) {
-    if (bytes.size() < signature.size() || !sameBytes(bytes.first(signature.size()), signature)) return false;
+    if (!pngSize(bytes)) return false;
     bytes = bytes.subspan(signature.size());
-    bool hasHeader = false;
     bool hasPixels = false;
     while (bytes.size() >= chunkFrame) {
         const std::size_t size = bigEndian(bytes);
@@ -38,8 +45,6 @@ bool isCompletePNG(ByteView bytes) {
         if (crc32(0, typed.data(), static_cast<uInt>(typed.size())) != bigEndian(bytes.subspan(size + 8)))
             return false;
         bytes = bytes.subspan(size + chunkFrame);
-        if (!hasHeader && (type != "IHDR" || !isHeader(typed.subspan(4)))) return false;
-        hasHeader = true;
         if (type == "IDAT") hasPixels = true;
         if (type == "IEND") return hasPixels && bytes.empty();
     }

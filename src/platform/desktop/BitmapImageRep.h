@@ -18,6 +18,15 @@ public:
     static constexpr std::uint64_t pixelLimit = 100'000'000;
 };
 
+/// In pixels; both above 0.
+struct PNGSize {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
+/// From the first chunk of a PNG (W3C PNG third edition, section 11.2.1), whatever follows it. Nothing for
+/// other bytes.
+std::optional<PNGSize> pngSize(ByteView bytes);
+
 /// True for a complete PNG (W3C PNG third edition, section 5): signature, a first IHDR, chunks with matching
 /// CRCs, at least one IDAT, and IEND at the end. The pixels aren't decoded.
 bool isCompletePNG(ByteView bytes);

@@ -24,6 +24,8 @@ public:
     /// Opens for writing, made or emptied, readable by its owner alone (0600) whatever the umask; never
     /// through a symbolic link.
     virtual std::error_code openForWriting(const std::string& path, Handle& handle) = 0;
+    /// The same for a file that isn't there yet; `file_exists` where anything has the name.
+    virtual std::error_code openNew(const std::string& path, Handle& handle) = 0;
     virtual std::error_code write(Handle handle, ByteView bytes) = 0;
     /// Returns when the file's bytes are on the disk.
     virtual std::error_code sync(Handle handle) = 0;

@@ -1,6 +1,7 @@
 #include "platform/headless/Desktop.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace vellumix::headless {
 
@@ -44,17 +45,10 @@ int Alerts::runModal(const NSAlert& alert) {
 }
 
 std::optional<ImageDecoder::PixelSize> ImageDecoder::sizeOf(const Data& encoded) {
-    // The first chunk holds width and height, 4 bytes each, after 16 bytes (PNG third edition,
-    // section 11.2.2).
-    constexpr std::size_t widthAt = 16;
-    constexpr std::size_t heightAt = 20;
-    const ByteView bytes = encoded;
-    if (!isCompletePNG(bytes)) return std::nullopt;
-    const auto number = [&](std::size_t at) {
-        return bytes[at] << 24 | bytes[at + 1] << 16 | bytes[at + 2] << 8 | bytes[at + 3];
-    };
-    const PixelSize size{number(widthAt), number(heightAt)};
-    return size.width > 0 && size.height > 0 ? std::optional(size) : std::nullopt;
+    constexpr std::uint32_t sideLimit = std::numeric_limits<int>::max();
+    const auto size = isCompletePNG(encoded) ? pngSize(encoded) : std::nullopt;
+    if (!size || size->width > sideLimit || size->height > sideLimit) return std::nullopt;
+    return PixelSize{static_cast<int>(size->width), static_cast<int>(size->height)};
 }
 
 std::shared_ptr<const Bitmap> ImageDecoder::decode(const Data& encoded, PixelSize box) {

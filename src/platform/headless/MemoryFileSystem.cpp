@@ -22,6 +22,11 @@ std::error_code MemoryFileSystem::openForWriting(const std::string& path, Handle
     return {};
 }
 
+std::error_code MemoryFileSystem::openNew(const std::string& path, Handle& handle) {
+    if (exists(path)) return failure(std::errc::file_exists);
+    return openForWriting(path, handle);
+}
+
 std::error_code MemoryFileSystem::write(Handle handle, ByteView bytes) {
     const auto found = _open.find(handle);
     if (found == _open.end()) return failure(std::errc::bad_file_descriptor);

@@ -65,6 +65,7 @@ using Context = std::unique_ptr<GMainContext, HandleDeleter<g_main_context_unref
 using PushedContext = std::unique_ptr<GMainContext, PopContext>;
 using NodeInfo = std::unique_ptr<GDBusNodeInfo, HandleDeleter<g_dbus_node_info_unref>>;
 using Variant = std::unique_ptr<GVariant, HandleDeleter<g_variant_unref>>;
+using DateTime = std::unique_ptr<GDateTime, HandleDeleter<g_date_time_unref>>;
 using Text = std::unique_ptr<char, HandleDeleter<g_free>>;
 using TextList = std::unique_ptr<char*, HandleDeleter<g_strfreev>>;
 using Attributes = std::unique_ptr<GHashTable, HandleDeleter<g_hash_table_unref>>;

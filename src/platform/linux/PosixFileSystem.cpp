@@ -42,6 +42,16 @@ std::error_code openRegular(const std::string& path, int flags, posix::Descripto
     return failure(S_ISDIR(facts.st_mode) ? EISDIR : EINVAL);
 }
 
+std::error_code openOwners(const std::string& path, int flags, FileSystem::Handle& handle) {
+    posix::Descriptor file;
+    struct stat facts {};
+    if (const auto error = openRegular(path, O_WRONLY | O_CREAT | flags, file, facts)) return error;
+    // Also what the umask took away or an earlier file allowed.
+    if (::fchmod(file.get(), ownersFile) != 0) return lastFailure();
+    handle = file.release();
+    return {};
+}
+
 /// Reads until the buffer is full or the file ends; `filled` says how far it came.
 std::error_code fill(int file, Bytes& content, std::size_t& filled) {
     while (filled < content.size()) {
@@ -93,13 +103,11 @@ std::error_code PosixFileSystem::read(const std::string& path, Bytes& content) {
 }
 
 std::error_code PosixFileSystem::openForWriting(const std::string& path, Handle& handle) {
-    posix::Descriptor file;
-    struct stat facts {};
-    if (const auto error = openRegular(path, O_WRONLY | O_CREAT | O_TRUNC, file, facts)) return error;
-    // Also what the umask took away or an earlier file allowed.
-    if (::fchmod(file.get(), ownersFile) != 0) return lastFailure();
-    handle = file.release();
-    return {};
+    return openOwners(path, O_TRUNC, handle);
+}
+
+std::error_code PosixFileSystem::openNew(const std::string& path, Handle& handle) {
+    return openOwners(path, O_EXCL, handle);
 }
 
 std::error_code PosixFileSystem::write(Handle handle, ByteView bytes) {

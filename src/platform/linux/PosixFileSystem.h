@@ -10,6 +10,7 @@ class PosixFileSystem final : public FileSystem {
 public:
     std::error_code read(const std::string& path, Bytes& content) override;
     std::error_code openForWriting(const std::string& path, Handle& handle) override;
+    std::error_code openNew(const std::string& path, Handle& handle) override;
     std::error_code write(Handle handle, ByteView bytes) override;
     std::error_code sync(Handle handle) override;
     std::error_code close(Handle handle) override;

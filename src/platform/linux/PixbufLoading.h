@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string_view>
+
+#include "platform/desktop/ImageDecoder.h"
+#include "platform/linux/GLibHandles.h"
+
+/// How bytes of strangers get to gdk-pixbuf: PNG, JPEG, TIFF, BMP, GIF and WebP alone, told by their first
+/// bytes. Other loaders that happen to be installed aren't given any. Any thread; blocking.
+namespace vellumix::linux_desktop {
+
+struct WholeImage {
+    /// The name of its loader.
+    std::string_view loader;
+    Data bytes;
+
+    bool isPNG() const { return loader == "png"; }
+};
+
+/// Nothing for other encodings, for an image that lacks its end where its loader would paint what is missing,
+/// and for a PNG of more than `NSBitmapImageRep::pixelLimit` pixels. Bytes behind the end of a PNG are left
+/// out.
+std::optional<WholeImage> wholeImage(const Data& encoded);
+
+/// The size to decode to, for the size of the image.
+using SizeChoice = std::function<ImageDecoder::PixelSize(ImageDecoder::PixelSize)>;
+
+/// The picture as it is stored, not turned upright; of an animation the first. Null for what can't be decoded
+/// and, before any pixels are allocated, for more than `NSBitmapImageRep::pixelLimit` of them. A loader that
+/// can decode to a smaller size allocates no more than about that size.
+glib::Object<GdkPixbuf> loadPixbuf(const WholeImage& image, const SizeChoice& chooseSize = nullptr);
+
+/// From the head of the image, of one that may lack its end; that of a JPEG is turned as its metadata say.
+/// Nothing for other encodings and for more than `NSBitmapImageRep::pixelLimit` pixels.
+std::optional<ImageDecoder::PixelSize> sizeFromHead(const Data& encoded);
+
+/// Whether turning it upright exchanges width and height (Exif 2.3 section 4.6.4, Orientation).
+bool liesOnItsSide(GdkPixbuf* pixbuf);
+
+}  // namespace vellumix::linux_desktop

@@ -1,0 +1,66 @@
+#include "core/ThumbnailCache.h"
+
+#include "core/Store.h"
+#include "support/HeadlessTest.h"
+
+namespace vellumix {
+namespace {
+
+class ThumbnailCacheTest : public HeadlessTest {
+protected:
+    using State = ThumbnailCache::State;
+
+    ThumbnailCache::Thumbnail ask(const ClipboardItem& item, int side = 44) {
+        return cache.thumbnail(item.id, {side, side}, [&] { return item.imageData(); });
+    }
+
+    ThumbnailCache& cache = ThumbnailCache::shared();
+    int notices = 0;
+    Observation changes = cache.observeChanges([this] { ++notices; });
+};
+
+TEST_F(ThumbnailCacheTest, ImagesAreDecodedOnceOnTheQueueAndTold) {
+    const auto good = imageItem(std::string(asText(tinyPNG())));
+    const auto bad = imageItem("no image");
+    for (int frame = 0; frame < 3; ++frame) {
+        EXPECT_EQ(ask(good).state, State::pending);
+        EXPECT_EQ(ask(bad).state, State::pending);
+    }
+    EXPECT_EQ(desktop.imageDecoder.decodings, 0) << "nothing is decoded inside a frame";
+    desktop.runLoop.settle();
+    EXPECT_EQ(notices, 2);
+    for (int frame = 0; frame < 3; ++frame) {
+        EXPECT_TRUE(ask(good).bitmap);
+        EXPECT_EQ(ask(good).imageSize, (ImageDecoder::PixelSize{1, 1}));
+        EXPECT_EQ(ask(bad).state, State::failed);
+        desktop.runLoop.settle();
+    }
+    EXPECT_EQ(desktop.imageDecoder.decodings, 1);
+
+    EXPECT_EQ(ask(good, 200).state, State::pending) << "an expanded card needs a larger one";
+    EXPECT_TRUE(ask(good, 200).bitmap) << "and shows the smaller until then";
+    desktop.runLoop.settle();
+    EXPECT_EQ(ask(good, 200).state, State::ready);
+    EXPECT_EQ(ask(good, 44).state, State::ready) << "which serves the collapsed card too";
+}
+
+TEST_F(ThumbnailCacheTest, EntriesThatGoOrAreLockedTakeTheirImagesAlong) {
+    Store store;
+    const auto removed = imageItem(std::string(asText(tinyPNG())));
+    const auto locked = imageItem(std::string(asText(tinyPNG())));
+    const auto underWay = imageItem(std::string(asText(tinyPNG())));
+    for (const auto& item : {removed, locked, underWay}) store.add(item);
+    ask(removed);
+    ask(locked);
+    desktop.runLoop.settle();
+    ask(underWay);
+    store.remove(removed);
+    store.setLocked(locked, true);
+    store.remove(underWay);
+    desktop.runLoop.settle();
+    for (const auto& item : {removed, locked, underWay})
+        EXPECT_FALSE(cache.cache.objectForKey(item.id.uuidString()));
+}
+
+}  // namespace
+}  // namespace vellumix

@@ -182,7 +182,7 @@ TEST(Events, AButtonLooksPressedWhileThePointerHoldsItDownInside) {
     const auto layers = [&] { return tree.drawn<draw::PushLayer>().size(); };
     const auto inside = tree.find(Role::button, "One").frame.centre();
     const auto outside = tree.find(Role::text, "other").frame.centre();
-    tree.tree->pointerPressed(inside);
+    tree.tree->pointerPressed({inside});
     EXPECT_EQ(layers(), 1U);
     tree.tree->pointerMoved(outside);
     EXPECT_EQ(layers(), 0U);

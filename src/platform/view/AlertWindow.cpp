@@ -105,6 +105,7 @@ struct AlertContent {
         if (preferred) order.push_back(*preferred);
         if (!isSideBySide) std::ranges::reverse(order);
         std::vector<View> views;
+        views.reserve(order.size());
         for (const auto at : order) {
             views.push_back(AlertButtonView{alert.buttons[at], palette, at == preferred,
                                             [answer = answer, at] { answer(at); }});

@@ -43,7 +43,7 @@ View floating(const View& content, double cornerRadius, const ControlPalette& pa
         return content.background(shape, Color::clear(), Outline{palette.border})
             .background(Rectangle(), palette.background);
     }
-    const auto ground = content.background(shape, palette.background, Outline{palette.border});
+    auto ground = content.background(shape, palette.background, Outline{palette.border});
     // The room that a shadow needs is its radius and a half, and its offset.
     constexpr double radius = 12;
     constexpr double offset = 4;

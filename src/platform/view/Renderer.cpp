@@ -7,7 +7,10 @@ namespace vellumix::view {
 
 Renderer& Renderer::shared() { return SharedInstances::current().get<Renderer>(); }
 
-Renderer::Renderer() : _texts(std::make_unique<PangoTextSetter>(platform::current().fontFamilies)) {}
+TextSetter& Renderer::texts() {
+    if (!_texts) _texts = std::make_unique<PangoTextSetter>(platform::current().fontFamilies);
+    return *_texts;
+}
 
 void Renderer::paint(const DrawingList& drawing, const PixelBuffer& pixels, double scale) {
     CairoSurface surface(pixels.memory, pixels.width, pixels.height, pixels.stride);

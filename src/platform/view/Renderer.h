@@ -12,13 +12,11 @@ namespace vellumix::view {
 /// only.
 class Renderer {
 public:
-    /// That of the platform in force, with its fonts.
+    /// That of the platform in force.
     static Renderer& shared();
 
-    /// Sets texts in the fonts of the platform in force.
-    Renderer();
-
-    TextSetter& texts() { return *_texts; }
+    /// Sets texts in the fonts of the platform in force, unless it was given another setter.
+    TextSetter& texts();
     /// Before the first window: each keeps the setter that it was made with.
     void setTexts(std::unique_ptr<TextSetter> texts) { _texts = std::move(texts); }
     /// Replaces all pixels by the drawing; `scale` is in device pixels a point.

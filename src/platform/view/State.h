@@ -69,6 +69,8 @@ class State {
 public:
     State(T initial = T{}) : _initial(std::move(initial)) {}
     State(const State& other) : _initial(other._initial), _slot((other.attach(), other._slot)) {}
+    // The one that is moved from is attached too, and lives on as a handle to the same value.
+    // NOLINTNEXTLINE(performance-move-constructor-init)
     State(State&& other) noexcept : State(std::as_const(other)) {}
     State& operator=(const State&) = delete;
     ~State() = default;

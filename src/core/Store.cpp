@@ -20,9 +20,7 @@ URL defaultURL() {
     return URL::file(folder + "/history.json");
 }
 
-void forgetThumbnail(const ClipboardItem& item) {
-    ThumbnailCache::shared().forget(item.id);
-}
+void forgetThumbnail(const ClipboardItem& item) { ThumbnailCache::shared().forget(item.id); }
 
 bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked; }
 

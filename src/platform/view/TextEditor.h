@@ -53,7 +53,6 @@ public:
     /// Deletes the selection, or from the caret as far as the unit reaches.
     void erase(Way way, Unit unit);
 
-    bool canUndo() const { return !_undone.empty() || !_done.empty(); }
     /// Each takes back, or does again, one step; the selection comes back with it.
     void undo();
     void redo();

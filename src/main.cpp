@@ -18,6 +18,7 @@
 #include "platform/linux/SessionService.h"
 #include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/SystemLog.h"
+#include "platform/view/ModalAlerts.h"
 #include "platform/x11/Connection.h"
 #include "platform/x11/Pasteboard.h"
 #include "platform/x11/Workspace.h"
@@ -44,6 +45,7 @@ public:
     virtual NSWorkspace& workspace() = 0;
     virtual NSStatusBar& statusBar() = 0;
     virtual WindowServer& windows() = 0;
+    virtual Alerts& alerts() = 0;
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
@@ -55,6 +57,7 @@ public:
     NSWorkspace& workspace() override { return _workspace; }
     NSStatusBar& statusBar() override { return _statusBar; }
     WindowServer& windows() override { return _windows; }
+    Alerts& alerts() override { return _alerts; }
     Observation observeEnd(std::function<void()>) override { return {}; }
 
 private:
@@ -62,6 +65,7 @@ private:
     headless::Workspace _workspace;
     headless::StatusBar _statusBar;
     headless::WindowServer _windows;
+    headless::Alerts _alerts;
 };
 
 class X11Display final : public Display {
@@ -76,6 +80,7 @@ public:
     NSWorkspace& workspace() override { return _workspace; }
     NSStatusBar& statusBar() override { return _statusBar; }
     WindowServer& windows() override { return _windows; }
+    Alerts& alerts() override { return _alerts; }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -86,6 +91,7 @@ private:
     x11::Workspace _workspace{*_connection};
     linux_desktop::StatusNotifierBar _statusBar;
     headless::WindowServer _windows{_connection->runLoop()};
+    view::ModalAlerts _alerts;
 };
 
 std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice,
@@ -154,7 +160,6 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder);
     linux_desktop::PixbufImages images;
-    headless::Alerts alerts;
     headless::ImageDecoder imageDecoder;
     headless::FileIcons fileIcons;
     headless::SharingServices sharing;
@@ -166,7 +171,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .workspace = display->workspace(),
         .keychain = keychain,
         .images = images,
-        .alerts = alerts,
+        .alerts = display->alerts(),
         .statusBar = display->statusBar(),
         .windows = display->windows(),
         .imageDecoder = imageDecoder,

@@ -26,25 +26,27 @@ View searchField(const Binding<String>& searchText) {
     const auto clearLabel = localized("action.clearSearch");
     const bool isEmpty = searchText.get().empty();
     const auto clear = [searchText] { withAnimation(looks::hover, [&] { searchText.set({}); }); };
-    return HStack(Spacing(4),
-                  Symbol("magnifyingglass")
-                      .font(Font::system(12, Font::Weight::medium))
-                      .foreground(theme.mutedTextColor()),
-                  ZStack(Alignment::leading(),
-                         // What the empty field is for is said by its label.
-                         {If(isEmpty, Text(prompt).foreground(theme.mutedTextColor()).lineLimit(1)),
-                          TextField(searchText)
-                              .foreground(theme.primaryTextColor())
-                              .semantics(Role::textField, prompt)})
-                      .font(ThemeManager::smallFont())
-                      .fillWidth(Alignment::leading()),
-                  If(!isEmpty, Button(clear, Symbol("xmark.circle.fill")
-                                                 .font(Font::system(11))
-                                                 .foreground(theme.mutedTextColor()))
-                                   .onHover([](bool) {}, Cursor::pointingHand)
-                                   .help(clearLabel)
-                                   .semantics(Role::button, clearLabel)
-                                   .transition(Transition::opacity().with(Transition::scaleFrom(0.8)))))
+    return HStack(
+               Spacing(4),
+               Symbol("magnifyingglass")
+                   .font(Font::system(12, Font::Weight::medium))
+                   .foreground(theme.mutedTextColor()),
+               ZStack(Alignment::leading(),
+                      // What the empty field is for is said by its label.
+                      {If(isEmpty, Text(prompt).foreground(theme.mutedTextColor()).lineLimit(1)),
+                       TextField(searchText)
+                           .foreground(theme.primaryTextColor())
+                           .semantics(Role::textField, prompt)})
+                   .font(ThemeManager::smallFont())
+                   .fillWidth(Alignment::leading()),
+               If(!isEmpty,
+                  Button(
+                      clear,
+                      Symbol("xmark.circle.fill").font(Font::system(11)).foreground(theme.mutedTextColor()))
+                      .onHover([](bool) {}, Cursor::pointingHand)
+                      .help(clearLabel)
+                      .semantics(Role::button, clearLabel)
+                      .transition(Transition::opacity().with(Transition::scaleFrom(0.8)))))
         .padding(8)
         .background(RoundedRectangle(6), theme.surfaceColor(), Outline{theme.controlStrokeColor(), 1});
 }
@@ -60,9 +62,8 @@ View ClipboardToolbar::body() const {
                             .font(Font::system(13, Font::Weight::medium))
                             .foreground(isHoveringClear ? danger : theme.secondaryTextColor())
                             .frame(32, 32))
-            .background(
-                RoundedRectangle(6), isHoveringClear ? danger.withOpacity(0.1) : theme.surfaceColor(),
-                Outline{isHoveringClear ? danger.withOpacity(0.3) : theme.controlStrokeColor(), 1})
+            .background(RoundedRectangle(6), isHoveringClear ? danger.withOpacity(0.1) : theme.surfaceColor(),
+                        Outline{isHoveringClear ? danger.withOpacity(0.3) : theme.controlStrokeColor(), 1})
             .onHover(isHoveringClear, Cursor::pointingHand)
             .animation(looks::hover, isHoveringClear)
             .help(clearLabel)

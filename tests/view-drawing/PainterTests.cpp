@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "platform/view/CairoPainter.h"
 #include "platform/view/PangoTextSetter.h"
@@ -96,6 +97,23 @@ TEST(Painter, CornersAreRoundSmoothAndAlike) {
             }
             last = first;
         }
+    }
+}
+
+TEST(Painter, ALayerTurnsClockwiseAboutItsCentre) {
+    // A bar from the centre to the right; a quarter turn points it down.
+    const draw::Fill bar{{{40, 38}, {30, 4}}, {}, black};
+    for (const double scale : {1.0, 2.0}) {
+        const auto surface = painted(
+            {draw::PushLayer{.centre = {40, 40}, .rotation = std::numbers::pi / 2}, bar, draw::Pop{}, bar},
+            scale, static_cast<int>(80 * scale));
+        const auto at = [&](double x, double y) {
+            return alphaAt(surface, static_cast<int>(x * scale), static_cast<int>(y * scale));
+        };
+        EXPECT_EQ(at(40, 60), 255);
+        EXPECT_EQ(at(60, 40), 255);
+        EXPECT_EQ(at(40, 20), 0);
+        EXPECT_EQ(at(20, 40), 0);
     }
 }
 

@@ -144,5 +144,23 @@ TEST(Animation, AnImplicitSpringOvershootsAndSettles) {
     EXPECT_EQ(layers[1].opacity, 0);
 }
 
+TEST(Animation, AProgressIndicatorTurnsWhileItIsSeen) {
+    TreeUnderTest tree(ScrollArea(
+        VStack(Spacing(0), ProgressIndicator(), ShapeView(Rectangle(), Color::clear()).frame(20, 900))));
+    const auto strengths = [&] {
+        std::vector<double> alphas;
+        for (const auto& spoke : tree.drawn<draw::Fill>()) alphas.push_back(spoke.color.alpha);
+        return alphas;
+    };
+    EXPECT_TRUE(tree.has(Role::progressIndicator, ""));
+    const auto before = strengths();
+    tree.frame(0.2);
+    EXPECT_NE(strengths(), before);
+    EXPECT_TRUE(tree.tree->needsFrame());
+    tree.tree->scrolled({100, 100}, 100);
+    tree.frame();
+    EXPECT_FALSE(tree.tree->needsFrame());
+}
+
 }  // namespace
 }  // namespace vellumix::view

@@ -177,5 +177,36 @@ TEST(Events, AHandlerMayDestroyItsTree) {
     }
 }
 
+TEST(Events, AButtonLooksPressedWhileThePointerHoldsItDownInside) {
+    TreeUnderTest tree(HStack(Spacing(20), Button([] {}, Text("One")), Text("other")));
+    const auto layers = [&] { return tree.drawn<draw::PushLayer>().size(); };
+    const auto inside = tree.find(Role::button, "One").frame.centre();
+    const auto outside = tree.find(Role::text, "other").frame.centre();
+    tree.tree->pointerPressed({inside});
+    EXPECT_EQ(layers(), 1U);
+    tree.tree->pointerMoved(outside);
+    EXPECT_EQ(layers(), 0U);
+    tree.tree->pointerMoved(inside);
+    EXPECT_EQ(layers(), 1U);
+    tree.tree->pointerReleased(inside);
+    EXPECT_EQ(layers(), 0U);
+}
+
+TEST(Events, ArrowKeysMoveTheFocusInItsRowAlone) {
+    const auto row = [](const char* first, const char* second) {
+        return HStack(Spacing(0), Button([] {}, Text(first)), Button([] {}, Text(second)));
+    };
+    TreeUnderTest tree(
+        VStack(Spacing(0), row("a", "b"), row("c", "d").direction(LayoutDirection::rightToLeft)));
+    EXPECT_FALSE(tree.press(Key::right));
+    tree.press(Key::tab);
+    EXPECT_TRUE(tree.press(Key::right));
+    EXPECT_TRUE(tree.find(Role::button, "b").state.isFocused);
+    EXPECT_FALSE(tree.press(Key::right));
+    tree.press(Key::tab);
+    tree.press(Key::left);
+    EXPECT_TRUE(tree.find(Role::button, "d").state.isFocused);
+}
+
 }  // namespace
 }  // namespace vellumix::view

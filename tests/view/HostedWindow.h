@@ -17,6 +17,7 @@ protected:
 
     headless::Window& open(HostingView::RootMaker root,
                            NSWindow::Options options = {.frame = {{100, 100}, {300, 200}}}) {
+        host.reset();
         window = desktop.windows.makeWindow(options);
         host = std::make_unique<HostingView>(*window, std::move(root));
         host->orderFront();

@@ -105,5 +105,59 @@ TEST_F(Hosting, ABackgroundMovesTheWindowAndAnEdgeResizesItWithinLimits) {
     EXPECT_GE(moves, 2);
 }
 
+TEST_F(Hosting, MayGoInTheMiddleOfAnythingThatItTells) {
+    struct Question {
+        Action leave;
+        State<bool> isAsking = false;
+        View body() const {
+            return VStack(Spacing(0), Button(leave, Text("Button")),
+                          Menu(Text("Menu"),
+                               [leave = leave] {
+                                   return std::vector<MenuItem>{{.title = "Leave", .action = leave}};
+                               }),
+                          Button([isAsking = isAsking] { isAsking.set(true); }, Text("Ask")),
+                          Text("hover").onHover([leave = leave](bool isOver) {
+                              if (isOver) leave();
+                          }))
+                .onKey([leave = leave](const KeyEvent& event) {
+                    if (event.key == Key::escape) leave();
+                    return event.key == Key::escape;
+                })
+                .alert(isAsking, {.title = "Leave?", .buttons = {{.title = "Leave", .action = leave}}});
+        }
+    };
+    Observation resize;
+    Observation close;
+    auto& loop = desktop.runLoop;
+    const std::vector<std::function<void(headless::Window&)>> ways{
+        [&](auto& one) { click(one, Role::button, "Button"); },
+        [&](auto& one) {
+            click(one, Role::menuButton, "Menu");
+            click(shown(NSWindow::Kind::menu), Role::menuItem, "Leave");
+        },
+        [&](auto& one) {
+            click(one, Role::button, "Ask");
+            loop.advance(0.1);
+            click(shown(NSWindow::Kind::alert), Role::button, "Leave");
+        },
+        [&](auto& one) { one.delegate()->pointerMoved(centreOf(one, Role::text, "hover")); },
+        [&](auto&) { press(Key::escape); },
+        [&](auto& one) {
+            one.setFrame({{5, 5}, {200, 100}});
+        },
+        [&](auto& one) { one.delegate()->closeRequested(); },
+        [&](auto&) { host->animateAlpha(0, Curve::linear(0.1), [&] { host.reset(); }); },
+    };
+    for (std::size_t way = 0; way < ways.size(); ++way) {
+        auto& one = open(Question{.leave = [&] { host.reset(); }});
+        resize = host->observeResize([&] { host.reset(); });
+        close = host->observeClose([&] { host.reset(); });
+        ways[way](one);
+        loop.advance(1);
+        EXPECT_FALSE(host) << way;
+        EXPECT_FALSE(one.delegate()) << way;
+    }
+}
+
 }  // namespace
 }  // namespace vellumix::view

@@ -138,5 +138,23 @@ TEST(ScrollArea, TheIndicatorFollowsAndClicksStayInside) {
     EXPECT_TRUE(fitting.drawn<draw::Fill>().empty());
 }
 
+TEST(ScrollArea, TheFocusComesIntoSight) {
+    std::vector<View> buttons;
+    for (int at = 0; at < 30; ++at) buttons.emplace_back(Button([] {}, Text(std::to_string(at))));
+    TreeUnderTest tree(ScrollArea(VStack(Spacing(4), Alignment::centre(), buttons)));
+    const auto seen = [&](const char* label) {
+        const auto button = tree.find(Role::button, label);
+        return button.state.isFocused && button.frame.size.height > 16;
+    };
+    for (int at = 0; at < 21; ++at) tree.press(Key::tab);
+    EXPECT_TRUE(seen("20"));
+    for (int at = 0; at < 19; ++at) tree.press(Key::tab, {.hasShift = true});
+    EXPECT_TRUE(seen("1"));
+    // Round the end to the last one.
+    tree.press(Key::tab, {.hasShift = true});
+    tree.press(Key::tab, {.hasShift = true});
+    EXPECT_TRUE(seen("29"));
+}
+
 }  // namespace
 }  // namespace vellumix::view

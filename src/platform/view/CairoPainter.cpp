@@ -71,7 +71,7 @@ private:
         if (at + 2 >= drawing.size()) return false;
         const auto* layer = std::get_if<draw::PushLayer>(&drawing[at]);
         const auto& inside = drawing[at + 1];
-        return layer && layer->scale == 1 && layer->opacity > 0 &&
+        return layer && layer->scale == 1 && layer->rotation == 0 && layer->opacity > 0 &&
                std::holds_alternative<draw::Pop>(drawing[at + 2]) &&
                !std::holds_alternative<draw::Pop>(inside) &&
                !std::holds_alternative<draw::PushClip>(inside) &&
@@ -205,19 +205,27 @@ private:
     void execute(const draw::PushLayer& layer) {
         const double opacity = std::clamp(layer.opacity, 0.0, 1.0);
         const bool isSound = layer.scale > 0 && layer.scale < farthest && opacity > 0 &&
-                             std::abs(layer.centre.x) < farthest && std::abs(layer.centre.y) < farthest;
+                             std::abs(layer.rotation) < farthest && std::abs(layer.centre.x) < farthest &&
+                             std::abs(layer.centre.y) < farthest;
         if (!isSound || isHidden()) return push(Scope::hidden);
         push(opacity < 1 ? Scope::group : Scope::layer, opacity);
         cairo_save(_context);
         if (opacity < 1) cairo_push_group(_context);
-        if (layer.scale == 1) return;
+        if (layer.scale == 1 && layer.rotation == 0) return;
         const Point centre{layer.centre.x * _scale, layer.centre.y * _scale};
         cairo_translate(_context, centre.x, centre.y);
         cairo_scale(_context, layer.scale, layer.scale);
+        cairo_rotate(_context, layer.rotation);
         cairo_translate(_context, -centre.x, -centre.y);
         _visible = {{(_visible.minX() - centre.x) / layer.scale + centre.x,
                      (_visible.minY() - centre.y) / layer.scale + centre.y},
                     {_visible.size.width / layer.scale, _visible.size.height / layer.scale}};
+        if (layer.rotation == 0) return;
+        // Whatever the angle, what can be seen lies within this distance of the centre.
+        const double reach =
+            std::hypot(std::max(std::abs(_visible.minX() - centre.x), std::abs(_visible.maxX() - centre.x)),
+                       std::max(std::abs(_visible.minY() - centre.y), std::abs(_visible.maxY() - centre.y)));
+        _visible = outset({centre, {}}, reach);
     }
 
     void execute(const draw::Pop&) {

@@ -92,6 +92,15 @@ void Dispatcher::pointerMoved(std::optional<Point> at) {
         _core.needDrawing();
     }
     updateHover();
+    updatePressed(true);
+}
+
+void Dispatcher::updatePressed(bool isHeld) {
+    const auto node = _pressed.lock();
+    if (!node) return;
+    const auto path = isHeld && _pointer ? pathAt(*_pointer) : Nodes();
+    const bool isPressed = std::find(path.begin(), path.end(), node) != path.end();
+    if (std::exchange(node->isPressed, isPressed) != isPressed) _core.needDrawing();
 }
 
 std::shared_ptr<Node> Dispatcher::dragged() const {
@@ -142,6 +151,7 @@ void Dispatcher::pointerPressed(const PointerPress& press) {
         }
     }
     if (press.button == PointerButton::primary) {
+        updatePressed(false);
         _pressed.reset();
         _dragged.reset();
         std::shared_ptr<Node> focus;
@@ -161,6 +171,7 @@ void Dispatcher::pointerPressed(const PointerPress& press) {
         setFocus(focus, false);
     }
     for (const auto& action : outside) action();
+    updatePressed(true);
     const auto pressed = press.button == PointerButton::primary ? _pressed.lock() : nullptr;
     if (pressed) openMenu(*pressed, true);
 }
@@ -188,6 +199,7 @@ void Dispatcher::pointerReleased(Point at, PointerButton button) {
     if (button != PointerButton::primary) return;
     if (const auto node = dragged()) node->element->input()->pointerReleased(*node);
     _dragged.reset();
+    updatePressed(false);
     const auto pressed = std::exchange(_pressed, {}).lock();
     if (!pressed || pressed->isGone) return;
     const auto path = pathAt(at);
@@ -256,6 +268,10 @@ bool Dispatcher::runWindowKeys(const KeyEvent& event) {
             return true;
         }
     }
+    if (focus() && (event.key == Key::left || event.key == Key::right)) {
+        const bool isMirrored = node->environment->direction == LayoutDirection::rightToLeft;
+        return moveFocusAmongSiblings((event.key == Key::right) != isMirrored ? 1 : -1);
+    }
     if (event.key == Key::enter) return runWindowAction(WindowAction::accept);
     if (event.key == Key::escape) return runWindowAction(WindowAction::cancel);
     return false;
@@ -288,6 +304,39 @@ void Dispatcher::moveFocus(int by) {
     const auto node = order[static_cast<std::size_t>((before + by + count) % count)];
     setFocus(node, true);
     if (node->hasFocus && node->element->input()) node->element->input()->focusedByKeys(*node);
+    reveal(*node);
+}
+
+bool Dispatcher::moveFocusAmongSiblings(int by) {
+    const auto focused = _focus.lock();
+    for (auto* around = focused->parent; around; around = around->parent) {
+        auto group = allNodes(*around);
+        std::erase_if(group, [](const auto& node) { return !takesFocus(*node); });
+        if (group.size() < 2) continue;
+        const auto next = std::find(group.begin(), group.end(), focused) - group.begin() + by;
+        if (next < 0 || next >= static_cast<std::ptrdiff_t>(group.size())) return false;
+        const auto node = group[static_cast<std::size_t>(next)];
+        setFocus(node, true);
+        reveal(*node);
+        return true;
+    }
+    return false;
+}
+
+void Dispatcher::reveal(const Node& node) {
+    // What comes next shows a little too, so that a list builds it.
+    constexpr double margin = 12;
+    double top = node.windowOrigin.y - margin;
+    double bottom = node.windowOrigin.y + node.target.size.height + margin;
+    for (auto* around = node.parent; around; around = around->parent) {
+        const double low = around->windowOrigin.y;
+        const double high = low + around->target.size.height;
+        const double by = top < low ? top - low : std::max(0.0, bottom - high);
+        if (by == 0 || !around->element->scroll(*around, by)) continue;
+        _core.needLayout();
+        top -= by;
+        bottom -= by;
+    }
 }
 
 void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {

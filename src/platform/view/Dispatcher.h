@@ -49,6 +49,11 @@ private:
     static Nodes pathFrom(Node* innermost);
     void updateHover();
     std::shared_ptr<Node> dragged() const;
+    /// Whether the pressed view looks so: the pointer must be over it too.
+    void updatePressed(bool isHeld);
+    /// Scrolls what is around a view so that it can be seen.
+    void reveal(const Node& node);
+    bool moveFocusAmongSiblings(int by);
     bool runKeyHandlers(const KeyEvent& event);
     bool runWindowKeys(const KeyEvent& event);
     bool runWindowAction(WindowAction action);

@@ -74,12 +74,14 @@ struct PushClip {
     Rect rect;
     Shape shape;
 };
-/// Everything until the matching `Pop` is drawn apart and laid over with this opacity, scaled about the
-/// point.
+/// Everything until the matching `Pop` is drawn apart and laid over with this opacity, scaled and turned
+/// about the point.
 struct PushLayer {
     double opacity = 1;
     double scale = 1;
     Point centre;
+    /// In radians, clockwise.
+    double rotation = 0;
 };
 struct Pop {};
 

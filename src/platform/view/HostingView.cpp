@@ -123,6 +123,8 @@ void HostingView::orderFront() {
     draw();
     if (alive.expired()) return;
     _window.orderFrontRegardless();
+    // What wants a window over this one waits until it is shown.
+    _presenter->treeDidChange();
     if (_tree->needsFrame() || _alpha) requestFrame();
 }
 

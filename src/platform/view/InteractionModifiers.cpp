@@ -1,5 +1,6 @@
 #include "platform/view/Handlers.h"
 #include "platform/view/Node.h"
+#include "platform/view/Recorder.h"
 #include "platform/view/Views.h"
 
 namespace vellumix::view {
@@ -17,6 +18,14 @@ public:
     }
     const Handlers* handlers() const override { return &_handlers; }
     bool isSolid() const override { return _handlers.wantsPointer(); }
+
+    void record(Node& node, Recorder& recorder) const override {
+        const bool looksPressed = node.isPressed && _handlers.isButton;
+        constexpr double pressedOpacity = 0.7;
+        if (looksPressed) recorder.add(draw::PushLayer{.opacity = pressedOpacity});
+        recorder.recordChildren(node);
+        if (looksPressed) recorder.add(draw::Pop{});
+    }
 
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         std::vector<SemanticNode> inside;

@@ -32,28 +32,34 @@ private:
     ShadowStyle _style;
 };
 
-/// Opacity and scale, which change nothing about layout.
+/// Opacity, scale and rotation, which change nothing about layout.
 class LayerElement final : public Wrapper {
 public:
-    LayerElement(View content, double opacity, double scale)
-        : Wrapper(std::move(content)), _opacity(opacity), _scale(scale) {}
+    struct Look {
+        double opacity = 1;
+        double scale = 1;
+        double rotation = 0;
+    };
+    LayerElement(View content, const Look& look) : Wrapper(std::move(content)), _look(look) {}
     const char* name() const override { return "Layer"; }
 
     void place(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         auto& data = node.data<Data>();
-        pass.move(data.opacity, _opacity);
-        pass.move(data.scale, _scale);
+        pass.move(data.opacity, _look.opacity);
+        pass.move(data.scale, _look.scale);
+        pass.move(data.rotation, _look.rotation);
         Wrapper::place(node, proposal, pass);
     }
     void record(Node& node, Recorder& recorder) const override {
         const auto& data = node.data<Data>();
         const double opacity = std::clamp(data.opacity.at(recorder.now()), 0.0, 1.0);
         const double scale = data.scale.at(recorder.now());
-        if (opacity == 1 && scale == 1) {
+        const double rotation = data.rotation.at(recorder.now());
+        if (opacity == 1 && scale == 1 && rotation == 0) {
             recorder.recordChildren(node);
             return;
         }
-        recorder.add(draw::PushLayer{opacity, scale, node.drawn.centre()});
+        recorder.add(draw::PushLayer{opacity, scale, node.drawn.centre(), rotation});
         recorder.recordChildren(node);
         recorder.add(draw::Pop{});
     }
@@ -62,10 +68,14 @@ private:
     struct Data final : NodeData {
         Animated<double> opacity{1};
         Animated<double> scale{1};
+        Animated<double> rotation{0};
     };
-    double _opacity;
-    double _scale;
+    Look _look;
 };
+
+View layered(const View& content, const LayerElement::Look& look) {
+    return View(std::make_shared<const LayerElement>(content, look));
+}
 
 template <class Change>
 class EnvironmentElement final : public Wrapper {
@@ -116,10 +126,9 @@ View View::clip(const Shape& shape) const { return View(std::make_shared<const C
 View View::shadow(const ShadowStyle& style) const {
     return View(std::make_shared<const ShadowElement>(*this, style));
 }
-View View::opacity(double opacity) const {
-    return View(std::make_shared<const LayerElement>(*this, opacity, 1));
-}
-View View::scale(double scale) const { return View(std::make_shared<const LayerElement>(*this, 1, scale)); }
+View View::opacity(double opacity) const { return layered(*this, {.opacity = opacity}); }
+View View::scale(double scale) const { return layered(*this, {.scale = scale}); }
+View View::rotation(double radians) const { return layered(*this, {.rotation = radians}); }
 
 View View::foreground(const Color& color) const {
     return changing(*this, [color](Environment& environment) { environment.foreground = color; });

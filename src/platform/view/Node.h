@@ -68,6 +68,8 @@ public:
     bool needsEvaluation = false;
     bool isGone = false;
     bool hasFocus = false;
+    /// The pointer holds it down.
+    bool isPressed = false;
     /// There for its states alone: neither placed nor drawn.
     bool isParked = false;
     /// The curve of what changes below in the update with this number.

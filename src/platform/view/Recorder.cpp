@@ -32,7 +32,7 @@ void Recorder::recordChildren(Node& node) {
     for (const auto& child : node.children) record(*child, node.drawnOrigin);
     std::erase_if(node.leaving, [this](const auto& child) { return hasLeft(*child, _now); });
     for (const auto& child : node.leaving) {
-        isLeaving = true;
+        isMoving = true;
         record(*child, node.drawnOrigin);
     }
 }

@@ -42,8 +42,8 @@ public:
 
     /// The node whose focus shows, if any.
     const Node* focused = nullptr;
-    /// Whether something that leaves is still to be seen.
-    bool isLeaving = false;
+    /// Whether something to be seen is on its way out, or turns for as long as it is there.
+    bool isMoving = false;
 
 private:
     DrawingList& _list;

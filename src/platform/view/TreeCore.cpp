@@ -207,7 +207,7 @@ void TreeCore::record() {
     recorder.focused = _dispatcher.shownFocus();
     recorder.record(*_root, {});
     _nextFrameAt = recorder.nextFrameAt();
-    _isMoving = _movesUntil > _now || recorder.isLeaving;
+    _isMoving = _movesUntil > _now || recorder.isMoving;
 }
 
 const DrawingList& TreeCore::frame(double now) {

@@ -128,6 +128,8 @@ public:
     View opacity(double opacity) const;
     /// About the centre; takes no other room.
     View scale(double scale) const;
+    /// By radians, clockwise, about the centre; takes no other room.
+    View rotation(double radians) const;
 
     View foreground(const Color& color) const;
     View font(const Font& font) const;

@@ -44,8 +44,8 @@ public:
     const DrawingList& frame(double now);
     /// Whether a frame would differ from the last: something has changed, or moves.
     bool needsFrame() const;
-    /// When a frame will differ from the last though nothing happens, as a caret blinks: a moment of the clock
-    /// of `frame`. Nothing while it never will.
+    /// When a frame will differ from the last though nothing happens, as a caret blinks: a moment of the
+    /// clock of `frame`. Nothing while it never will.
     std::optional<double> nextFrameAt() const;
     /// Called once whenever `needsFrame` turns true by something other than a frame.
     void onNeedsFrame(std::function<void()> handler);

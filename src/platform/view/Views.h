@@ -116,6 +116,11 @@ struct TextField : View {
     explicit TextField(const Binding<String>& text, TextFieldOptions options = {});
 };
 
+/// A wheel of spokes, 16 points wide, that turns for as long as it can be seen.
+struct ProgressIndicator : View {
+    ProgressIndicator();
+};
+
 /// Nothing, or the view: either keeps the identity of its siblings.
 inline View If(bool condition, const View& view) { return condition ? view : View(); }
 template <std::invocable Make>

@@ -22,8 +22,8 @@ View face(const std::string& icon, const Color& color) {
 }
 
 /// What all of them have around their face.
-View withLook(const View& button, const Color& fill, const State<bool>& isHovering, const std::string& tooltip,
-              Role role = Role::button) {
+View withLook(const View& button, const Color& fill, const State<bool>& isHovering,
+              const std::string& tooltip, Role role = Role::button) {
     return button.background(RoundedRectangle(4), fill)
         .onHover(isHovering, Cursor::pointingHand)
         .animation(looks::hover, isHovering)
@@ -69,19 +69,20 @@ View CopyActionButton::body() const {
     const auto shown = [&](const View& symbol, bool isShown) {
         return symbol.opacity(isShown ? 1 : 0).scale(isShown ? 1 : 0.5);
     };
-    const auto symbols = ZStack(shown(face("doc.on.doc", textColor(isHovering)), !showSuccess),
-                                shown(Symbol("checkmark")
-                                          .font(Font::system(12, Font::Weight::bold))
-                                          .foreground(looks::success),
-                                      showSuccess))
-                             .animation(Curve::spring(0.3, 0.6), showSuccess);
+    const auto symbols =
+        ZStack(
+            shown(face("doc.on.doc", textColor(isHovering)), !showSuccess),
+            shown(Symbol("checkmark").font(Font::system(12, Font::Weight::bold)).foreground(looks::success),
+                  showSuccess))
+            .animation(Curve::spring(0.3, 0.6), showSuccess);
     const auto fill = showSuccess ? looks::success.withOpacity(0.15) : fillColor(isHovering);
     return withLook(Button(press, symbols), fill, isHovering, tooltip);
 }
 
 View ShareActionButton::body() const {
     const bool isLit = isHovering && !disabled;
-    const auto button = face("square.and.arrow.up", textColor(isLit)).overlay(SharingServiceButton{shareItems});
+    const auto button =
+        face("square.and.arrow.up", textColor(isLit)).overlay(SharingServiceButton{shareItems});
     return withLook(button, fillColor(isLit), isHovering, tooltip, Role::menuButton)
         .opacity(disabled ? 0.35 : 1);
 }

@@ -70,18 +70,14 @@ View ClipboardCard::body() const {
 }
 
 View ClipboardCard::textColumn() const {
-    return VStack(Spacing(2), Alignment::leading(), {content(), metaRow()})
-        .fillWidth(Alignment::leading());
+    return VStack(Spacing(2), Alignment::leading(), {content(), metaRow()}).fillWidth(Alignment::leading());
 }
 
 View ClipboardCard::content() const {
     const auto& theme = ThemeManager::shared();
     const auto line = [&](String text, const Color& color, int collapsedLines,
                           const Font& font = ThemeManager::bodyFont()) {
-        return Text(std::move(text))
-            .font(font)
-            .foreground(color)
-            .lineLimit(isExpanded ? 0 : collapsedLines);
+        return Text(std::move(text)).font(font).foreground(color).lineLimit(isExpanded ? 0 : collapsedLines);
     };
     if (item.locked) {
         return line(localized("locked.title"), theme.mutedTextColor(), 0, ThemeManager::bodyFont().italic());
@@ -112,8 +108,8 @@ View ClipboardCard::content() const {
 }
 
 View ClipboardCard::metaRow() const {
-    const auto pin = HStack(Spacing(2), Symbol("pin.fill").font(Font::system(8)),
-                            Text(localized("status.pinned")));
+    const auto pin =
+        HStack(Spacing(2), Symbol("pin.fill").font(Font::system(8)), Text(localized("status.pinned")));
     return HStack(Spacing(8), Text(relativeTimestamp(item.date, RunLoop::main().now())).layoutPriority(1),
                   If(item.pinned, pin))
         .font(ThemeManager::captionFont())
@@ -137,10 +133,8 @@ View ClipboardCard::actionRow() const {
         ActionButton{.icon = item.pinned ? "pin.fill" : "pin",
                      .tooltip = localized(item.pinned ? "action.unpin" : "action.pin"),
                      .action = onPin},
-        ActionButton{.icon = "trash",
-                     .tooltip = localized("delete"),
-                     .isDestructive = true,
-                     .action = onDelete});
+        ActionButton{
+            .icon = "trash", .tooltip = localized("delete"), .isDestructive = true, .action = onDelete});
 }
 
 String ClipboardCard::label() const {

@@ -45,6 +45,7 @@ View FlatCapsuleButton::body() const {
                     Outline{theme.controlStrokeColor(), 1})
         .onHover(isHovering, Cursor::pointingHand)
         .animation(looks::hover, isHovering)
+        .focusRing(Capsule())
         .semantics(Role::button, title);
 }
 

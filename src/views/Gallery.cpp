@@ -22,7 +22,7 @@ namespace {
 /// Longer than any animation.
 constexpr double rest = 10;
 constexpr double margin = 12;
-constexpr double captionHeight = 16;
+constexpr double captionHeight = 20;
 
 View mounted(const GalleryCell& cell) {
     const auto& theme = ThemeManager::shared();

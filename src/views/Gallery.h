@@ -56,8 +56,8 @@ struct GalleryPicture {
 };
 GalleryPicture paint(const GallerySheet& sheet, view::TextSetter& texts, double scale);
 
-/// Writes the sheets in both themes at the scales 1, 1.25 and 2, and the panel in every language, as PNG files
-/// into the folder. False where one can't be written.
+/// Writes the sheets in both themes at the scales 1, 1.25 and 2, and the panel in every language, as PNG
+/// files into the folder. False where one can't be written.
 bool paintGallery(const std::string& folder);
 
 }  // namespace vellumix

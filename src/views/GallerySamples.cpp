@@ -63,8 +63,8 @@ std::optional<ImageDecoder::PixelSize> SampleImageDecoder::sizeOf(const Data& en
 std::shared_ptr<const Bitmap> SampleImageDecoder::decode(const Data& encoded, PixelSize box) {
     const auto size = sizeOf(encoded);
     if (!size) return nullptr;
-    const double part = std::min(
-        1.0, std::max(1.0 * box.width / size->width, 1.0 * box.height / size->height));
+    const double part =
+        std::min(1.0, std::max(1.0 * box.width / size->width, 1.0 * box.height / size->height));
     auto bitmap = std::make_shared<Bitmap>();
     bitmap->width = static_cast<int>(std::ceil(size->width * part));
     bitmap->height = static_cast<int>(std::ceil(size->height * part));
@@ -144,8 +144,11 @@ Samples Samples::make() {
     all.locked = written(Kind::text, 3 * hour, "guest network: lantern-otter-42");
     all.locked.locked = true;
     all.locked.pinned = true;
-    all.rightToLeft = written(Kind::text, 5 * hour, "نلتقي غدًا عند الساعة الخامسة أمام المكتبة، لا تنسَ الكتب");
-    all.emoji = written(Kind::text, 9 * hour, "Dinner at ours on Saturday? 🍋🍝 Bring the little ones 👨‍👩‍👧 and an appetite!");
+    all.rightToLeft =
+        written(Kind::text, 5 * hour, "نلتقي غدًا عند الساعة الخامسة أمام المكتبة، لا تنسَ الكتب");
+    all.emoji = written(
+        Kind::text, 9 * hour,
+        "Dinner at ours on Saturday? 🍋🍝 Bring the little ones 👨‍👩‍👧 and an appetite!");
     all.longWord = written(Kind::link, day + hour,
                            "https://example.org/a?token=Zm9yZXZlci1hbmQtZXZlci1hbmQtZXZlci1hbmQtZXZlcg"
                            "Zm9yZXZlci1hbmQtZXZlci1hbmQtZXZlci1hbmQtZXZlcg");

@@ -69,33 +69,31 @@ GallerySheet components() {
     };
     const auto section = [checkbox] {
         return VStack(Spacing(8), Alignment::leading(),
-                      {checkbox(true), FlatDivider{}, Text("One line of words that explains the box above.")
-                                                          .font(ThemeManager::captionFont())
-                                                          .foreground(ThemeManager::shared().mutedTextColor())});
+                      {checkbox(true), FlatDivider{},
+                       Text("One line of words that explains the box above.")
+                           .font(ThemeManager::captionFont())
+                           .foreground(ThemeManager::shared().mutedTextColor())});
     };
     const Size small{240, 40};
-    return {"components",
-            3,
-            {{"checkbox, off", checkbox(false), small, {}},
-             {"checkbox, on", checkbox(true), small, {}},
-             {"checkbox, hovered", checkbox(false), small,
-              hovered(Role::checkbox, "Sync with my other computers")},
-             {"capsule", capsule({}), small, {}},
-             {"capsule with a symbol, hovered", capsule("arrow.uturn.backward"), small,
-              hovered(Role::button, "Restore Default")},
-             {"capsule, focused", capsule("arrow.uturn.backward"), small, focused},
-             {"themes, Light chosen", themes(ThemeMode::light), small, {}},
-             {"themes, Dark chosen", themes(ThemeMode::dark), small, {}},
-             {"themes, the other hovered", themes(ThemeMode::light), small,
-              hovered(Role::radioButton, "Dark")},
-             {"language of the desktop", language(AppLanguage::system), small, {}},
-             {"language, hovered", language(AppLanguage::ptBR), small,
-              hovered(Role::menuButton, localized("settings.language"))},
-             {"language, focused", language(AppLanguage::es), small, focused},
-             {"section",
-              SettingsSection{.title = "Sync", .content = section},
-              {240, 110},
-              {}}}};
+    return {
+        "components",
+        3,
+        {{"checkbox, off", checkbox(false), small, {}},
+         {"checkbox, on", checkbox(true), small, {}},
+         {"checkbox, hovered", checkbox(false), small,
+          hovered(Role::checkbox, "Sync with my other computers")},
+         {"capsule", capsule({}), small, {}},
+         {"capsule with a symbol, hovered", capsule("arrow.uturn.backward"), small,
+          hovered(Role::button, "Restore Default")},
+         {"capsule, focused", capsule("arrow.uturn.backward"), small, focused},
+         {"themes, Light chosen", themes(ThemeMode::light), small, {}},
+         {"themes, Dark chosen", themes(ThemeMode::dark), small, {}},
+         {"themes, the other hovered", themes(ThemeMode::light), small, hovered(Role::radioButton, "Dark")},
+         {"language of the desktop", language(AppLanguage::system), small, {}},
+         {"language, hovered", language(AppLanguage::ptBR), small,
+          hovered(Role::menuButton, localized("settings.language"))},
+         {"language, focused", language(AppLanguage::es), small, focused},
+         {"section", SettingsSection{.title = "Sync", .content = section}, {240, 140}, {}}}};
 }
 
 GallerySheet cards() {
@@ -126,29 +124,41 @@ GallerySheet cards() {
 GallerySheet cardStates() {
     const auto samples = Samples::make();
     const auto states = [&](std::string caption, Role role, const std::string& key) {
-        return GalleryCell{std::move(caption), cardOf(samples.text), {cardWidth, 62},
+        return GalleryCell{std::move(caption),
+                           cardOf(samples.text),
+                           {cardWidth, 62},
                            hovered(role, key.empty() ? samples.text.text()->string() : localized(key))};
     };
-    return {"card-states",
-            2,
-            {states("hovered", Role::text, ""),
-             states("copy, hovered", Role::button, "action.copy"),
-             states("transform, hovered", Role::menuButton, "transform.menu"),
-             states("share, hovered", Role::menuButton, "action.share"),
-             states("pin, hovered", Role::button, "action.pin"),
-             states("delete, hovered", Role::button, "delete"),
-             {"copied", cardOf(samples.text), {cardWidth, 62},
-              clicked(Role::button, localized("action.copy"))},
-             {"locked, share hovered", cardOf(samples.locked), {cardWidth, 62},
-              hovered(Role::menuButton, localized("action.share"))},
-             {"code, expanded", inList(cardOf(samples.code)), {cardWidth, 240},
-              clicked(Role::text, samples.code.text()->string())},
-             {"image, expanded", inList(cardOf(samples.image)), {cardWidth, 240},
-              clicked(Role::text, "2000 × 1000 px")},
-             {"text, expanded and selected", inList(cardOf(samples.paragraph, true)), {cardWidth, 220},
-              clicked(Role::text, samples.paragraph.text()->string())},
-             {"long word, expanded", inList(cardOf(samples.longWord)), {cardWidth, 220},
-              clicked(Role::text, samples.longWord.text()->string())}}};
+    return {
+        "card-states",
+        2,
+        {states("hovered", Role::text, ""),
+         states("copy, hovered", Role::button, "action.copy"),
+         states("transform, hovered", Role::menuButton, "transform.menu"),
+         states("share, hovered", Role::menuButton, "action.share"),
+         states("pin, hovered", Role::button, "action.pin"),
+         states("delete, hovered", Role::button, "delete"),
+         {"copied", cardOf(samples.text), {cardWidth, 62}, clicked(Role::button, localized("action.copy"))},
+         {"locked, share hovered",
+          cardOf(samples.locked),
+          {cardWidth, 62},
+          hovered(Role::menuButton, localized("action.share"))},
+         {"code, expanded",
+          inList(cardOf(samples.code)),
+          {cardWidth, 240},
+          clicked(Role::text, samples.code.text()->string())},
+         {"image, expanded",
+          inList(cardOf(samples.image)),
+          {cardWidth, 240},
+          clicked(Role::text, "2000 × 1000 px")},
+         {"text, expanded and selected",
+          inList(cardOf(samples.paragraph, true)),
+          {cardWidth, 220},
+          clicked(Role::text, samples.paragraph.text()->string())},
+         {"long word, expanded",
+          inList(cardOf(samples.longWord)),
+          {cardWidth, 220},
+          clicked(Role::text, samples.longWord.text()->string())}}};
 }
 
 GallerySheet bars() {
@@ -179,14 +189,15 @@ View panel() {
 }
 
 GallerySheet panelOf(double width, double height) {
-    const auto name = std::to_string(static_cast<int>(width)) + "x" + std::to_string(static_cast<int>(height));
+    const auto name =
+        std::to_string(static_cast<int>(width)) + "x" + std::to_string(static_cast<int>(height));
     return {"panel-" + name, 1, {{"", panel(), {width, height}, {}}}};
 }
 
 }  // namespace
 
 std::vector<GallerySheet> gallerySheets() {
-    return {components(),         cards(),           cardStates(), bars(), panelOf(panelWidth, 620),
+    return {components(),      cards(),           cardStates(), bars(), panelOf(panelWidth, 620),
             panelOf(320, 500), panelOf(800, 1000)};
 }
 

@@ -1,5 +1,7 @@
 #include "views/HeaderView.h"
 
+#include <numbers>
+
 #include "platform/foundation/LocalizedText.h"
 #include "platform/view/Views.h"
 #include "shell/ThemeManager.h"
@@ -21,22 +23,22 @@ View HeaderView::body() const {
                             .foreground(gearHovering ? theme.primaryTextColor() : theme.secondaryTextColor())
                             .frame(28, 28)
                             .animation(looks::hover, gearHovering)
+                            .rotation(isClipboard && gearHovering ? std::numbers::pi / 2 : 0)
                             .animation(Curve::easeInOut(0.4), gearHovering);
-    return HStack(
-               Spacing(0),
-               Text(title)
-                   .font(ThemeManager::headingFont())
-                   .foreground(theme.primaryTextColor())
-                   .lineLimit(1)
-                   .semantics(Role::heading, title)
-                   .layoutPriority(1),
-               Spacer(),
-               Button([onNavigate = onNavigate, target] { onNavigate(target); }, symbol)
-                   .background(RoundedRectangle(6), gearHovering ? theme.hoverFillColor() : Color::clear())
-                   .onHover(gearHovering, Cursor::pointingHand)
-                   .animation(looks::hover, gearHovering)
-                   .help(help)
-                   .semantics(Role::button, help))
+    return HStack(Spacing(0),
+                  Text(title)
+                      .font(ThemeManager::headingFont())
+                      .foreground(theme.primaryTextColor())
+                      .lineLimit(1)
+                      .semantics(Role::heading, title)
+                      .layoutPriority(1),
+                  Spacer(),
+                  Button([onNavigate = onNavigate, target] { onNavigate(target); }, symbol)
+                      .background(RoundedRectangle(6), gearHovering ? theme.hoverFillColor() : Color::clear())
+                      .onHover(gearHovering, Cursor::pointingHand)
+                      .animation(looks::hover, gearHovering)
+                      .help(help)
+                      .semantics(Role::button, help))
         .padding(Edge::horizontal, 16)
         .padding(Edge::vertical, 15);
 }

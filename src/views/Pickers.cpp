@@ -66,19 +66,15 @@ View LanguagePicker::body() const {
         return all;
     };
     const auto name = displayName(selectedLanguage.get());
-    const auto label = HStack(Spacing(8),
-                              Text(name)
-                                  .font(ThemeManager::bodyFont())
-                                  .foreground(theme.primaryTextColor())
-                                  .lineLimit(1),
-                              Symbol("chevron.up.chevron.down")
-                                  .font(Font::system(10))
-                                  .foreground(theme.secondaryTextColor()))
-                           .padding(Edge::horizontal, 12)
-                           .frame({.height = 28})
-                           .background(RoundedRectangle(6),
-                                       isHovering ? theme.hoverFillColor() : theme.surfaceColor(),
-                                       Outline{theme.borderColor(), 1});
+    const auto label =
+        HStack(
+            Spacing(8),
+            Text(name).font(ThemeManager::bodyFont()).foreground(theme.primaryTextColor()).lineLimit(1),
+            Symbol("chevron.up.chevron.down").font(Font::system(10)).foreground(theme.secondaryTextColor()))
+            .padding(Edge::horizontal, 12)
+            .frame({.height = 28})
+            .background(RoundedRectangle(6), isHovering ? theme.hoverFillColor() : theme.surfaceColor(),
+                        Outline{theme.borderColor(), 1});
     return Menu(label, items)
         .onHover(isHovering, Cursor::pointingHand)
         .animation(looks::hover, isHovering)

@@ -16,20 +16,19 @@ class CardTest : public HeadlessTest {
 protected:
     TreeUnderTest show(const ClipboardItem& item) {
         const auto note = [this](const char* word) { return [this, word] { done += word; }; };
-        return TreeUnderTest(ScrollArea(ClipboardCard{
-                                 .item = item,
-                                 .onPaste = note("paste "),
-                                 .onCopy = note("copy "),
-                                 .onDelete = note("delete "),
-                                 .onPin = note("pin "),
-                                 .onLock = note("lock "),
-                                 .onShareItems = [this] { return shared; },
-                                 .onTransform =
-                                     [this](TextTransform transform, const String& text) {
-                                         done += *apply(transform, text) + " ";
-                                     },
-                             }),
-                             {{460, 400}});
+        return TreeUnderTest(
+            ScrollArea(ClipboardCard{
+                .item = item,
+                .onPaste = note("paste "),
+                .onCopy = note("copy "),
+                .onDelete = note("delete "),
+                .onPin = note("pin "),
+                .onLock = note("lock "),
+                .onShareItems = [this] { return shared; },
+                .onTransform = [this](TextTransform transform,
+                                      const String& text) { done += *apply(transform, text) + " "; },
+            }),
+            {{460, 400}});
     }
     static void clickAt(TreeUnderTest& card, Point at) {
         card.tree->pointerPressed({at});

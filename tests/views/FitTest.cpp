@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <sstream>
 
+#include "shell/LanguageManager.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
-#include "shell/LanguageManager.h"
 #include "views/Gallery.h"
 
 namespace vellumix {
@@ -50,8 +50,7 @@ TEST_F(FitTest, NothingLeavesItsBoxAtAnyWidthInAnyLanguage) {
         for (double width = 800; width >= 320; width -= 20) {
             tree.tree->setSurface({{width, 1000}});
             tree.frame(1);
-            EXPECT_EQ(overflows(tree.tree->layoutDump()), "")
-                << width << " wide in " << rawValue(language);
+            EXPECT_EQ(overflows(tree.tree->layoutDump()), "") << width << " wide in " << rawValue(language);
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <ostream>
 
 #include "platform/view/PangoTextSetter.h"
 #include "shell/LanguageManager.h"
@@ -31,6 +32,9 @@ std::string nameOf(const Golden& golden) {
            std::string(rawValue(golden.theme));
 }
 
+/// For the names of the cases.
+void PrintTo(const Golden& golden, std::ostream* out) { *out << nameOf(golden); }
+
 /// The part of the pixels that differ; all of them where the sizes do.
 double differingPart(const CairoSurface& actual, const std::string& path) {
     const handles::Surface wanted(cairo_image_surface_create_from_png(path.c_str()));
@@ -48,7 +52,9 @@ double differingPart(const CairoSurface& actual, const std::string& path) {
             const auto other = actual.pixelAt(x, y);
             int step = 0;
             for (const unsigned shift : {0U, 8U, 16U}) {
-                const auto channel = [shift](std::uint32_t of) { return static_cast<int>(of >> shift & 255U); };
+                const auto channel = [shift](std::uint32_t of) {
+                    return static_cast<int>(of >> shift & 255U);
+                };
                 step = std::max(step, std::abs(channel(pixel) - channel(other)));
             }
             if (step > toleratedStep) ++differing;
@@ -84,21 +90,20 @@ TEST_P(GoldenTest, LooksAsItDid) {
     if (part > toleratedPart) writePNG(picture.surface, "actual-" + file);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Sheets, GoldenTest,
-    testing::Values(Golden{"components", ThemeMode::light, AppLanguage::en},
-                    Golden{"components", ThemeMode::dark, AppLanguage::es},
-                    Golden{"cards", ThemeMode::dark, AppLanguage::en},
-                    Golden{"card-states", ThemeMode::light, AppLanguage::en},
-                    Golden{"bars", ThemeMode::light, AppLanguage::es},
-                    Golden{"bars", ThemeMode::dark, AppLanguage::en},
-                    Golden{"panel-520x620", ThemeMode::dark, AppLanguage::en},
-                    Golden{"panel-320x500", ThemeMode::light, AppLanguage::ptBR}),
-    [](const auto& each) {
-        auto name = nameOf(each.param);
-        std::erase(name, '-');
-        return name;
-    });
+INSTANTIATE_TEST_SUITE_P(Sheets, GoldenTest,
+                         testing::Values(Golden{"components", ThemeMode::light, AppLanguage::en},
+                                         Golden{"components", ThemeMode::dark, AppLanguage::es},
+                                         Golden{"cards", ThemeMode::dark, AppLanguage::en},
+                                         Golden{"card-states", ThemeMode::light, AppLanguage::en},
+                                         Golden{"bars", ThemeMode::light, AppLanguage::es},
+                                         Golden{"bars", ThemeMode::dark, AppLanguage::en},
+                                         Golden{"panel-520x620", ThemeMode::dark, AppLanguage::en},
+                                         Golden{"panel-320x500", ThemeMode::light, AppLanguage::ptBR}),
+                         [](const auto& each) {
+                             auto name = nameOf(each.param);
+                             std::erase(name, '-');
+                             return name;
+                         });
 
 }  // namespace
 }  // namespace vellumix

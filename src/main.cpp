@@ -20,6 +20,7 @@
 #include "platform/linux/SystemLog.h"
 #include "platform/x11/Connection.h"
 #include "platform/x11/Pasteboard.h"
+#include "platform/x11/WindowServer.h"
 #include "platform/x11/Workspace.h"
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
@@ -42,6 +43,7 @@ public:
     virtual NSWorkspace& workspace() = 0;
     virtual NSStatusBar& statusBar() = 0;
     virtual WindowServer& windows() = 0;
+    virtual FontFamilies fontFamilies() const { return {}; }
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
@@ -74,6 +76,11 @@ public:
     NSWorkspace& workspace() override { return _workspace; }
     NSStatusBar& statusBar() override { return _statusBar; }
     WindowServer& windows() override { return _windows; }
+    FontFamilies fontFamilies() const override {
+        FontFamilies families;
+        families.system = _windows.settings().fontFamily.value_or(families.system);
+        return families;
+    }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -83,7 +90,7 @@ private:
     x11::Pasteboard _pasteboard{*_connection};
     x11::Workspace _workspace{*_connection};
     linux_desktop::StatusNotifierBar _statusBar;
-    headless::WindowServer _windows{_connection->runLoop()};
+    x11::WindowServer _windows{*_connection};
 };
 
 std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice,
@@ -175,7 +182,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .temporaryDirectory = paths.temporaryFolder,
         .defaultsPath = paths.configHome.value_or(paths.temporaryFolder) + "/Vellumix/settings.plist",
         .preferredLanguages = preferredLanguages(),
-        .fontFamilies = {},
+        .fontFamilies = display->fontFamilies(),
     });
 
     AppDelegate application;

@@ -17,7 +17,8 @@ Person::Person() : _xcb(xcb_connect(nullptr, nullptr)) {
 void Person::synchronize() { focus(); }
 
 xcb_window_t Person::focus() {
-    const auto reply = x11::xcb::await<xcb_get_input_focus_reply>(_xcb.get(), xcb_get_input_focus(_xcb.get()));
+    const auto reply =
+        x11::xcb::await<xcb_get_input_focus_reply>(_xcb.get(), xcb_get_input_focus(_xcb.get()));
     return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
 }
 
@@ -36,21 +37,22 @@ void Person::click(unsigned button) {
 }
 
 void Person::press(unsigned position) {
-    xcb_test_fake_input(_xcb.get(), XCB_KEY_PRESS, static_cast<std::uint8_t>(position + evdevOffset), 0, _root, 0,
-                        0, 0);
+    xcb_test_fake_input(_xcb.get(), XCB_KEY_PRESS, static_cast<std::uint8_t>(position + evdevOffset), 0,
+                        _root, 0, 0, 0);
     synchronize();
 }
 
 void Person::release(unsigned position) {
-    xcb_test_fake_input(_xcb.get(), XCB_KEY_RELEASE, static_cast<std::uint8_t>(position + evdevOffset), 0, _root,
-                        0, 0, 0);
+    xcb_test_fake_input(_xcb.get(), XCB_KEY_RELEASE, static_cast<std::uint8_t>(position + evdevOffset), 0,
+                        _root, 0, 0, 0);
     synchronize();
 }
 
 std::uint32_t Person::colourAt(Point at) {
     const auto reply = x11::xcb::await<xcb_get_image_reply>(
-        _xcb.get(), xcb_get_image(_xcb.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, _root, static_cast<std::int16_t>(at.x),
-                                  static_cast<std::int16_t>(at.y), 1, 1, ~0U));
+        _xcb.get(),
+        xcb_get_image(_xcb.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, _root, static_cast<std::int16_t>(at.x),
+                      static_cast<std::int16_t>(at.y), 1, 1, ~0U));
     if (!reply || xcb_get_image_data_length(reply.get()) < 4) return 0;
     const auto* data = xcb_get_image_data(reply.get());
     return std::uint32_t{data[2]} << 16 | std::uint32_t{data[1]} << 8 | data[0];

@@ -46,8 +46,8 @@ private:
 
 std::string property(Connection& connection, xcb_window_t window, xcb_atom_t name) {
     const auto reply = xcb::await<xcb_get_property_reply>(
-        connection.xcb(), xcb_get_property(connection.xcb(), 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0,
-                                           unitsOfSettings));
+        connection.xcb(),
+        xcb_get_property(connection.xcb(), 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, unitsOfSettings));
     if (!reply || reply->format != 8) return {};
     return {static_cast<const char*>(xcb_get_property_value(reply.get())),
             static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
@@ -93,10 +93,11 @@ DesktopSettings settingsOfProperty(ByteView value) {
 std::optional<std::string> familyOfFontName(std::string_view name) {
     // The words after the family that Pango's font descriptions know.
     constexpr std::string_view styles[] = {
-        "Normal",     "Roman",          "Oblique",         "Italic",     "Small-Caps", "Ultra-Light",
-        "Light",      "Medium",         "Semi-Bold",       "Bold",       "Ultra-Bold", "Heavy",
-        "Thin",       "Book",           "Regular",         "Condensed",  "Expanded",   "Semi-Light",
-        "Semi-Condensed", "Ultra-Condensed", "Extra-Condensed", "Demi-Bold", "Extra-Bold", "Black"};
+        "Normal",          "Roman",     "Oblique",    "Italic",         "Small-Caps",
+        "Ultra-Light",     "Light",     "Medium",     "Semi-Bold",      "Bold",
+        "Ultra-Bold",      "Heavy",     "Thin",       "Book",           "Regular",
+        "Condensed",       "Expanded",  "Semi-Light", "Semi-Condensed", "Ultra-Condensed",
+        "Extra-Condensed", "Demi-Bold", "Extra-Bold", "Black"};
     const auto isNumber = [](std::string_view word) {
         return word.find_first_not_of("0123456789.") == std::string_view::npos;
     };

@@ -24,8 +24,8 @@ struct DesktopSettings {
     friend bool operator==(const DesktopSettings&, const DesktopSettings&) = default;
 };
 
-/// The settings in an _XSETTINGS_SETTINGS value (XSETTINGS 0.5, "Format of the _XSETTINGS_SETTINGS property").
-/// Any bytes whatever; what follows a malformed setting doesn't count.
+/// The settings in an _XSETTINGS_SETTINGS value (XSETTINGS 0.5, "Format of the _XSETTINGS_SETTINGS
+/// property"). Any bytes whatever; what follows a malformed setting doesn't count.
 DesktopSettings settingsOfProperty(ByteView value);
 /// "Noto Sans Bold 11" gives "Noto Sans"; nothing when no family is named.
 std::optional<std::string> familyOfFontName(std::string_view name);

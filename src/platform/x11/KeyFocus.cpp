@@ -69,8 +69,8 @@ void KeyFocus::take() {
     Log("KeyFocus").error("Another program holds the keyboard; the panel takes the focus instead");
     auto* const xcb = _connection.xcb();
     const auto focus = xcb::await<xcb_get_input_focus_reply>(xcb, xcb_get_input_focus(xcb));
-    _focusBefore = focus && focus->focus != XCB_WINDOW_NONE ? focus->focus
-                                                            : xcb_window_t{XCB_INPUT_FOCUS_POINTER_ROOT};
+    _focusBefore =
+        focus && focus->focus != XCB_WINDOW_NONE ? focus->focus : xcb_window_t{XCB_INPUT_FOCUS_POINTER_ROOT};
     xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_POINTER_ROOT, _window, XCB_CURRENT_TIME);
     update();
 }

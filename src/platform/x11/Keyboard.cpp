@@ -29,20 +29,34 @@ struct NamedKey {
 };
 
 constexpr NamedKey namedKeys[] = {
-    {XKB_KEY_Return, Key::enter},         {XKB_KEY_KP_Enter, Key::enter},
-    {XKB_KEY_ISO_Enter, Key::enter},      {XKB_KEY_Escape, Key::escape},
-    {XKB_KEY_Tab, Key::tab},              {XKB_KEY_ISO_Left_Tab, Key::tab},
-    {XKB_KEY_KP_Tab, Key::tab},           {XKB_KEY_space, Key::space},
-    {XKB_KEY_KP_Space, Key::space},       {XKB_KEY_BackSpace, Key::backspace},
-    {XKB_KEY_Delete, Key::deleteForward}, {XKB_KEY_KP_Delete, Key::deleteForward},
-    {XKB_KEY_Left, Key::left},            {XKB_KEY_KP_Left, Key::left},
-    {XKB_KEY_Right, Key::right},          {XKB_KEY_KP_Right, Key::right},
-    {XKB_KEY_Up, Key::up},                {XKB_KEY_KP_Up, Key::up},
-    {XKB_KEY_Down, Key::down},            {XKB_KEY_KP_Down, Key::down},
-    {XKB_KEY_Home, Key::home},            {XKB_KEY_KP_Home, Key::home},
-    {XKB_KEY_End, Key::end},              {XKB_KEY_KP_End, Key::end},
-    {XKB_KEY_Prior, Key::pageUp},         {XKB_KEY_KP_Prior, Key::pageUp},
-    {XKB_KEY_Next, Key::pageDown},        {XKB_KEY_KP_Next, Key::pageDown},
+    {XKB_KEY_Return, Key::enter},
+    {XKB_KEY_KP_Enter, Key::enter},
+    {XKB_KEY_ISO_Enter, Key::enter},
+    {XKB_KEY_Escape, Key::escape},
+    {XKB_KEY_Tab, Key::tab},
+    {XKB_KEY_ISO_Left_Tab, Key::tab},
+    {XKB_KEY_KP_Tab, Key::tab},
+    {XKB_KEY_space, Key::space},
+    {XKB_KEY_KP_Space, Key::space},
+    {XKB_KEY_BackSpace, Key::backspace},
+    {XKB_KEY_Delete, Key::deleteForward},
+    {XKB_KEY_KP_Delete, Key::deleteForward},
+    {XKB_KEY_Left, Key::left},
+    {XKB_KEY_KP_Left, Key::left},
+    {XKB_KEY_Right, Key::right},
+    {XKB_KEY_KP_Right, Key::right},
+    {XKB_KEY_Up, Key::up},
+    {XKB_KEY_KP_Up, Key::up},
+    {XKB_KEY_Down, Key::down},
+    {XKB_KEY_KP_Down, Key::down},
+    {XKB_KEY_Home, Key::home},
+    {XKB_KEY_KP_Home, Key::home},
+    {XKB_KEY_End, Key::end},
+    {XKB_KEY_KP_End, Key::end},
+    {XKB_KEY_Prior, Key::pageUp},
+    {XKB_KEY_KP_Prior, Key::pageUp},
+    {XKB_KEY_Next, Key::pageDown},
+    {XKB_KEY_KP_Next, Key::pageDown},
 };
 
 Key keyOf(xkb_keysym_t symbol) {
@@ -59,7 +73,8 @@ bool isModifier(xkb_keysym_t symbol) {
 }
 
 bool beginsComposing(xkb_keysym_t symbol) {
-    return symbol == XKB_KEY_Multi_key || (symbol >= XKB_KEY_dead_grave && symbol <= XKB_KEY_dead_longsolidusoverlay);
+    return symbol == XKB_KEY_Multi_key ||
+           (symbol >= XKB_KEY_dead_grave && symbol <= XKB_KEY_dead_longsolidusoverlay);
 }
 
 std::string utf8Of(xkb_keysym_t symbol) {

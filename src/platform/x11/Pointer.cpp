@@ -41,10 +41,9 @@ Pointer::Pointer(Connection& connection, Surroundings surroundings)
     : _connection(connection), _surroundings(std::move(surroundings)) {
     auto* const xcb = connection.xcb();
     const auto* extension = xcb_get_extension_data(xcb, &xcb_input_id);
-    const auto version =
-        extension && extension->present
-            ? xcb::await<xcb_input_xi_query_version_reply>(xcb, xcb_input_xi_query_version(xcb, 2, 2))
-            : nullptr;
+    const auto version = extension && extension->present ? xcb::await<xcb_input_xi_query_version_reply>(
+                                                               xcb, xcb_input_xi_query_version(xcb, 2, 2))
+                                                         : nullptr;
     _isPresent = version && version->major_version >= 2;
     if (!_isPresent) {
         Log("Pointer").error("The X server has no XInput 2 extension: the pointer can't be followed");
@@ -52,7 +51,8 @@ Pointer::Pointer(Connection& connection, Surroundings surroundings)
     }
     _opcode = extension->major_opcode;
     _events = connection.observeExtensions([this](const auto& event) {
-        if (xcb::typeOf(event) == XCB_GE_GENERIC && xcb::as<xcb_ge_generic_event_t>(event).extension == _opcode) {
+        if (xcb::typeOf(event) == XCB_GE_GENERIC &&
+            xcb::as<xcb_ge_generic_event_t>(event).extension == _opcode) {
             handle(event);
         }
     });
@@ -117,8 +117,8 @@ void Pointer::handle(const xcb_generic_event_t& event) {
         }
         case XCB_INPUT_LEAVE: {
             const auto& leave = xcb::as<xcb_input_leave_event_t>(event);
-            const bool isGrab = leave.mode == XCB_INPUT_NOTIFY_MODE_GRAB ||
-                                leave.mode == XCB_INPUT_NOTIFY_MODE_PASSIVE_GRAB;
+            const bool isGrab =
+                leave.mode == XCB_INPUT_NOTIFY_MODE_GRAB || leave.mode == XCB_INPUT_NOTIFY_MODE_PASSIVE_GRAB;
             if (isGrab || leave.detail == XCB_INPUT_NOTIFY_DETAIL_INFERIOR) break;
             if (auto* told = _surroundings.delegateOf(leave.event)) told->pointerLeft();
             break;
@@ -190,12 +190,14 @@ void Pointer::moved(const xcb_generic_event_t& event) {
     double right = 0;
     bool hasScrolled = false;
     for (auto& axis : known->second) {
-        if (axis.number / 32 >= motion.valuators_len || !(mask[axis.number / 32] >> (axis.number % 32) & 1U)) {
+        if (axis.number / 32 >= motion.valuators_len ||
+            !(mask[axis.number / 32] >> (axis.number % 32) & 1U)) {
             continue;
         }
         // The values are those of the set bits alone.
         int place = 0;
-        for (unsigned bit = 0; bit < axis.number; ++bit) place += static_cast<int>(mask[bit / 32] >> (bit % 32) & 1U);
+        for (unsigned bit = 0; bit < axis.number; ++bit)
+            place += static_cast<int>(mask[bit / 32] >> (bit % 32) & 1U);
         if (place >= count) continue;
         const double value = fromFixed(values[place]);
         const double points = (axis.value - value) / axis.increment * pointsAClick;

@@ -23,7 +23,8 @@ std::vector<xcb_rectangle_t> roundedRows(int width, int height, int radius) {
     std::vector<xcb_rectangle_t> rows;
     const auto add = [&](int inset, int y, int rowHeight) {
         rows.push_back({static_cast<std::int16_t>(inset), static_cast<std::int16_t>(y),
-                        static_cast<std::uint16_t>(width - 2 * inset), static_cast<std::uint16_t>(rowHeight)});
+                        static_cast<std::uint16_t>(width - 2 * inset),
+                        static_cast<std::uint16_t>(rowHeight)});
     };
     const auto insetOf = [&](int row) {
         const double rise = radius - row - 0.5;
@@ -72,7 +73,8 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
     xcb_create_gc(xcb, _context, _id, XCB_GC_GRAPHICS_EXPOSURES, &withoutExposures);
     describeWindow(_connection, _id, options);
     if (!isFloating()) {
-        fixSize(_connection, _id, static_cast<std::uint32_t>(at.width), static_cast<std::uint32_t>(at.height));
+        fixSize(_connection, _id, static_cast<std::uint32_t>(at.width),
+                static_cast<std::uint32_t>(at.height));
     }
     cutShape();
     server._pointer.select(_id);
@@ -105,7 +107,9 @@ void ScreenWindow::tellFrame(const Rect& before) {
 ScreenWindow::Area ScreenWindow::area() const {
     const double scale = backingScaleFactor();
     const auto insets = shadowInsets();
-    const auto pixels = [&](double length) { return static_cast<int>(std::ceil(std::max(length, 0.0) * scale)); };
+    const auto pixels = [&](double length) {
+        return static_cast<int>(std::ceil(std::max(length, 0.0) * scale));
+    };
     const auto place = [&](double at, double inset) {
         return static_cast<int>(std::lround(at * scale) - std::lround(inset * scale));
     };
@@ -120,10 +124,10 @@ void ScreenWindow::place() {
     const auto height = static_cast<std::uint32_t>(std::max(to.height, 1));
     if (!isFloating()) fixSize(_connection, _id, width, height);
     const xcb_configure_window_value_list_t values{.x = to.x, .y = to.y, .width = width, .height = height};
-    xcb_configure_window_aux(_connection.xcb(), _id,
-                             XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
-                                 XCB_CONFIG_WINDOW_HEIGHT,
-                             &values);
+    xcb_configure_window_aux(
+        _connection.xcb(), _id,
+        XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT,
+        &values);
 }
 
 void ScreenWindow::setFrame(const Rect& frame) {
@@ -159,8 +163,8 @@ void ScreenWindow::cutShape() {
     } else {
         const auto rows =
             roundedRows(size.width, size.height, static_cast<int>(std::lround(_cornerRadius * scale)));
-        xcb_shape_rectangles(xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED, _id, 0, 0,
-                             static_cast<std::uint32_t>(rows.size()), rows.data());
+        xcb_shape_rectangles(xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED, _id, 0,
+                             0, static_cast<std::uint32_t>(rows.size()), rows.data());
     }
     const int margin =
         isTranslucent() ? static_cast<int>(std::lround((shadowRoom - resizeHandle) * scale)) : 0;

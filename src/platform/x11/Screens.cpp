@@ -23,7 +23,8 @@ double area(const Rect& rect) { return rect.size.width * rect.size.height; }
 void cut(Rect& usable, double left, double top, double right, double bottom) {
     const double minX = std::max(usable.minX(), left);
     const double minY = std::max(usable.minY(), top);
-    const Rect rest{{minX, minY}, {std::min(usable.maxX(), right) - minX, std::min(usable.maxY(), bottom) - minY}};
+    const Rect rest{{minX, minY},
+                    {std::min(usable.maxX(), right) - minX, std::min(usable.maxY(), bottom) - minY}};
     if (!rest.isEmpty()) usable = rest;
 }
 
@@ -45,8 +46,7 @@ Screens::Screens(Connection& connection, const xcb_screen_t& screen, SettingsRea
     if (randr && randr->present) {
         const auto version =
             xcb::await<xcb_randr_query_version_reply>(xcb, xcb_randr_query_version(xcb, 1, 5));
-        _hasMonitors =
-            version && (version->major_version > 1 || version->minor_version >= 5);
+        _hasMonitors = version && (version->major_version > 1 || version->minor_version >= 5);
         _randrFirstEvent = randr->first_event;
         xcb_randr_select_input(xcb, connection.root(),
                                XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
@@ -117,8 +117,7 @@ Screens::Monitors Screens::readMonitors() {
         }
     }
     if (monitors.screens.empty()) {
-        const auto root =
-            xcb::await<xcb_get_geometry_reply>(xcb, xcb_get_geometry(xcb, _connection.root()));
+        const auto root = xcb::await<xcb_get_geometry_reply>(xcb, xcb_get_geometry(xcb, _connection.root()));
         const Rect frame{{0, 0},
                          {double(root ? root->width : _screen.width_in_pixels),
                           double(root ? root->height : _screen.height_in_pixels)}};

@@ -21,7 +21,8 @@ constexpr std::size_t requestOverhead = 28;
 bool isOnThisMachine(xcb_connection_t* connection) {
     sockaddr_storage address{};
     socklen_t length = sizeof address;
-    return getsockname(xcb_get_file_descriptor(connection), reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+    return getsockname(xcb_get_file_descriptor(connection), reinterpret_cast<sockaddr*>(&address), &length) ==
+               0 &&
            address.ss_family == AF_UNIX;
 }
 
@@ -145,13 +146,13 @@ void WindowPixels::put(xcb_drawable_t drawable, xcb_gcontext_t context) {
         return;
     }
     const std::size_t rowBytes = std::size_t{width} * bytesPerPixel;
-    const auto rowsAtOnce =
-        std::max<std::size_t>(1, (_connection.pieceBytes() - requestOverhead) / rowBytes);
+    const auto rowsAtOnce = std::max<std::size_t>(1, (_connection.pieceBytes() - requestOverhead) / rowBytes);
     for (std::size_t row = 0; row < height; row += rowsAtOnce) {
         const auto rows = std::min(rowsAtOnce, height - row);
         xcb_put_image(xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, context, width,
                       static_cast<std::uint16_t>(rows), 0, static_cast<std::int16_t>(row), 0, _depth,
-                      static_cast<std::uint32_t>(rows * rowBytes), _present->memory().data() + row * rowBytes);
+                      static_cast<std::uint32_t>(rows * rowBytes),
+                      _present->memory().data() + row * rowBytes);
     }
 }
 

@@ -55,20 +55,18 @@ WindowServer::WindowServer(Connection& connection)
       _screens(connection, _screen, _settings),
       _compositor(connection, "_NET_WM_CM_S" + std::to_string(_screenNumber)),
       _keys(connection),
-      _pointer(connection,
-               {.delegateOf =
-                    [this](xcb_window_t id) -> NSWindowDelegate* {
-                        const auto found = _windows.find(id);
-                        return found == _windows.end() ? nullptr : found->second->delegate();
-                    },
-                .isOurs =
-                    [this](xcb_window_t id) {
-                        for (const auto& [own, window] : _windows) {
-                            if (own == id || window->frameWindow() == id) return true;
-                        }
-                        return false;
-                    },
-                .scale = [this] { return _screens.scale(); }}) {
+      _pointer(connection, {.delegateOf = [this](xcb_window_t id) -> NSWindowDelegate* {
+                                const auto found = _windows.find(id);
+                                return found == _windows.end() ? nullptr : found->second->delegate();
+                            },
+                            .isOurs =
+                                [this](xcb_window_t id) {
+                                    for (const auto& [own, window] : _windows) {
+                                        if (own == id || window->frameWindow() == id) return true;
+                                    }
+                                    return false;
+                                },
+                            .scale = [this] { return _screens.scale(); }}) {
     _compositorEvents = _compositor.observe([this] { redrawAll(); });
     _screenEvents = _screens.observe([this] { redrawAll(); });
     _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
@@ -126,8 +124,8 @@ std::optional<NSScreen> WindowServer::mainScreen() const {
         const auto origin = xcb::await<xcb_translate_coordinates_reply>(xcb, place);
         if (size && origin) {
             const double scale = _screens.scale();
-            const auto screen = _screens.at({(origin->dst_x + size->width / 2.0) / scale,
-                                             (origin->dst_y + size->height / 2.0) / scale});
+            const auto screen = _screens.at(
+                {(origin->dst_x + size->width / 2.0) / scale, (origin->dst_y + size->height / 2.0) / scale});
             if (screen) return screen;
         }
     }
@@ -143,8 +141,8 @@ Point WindowServer::mouseLocation() const {
 
 bool WindowServer::hasWindowManager() const {
     auto* const xcb = _connection.xcb();
-    const auto root = xcb::await<xcb_get_window_attributes_reply>(
-        xcb, xcb_get_window_attributes(xcb, _screen.root));
+    const auto root =
+        xcb::await<xcb_get_window_attributes_reply>(xcb, xcb_get_window_attributes(xcb, _screen.root));
     // Only one program can have that (ICCCM 2.0 section 4.2); a property could be left of one that has gone.
     return root && (root->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
 }

@@ -24,6 +24,7 @@
 #include "platform/view/ModalAlerts.h"
 #include "platform/x11/Connection.h"
 #include "platform/x11/Pasteboard.h"
+#include "platform/x11/WindowServer.h"
 #include "platform/x11/Workspace.h"
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
@@ -49,6 +50,7 @@ public:
     virtual NSStatusBar& statusBar() = 0;
     virtual WindowServer& windows() = 0;
     virtual Alerts& alerts() = 0;
+    virtual FontFamilies fontFamilies() const { return {}; }
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
@@ -84,6 +86,11 @@ public:
     NSStatusBar& statusBar() override { return _statusBar; }
     WindowServer& windows() override { return _windows; }
     Alerts& alerts() override { return _alerts; }
+    FontFamilies fontFamilies() const override {
+        FontFamilies families;
+        families.system = _windows.settings().fontFamily.value_or(families.system);
+        return families;
+    }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -93,7 +100,7 @@ private:
     x11::Pasteboard _pasteboard{*_connection};
     x11::Workspace _workspace{*_connection};
     linux_desktop::StatusNotifierBar _statusBar;
-    headless::WindowServer _windows{_connection->runLoop()};
+    x11::WindowServer _windows{*_connection};
     view::ModalAlerts _alerts;
 };
 
@@ -185,7 +192,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .temporaryDirectory = paths.temporaryFolder,
         .defaultsPath = paths.configHome.value_or(paths.temporaryFolder) + "/Vellumix/settings.plist",
         .preferredLanguages = preferredLanguages(),
-        .fontFamilies = {},
+        .fontFamilies = display->fontFamilies(),
     });
 
     AppDelegate application;

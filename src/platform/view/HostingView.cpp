@@ -116,8 +116,22 @@ void HostingView::drawNow() {
     }
     _isPixelLost = false;
     updateCursor();
+    _window.setTextInput(tree->textInputCaret());
     _presenter->treeDidChange();
     if (tree->needsFrame()) requestFrame();
+    waitForNextChange();
+}
+
+void HostingView::waitForNextChange() {
+    _changeTimer.reset();
+    const auto at = _tree->nextFrameAt();
+    if (!at || _tree->needsFrame() || !_window.isVisible()) return;
+    const double wait = std::max(0.0, *at - RunLoop::main().uptime());
+    _changeTimer = RunLoop::main().oneShotTimer(wait, [this] {
+        // Held, as the drawing puts another in its place.
+        const auto timer = std::move(_changeTimer);
+        drawNow();
+    });
 }
 
 void HostingView::orderFront() {
@@ -128,10 +142,12 @@ void HostingView::orderFront() {
     // What wants a window over this one waits until it is shown.
     _presenter->treeDidChange();
     if (_tree->needsFrame() || _alpha) requestFrame();
+    waitForNextChange();
 }
 
 void HostingView::orderOut() {
     const auto alive = _lifetime.watch();
+    _changeTimer.reset();
     _drag.reset();
     _presenter->closeAll();
     if (!alive.expired()) pointerLeft();
@@ -236,7 +252,7 @@ void HostingView::keyPressed(const KeyEvent& event) {
     if (const auto handler = _onUnhandledKey) handler(event);
 }
 
-void HostingView::textComposed(const MarkedText&) {}
+void HostingView::textComposed(const MarkedText& text) { _tree->textComposed(text); }
 
 void HostingView::keyStateChanged(bool) { updateKeyState(); }
 

@@ -105,6 +105,8 @@ private:
     void updateCursor();
     void updateKeyState();
     void requestFrame();
+    /// Draws anew when the tree changes by time alone, as a caret does.
+    void waitForNextChange();
     void tick();
     void tickAlpha(double now);
 
@@ -125,6 +127,7 @@ private:
     ObserverList<> _closing;
     ObserverList<bool> _keyState;
     std::unique_ptr<NSTimer> _frameTimer;
+    std::unique_ptr<NSTimer> _changeTimer;
     /// When the next frame may be drawn, by `RunLoop::uptime`.
     double _nextFrame = 0;
     bool _isFrameRequested = false;

@@ -43,6 +43,29 @@ struct Atoms {
     xcb_atom_t gtkApplicationID;
     xcb_atom_t kdeDesktopFile;
     xcb_atom_t bamfDesktopFile;
+
+    // Windows of our own, monitors and settings (Extended Window Manager Hints 1.5, ICCCM 2.0 section 4.1.2,
+    // XSETTINGS 0.5).
+    xcb_atom_t windowName;
+    xcb_atom_t windowIconName;
+    xcb_atom_t windowType;
+    xcb_atom_t windowTypeUtility;
+    xcb_atom_t windowTypePopUpMenu;
+    xcb_atom_t windowTypeToolTip;
+    xcb_atom_t windowTypeDialog;
+    xcb_atom_t windowTypeNormal;
+    xcb_atom_t windowState;
+    xcb_atom_t windowStateAbove;
+    xcb_atom_t windowStateModal;
+    xcb_atom_t windowOpacity;
+    xcb_atom_t windowPing;
+    xcb_atom_t protocols;
+    xcb_atom_t deleteWindow;
+    xcb_atom_t currentDesktop;
+    xcb_atom_t workArea;
+    xcb_atom_t clientList;
+    xcb_atom_t strutPartial;
+    xcb_atom_t settings;
 };
 
 /// Asks the server for all atoms at once; `collect` waits for the answers.

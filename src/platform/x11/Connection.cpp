@@ -16,6 +16,7 @@ constexpr int eventsATurn = 256;
 /// number.
 constexpr std::size_t namesKept = 4096;
 constexpr std::size_t preferredPieceBytes = std::size_t{1} << 20;
+constexpr int firstExtensionEvent = 64;
 /// A ChangeProperty request without its data (X protocol, appendix B), with the longer length field.
 constexpr std::size_t requestOverhead = 28;
 
@@ -163,6 +164,11 @@ void Connection::dispatch() {
 }
 
 void Connection::deliver(const xcb_generic_event_t& event) {
+    const bool isCore = xcb::typeOf(event) < firstExtensionEvent && xcb::typeOf(event) != XCB_GE_GENERIC;
+    if (!isCore && !isSelectionChange(event)) {
+        _extensionHandlers.notify(event);
+        return;
+    }
     const auto found = _handlers.find(windowOf(event));
     if (found != _handlers.end()) found->second.notify(event);
 }
@@ -180,6 +186,22 @@ xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) const {
             return xcb::as<xcb_selection_request_event_t>(event).owner;
         case XCB_SELECTION_CLEAR:
             return xcb::as<xcb_selection_clear_event_t>(event).owner;
+        case XCB_KEY_PRESS:
+        case XCB_KEY_RELEASE:
+            return xcb::as<xcb_key_press_event_t>(event).event;
+        case XCB_FOCUS_IN:
+        case XCB_FOCUS_OUT:
+            return xcb::as<xcb_focus_in_event_t>(event).event;
+        case XCB_EXPOSE:
+            return xcb::as<xcb_expose_event_t>(event).window;
+        case XCB_CONFIGURE_NOTIFY:
+            return xcb::as<xcb_configure_notify_event_t>(event).event;
+        case XCB_MAP_NOTIFY:
+            return xcb::as<xcb_map_notify_event_t>(event).event;
+        case XCB_REPARENT_NOTIFY:
+            return xcb::as<xcb_reparent_notify_event_t>(event).event;
+        case XCB_CLIENT_MESSAGE:
+            return xcb::as<xcb_client_message_event_t>(event).window;
         default:
             return XCB_WINDOW_NONE;
     }

@@ -49,6 +49,9 @@ public:
     /// The same for a window of the server or of another program, with its property changes and its end
     /// selected for as long as anybody observes it so. Nothing when the window is gone.
     std::optional<Observation> observeForeign(xcb_window_t window, EventHandler handler);
+    /// Calls the handler with each event that an extension has defined (X protocol, section 1; XGE 1.0), but
+    /// for those of XFixes, which concern a window.
+    Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
 
@@ -75,6 +78,7 @@ private:
     std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> _handlers;
     std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
     std::unordered_map<xcb_atom_t, std::string> _names;
+    ObserverList<const xcb_generic_event_t&> _extensionHandlers;
     ObserverList<> _endHandlers;
     Observation _watch;
     Lifetime _lifetime;

@@ -1,0 +1,113 @@
+#include "platform/x11/KeyFocus.h"
+
+#include <algorithm>
+
+#include "platform/foundation/Log.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+constexpr double retrySeconds = 0.05;
+constexpr int mostAttempts = 40;
+
+}  // namespace
+
+KeyFocus::KeyFocus(Connection& connection)
+    : _connection(connection), _keyboard(connection), _window(xcb_generate_id(connection.xcb())) {
+    // One window out of sight gets the keys for all, so that the grab stays while they change.
+    const std::uint32_t values[] = {1, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE};
+    xcb_create_window(connection.xcb(), XCB_COPY_FROM_PARENT, _window, connection.root(), -1, -1, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                      XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    xcb_map_window(connection.xcb(), _window);
+    _events = connection.observe(_window, [this](const auto& event) { handleKey(event); });
+}
+
+KeyFocus::~KeyFocus() {
+    letGo();
+    xcb_destroy_window(_connection.xcb(), _window);
+}
+
+void KeyFocus::add(KeyTarget& target) {
+    std::erase(_order, &target);
+    _order.push_back(&target);
+    update();
+}
+
+void KeyFocus::remove(KeyTarget& target) {
+    if (std::erase(_order, &target) > 0) update();
+}
+
+void KeyFocus::update() {
+    auto* const wanted = _order.empty() ? nullptr : _order.back();
+    if (wanted && wanted->isGrabbing()) {
+        if (_isGrabbed || _focusBefore != XCB_WINDOW_NONE) {
+            setKey(wanted);
+        } else if (!_retry) {
+            setKey(nullptr);
+            _attempts = 0;
+            take();
+        }
+        return;
+    }
+    letGo();
+    setKey(wanted);
+}
+
+void KeyFocus::take() {
+    _retry.reset();
+    _isGrabbed = grab();
+    if (_isGrabbed) {
+        update();
+        return;
+    }
+    if (++_attempts < mostAttempts) {
+        _retry = _connection.runLoop().oneShotTimer(retrySeconds, [this] { take(); });
+        return;
+    }
+    Log("KeyFocus").error("Another program holds the keyboard; the panel takes the focus instead");
+    auto* const xcb = _connection.xcb();
+    const auto focus = xcb::await<xcb_get_input_focus_reply>(xcb, xcb_get_input_focus(xcb));
+    _focusBefore =
+        focus && focus->focus != XCB_WINDOW_NONE ? focus->focus : xcb_window_t{XCB_INPUT_FOCUS_POINTER_ROOT};
+    xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_POINTER_ROOT, _window, XCB_CURRENT_TIME);
+    update();
+}
+
+bool KeyFocus::grab() {
+    auto* const xcb = _connection.xcb();
+    const auto reply = xcb::await<xcb_grab_keyboard_reply>(
+        xcb, xcb_grab_keyboard(xcb, 0, _window, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+void KeyFocus::letGo() {
+    auto* const xcb = _connection.xcb();
+    _retry.reset();
+    if (std::exchange(_isGrabbed, false)) xcb_ungrab_keyboard(xcb, XCB_CURRENT_TIME);
+    if (const auto before = std::exchange(_focusBefore, XCB_WINDOW_NONE); before != XCB_WINDOW_NONE) {
+        xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_POINTER_ROOT, before, XCB_CURRENT_TIME);
+    }
+}
+
+void KeyFocus::setKey(KeyTarget* target) {
+    auto* const before = std::exchange(_key, target);
+    if (before == target) return;
+    _keyboard.reset();
+    if (before) before->keyStateChanges(false);
+    if (target) target->keyStateChanges(true);
+}
+
+void KeyFocus::handleKey(const xcb_generic_event_t& event) {
+    const auto& key = xcb::as<xcb_key_press_event_t>(event);
+    _lastTime = key.time;
+    if (xcb::typeOf(event) == XCB_KEY_RELEASE) {
+        _keyboard.released(key);
+        return;
+    }
+    if (xcb::typeOf(event) != XCB_KEY_PRESS || !_key) return;
+    if (const auto pressed = _keyboard.pressed(key)) _key->keyTyped(*pressed);
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/foundation/Lifetime.h"
+#include "platform/x11/Keyboard.h"
+#include "platform/x11/Window.h"
+
+namespace vellumix::x11 {
+
+/// A window that can have the keyboard.
+class KeyTarget {
+public:
+    virtual ~KeyTarget() = default;
+    /// Whether the keyboard is grabbed for it; otherwise the window manager gives it.
+    virtual bool isGrabbing() const = 0;
+    virtual void keyStateChanges(bool isKey) = 0;
+    virtual void keyTyped(const KeyEvent& event) = 0;
+};
+
+/// Which window of the program is key: the last to have asked, and when it goes, the one before.
+///
+/// The keys come by a grab of the keyboard, so that the desktop's active window stays the one it was, and
+/// activating another takes nothing away. While another program holds a grab it is tried again, for two
+/// seconds; then the input focus has to do. Main thread.
+class KeyFocus {
+public:
+    explicit KeyFocus(Connection& connection);
+    ~KeyFocus();
+    KeyFocus(const KeyFocus&) = delete;
+    KeyFocus& operator=(const KeyFocus&) = delete;
+
+    KeyTarget* key() const { return _key; }
+    /// The target wants the keyboard, or has been given it by the window manager.
+    void add(KeyTarget& target);
+    void remove(KeyTarget& target);
+    /// A press or release that came to a window of the program.
+    void handleKey(const xcb_generic_event_t& event);
+    /// The server's time of the last key; 0 before the first.
+    xcb_timestamp_t lastTime() const { return _lastTime; }
+
+private:
+    void update();
+    void take();
+    bool grab();
+    void letGo();
+    void setKey(KeyTarget* target);
+
+    Connection& _connection;
+    Keyboard _keyboard;
+    xcb_window_t _window;
+    std::vector<KeyTarget*> _order;
+    KeyTarget* _key = nullptr;
+    bool _isGrabbed = false;
+    /// What had the focus before it was taken for want of a grab; none while it isn't.
+    xcb_window_t _focusBefore = XCB_WINDOW_NONE;
+    int _attempts = 0;
+    xcb_timestamp_t _lastTime = XCB_CURRENT_TIME;
+    std::unique_ptr<NSTimer> _retry;
+    Observation _events;
+};
+
+}  // namespace vellumix::x11

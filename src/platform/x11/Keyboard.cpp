@@ -1,0 +1,239 @@
+#include "platform/x11/Keyboard.h"
+
+#include <xkbcommon/xkbcommon-keysyms.h>
+#include <xkbcommon/xkbcommon-x11.h>
+
+// The header of libxcb names a field "explicit".
+#define explicit isExplicit
+#include <xcb/xkb.h>
+#undef explicit
+
+#include <array>
+#include <cstdlib>
+
+#include "platform/foundation/Log.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+/// Key codes of X are those of evdev and 8 more.
+constexpr unsigned evdevOffset = 8;
+constexpr std::uint32_t realModifiers = 0xFF;
+constexpr int groupShift = 13;
+constexpr std::uint32_t groupMask = 3;
+
+struct NamedKey {
+    xkb_keysym_t symbol;
+    Key key;
+};
+
+constexpr NamedKey namedKeys[] = {
+    {XKB_KEY_Return, Key::enter},
+    {XKB_KEY_KP_Enter, Key::enter},
+    {XKB_KEY_ISO_Enter, Key::enter},
+    {XKB_KEY_Escape, Key::escape},
+    {XKB_KEY_Tab, Key::tab},
+    {XKB_KEY_ISO_Left_Tab, Key::tab},
+    {XKB_KEY_KP_Tab, Key::tab},
+    {XKB_KEY_space, Key::space},
+    {XKB_KEY_KP_Space, Key::space},
+    {XKB_KEY_BackSpace, Key::backspace},
+    {XKB_KEY_Delete, Key::deleteForward},
+    {XKB_KEY_KP_Delete, Key::deleteForward},
+    {XKB_KEY_Left, Key::left},
+    {XKB_KEY_KP_Left, Key::left},
+    {XKB_KEY_Right, Key::right},
+    {XKB_KEY_KP_Right, Key::right},
+    {XKB_KEY_Up, Key::up},
+    {XKB_KEY_KP_Up, Key::up},
+    {XKB_KEY_Down, Key::down},
+    {XKB_KEY_KP_Down, Key::down},
+    {XKB_KEY_Home, Key::home},
+    {XKB_KEY_KP_Home, Key::home},
+    {XKB_KEY_End, Key::end},
+    {XKB_KEY_KP_End, Key::end},
+    {XKB_KEY_Prior, Key::pageUp},
+    {XKB_KEY_KP_Prior, Key::pageUp},
+    {XKB_KEY_Next, Key::pageDown},
+    {XKB_KEY_KP_Next, Key::pageDown},
+};
+
+Key keyOf(xkb_keysym_t symbol) {
+    for (const auto& named : namedKeys) {
+        if (named.symbol == symbol) return named.key;
+    }
+    return Key::character;
+}
+
+bool isModifier(xkb_keysym_t symbol) {
+    return (symbol >= XKB_KEY_Shift_L && symbol <= XKB_KEY_Hyper_R) ||
+           (symbol >= XKB_KEY_ISO_Lock && symbol <= XKB_KEY_ISO_Level5_Lock) ||
+           symbol == XKB_KEY_Mode_switch || symbol == XKB_KEY_Num_Lock;
+}
+
+bool beginsComposing(xkb_keysym_t symbol) {
+    return symbol == XKB_KEY_Multi_key ||
+           (symbol >= XKB_KEY_dead_grave && symbol <= XKB_KEY_dead_longsolidusoverlay);
+}
+
+std::string utf8Of(xkb_keysym_t symbol) {
+    std::array<char, 8> text{};
+    const int bytes = xkb_keysym_to_utf8(symbol, text.data(), text.size());
+    return bytes > 1 ? std::string(text.data()) : std::string();
+}
+
+/// Without what only controls a terminal.
+std::string typedText(std::string text) {
+    const auto first = text.empty() ? 0U : static_cast<unsigned char>(text.front());
+    return first < ' ' || first == 0x7F ? std::string() : std::move(text);
+}
+
+const char* localeOfTyping() {
+    for (const auto* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char* value = std::getenv(name);
+        if (value && *value) return value;
+    }
+    return "C";
+}
+
+}  // namespace
+
+Keyboard::Keyboard(Connection& connection)
+    : _connection(connection), _context(xkb_context_new(XKB_CONTEXT_NO_FLAGS)) {
+    auto* const xcb = connection.xcb();
+    if (!_context || !xkb_x11_setup_xkb_extension(
+                         xcb, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+                         XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &_firstEvent, nullptr)) {
+        Log("Keyboard").error("The X server has no XKB extension: keys can't be read");
+        return;
+    }
+    _device = xkb_x11_get_core_keyboard_device_id(xcb);
+    constexpr std::uint32_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    constexpr std::uint16_t everyPart = 0xFF;
+    xcb_xkb_select_events(xcb, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, everyPart, everyPart, nullptr);
+    // A key that is held then comes as presses alone, by which a repetition can be told.
+    xcb_xkb_per_client_flags(xcb, XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT,
+                             XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT, 0, 0, 0);
+    _events = connection.observeExtensions([this](const auto& event) {
+        if (xcb::typeOf(event) != _firstEvent) return;
+        // Every event of XKB has its kind in the place of the detail (XKB protocol, section 16).
+        const auto kind = xcb::as<xcb_xkb_map_notify_event_t>(event).xkbType;
+        if (kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY) readKeymap();
+    });
+    readKeymap();
+}
+
+void Keyboard::readKeymap() {
+    auto* const xcb = _connection.xcb();
+    xkb::Keymap keymap(
+        xkb_x11_keymap_new_from_device(_context.get(), xcb, _device, XKB_KEYMAP_COMPILE_NO_FLAGS));
+    if (!keymap) return;
+    _keymap = std::move(keymap);
+    _state.reset(xkb_state_new(_keymap.get()));
+    const auto layouts = xkb_keymap_num_layouts(_keymap.get());
+    _namingLayouts.clear();
+    for (xkb_layout_index_t layout = 0; layout < layouts; ++layout) {
+        xkb_layout_index_t naming = layout;
+        if (!isLatin(layout)) {
+            for (naming = 0; naming < layouts && !isLatin(naming);) ++naming;
+        }
+        _namingLayouts.push_back(naming < layouts ? naming : layout);
+    }
+}
+
+bool Keyboard::isLatin(xkb_layout_index_t layout) const {
+    const auto last = xkb_keymap_max_keycode(_keymap.get());
+    for (auto code = xkb_keymap_min_keycode(_keymap.get()); code <= last; ++code) {
+        const xkb_keysym_t* symbols = nullptr;
+        if (xkb_keymap_key_get_syms_by_level(_keymap.get(), code, layout, 0, &symbols) == 1 &&
+            *symbols == XKB_KEY_a) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string Keyboard::characterOf(xkb_keycode_t code) const {
+    const auto layout = xkb_state_key_get_layout(_state.get(), code);
+    if (layout >= _namingLayouts.size()) return {};
+    const xkb_keysym_t* symbols = nullptr;
+    const auto count =
+        xkb_keymap_key_get_syms_by_level(_keymap.get(), code, _namingLayouts[layout], 0, &symbols);
+    return count == 1 ? typedText(utf8Of(xkb_keysym_to_lower(*symbols))) : std::string();
+}
+
+std::optional<std::string> Keyboard::composed(xkb_keysym_t symbol, std::string typed) {
+    if (!_compose && beginsComposing(symbol)) {
+        _composeTable.reset(xkb_compose_table_new_from_locale(_context.get(), localeOfTyping(),
+                                                              XKB_COMPOSE_COMPILE_NO_FLAGS));
+        if (!_composeTable) {
+            _composeTable.reset(
+                xkb_compose_table_new_from_locale(_context.get(), "C", XKB_COMPOSE_COMPILE_NO_FLAGS));
+        }
+        if (_composeTable) {
+            _compose.reset(xkb_compose_state_new(_composeTable.get(), XKB_COMPOSE_STATE_NO_FLAGS));
+        }
+    }
+    if (!_compose) return typed;
+    xkb_compose_state_feed(_compose.get(), symbol);
+    switch (xkb_compose_state_get_status(_compose.get())) {
+        case XKB_COMPOSE_COMPOSING:
+            return std::nullopt;
+        case XKB_COMPOSE_COMPOSED: {
+            std::array<char, 64> text{};
+            xkb_compose_state_get_utf8(_compose.get(), text.data(), text.size());
+            xkb_compose_state_reset(_compose.get());
+            return std::string(text.data());
+        }
+        case XKB_COMPOSE_CANCELLED:
+            // Nothing composes from these keys: neither of them types.
+            xkb_compose_state_reset(_compose.get());
+            return std::nullopt;
+        case XKB_COMPOSE_NOTHING:
+            break;
+    }
+    return typed;
+}
+
+std::optional<KeyEvent> Keyboard::pressed(const xcb_key_press_event_t& event) {
+    if (!_state) return std::nullopt;
+    const xkb_keycode_t code = event.detail;
+    // The state in the event is that of this very key, where a notice of the state may be late.
+    xkb_state_update_mask(_state.get(), event.state & realModifiers, 0, 0, 0, 0,
+                          (std::uint32_t{event.state} >> groupShift) & groupMask);
+    const auto symbol = xkb_state_key_get_one_sym(_state.get(), code);
+    if (isModifier(symbol)) return std::nullopt;
+
+    KeyEvent key;
+    key.key = keyOf(symbol);
+    key.modifiers = modifiersOf(event.state);
+    key.isRepeat = _down.test(code);
+    key.position = code >= evdevOffset ? code - evdevOffset : 0;
+    _down.set(code);
+    if (!key.modifiers.hasControl && !key.modifiers.hasCommand) {
+        auto text = composed(symbol, typedText(utf8Of(symbol)));
+        if (!text) return std::nullopt;
+        // What an accent and the space bar compose is typed, and not a press of the space bar.
+        if (key.key == Key::space && *text != " ") key.key = Key::character;
+        key.text = std::move(*text);
+    }
+    key.character = characterOf(code);
+    return key;
+}
+
+void Keyboard::released(const xcb_key_release_event_t& event) { _down.reset(event.detail); }
+
+void Keyboard::reset() {
+    _down.reset();
+    if (_compose) xkb_compose_state_reset(_compose.get());
+}
+
+KeyModifiers Keyboard::modifiersOf(std::uint32_t state) {
+    return {.hasShift = (state & XCB_MOD_MASK_SHIFT) != 0,
+            .hasControl = (state & XCB_MOD_MASK_CONTROL) != 0,
+            .hasOption = (state & XCB_MOD_MASK_1) != 0,
+            .hasCommand = (state & XCB_MOD_MASK_4) != 0};
+}
+
+}  // namespace vellumix::x11

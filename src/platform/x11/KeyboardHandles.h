@@ -1,0 +1,19 @@
+#pragma once
+
+#include <xkbcommon/xkbcommon-compose.h>
+#include <xkbcommon/xkbcommon.h>
+
+#include <memory>
+
+#include "platform/foundation/HandleDeleter.h"
+
+/// The handles of xkbcommon that this folder owns, one a line.
+namespace vellumix::x11::xkb {
+
+using Context = std::unique_ptr<xkb_context, HandleDeleter<xkb_context_unref>>;
+using Keymap = std::unique_ptr<xkb_keymap, HandleDeleter<xkb_keymap_unref>>;
+using State = std::unique_ptr<xkb_state, HandleDeleter<xkb_state_unref>>;
+using ComposeTable = std::unique_ptr<xkb_compose_table, HandleDeleter<xkb_compose_table_unref>>;
+using ComposeState = std::unique_ptr<xkb_compose_state, HandleDeleter<xkb_compose_state_unref>>;
+
+}  // namespace vellumix::x11::xkb

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "platform/x11/WindowPixels.h"
+#include "platform/x11/WindowServer.h"
+
+namespace vellumix::x11 {
+
+/// A window on the display. Panels, menus and tool tips are placed past the window manager
+/// (override-redirect); alerts and titled windows are given to it. A window is mapped with its content, so
+/// one that nothing was drawn for waits for its first drawing.
+class ScreenWindow final : public NSWindow, private KeyTarget {
+public:
+    ScreenWindow(WindowServer& server, const Options& options);
+    ~ScreenWindow() override;
+    ScreenWindow(const ScreenWindow&) = delete;
+    ScreenWindow& operator=(const ScreenWindow&) = delete;
+
+    void setDelegate(NSWindowDelegate* delegate) override { _delegate = delegate; }
+    Rect frame() const override { return _frame; }
+    void setFrame(const Rect& frame) override;
+    std::optional<NSScreen> screen() const override { return _server._screens.mostOf(_frame); }
+    double backingScaleFactor() const override { return _server._screens.scale(); }
+    Insets shadowInsets() const override;
+    bool isTranslucent() const override;
+    void setCornerRadius(double radius) override;
+    double alphaValue() const override { return _alpha; }
+    void setAlphaValue(double alpha) override;
+    bool isVisible() const override { return _isVisible; }
+    void orderFrontRegardless() override;
+    void orderOut() override;
+    void makeKeyWindow() override;
+    bool isKeyWindow() const override { return _server._keys.key() == this; }
+    void setCursor(Cursor cursor) override;
+    void setTextInput(std::optional<Rect>) override {}
+    PixelBuffer beginDrawing() override;
+    void endDrawing() override;
+
+    NSWindowDelegate* delegate() const { return _delegate; }
+    xcb_window_t id() const { return _id; }
+    /// The child of the root that a window manager has put the window into; the window itself without one.
+    xcb_window_t frameWindow() const { return _frameWindow; }
+    /// The scale, the compositor or the monitors are others now.
+    void surroundingsChanged();
+
+private:
+    /// In pixels of the root, with the room for the shadow.
+    struct Area {
+        int x = 0;
+        int y = 0;
+        int width = 1;
+        int height = 1;
+    };
+
+    bool isGrabbing() const override { return isFloating(); }
+    void keyStateChanges(bool isKey) override;
+    void keyTyped(const KeyEvent& event) override;
+
+    bool isFloating() const { return _kind != Kind::alert && _kind != Kind::titled; }
+    Area area() const;
+    void place();
+    void cutShape();
+    void showAlpha();
+    void showNow();
+    void mapWithContent();
+    void unmap();
+    void activate();
+    void handle(const xcb_generic_event_t& event);
+    void focusChanged(const xcb_focus_in_event_t& event);
+    void configured(const xcb_configure_notify_event_t& event, bool isSynthetic);
+    void findFrameWindow();
+    void answerMessage(const xcb_client_message_event_t& message);
+    /// On a later turn of the loop, if both are still there.
+    void tellLater(std::function<void(NSWindowDelegate&)> what);
+    void tellFrame(const Rect& before);
+
+    WindowServer& _server;
+    Connection& _connection;
+    Kind _kind;
+    WindowServer::Format _format;
+    xcb_window_t _id;
+    xcb_window_t _frameWindow;
+    xcb_gcontext_t _context;
+    WindowPixels _pixels;
+    NSWindowDelegate* _delegate = nullptr;
+    Rect _frame;
+    double _alpha = 1;
+    double _cornerRadius = 0;
+    Cursor _cursor = Cursor::arrow;
+    bool _isVisible = false;
+    bool _isMapped = false;
+    bool _isViewable = false;
+    bool _wantsActivation = false;
+    std::unique_ptr<NSTimer> _release;
+    Observation _events;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include "platform/foundation/ObserverList.h"
+#include "platform/x11/Connection.h"
+#include "platform/x11/Window.h"
+
+namespace vellumix::x11 {
+
+/// Who has a manager selection (ICCCM 2.0 section 2.8), by which a desktop's services announce themselves.
+class SelectionWatch {
+public:
+    SelectionWatch(Connection& connection, const std::string& name);
+    SelectionWatch(const SelectionWatch&) = delete;
+    SelectionWatch& operator=(const SelectionWatch&) = delete;
+
+    /// None where the service doesn't run.
+    xcb_window_t owner() const { return _owner; }
+    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+
+private:
+    void read();
+
+    Connection& _connection;
+    Window _window;
+    xcb_atom_t _selection;
+    xcb_window_t _owner = XCB_WINDOW_NONE;
+    ObserverList<> _observers;
+    Observation _events;
+};
+
+}  // namespace vellumix::x11

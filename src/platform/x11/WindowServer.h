@@ -1,0 +1,83 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "platform/desktop/Window.h"
+#include "platform/x11/DesktopSettings.h"
+#include "platform/x11/KeyFocus.h"
+#include "platform/x11/Pointer.h"
+#include "platform/x11/Screens.h"
+#include "platform/x11/SelectionWatch.h"
+
+struct xcb_cursor_context_t;
+
+namespace vellumix::x11 {
+
+class ScreenWindow;
+
+/// The windows and monitors of an X11 display. Main thread.
+class WindowServer final : public vellumix::WindowServer {
+public:
+    /// What the pixels of a window are on the display.
+    struct Format {
+        std::uint8_t depth = 0;
+        xcb_visualid_t visual = 0;
+        /// None for that of the root.
+        xcb_colormap_t colormap = XCB_NONE;
+    };
+
+    explicit WindowServer(Connection& connection);
+    ~WindowServer() override;
+    WindowServer(const WindowServer&) = delete;
+    WindowServer& operator=(const WindowServer&) = delete;
+
+    std::unique_ptr<NSWindow> makeWindow(const NSWindow::Options& options) override;
+    std::vector<NSScreen> screens() const override { return _screens.all(); }
+    std::optional<NSScreen> mainScreen() const override;
+    Point mouseLocation() const override;
+    Observation observeScreenParameters(std::function<void()> observer) override {
+        return _screens.observe(std::move(observer));
+    }
+    Observation observeActiveSpace(std::function<void()> observer) override {
+        return _spaceObservers.add(std::move(observer));
+    }
+    Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override {
+        return _pointer.observePressElsewhere(std::move(handler));
+    }
+
+    /// What the desktop says of fonts and icons.
+    const DesktopSettings& settings() const { return _settings.settings(); }
+
+private:
+    friend class ScreenWindow;
+
+    Format formatWithAlpha() const;
+    bool hasCompositor() const { return _compositor.owner() != XCB_WINDOW_NONE; }
+    bool hasWindowManager() const;
+    xcb_window_t activeWindow() const;
+    /// Owned by the server.
+    xcb_cursor_t cursor(Cursor cursor);
+    void redrawAll();
+
+    Connection& _connection;
+    const xcb_screen_t& _screen;
+    int _screenNumber;
+    Format _plain;
+    Format _alpha;
+    SettingsReader _settings;
+    Screens _screens;
+    SelectionWatch _compositor;
+    KeyFocus _keys;
+    Pointer _pointer;
+    std::map<xcb_window_t, ScreenWindow*> _windows;
+    xcb_cursor_context_t* _cursorContext = nullptr;
+    std::map<Cursor, xcb_cursor_t> _cursors;
+    ObserverList<> _spaceObservers;
+    Observation _compositorEvents;
+    Observation _screenEvents;
+    std::optional<Observation> _rootEvents;
+};
+
+}  // namespace vellumix::x11

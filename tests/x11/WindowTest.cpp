@@ -1,0 +1,173 @@
+// What only a real display shows of our windows.
+
+#include <gtest/gtest.h>
+#include <linux/input-event-codes.h>
+
+#include "platform/x11/WindowServer.h"
+#include "platform/x11/Workspace.h"
+#include "support/WindowLog.h"
+#include "x11/Peer.h"
+#include "x11/Person.h"
+#include "x11/PrivateDisplay.h"
+#include "x11/Program.h"
+
+namespace vellumix::tests {
+
+class WindowTest : public testing::Test {
+protected:
+    WindowTest() : connection(x11::Connection::open(runLoop, error)) {
+        if (connection) server = std::make_unique<x11::WindowServer>(*connection);
+    }
+    void SetUp() override { ASSERT_TRUE(connection) << error; }
+
+    bool wait(const std::function<bool()>& condition, double seconds = 5) {
+        return waitUntil(runLoop, condition, seconds);
+    }
+    std::unique_ptr<NSWindow> make(NSWindow::Kind kind) {
+        return server->makeWindow({.kind = kind, .frame = {{100, 100}, {200, 150}}});
+    }
+
+    PrivateDisplay display;
+    linux_desktop::GLibRunLoop runLoop;
+    std::string error;
+    std::unique_ptr<x11::Connection> connection;
+    std::unique_ptr<x11::WindowServer> server;
+    Person person;
+};
+
+TEST_F(WindowTest, WhatIsDrawnIsOnTheScreenWithRoundCornersAndNothingAtAlphaNought) {
+    const auto panel = make(NSWindow::Kind::panel);
+    panel->setCornerRadius(12);
+    WindowLog log(*panel, 0xFF336699);
+    const auto background = person.colourAt({102, 102});
+    panel->orderFrontRegardless();
+    ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0x336699; }));
+    EXPECT_EQ(person.colourAt({101, 101}), background) << "the corner is cut";
+    for (const auto colour : {0xFFAA0000U, 0xFF00AA00U, 0xFF0000AAU, 0xFFAAAAAAU}) {
+        log.colour = colour;
+        log.draw();
+    }
+    ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0xAAAAAA; }));
+
+    panel->setAlphaValue(0);
+    ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == background; }));
+    panel->setAlphaValue(0.5);
+    ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0xAAAAAA; }));
+
+    // Another window comes over it and goes: nobody but this program has its content.
+    {
+        const auto menu = make(NSWindow::Kind::menu);
+        WindowLog menuLog(*menu, 0xFF111111);
+        menu->orderFrontRegardless();
+        ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0x111111; }));
+    }
+    ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0xAAAAAA; }));
+}
+
+TEST_F(WindowTest, ClicksAreCountedAndTheWheelScrolls) {
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0x336699; }));
+    person.moveTo({150, 150});
+    person.click();
+    person.click();
+    person.moveTo({180, 150});
+    person.click();
+    ASSERT_TRUE(wait([&] { return log.presses.size() == 3; }));
+    EXPECT_EQ(log.presses[0].clickCount, 1);
+    EXPECT_EQ(log.presses[1].clickCount, 2);
+    EXPECT_EQ(log.presses[2].clickCount, 1);
+    person.click(5);
+    ASSERT_TRUE(wait([&] { return log.scrolledDown == -40; }));
+}
+
+TEST_F(WindowTest, KeysTypeWithDeadKeysOfTheLayoutAndShortcutsTypeNothing) {
+    ASSERT_TRUE(Program(runLoop, {"setxkbmap", "-layout", "us", "-variant", "intl"}).waitForEnd());
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    panel->makeKeyWindow();
+    ASSERT_TRUE(wait([&] { return log.keyStates == "+"; }));
+    person.typeKey(KEY_APOSTROPHE);
+    person.typeKey(KEY_E);
+    person.press(KEY_LEFTCTRL);
+    person.typeKey(KEY_A);
+    person.release(KEY_LEFTCTRL);
+    person.press(KEY_LEFTSHIFT);
+    person.typeKey(KEY_TAB);
+    person.release(KEY_LEFTSHIFT);
+    person.typeKey(KEY_KPENTER);
+    ASSERT_TRUE(wait([&] { return log.keys.size() == 4; }));
+    EXPECT_EQ(log.keys[0].text, "\u00E9");
+    EXPECT_EQ(log.keys[0].character, "e");
+    EXPECT_EQ(log.keys[1].text, "");
+    EXPECT_EQ(log.keys[1].character, "a");
+    EXPECT_TRUE(log.keys[1].modifiers.hasControl);
+    EXPECT_EQ(log.keys[2].key, Key::tab);
+    EXPECT_TRUE(log.keys[2].modifiers.hasShift);
+    EXPECT_EQ(log.keys[3].key, Key::enter);
+}
+
+TEST_F(WindowTest, TheScaleFollowsTheDisplaysResources) {
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    int changes = 0;
+    const auto changed = server->observeScreenParameters([&] { ++changes; });
+    person.setRootText(XCB_ATOM_RESOURCE_MANAGER, "Xcursor.size:\t24\nXft.dpi:\t192\n");
+    ASSERT_TRUE(wait([&] { return changes == 1; }));
+    EXPECT_EQ(panel->backingScaleFactor(), 2);
+    EXPECT_EQ(server->screens().front().frame.size, (Size{320, 240}));
+    ASSERT_TRUE(wait([&] { return person.colourAt({590, 390}) == 0x336699; })) << "redrawn at twice the size";
+}
+
+TEST_F(WindowTest, TheFrontApplicationStaysWhileThePanelHasTheKeys) {
+    x11::Workspace workspace(*connection);
+    Program manager(runLoop, {"openbox", "--sm-disable"});
+    Peer peer(runLoop);
+    ASSERT_TRUE(wait([&] { return peer.hasRootProperty("_NET_NUMBER_OF_DESKTOPS"); }, 20));
+    const Program terminal(runLoop, {"xterm", "-e", "cat"});
+    ASSERT_TRUE(wait([&] { return workspace.frontmostApplication().has_value(); }, 20));
+    const auto process = workspace.frontmostApplication()->processIdentifier;
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    panel->makeKeyWindow();
+    ASSERT_TRUE(wait([&] { return log.keyStates == "+"; }));
+    person.typeKey(KEY_A);
+    ASSERT_TRUE(wait([&] { return log.keys.size() == 1; }));
+    EXPECT_EQ(workspace.frontmostApplication()->processIdentifier, process);
+
+    // An alert is the active window for as long as it is there, and its frame can close it.
+    {
+        const auto alert = make(NSWindow::Kind::alert);
+        WindowLog alertLog(*alert);
+        alert->orderFrontRegardless();
+        alert->makeKeyWindow();
+        ASSERT_TRUE(wait([&] { return alertLog.keyStates == "+" && log.keyStates == "+-"; }));
+        person.typeKey(KEY_B);
+        ASSERT_TRUE(wait([&] { return alertLog.keys.size() == 1; }));
+        EXPECT_EQ(alert->frame().size, (Size{200, 150}));
+    }
+    ASSERT_TRUE(wait([&] { return log.keyStates == "+-+"; }));
+    manager.kill();
+    person.typeKey(KEY_C);
+    ASSERT_TRUE(wait([&] { return log.keys.size() == 2; }));
+}
+
+TEST(DesktopSettingsTest, FontNamesLoseTheirSizeAndMalformedSettingsAreDropped) {
+    EXPECT_EQ(x11::familyOfFontName("Noto Sans Semi-Bold Italic 10.5"), "Noto Sans");
+    EXPECT_EQ(x11::familyOfFontName("Cantarell, 11"), "Cantarell");
+    EXPECT_EQ(x11::familyOfFontName("11"), std::nullopt);
+    // One text setting, little-endian: its value claims to be longer than the property.
+    std::string value("\0\0\0\0\0\0\0\0\1\0\0\0\1\0\14\0Gtk/FontName\0\0\0\0\7\0\0\0Inter 9\0", 44);
+    const auto read = [&] {
+        return x11::settingsOfProperty({reinterpret_cast<const std::uint8_t*>(value.data()), value.size()});
+    };
+    EXPECT_EQ(read().fontFamily, "Inter");
+    value[32] = '\x7F';
+    EXPECT_EQ(read().fontFamily, std::nullopt);
+}
+
+}  // namespace vellumix::tests

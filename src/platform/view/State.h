@@ -69,6 +69,8 @@ class State {
 public:
     State(T initial = T{}) : _initial(std::move(initial)) {}
     State(const State& other) : _initial(other._initial), _slot((other.attach(), other._slot)) {}
+    // A view's struct that moves finds its slot as a copy of it does.
+    // NOLINTNEXTLINE(performance-move-constructor-init)
     State(State&& other) noexcept : State(std::as_const(other)) {}
     State& operator=(const State&) = delete;
     ~State() = default;

@@ -90,6 +90,7 @@ View ShareActionButton::body() const {
 View TransformMenuButton::body() const {
     const auto items = [action = action] {
         std::vector<MenuItem> all;
+        all.reserve(allTextTransforms.size());
         for (const auto transform : allTextTransforms) {
             all.push_back({.title = title(transform),
                            .symbol = std::string(icon(transform)),
@@ -104,8 +105,10 @@ View TransformMenuButton::body() const {
 std::vector<MenuItem> SharingServiceButton::Coordinator::showPicker() const {
     auto items = shareItems();
     if (items.empty()) return {};
+    const auto offered = platform::current().sharing.servicesFor(items);
     std::vector<MenuItem> services;
-    for (const auto service : platform::current().sharing.servicesFor(items)) {
+    services.reserve(offered.size());
+    for (const auto service : offered) {
         services.push_back({.title = titleOf(service), .action = [service, items] {
                                 platform::current().sharing.perform(service, items);
                             }});

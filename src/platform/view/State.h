@@ -69,7 +69,7 @@ class State {
 public:
     State(T initial = T{}) : _initial(std::move(initial)) {}
     State(const State& other) : _initial(other._initial), _slot((other.attach(), other._slot)) {}
-    // The one that is moved from is attached too, and lives on as a handle to the same value.
+    // A view's struct that moves finds its slot as a copy of it does.
     // NOLINTNEXTLINE(performance-move-constructor-init)
     State(State&& other) noexcept : State(std::as_const(other)) {}
     State& operator=(const State&) = delete;

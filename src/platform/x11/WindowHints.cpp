@@ -44,8 +44,8 @@ void describeWindow(Connection& connection, xcb_window_t window, const NSWindow:
     const auto& atoms = connection.atoms();
     const std::uint32_t type[] = {typeOf(atoms, options.kind)};
     setNumbers(connection, window, atoms.windowType, XCB_ATOM_ATOM, type);
-    constexpr std::string_view names("vellumix\0Vellumix", 18);
-    setText(connection, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, names);
+    constexpr char names[] = "vellumix\0Vellumix";
+    setText(connection, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, {names, sizeof names});
     std::array<char, 256> host{};
     if (gethostname(host.data(), host.size() - 1) == 0) {
         setText(connection, window, XCB_ATOM_WM_CLIENT_MACHINE, XCB_ATOM_STRING, host.data());

@@ -18,8 +18,16 @@ constexpr double side = 44;
 constexpr double iconSide = 28;
 /// In pixels; for up to twice the density of points.
 constexpr int iconPixels = 56;
-/// In pixels; for the height of the large picture at twice the density of points.
+/// Each for twice the density of points.
+constexpr ImageDecoder::PixelSize thumbnailBox{88, 88};
 constexpr ImageDecoder::PixelSize pictureBox{400, 400};
+
+Picture pictureIn(const ClipboardItem& item, ImageDecoder::PixelSize box) {
+    if (item.locked || !item._imageData) return {};
+    const auto known =
+        ThumbnailCache::shared().thumbnail(item.id, box, [data = item._imageData] { return data; });
+    return {known.bitmap, known.imageSize};
+}
 
 View boxed(const View& content) {
     return content.frame(side, side).background(RoundedRectangle(6), ThemeManager::shared().cardFillColor());
@@ -44,7 +52,7 @@ View thumbnailOf(const ClipboardItem& item) {
         if (const auto url = item.fileURL()) return FileIconBox{*url};
     }
     if (item.kind == ClipboardItem::Kind::image) {
-        if (const auto picture = pictureOf(item); picture.bitmap) {
+        if (const auto picture = pictureIn(item, thumbnailBox); picture.bitmap) {
             return Image(picture.bitmap, Image::Scaling::fill).frame(side, side).clip(RoundedRectangle(6));
         }
     }
@@ -52,21 +60,10 @@ View thumbnailOf(const ClipboardItem& item) {
     return boxedSymbol(symbolOf(item.kind), isLink ? theme.accentColor() : theme.secondaryTextColor());
 }
 
-Picture pictureOf(const ClipboardItem& item) {
-    if (item.locked || !item._imageData) return {};
-    auto& decoder = platform::current().imageDecoder;
-    auto& known = ThumbnailCache::shared().cache;
-    const auto key = item.id.uuidString();
-    auto bitmap = known.objectForKey(key);
-    if (!bitmap) {
-        bitmap = decoder.decode(*item._imageData, pictureBox);
-        if (bitmap) known.setObject(bitmap, key, bitmap->pixels.size());
-    }
-    return {bitmap, decoder.sizeOf(*item._imageData)};
-}
+Picture pictureOf(const ClipboardItem& item) { return pictureIn(item, pictureBox); }
 
 std::string imageLineOf(const ClipboardItem& item) {
-    const auto size = pictureOf(item).size;
+    const auto size = pictureIn(item, thumbnailBox).size;
     if (!size) return captionOf(ClipboardItem::Kind::image);
     return std::to_string(size->width) + " × " + std::to_string(size->height) + " px";
 }

@@ -20,7 +20,8 @@ struct FileIconBox {
 /// The square at the beginning of a card that says what the entry is. A locked one shows a lock alone.
 view::View thumbnailOf(const ClipboardItem& item);
 
-/// What is known of an entry's image. Never deciphers one.
+/// What is known of an entry's image. Never deciphers one, and decodes none: the first question orders that,
+/// and the view that asked is drawn again when there is an answer.
 struct Picture {
     /// Null as long as it isn't known, and where it can't be decoded.
     std::shared_ptr<const Bitmap> bitmap;

@@ -133,6 +133,7 @@ TEST_F(CardTest, EachKindIsNamedAndOffersWhatItCan) {
     };
     for (const auto& each : cases) {
         auto card = show(each.item);
+        desktop.runLoop.settle();
         EXPECT_TRUE(card.has(Role::listItem, each.label));
         EXPECT_TRUE(card.has(Role::text, each.label));
         EXPECT_EQ(card.has(Role::menuButton, "Transform"), each.transforms) << each.label;

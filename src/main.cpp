@@ -31,6 +31,7 @@
 #include "shell/StatusReport.h"
 #include "views/Gallery.h"
 #include "views/GallerySamples.h"
+#include "views/RootContainerView.h"
 
 using namespace vellumix;
 
@@ -172,6 +173,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::PixbufImages images;
     linux_desktop::PixbufDecoder imageDecoder;
     headless::FileIcons fileIcons;
+    headless::LocalAuthentication authentication;
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
     const platform::Scope scope(Platform{
         .runLoop = runLoop,
@@ -187,6 +189,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .imageDecoder = imageDecoder,
         .fileIcons = fileIcons,
         .sharing = sharing,
+        .authentication = authentication,
         .applicationSupportDirectories =
             paths.dataHome ? std::vector{*paths.dataHome} : std::vector<std::string>(),
         .temporaryDirectory = paths.temporaryFolder,
@@ -196,6 +199,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     });
 
     AppDelegate application;
+    application.setRootView([] { return view::View(RootContainerView{}); });
     const auto terminate = [&] { application.terminate(); };
     const auto signals = runLoop.onTerminationSignal(terminate);
     const auto displayEnd = display->observeEnd([&] {

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/Json.h"
+#include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/RunLoop.h"
 #include "platform/foundation/UserDefaults.h"
 
@@ -13,6 +15,8 @@ namespace {
 
 /// How long the panel has for itself before the front application is made sure of.
 constexpr double reactivationSeconds = 0.05;
+/// From the panel's going to the writing of an entry.
+constexpr double deliverySeconds = 0.05;
 
 /// A pair of numbers as JSON; what is anything else is as if it were absent.
 Size storedPopoverSize() {
@@ -43,6 +47,12 @@ AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
     return *_autoCleanScheduler;
 }
 
+LockCoordinator& AppDelegate::lockCoordinator() {
+    if (!_lockCoordinator)
+        _lockCoordinator = std::make_unique<LockCoordinator>(_store, _authenticationManager);
+    return *_lockCoordinator;
+}
+
 void AppDelegate::setAutoCleanSettings(AutoCleanSettings settings) {
     autoCleanSettings.set(std::move(settings));
     autoCleanSettings->save();
@@ -64,6 +74,16 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
         scheduler.performClean(AutoCleanScheduler::Due::none);
     }
     scheduler.start();
+}
+
+void AppDelegate::pasteAndClose(const ClipboardItem& item) {
+    if (_statusBar) _statusBar->hideImmediately();
+    previousApp.reset();
+    onMainAfter(deliverySeconds, [item] {
+        writeToPasteboard(item);
+        // No desktop gives this program synthetic keys: the entry waits on the pasteboard.
+        NotificationCenter::defaultCenter().post("AutoPasteFailed");
+    });
 }
 
 void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelVisible() ? hidePanel() : showPanel(); }

@@ -13,6 +13,8 @@
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Published.h"
+#include "protection/AuthenticationManager.h"
+#include "protection/LockCoordinator.h"
 #include "shell/AppearanceSettings.h"
 #include "shell/LanguageManager.h"
 #include "shell/StatusBarController.h"
@@ -60,6 +62,12 @@ public:
     void setRootView(std::function<view::View()> maker) { _makeRootView = std::move(maker); }
     view::View rootView() const { return _makeRootView ? _makeRootView() : view::View(); }
 
+    /// Made at its first use.
+    LockCoordinator& lockCoordinator();
+
+    /// Takes the panel away, and a little later puts the entry on the pasteboard, for the application that
+    /// was in front.
+    void pasteAndClose(const ClipboardItem& item);
     /// Hides the panel with a fade, or notes the front application in `previousApp` and shows the panel. What
     /// the hotkey does; nothing before launch.
     void togglePanel();
@@ -78,10 +86,12 @@ public:
 private:
     void setAutoCleanSettings(AutoCleanSettings settings);
 
+    AuthenticationManager _authenticationManager;
     std::function<view::View()> _makeRootView;
     std::unique_ptr<PasteboardWatcher> _watcher;
     std::unique_ptr<StatusBarController> _statusBar;
     std::unique_ptr<AutoCleanScheduler> _autoCleanScheduler;
+    std::unique_ptr<LockCoordinator> _lockCoordinator;
     Lifetime _lifetime;
 };
 

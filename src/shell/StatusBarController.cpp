@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/HistorySearch.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
 #include "platform/foundation/UserDefaults.h"
@@ -112,6 +113,7 @@ void StatusBarController::hide() {
     _floatingPanel->removeClickMonitor();
     _floatingPanel->hostingView().animateAlpha(0, view::Curve::easeIn(hideSeconds), _lifetime.weakly([this] {
         _floatingPanel->hostingView().orderOut();
+        onMain(_lifetime.weakly([this] { panelHasGone(); }));
     }));
 }
 
@@ -119,6 +121,12 @@ void StatusBarController::hideImmediately() {
     if (!isPanelVisible()) return;
     _floatingPanel->removeClickMonitor();
     _floatingPanel->hostingView().orderOut();
+    panelHasGone();
+}
+
+void StatusBarController::panelHasGone() {
+    _application.lockCoordinator().relockAll();
+    HistorySearch::shared().forget();
 }
 
 void StatusBarController::buildPanel() {
@@ -143,8 +151,10 @@ void StatusBarController::buildPanel() {
     };
     _panelObserverTokens.push_back(hosting.observeResize(later([this] { panelChangedFrame(true); })));
     _panelObserverTokens.push_back(hosting.observeMove(later([this] { panelChangedFrame(false); })));
-    _panelObserverTokens.push_back(
-        hosting.observeClose(later([this] { _floatingPanel->removeClickMonitor(); })));
+    _panelObserverTokens.push_back(hosting.observeClose(later([this] {
+        _floatingPanel->removeClickMonitor();
+        panelHasGone();
+    })));
 }
 
 void StatusBarController::panelChangedFrame(bool hasResized) {

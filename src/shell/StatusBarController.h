@@ -48,6 +48,8 @@ private:
     void positionPanel();
     void panelChangedFrame(bool hasResized);
     void persistPanelFrame();
+    /// Nothing that was opened for the panel stays open without it.
+    void panelHasGone();
 
     AppDelegate& _application;
     std::unique_ptr<NSStatusItem> _statusItem;

@@ -98,7 +98,8 @@ View ClipboardCard::content() const {
             const auto picture = isExpanded ? pictureOf(item) : Picture();
             if (!picture.bitmap) return line(imageLineOf(item), theme.secondaryTextColor(), 0);
             // A small image isn't blown up.
-            const double height = std::min(tallestImage, double{1} * picture.bitmap->height);
+            const int wholeHeight = picture.size ? picture.size->height : picture.bitmap->height;
+            const double height = std::min(tallestImage, static_cast<double>(wholeHeight));
             return Image(picture.bitmap).frame({.maximumHeight = height}).clip(RoundedRectangle(4));
         }
         case Kind::all:

@@ -36,7 +36,9 @@ View searchField(const Binding<String>& searchText, const std::optional<Binding<
                ZStack(Alignment::leading(),
                       // What the empty field is for is said by its label.
                       {If(isEmpty, Text(prompt).foreground(theme.mutedTextColor()).lineLimit(1)),
-                       field.foreground(theme.primaryTextColor()).semantics(Role::textField, prompt)})
+                       field.foreground(theme.primaryTextColor())
+                           .focusRing(std::nullopt)
+                           .semantics(Role::textField, prompt)})
                    .font(ThemeManager::smallFont())
                    .fillWidth(Alignment::leading()),
                If(!isEmpty,

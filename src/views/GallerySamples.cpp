@@ -115,6 +115,7 @@ Platform withSamplePictures(const Platform& platform, SampleImageDecoder& images
         .imageDecoder = images,
         .fileIcons = icons,
         .sharing = platform.sharing,
+        .authentication = platform.authentication,
         .applicationSupportDirectories = platform.applicationSupportDirectories,
         .temporaryDirectory = platform.temporaryDirectory,
         .defaultsPath = platform.defaultsPath,

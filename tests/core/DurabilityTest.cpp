@@ -86,6 +86,7 @@ Platform over(headless::Desktop& desktop, FileSystem& files, const std::string& 
         .imageDecoder = platform.imageDecoder,
         .fileIcons = platform.fileIcons,
         .sharing = platform.sharing,
+        .authentication = platform.authentication,
         .applicationSupportDirectories = {folder},
         .temporaryDirectory = folder,
         .defaultsPath = folder + "/settings.plist",

@@ -9,6 +9,7 @@
 #include "platform/desktop/FontFamilies.h"
 #include "platform/desktop/ImageDecoder.h"
 #include "platform/desktop/Keychain.h"
+#include "platform/desktop/LocalAuthentication.h"
 #include "platform/desktop/Pasteboard.h"
 #include "platform/desktop/Sharing.h"
 #include "platform/desktop/StatusItem.h"
@@ -37,6 +38,7 @@ struct Platform {
     ImageDecoder& imageDecoder;
     FileIcons& fileIcons;
     SharingServices& sharing;
+    LocalAuthentication& authentication;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;
     std::string temporaryDirectory;

@@ -82,6 +82,23 @@ public:
     bool hasIcons = true;
 };
 
+/// Answers as a test wants; without an answer the question stays open. Refuses to ask at first.
+class LocalAuthentication final : public vellumix::LocalAuthentication {
+public:
+    std::unique_ptr<LAContext> makeContext() override;
+
+    /// Why it can't ask; absent where it can.
+    std::optional<LAError> refusal = LAError::passcodeNotSet;
+    /// What an open question is answered by, on a later turn of the loop.
+    struct Answer {
+        bool isOwner = false;
+        std::optional<LAError> error;
+    };
+    std::optional<Answer> answer;
+    /// What was asked, in order.
+    std::vector<std::string> reasons;
+};
+
 /// Keeps what was shared.
 class SharingServices final : public vellumix::SharingServices {
 public:
@@ -122,6 +139,7 @@ public:
     ImageDecoder imageDecoder;
     FileIcons fileIcons;
     SharingServices sharing;
+    LocalAuthentication authentication;
 };
 
 }  // namespace vellumix::headless

@@ -1,0 +1,56 @@
+#include "views/RootContainerView.h"
+
+#include "core/Store.h"
+#include "protection/LockCoordinator.h"
+#include "shell/AppDelegate.h"
+#include "shell/LanguageManager.h"
+#include "shell/ThemeManager.h"
+#include "views/ClipboardListView.h"
+#include "views/Looks.h"
+#include "views/SettingsContentView.h"
+
+namespace vellumix {
+
+using namespace view;
+
+namespace {
+
+constexpr auto navigation = Curve::easeInOut(0.2);
+
+ClipboardListView listOf(AppDelegate& application) {
+    return {
+        .onPasteAndClose = [&application](const ClipboardItem& item) { application.pasteAndClose(item); },
+        .onLock = [&application](const ClipboardItem& item) { application.store().setLocked(item, true); },
+        .onUnlock =
+            [&application](const ClipboardItem& item) { application.lockCoordinator().keepUnlocked(item); },
+        .onRequestUnlock =
+            [&application](const ClipboardItem& item, const String& reason,
+                           ClipboardListView::Answer answer) {
+                application.lockCoordinator().requestAccess(item, reason.string(), std::move(answer));
+            },
+    };
+}
+
+}  // namespace
+
+View RootContainerView::body() const {
+    const auto& theme = ThemeManager::shared();
+    const auto& language = LanguageManager::shared();
+    auto& application = **fromEnvironment<AppDelegate*>();
+    const auto onNavigate = [page = currentView.binding()](ViewState target) {
+        withAnimation(navigation, [&] { page.set(target); });
+    };
+    const auto page =
+        currentView.get() == ViewState::clipboard ? View(listOf(application)) : View(SettingsContentView{});
+    const auto identity = std::string(rawValue(theme.currentTheme.get())) + '-' +
+                          std::string(rawValue(language.currentLanguage.get()));
+    const auto stack = VStack(Spacing(0), HeaderView{.currentView = currentView, .onNavigate = onNavigate},
+                              Divider(theme.borderColor()),
+                              ZStack(page.transition(Transition::opacity().with(Transition::scaleFrom(0.98))))
+                                  .frame({.maximumWidth = unbounded, .maximumHeight = unbounded}));
+    return themed(stack.id(identity)
+                      .background(Rectangle(), theme.backgroundColor())
+                      .animation(navigation, currentView));
+}
+
+}  // namespace vellumix

@@ -1,0 +1,192 @@
+#include <gtest/gtest.h>
+
+#include "core/Store.h"
+#include "core/TextTransform.h"
+#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/NotificationCenter.h"
+#include "support/HeadlessTest.h"
+#include "view/TreeUnderTest.h"
+#include "views/ClipboardListView.h"
+
+namespace vellumix {
+namespace {
+
+using namespace view;
+using Kind = ClipboardItem::Kind;
+using Status = AuthenticationManager::Result::Status;
+
+/// The list over a store of its own, worked by keys and pointer; access is answered as a test wants.
+class ListTest : public HeadlessTest {
+protected:
+    void open(const std::vector<std::string>& texts) {
+        for (auto text = texts.rbegin(); text != texts.rend(); ++text) store.add(textItem(*text));
+        const ClipboardListView view{
+            .onPasteAndClose =
+                [this](const ClipboardItem& item) { done += "paste " + item._text->string() + " "; },
+            .onLock = [this](const ClipboardItem& item) { store.setLocked(item, true); },
+            .onUnlock = [this](const ClipboardItem&) { done += "keep "; },
+            .onRequestUnlock =
+                [this](const ClipboardItem&, const String& reason, ClipboardListView::Answer answer) {
+                    reasons.push_back(reason.string());
+                    AuthenticationManager::Result result;
+                    result.status = access;
+                    answer(result);
+                },
+        };
+        list = std::make_unique<TreeUnderTest>(View(view).environment(&store), Surface{{420, 500}});
+    }
+    void pass(double seconds) {
+        desktop.runLoop.advance(seconds);
+        list->frame(seconds);
+        list->frame(0.5);
+    }
+    void type(const std::string& text) {
+        for (const char letter : text) list->press(Key::character, {}, std::string(1, letter));
+    }
+    /// The labels of the cards, the selected one in brackets.
+    std::string cards() {
+        list->frame();
+        std::string all;
+        collect(list->tree->semantics(), all);
+        return all;
+    }
+    /// As soon as what comes or goes has done so.
+    bool shows(std::string_view text) {
+        list->frame();
+        list->frame(0.5);
+        return list->has(Role::text, text);
+    }
+
+    Store store;
+    Status access = Status::success;
+    std::string done;
+    std::vector<std::string> reasons;
+    std::unique_ptr<TreeUnderTest> list;
+
+private:
+    static void collect(const SemanticNode& node, std::string& all) {
+        if (node.role == Role::listItem) {
+            all += node.state.isSelected ? "[" + node.label.string() + "]" : node.label.string();
+            all += ' ';
+        }
+        for (const auto& child : node.children) collect(child, all);
+    }
+};
+
+TEST_F(ListTest, ArrowsReturnSpaceAndDeleteWorkOnTheSelectedEntry) {
+    open({"one", "two", "three"});
+    EXPECT_EQ(cards(), "[one] two three ");
+    EXPECT_TRUE(list->press(Key::up)) << "handled also where it changes nothing";
+    list->press(Key::down);
+    list->press(Key::enter);
+    EXPECT_EQ(done, "paste two ");
+    EXPECT_TRUE(shows("Pasted"));
+    EXPECT_EQ(reasons, std::vector<std::string>{localized("auth.pasteItem")});
+
+    for (int press = 0; press < 4; ++press) list->press(Key::down);
+    EXPECT_EQ(cards(), "one two [three] ") << "no wrapping";
+    list->press(Key::deleteForward);
+    const auto alert = list->tree->alert();
+    ASSERT_TRUE(alert);
+    EXPECT_EQ(store.items()->size(), 3u) << "not before the question is answered";
+    alert->isPresented.set(false);
+    alert->description.buttons.back().action();
+    EXPECT_EQ(cards(), "one [two] ") << "the selection stays within the list";
+    EXPECT_FALSE(list->tree->alert());
+}
+
+TEST_F(ListTest, TypingAnywhereSearchesAndTheArrowsGoOnFromThere) {
+    open({"apple pie", "Pear", "apple JUICE"});
+    type("ap");
+    EXPECT_EQ(cards(), "[apple pie] apple JUICE ");
+    EXPECT_EQ(list->find(Role::textField, localized("action.search")).value, "ap");
+    list->press(Key::down);
+    list->press(Key::space, {}, " ");
+    type("j");
+    EXPECT_EQ(cards(), "") << "a blank belongs to the search once it has begun";
+    EXPECT_TRUE(shows(localized("empty.noResults")));
+    EXPECT_FALSE(list->press(Key::enter)) << "nothing to paste";
+    list->press(Key::backspace);
+    list->press(Key::backspace);
+    list->press(Key::enter);
+    EXPECT_EQ(done, "paste apple JUICE ") << "selected again, as it was";
+    list->click(Role::radioButton, localized("category.link"));
+    EXPECT_EQ(cards(), "");
+}
+
+TEST_F(ListTest, AccessComesBeforeEveryUseOfAnEntry) {
+    struct Case {
+        Status status;
+        const char* toast;
+        double seconds;
+    };
+    const Case cases[] = {{Status::cancelled, "auth.cancelled", 1.5},
+                          {Status::unavailable, "auth.unavailable", 2.5},
+                          {Status::failed, "auth.failed", 2.0}};
+    open({"secret"});
+    store.setLocked(store.items()->front(), true);
+    for (const auto& [status, toast, seconds] : cases) {
+        access = status;
+        list->press(Key::space);
+        list->press(Key::enter);
+        list->click(Role::button, localized("action.unlock"));
+        EXPECT_EQ(done, "");
+        EXPECT_TRUE(shows(localized(toast)));
+        pass(seconds - 0.01);
+        EXPECT_TRUE(shows(localized(toast)));
+        pass(0.02);
+        EXPECT_FALSE(shows(localized(toast)));
+    }
+    EXPECT_EQ(reasons.size(), 9u);
+    access = Status::success;
+    list->click(Role::button, localized("action.unlock"));
+    EXPECT_EQ(done, "keep ");
+}
+
+TEST_F(ListTest, AnEarlierMessageTakesALaterOneWithIt) {
+    open({"x"});
+    list->press(Key::space);
+    pass(1.0);
+    NotificationCenter::defaultCenter().post("EncryptionFailed");
+    EXPECT_TRUE(shows(localized("error.encryption.failed")));
+    pass(0.6);
+    EXPECT_FALSE(shows(localized("error.encryption.failed")));
+}
+
+TEST_F(ListTest, TransformsGoToThePasteboardAndFailuresDoNot) {
+    open({"not json"});
+    const auto choose = [&](TextTransform transform) {
+        std::optional<MenuRequest> menu;
+        list->tree->onMenu([&](MenuRequest request) { menu = std::move(request); });
+        list->click(Role::menuButton, localized("transform.menu"));
+        ASSERT_TRUE(menu);
+        menu->items[static_cast<std::size_t>(transform)].action();
+    };
+    const auto before = desktop.pasteboard.changeCount();
+    choose(TextTransform::jsonFormat);
+    EXPECT_TRUE(shows(localized("transform.failed")));
+    EXPECT_EQ(desktop.pasteboard.changeCount(), before);
+    choose(TextTransform::uppercase);
+    EXPECT_EQ(desktop.pasteboard.stringForType(NSPasteboardTypeString), String("NOT JSON"));
+}
+
+TEST_F(ListTest, NewEntriesComeIntoSightAndTheSelectionStaysInside) {
+    std::vector<std::string> many;
+    for (int at = 0; at < 60; ++at) many.push_back("entry " + std::to_string(at));
+    open(many);
+    for (int press = 0; press < 40; ++press) list->press(Key::down);
+    pass(1);
+    EXPECT_NE(cards().find("[entry 40]"), std::string::npos) << "scrolled to";
+    store.add(textItem("fresh"));
+    pass(1);
+    EXPECT_EQ(cards().find("fresh"), 0u);
+    store.clear();
+    pass(1);
+    EXPECT_TRUE(shows(localized("empty.noItems")));
+    store.add(textItem("again"));
+    pass(1);
+    EXPECT_EQ(cards(), "[again] ");
+}
+
+}  // namespace
+}  // namespace vellumix

@@ -5,6 +5,7 @@
 #include "core/HistorySearch.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/view/Curve.h"
 #include "shell/AppDelegate.h"
@@ -73,7 +74,11 @@ void StatusBarController::showTexts() {
 
 std::vector<StatusMenuEntry> StatusBarController::menu() {
     return {
-        {.title = localized("header.clipboard"), .action = _lifetime.weakly([this] { show(); })},
+        {.title = localized("status.open"), .action = _lifetime.weakly([this] { show(); })},
+        {.title = localized("settings"), .action = _lifetime.weakly([this] {
+             show();
+             NotificationCenter::defaultCenter().post(settingsRequested);
+         })},
         StatusMenuEntry::separator(),
         {.title = localized("quit"), .action = _lifetime.weakly([this] { _application.terminate(); })},
     };

@@ -21,6 +21,9 @@ class AppDelegate;
 /// room of the screen, so that it comes back to a like place on any screen, and always inside.
 class StatusBarController {
 public:
+    /// Posted on the default centre, once the panel is shown, for its content to turn to the settings.
+    static constexpr auto settingsRequested = "SettingsRequested";
+
     /// Restores size and place from the user defaults. `application` must outlive the controller.
     explicit StatusBarController(AppDelegate& application);
 

@@ -66,6 +66,9 @@ std::string statusReport(AppDelegate& application) {
     writer.string(application.store().url().path());
     writer.key("keychain");
     writer.string(platform::current().keychain.description());
+    writer.key("panel");
+    const auto* statusBar = application.statusBar();
+    writer.string(statusBar && statusBar->isPanelVisible() ? "visible" : "hidden");
     std::optional<PasteboardWatcher::Capture> capture;
     std::optional<PasteboardWatcher::Refusal> refusal;
     if (const auto* watcher = application.watcher()) {
@@ -96,6 +99,7 @@ std::string readableStatus(std::string_view json) {
            "Locked:        " + textOf((*status)["locked"]) + "\n" +
            "File:          " + textOf((*status)["file"]) + "\n" +
            "Keychain:      " + textOf((*status)["keychain"]) + "\n" +
+           "Panel:         " + textOf((*status)["panel"]) + "\n" +
            "Last capture:  " + eventText((*status)["lastCapture"], "kind") + "\n" +
            "Last refusal:  " + eventText((*status)["lastRefusal"], "reason") + "\n";
 }

@@ -8,8 +8,8 @@ namespace vellumix {
 class AppDelegate;
 
 /// What the program says about itself: one JSON object with "entries" (kind to count), "pinned", "locked",
-/// "file", "keychain", "lastCapture" ({"date", "kind"} or null) and "lastRefusal" ({"date", "reason"} or
-/// null). Dates are ISO 8601 in UTC. Never content.
+/// "file", "keychain", "panel" ("visible" or "hidden"), "lastCapture" ({"date", "kind"} or null) and
+/// "lastRefusal" ({"date", "reason"} or null). Dates are ISO 8601 in UTC. Never content.
 std::string statusReport(AppDelegate& application);
 
 /// The same in lines for a person; empty when the text is no such object.

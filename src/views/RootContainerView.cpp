@@ -48,9 +48,11 @@ View RootContainerView::body() const {
                               Divider(theme.borderColor()),
                               ZStack(page.transition(Transition::opacity().with(Transition::scaleFrom(0.98))))
                                   .frame({.maximumWidth = unbounded, .maximumHeight = unbounded}));
+    const auto showSettings = [page = currentView.binding()] { page.set(ViewState::settings); };
     return themed(stack.id(identity)
                       .background(Rectangle(), theme.backgroundColor())
-                      .animation(navigation, currentView));
+                      .animation(navigation, currentView)
+                      .onReceive(StatusBarController::settingsRequested, showSettings));
 }
 
 }  // namespace vellumix

@@ -84,6 +84,8 @@ class OneInstance(unittest.TestCase):
             vellumix.until_recorded("text", lambda: applications.copy_with_xclip(desktop, "of the first"))
             second = vellumix.command()
             self.assertEqual(second.returncode, 0, second.stderr)
+            self.assertEqual(vellumix.status()["panel"], "visible")
+            vellumix.command("hide")
             self.assertIsNone(vellumix.process.poll())
             vellumix.until_recorded("text", lambda: applications.copy_with_xclip(desktop, "still of the first"))
 
@@ -99,7 +101,7 @@ class OneInstance(unittest.TestCase):
             vellumix = Vellumix(desktop).start()
             vellumix.until_recorded("link", lambda: applications.copy_with_xclip(desktop, "https://example.org/told"))
             status = vellumix.status()
-            self.assertEqual(set(status), {"entries", "pinned", "locked", "file", "keychain", "lastCapture",
+            self.assertEqual(set(status), {"entries", "pinned", "locked", "file", "keychain", "panel", "lastCapture",
                                            "lastRefusal"})
             self.assertEqual(status["entries"], {"text": 0, "image": 0, "file": 0, "link": 1, "code": 0})
             self.assertEqual((status["pinned"], status["locked"], status["lastRefusal"]), (0, 0, None))

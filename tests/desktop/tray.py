@@ -30,7 +30,7 @@ class StatusItem(unittest.TestCase):
                 wait_for("the panel draws the icon", lambda: self.contrast(desktop) > 140)
                 if pictures := os.environ.get("VELLUMIX_PICTURES"):
                     desktop.picture(Path(pictures) / f"tray-{'dark' if dark else 'light'}.png")
-                self.assertEqual(set(icon.menu()), {"Vellumix", "Sair"})
+                self.assertEqual(set(icon.menu()), {"Abrir", "Configurações", "Sair"})
                 self.assertEqual(icon.choose("Sair").returncode, 0)
                 self.assertEqual(vellumix.exit_code(), 0)
                 wait_for("the icon has gone", lambda: not tray.items())

@@ -38,11 +38,11 @@ TEST_F(StatusBarControllerTest, TheIconIsThereFromLaunchToTheEnd) {
 TEST_F(StatusBarControllerTest, TheMenuSpeaksTheChosenLanguage) {
     AppDelegate application;
     application.applicationDidFinishLaunching(started());
-    EXPECT_EQ(titles(), "Clipboard | - | Quit");
+    EXPECT_EQ(titles(), "Open | Settings | - | Quit");
     application.languageManager().currentLanguage.set(AppLanguage::ptBR);
-    EXPECT_EQ(titles(), "Área de transferência | - | Sair");
+    EXPECT_EQ(titles(), "Abrir | Configurações | - | Sair");
     application.languageManager().currentLanguage.set(AppLanguage::es);
-    EXPECT_EQ(titles(), "Portapapeles | - | Salir");
+    EXPECT_EQ(titles(), "Abrir | Configuración | - | Salir");
 }
 
 TEST_F(StatusBarControllerTest, QuitEndsTheMainLoop) {

@@ -20,6 +20,10 @@ bool startDetached(const std::vector<std::string>& arguments) {
     const posix::SpawnActions actions;
     posix_spawnattr_setflags(attributes.get(), POSIX_SPAWN_SETSID);
     posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    for (const int output : {STDOUT_FILENO, STDERR_FILENO}) {
+        if (isatty(output)) continue;
+        posix_spawn_file_actions_addopen(actions.get(), output, "/dev/null", O_WRONLY, 0);
+    }
     pid_t child = 0;
     return posix_spawn(&child, program, actions.get(), attributes.get(), pointers.data(), environ) == 0;
 }

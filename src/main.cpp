@@ -152,6 +152,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
 
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder);
+    headless::LocalAuthentication authentication;
     linux_desktop::PixbufImages images;
     headless::Alerts alerts;
     headless::ImageDecoder imageDecoder;
@@ -164,6 +165,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .pasteboard = display->pasteboard(),
         .workspace = display->workspace(),
         .keychain = keychain,
+        .authentication = authentication,
         .images = images,
         .alerts = alerts,
         .statusBar = display->statusBar(),

@@ -43,6 +43,13 @@ AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
     return *_autoCleanScheduler;
 }
 
+LockCoordinator& AppDelegate::lockCoordinator() {
+    if (!_lockCoordinator) {
+        _lockCoordinator = std::make_unique<LockCoordinator>(_store, _authenticationManager);
+    }
+    return *_lockCoordinator;
+}
+
 void AppDelegate::setAutoCleanSettings(AutoCleanSettings settings) {
     autoCleanSettings.set(std::move(settings));
     autoCleanSettings->save();

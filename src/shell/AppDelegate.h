@@ -13,6 +13,8 @@
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Published.h"
+#include "protection/AuthenticationManager.h"
+#include "protection/LockCoordinator.h"
 #include "shell/AppearanceSettings.h"
 #include "shell/LanguageManager.h"
 #include "shell/StatusBarController.h"
@@ -28,6 +30,7 @@ class AppDelegate {
     Store _store;
     ThemeManager& _themeManager = ThemeManager::shared();
     LanguageManager& _languageManager = LanguageManager::shared();
+    AuthenticationManager _authenticationManager;
 
 public:
     /// How the process was started.
@@ -50,11 +53,13 @@ public:
     Store& store() { return _store; }
     ThemeManager& themeManager() { return _themeManager; }
     LanguageManager& languageManager() { return _languageManager; }
+    AuthenticationManager& authenticationManager() { return _authenticationManager; }
     /// Absent until launch.
     PasteboardWatcher* watcher() { return _watcher.get(); }
     /// Absent until launch.
     StatusBarController* statusBar() { return _statusBar.get(); }
     AutoCleanScheduler& autoCleanScheduler();
+    LockCoordinator& lockCoordinator();
 
     /// Makes the root view of the panel when the panel is built. Empty without a maker.
     void setRootView(std::function<view::View()> maker) { _makeRootView = std::move(maker); }
@@ -82,6 +87,7 @@ private:
     std::unique_ptr<PasteboardWatcher> _watcher;
     std::unique_ptr<StatusBarController> _statusBar;
     std::unique_ptr<AutoCleanScheduler> _autoCleanScheduler;
+    std::unique_ptr<LockCoordinator> _lockCoordinator;
     Lifetime _lifetime;
 };
 

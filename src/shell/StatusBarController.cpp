@@ -112,6 +112,7 @@ void StatusBarController::hide() {
     _floatingPanel->removeClickMonitor();
     _floatingPanel->hostingView().animateAlpha(0, view::Curve::easeIn(hideSeconds), _lifetime.weakly([this] {
         _floatingPanel->hostingView().orderOut();
+        onMain(_lifetime.weakly([this] { _application.lockCoordinator().relockAll(); }));
     }));
 }
 
@@ -119,6 +120,7 @@ void StatusBarController::hideImmediately() {
     if (!isPanelVisible()) return;
     _floatingPanel->removeClickMonitor();
     _floatingPanel->hostingView().orderOut();
+    _application.lockCoordinator().relockAll();
 }
 
 void StatusBarController::buildPanel() {
@@ -143,8 +145,10 @@ void StatusBarController::buildPanel() {
     };
     _panelObserverTokens.push_back(hosting.observeResize(later([this] { panelChangedFrame(true); })));
     _panelObserverTokens.push_back(hosting.observeMove(later([this] { panelChangedFrame(false); })));
-    _panelObserverTokens.push_back(
-        hosting.observeClose(later([this] { _floatingPanel->removeClickMonitor(); })));
+    _panelObserverTokens.push_back(hosting.observeClose(later([this] {
+        _floatingPanel->removeClickMonitor();
+        _application.lockCoordinator().relockAll();
+    })));
 }
 
 void StatusBarController::panelChangedFrame(bool hasResized) {

@@ -76,6 +76,7 @@ Platform over(headless::Desktop& desktop, FileSystem& files, const std::string& 
         .pasteboard = platform.pasteboard,
         .workspace = platform.workspace,
         .keychain = platform.keychain,
+        .authentication = platform.authentication,
         .images = platform.images,
         .alerts = platform.alerts,
         .statusBar = platform.statusBar,

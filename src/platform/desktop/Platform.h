@@ -9,6 +9,7 @@
 #include "platform/desktop/FontFamilies.h"
 #include "platform/desktop/ImageDecoder.h"
 #include "platform/desktop/Keychain.h"
+#include "platform/desktop/LocalAuthentication.h"
 #include "platform/desktop/Pasteboard.h"
 #include "platform/desktop/Sharing.h"
 #include "platform/desktop/StatusItem.h"
@@ -30,6 +31,7 @@ struct Platform {
     NSPasteboard& pasteboard;
     NSWorkspace& workspace;
     Keychain& keychain;
+    LocalAuthentication& authentication;
     NSBitmapImageRep& images;
     Alerts& alerts;
     NSStatusBar& statusBar;

@@ -100,6 +100,7 @@ Platform Desktop::platform() {
         .pasteboard = pasteboard,
         .workspace = workspace,
         .keychain = keychain,
+        .authentication = authentication,
         .images = images,
         .alerts = alerts,
         .statusBar = statusBar,

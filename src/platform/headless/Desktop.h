@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/desktop/Platform.h"
+#include "platform/headless/LocalAuthentication.h"
 #include "platform/headless/MemoryFileSystem.h"
 #include "platform/headless/Pasteboard.h"
 #include "platform/headless/StatusBar.h"
@@ -115,6 +116,7 @@ public:
     Pasteboard pasteboard;
     Workspace workspace;
     Keychain keychain;
+    LocalAuthentication authentication;
     Images images;
     Alerts alerts;
     StatusBar statusBar;

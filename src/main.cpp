@@ -12,6 +12,7 @@
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/HardenProcess.h"
 #include "platform/linux/InstanceLock.h"
+#include "platform/linux/PamAuthentication.h"
 #include "platform/linux/Paths.h"
 #include "platform/linux/PixbufDecoder.h"
 #include "platform/linux/PixbufImages.h"
@@ -31,6 +32,7 @@
 #include "shell/StatusReport.h"
 #include "views/Gallery.h"
 #include "views/GallerySamples.h"
+#include "views/PasswordPrompt.h"
 #include "views/RootContainerView.h"
 
 using namespace vellumix;
@@ -105,6 +107,33 @@ private:
     view::ModalAlerts _alerts;
 };
 
+/// The question of the password service in a window of the program's.
+class PromptWindow final : public linux_desktop::AuthenticationPrompt {
+public:
+    explicit PromptWindow(Setting setting)
+        : _prompt({.reason = std::move(setting.reason),
+                   .cancelTitle = std::move(setting.cancelTitle),
+                   .confirmTitle = std::move(setting.confirmTitle),
+                   .onCancel = std::move(setting.onCancel)}) {}
+    void ask(const std::string& question, Echo echo, Answer answer) override {
+        _prompt.ask(question, echo == Echo::off, std::move(answer));
+    }
+    void show(const std::string& message, Importance importance) override {
+        _prompt.show(message, importance == Importance::error);
+    }
+
+private:
+    PasswordPrompt _prompt;
+};
+
+/// None where nobody sees a window.
+linux_desktop::AuthenticationPromptMaker promptMaker(CommandLine::PlatformChoice choice) {
+    if (choice == CommandLine::PlatformChoice::headless) return nullptr;
+    return [](linux_desktop::AuthenticationPrompt::Setting setting) {
+        return std::make_unique<PromptWindow>(std::move(setting));
+    };
+}
+
 std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice,
                                      linux_desktop::GLibRunLoop& runLoop) {
     if (choice == CommandLine::PlatformChoice::headless) return std::make_unique<HeadlessDisplay>(runLoop);
@@ -170,10 +199,10 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
 
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder);
+    linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
     linux_desktop::PixbufImages images;
     linux_desktop::PixbufDecoder imageDecoder;
     headless::FileIcons fileIcons;
-    headless::LocalAuthentication authentication;
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
     const platform::Scope scope(Platform{
         .runLoop = runLoop,
@@ -182,6 +211,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .pasteboard = display->pasteboard(),
         .workspace = display->workspace(),
         .keychain = keychain,
+        .authentication = authentication,
         .images = images,
         .alerts = display->alerts(),
         .statusBar = display->statusBar(),
@@ -189,7 +219,6 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .imageDecoder = imageDecoder,
         .fileIcons = fileIcons,
         .sharing = sharing,
-        .authentication = authentication,
         .applicationSupportDirectories =
             paths.dataHome ? std::vector{*paths.dataHome} : std::vector<std::string>(),
         .temporaryDirectory = paths.temporaryFolder,

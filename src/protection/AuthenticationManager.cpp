@@ -5,6 +5,7 @@
 
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/RunLoop.h"
 
 namespace vellumix {
 
@@ -12,28 +13,39 @@ namespace {
 
 using Status = AuthenticationManager::Result::Status;
 
-bool isCancel(const std::optional<LAError>& error) {
-    return error == LAError::userCancel || error == LAError::systemCancel || error == LAError::appCancel;
+Status statusOf(bool isSuccess, const std::optional<LAError>& error) {
+    if (isSuccess) return Status::success;
+    if (!error || error->domain != LAError::localAuthenticationDomain) return Status::failed;
+    switch (error->code) {
+        case LAError::userCancel:
+        case LAError::systemCancel:
+        case LAError::appCancel:
+            return Status::cancelled;
+        default:
+            return Status::failed;
+    }
 }
 
 }  // namespace
 
-void AuthenticationManager::authenticate(const std::string& reason, Reply reply) {
+void AuthenticationManager::authenticate(const std::string& reason, Completion completion) {
     const std::shared_ptr<LAContext> context = platform::current().authentication.makeContext();
     context->localizedCancelTitle = localized("cancel");
     context->localizedFallbackTitle = localized("auth.enterPassword");
-    if (const auto error = context->canEvaluatePolicy()) {
-        reply({Status::unavailable, error});
+    std::optional<LAError> refusal;
+    if (!context->canEvaluatePolicy(LAPolicy::deviceOwnerAuthentication, refusal)) {
+        completion({Status::unavailable, std::move(refusal)});
         return;
     }
-    // The reply holds the context, which lives as long as the question.
-    context->evaluatePolicy(reason, [context, reply = std::move(reply)](bool isOwner, auto error) {
-        if (isOwner) {
-            reply({Status::success, std::nullopt});
-        } else {
-            reply({isCancel(error) ? Status::cancelled : Status::failed, error});
-        }
-    });
+    context->evaluatePolicy(
+        LAPolicy::deviceOwnerAuthentication, reason,
+        [context, loop = &RunLoop::main(), completion = std::move(completion)](bool isSuccess,
+                                                                               std::optional<LAError> error) {
+            // The context goes with the closure, on the main thread.
+            loop->post([context, completion, isSuccess, error = std::move(error)] {
+                completion({statusOf(isSuccess, error), isSuccess ? std::nullopt : error});
+            });
+        });
 }
 
 }  // namespace vellumix

@@ -8,29 +8,30 @@
 
 namespace vellumix {
 
-/// Asks the person at the machine to prove that they own it. Remembers nothing between calls. Main thread
-/// only.
+/// Asks the person at the machine to prove that they own it. Remembers nothing between calls, and neither
+/// queues nor merges them: two calls are two prompts. Main thread only.
 class AuthenticationManager {
 public:
     struct Result {
         enum class Status {
             success,
-            /// The user, the system or the program broke the question off.
+            /// The user, the system or the program broke the prompt off.
             cancelled,
-            /// The machine can't ask at all.
+            /// The machine can't run the check at all; no prompt was shown.
             unavailable,
-            /// The answer was wrong, or what was to be opened is gone.
+            /// The owner was not confirmed, or what was to be checked for has gone.
             failed,
         };
+
         Status status = Status::failed;
-        /// Absent on success; may be absent on failure.
+        /// Absent on success, and where nobody gave one.
         std::optional<LAError> error;
     };
-    using Reply = std::function<void(const Result&)>;
+    using Completion = std::function<void(const Result& result)>;
 
-    /// `reason` is what the question says, already localised. Replies once, inside the call only where
-    /// nothing had to be asked.
-    void authenticate(const std::string& reason, Reply reply);
+    /// The prompt shows `reason`, already localised. Completes once: inside the call where no prompt is
+    /// shown, else in a later turn of the main loop; never when the program ends before the answer.
+    void authenticate(const std::string& reason, Completion completion);
 };
 
 }  // namespace vellumix

@@ -4,38 +4,39 @@
 
 namespace vellumix {
 
+using Result = AuthenticationManager::Result;
+
+LockCoordinator::LockCoordinator(Store& store, AuthenticationManager& authManager)
+    : _store(store), _authManager(authManager) {}
+
 void LockCoordinator::requestAccess(const ClipboardItem& item, const std::string& reason,
-                                    AuthenticationManager::Reply reply) {
-    using Status = AuthenticationManager::Result::Status;
-    const auto present = _store.item(item.id);
-    if (!present || !present->locked) {
-        reply({present ? Status::success : Status::failed, std::nullopt});
-        return;
-    }
-    // The one who asked gets the answer even when the coordinator has gone: then nothing has been unlocked.
-    auto unlock = _lifetime.weakly([this, item] {
-        _store.setLocked(item, false);
-        _temporarilyUnlocked.insert(item.id.uuidString());
-        restartTimer();
-    });
-    _authManager.authenticate(reason, [unlock = std::move(unlock), reply = std::move(reply)](
-                                          const AuthenticationManager::Result& result) mutable {
-        if (result.status == Status::success) unlock();
-        reply(result);
-    });
+                                    AuthenticationManager::Completion completion) {
+    const auto current = _store.item(item.id);
+    if (!current) return completion({Result::Status::failed, std::nullopt});
+    if (!current->locked) return completion({Result::Status::success, std::nullopt});
+    _authManager.authenticate(
+        reason, _lifetime.weakly([this, item, completion = std::move(completion)](const Result& result) {
+            if (result.status == Result::Status::success) {
+                _store.setLocked(item, false);
+                temporarilyUnlocked.insert(item.id);
+                restartTimer();
+            }
+            completion(result);
+        }));
 }
 
 void LockCoordinator::restartTimer() {
+    if (_autoLockTimer) _autoLockTimer->invalidate();
     _autoLockTimer = RunLoop::main().oneShotTimer(
-        autoLockInterval, [this] { onMain(_lifetime.weakly([this] { relockAll(); })); });
+        autoLockInterval, _lifetime.weakly([this] { onMain(_lifetime.weakly([this] { relockAll(); })); }));
 }
 
 void LockCoordinator::relockAll() {
-    for (const auto& id : std::exchange(_temporarilyUnlocked, {})) {
-        const auto uuid = UUID::parse(id);
-        const auto item = uuid ? _store.item(*uuid) : std::nullopt;
-        if (item && !item->locked) _store.setLocked(*item, true);
+    for (const auto& id : std::exchange(temporarilyUnlocked, {})) {
+        const auto current = _store.item(id);
+        if (current && !current->locked) _store.setLocked(*current, true);
     }
+    if (_autoLockTimer) _autoLockTimer->invalidate();
     _autoLockTimer.reset();
 }
 

@@ -11,39 +11,36 @@
 
 namespace vellumix {
 
-/// Decides who may reach a locked entry's content, and for how long: the owner of the machine, until
-/// `relockAll` or until `autoLockInterval` after the last unlocking. Main thread only.
+/// Decides who reaches the content of a locked entry, and for how long. Main thread only.
+///
+/// An entry that was unlocked here is locked again after `autoLockInterval`, counted from the latest unlock
+/// of any, or as soon as the panel has gone. An entry that is open when the program ends stays open.
 class LockCoordinator {
 public:
-    /// In seconds.
-    static constexpr double autoLockInterval = 300.0;
+    /// Seconds.
+    static constexpr double autoLockInterval = 300;
 
-    /// Both must outlive the coordinator.
-    LockCoordinator(Store& store, AuthenticationManager& authManager)
-        : _store(store), _authManager(authManager) {}
+    /// Both outlive the coordinator.
+    LockCoordinator(Store& store, AuthenticationManager& authManager);
 
-    /// Replies `success` at once for an entry that isn't locked, and `failed` at once for one that is gone.
-    /// Else the owner is asked, for a reason in his own language; once he is confirmed, the entry is unlocked
-    /// for the time being.
+    /// Asks the owner and, once confirmed, unlocks the entry until the next relock. An open entry succeeds
+    /// and one that has gone fails, both inside the call and without a prompt. Completes once, or never when
+    /// the coordinator ends first.
     void requestAccess(const ClipboardItem& item, const std::string& reason,
-                       AuthenticationManager::Reply reply);
-    /// Locks again what was unlocked for the time being.
+                       AuthenticationManager::Completion completion);
+    /// Locks every temporarily unlocked entry that is still there and open.
     void relockAll();
-    /// Makes the unlocking of an entry last.
-    void keepUnlocked(const ClipboardItem& item) { _temporarilyUnlocked.erase(item.id.uuidString()); }
 
-    bool isTemporarilyUnlocked(const ClipboardItem& item) const {
-        return _temporarilyUnlocked.contains(item.id.uuidString());
-    }
-    bool isAutoLockPending() const { return _autoLockTimer != nullptr; }
+    /// Entries to lock again: some may have been deleted or locked meanwhile. Removing one makes its unlock
+    /// last.
+    std::set<UUID> temporarilyUnlocked;
+    bool hasPendingAutoLock() const { return _autoLockTimer != nullptr; }
 
 private:
     void restartTimer();
 
     Store& _store;
     AuthenticationManager& _authManager;
-    /// What was unlocked here. An entry may have been deleted or locked by other means since.
-    std::set<std::string> _temporarilyUnlocked;
     std::unique_ptr<NSTimer> _autoLockTimer;
     Lifetime _lifetime;
 };

@@ -48,8 +48,9 @@ AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
 }
 
 LockCoordinator& AppDelegate::lockCoordinator() {
-    if (!_lockCoordinator)
+    if (!_lockCoordinator) {
         _lockCoordinator = std::make_unique<LockCoordinator>(_store, _authenticationManager);
+    }
     return *_lockCoordinator;
 }
 

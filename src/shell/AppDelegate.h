@@ -30,6 +30,7 @@ class AppDelegate {
     Store _store;
     ThemeManager& _themeManager = ThemeManager::shared();
     LanguageManager& _languageManager = LanguageManager::shared();
+    AuthenticationManager _authenticationManager;
 
 public:
     /// How the process was started.
@@ -52,6 +53,7 @@ public:
     Store& store() { return _store; }
     ThemeManager& themeManager() { return _themeManager; }
     LanguageManager& languageManager() { return _languageManager; }
+    AuthenticationManager& authenticationManager() { return _authenticationManager; }
     /// Absent until launch.
     PasteboardWatcher* watcher() { return _watcher.get(); }
     /// Absent until launch.
@@ -86,7 +88,6 @@ public:
 private:
     void setAutoCleanSettings(AutoCleanSettings settings);
 
-    AuthenticationManager _authenticationManager;
     std::function<view::View()> _makeRootView;
     std::unique_ptr<PasteboardWatcher> _watcher;
     std::unique_ptr<StatusBarController> _statusBar;

@@ -18,7 +18,8 @@ class AppDelegate;
 /// hides it, and remembers where it was. Main thread only.
 ///
 /// The floating panel is built at the first `show` and kept. Its place is remembered as fractions of the free
-/// room of the screen, so that it comes back to a like place on any screen, and always inside.
+/// room of the screen, so that it comes back to a like place on any screen, and always inside. Whenever it
+/// goes, the entries that were unlocked for a while are locked again.
 class StatusBarController {
 public:
     /// Posted on the default centre, once the panel is shown, for its content to turn to the settings.

@@ -22,7 +22,7 @@ ClipboardListView listOf(AppDelegate& application) {
         .onPasteAndClose = [&application](const ClipboardItem& item) { application.pasteAndClose(item); },
         .onLock = [&application](const ClipboardItem& item) { application.store().setLocked(item, true); },
         .onUnlock =
-            [&application](const ClipboardItem& item) { application.lockCoordinator().keepUnlocked(item); },
+            [&application](const ClipboardItem& item) { application.lockCoordinator().temporarilyUnlocked.erase(item.id); },
         .onRequestUnlock =
             [&application](const ClipboardItem& item, const String& reason,
                            ClipboardListView::Answer answer) {

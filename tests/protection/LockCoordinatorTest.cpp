@@ -11,89 +11,132 @@ class LockCoordinatorTest : public HeadlessTest {
 protected:
     LockCoordinatorTest() {
         desktop.authentication.refusal.reset();
-        desktop.authentication.answer = {.isOwner = true, .error = {}};
-        for (const auto* text : {"second", "first"}) {
+        for (const auto* text : {"one", "two"}) {
             store.add(textItem(text));
             store.setLocked(store.items()->front(), true);
         }
+        two = store.items().get()[0].id;
+        one = store.items().get()[1].id;
     }
-    ClipboardItem first() { return store.items()->front(); }
-    ClipboardItem second() { return store.items()->back(); }
-    /// What a request is answered by; nothing while it is open.
-    std::optional<Status> request(const ClipboardItem& item) {
-        std::optional<Status> status;
-        coordinator.requestAccess(item, "to see it", [&](const auto& result) { status = result.status; });
-        desktop.runLoop.settle();
-        return status;
+    ClipboardItem entry(const UUID& id) const { return *store.item(id); }
+    void request(const ClipboardItem& item) {
+        coordinator->requestAccess(item, "Because.",
+                                   [this](const auto& result) { results.push_back(result); });
+    }
+    void unlock(const UUID& id) {
+        request(entry(id));
+        ASSERT_TRUE(desktop.authentication.answer(true));
+        desktop.runLoop.advance(0);
+        ASSERT_FALSE(entry(id).locked);
     }
 
     Store store;
     AuthenticationManager manager;
-    LockCoordinator coordinator{store, manager};
+    std::unique_ptr<LockCoordinator> coordinator = std::make_unique<LockCoordinator>(store, manager);
+    UUID one;
+    UUID two;
+    std::vector<AuthenticationManager::Result> results;
 };
 
-TEST_F(LockCoordinatorTest, AsksTheOwnerAndLocksAgainByTime) {
-    EXPECT_EQ(request(first()), Status::success);
-    EXPECT_EQ(first()._text, String("first"));
-    desktop.runLoop.advance(200);
-    EXPECT_EQ(request(second()), Status::success);
-    EXPECT_EQ(desktop.authentication.reasons, (std::vector<std::string>{"to see it", "to see it"}));
-    desktop.runLoop.advance(299);
-    EXPECT_FALSE(first().locked) << "the later unlocking moves the time of both";
-    desktop.runLoop.advance(2);
-    EXPECT_TRUE(first().locked && first().isEncrypted && second().locked);
-    EXPECT_FALSE(coordinator.isAutoLockPending());
-}
-
-TEST_F(LockCoordinatorTest, WhatWasKeptDeletedOrLockedByOthersIsLeftAlone) {
-    request(first());
-    request(second());
-    coordinator.keepUnlocked(first());
-    store.remove(second());
-    coordinator.relockAll();
-    EXPECT_FALSE(first().locked);
-    EXPECT_FALSE(coordinator.isAutoLockPending());
-    EXPECT_EQ(request(first()), Status::success);
-    EXPECT_EQ(desktop.authentication.reasons.size(), 2u) << "an open entry asks nobody";
-    EXPECT_FALSE(coordinator.isTemporarilyUnlocked(first()));
-}
-
-TEST_F(LockCoordinatorTest, ARefusalChangesNothing) {
-    struct Case {
-        bool isOwner;
+TEST_F(LockCoordinatorTest, EveryAnswerButYesLeavesTheEntryLocked) {
+    const LAError elsewhere{.domain = "Elsewhere", .code = LAError::userCancel};
+    const struct {
         std::optional<LAError> error;
         Status status;
+    } answers[] = {
+        {LAError{.code = LAError::userCancel}, Status::cancelled},
+        {LAError{.code = LAError::systemCancel}, Status::cancelled},
+        {LAError{.code = LAError::appCancel}, Status::cancelled},
+        {LAError{.code = LAError::authenticationFailed}, Status::failed},
+        {LAError{.code = LAError::userFallback}, Status::failed},
+        {elsewhere, Status::failed},
+        {std::nullopt, Status::failed},
     };
-    const Case cases[] = {{false, LAError::userCancel, Status::cancelled},
-                          {false, LAError::systemCancel, Status::cancelled},
-                          {false, LAError::appCancel, Status::cancelled},
-                          {false, LAError::userFallback, Status::failed},
-                          {false, LAError::authenticationFailed, Status::failed},
-                          {false, std::nullopt, Status::failed}};
-    for (const auto& [isOwner, error, status] : cases) {
-        desktop.authentication.answer = {isOwner, error};
-        EXPECT_EQ(request(first()), status);
-        EXPECT_TRUE(first().locked);
-        EXPECT_FALSE(coordinator.isAutoLockPending());
+    for (const auto& [error, status] : answers) {
+        results.clear();
+        request(entry(one));
+        ASSERT_EQ(desktop.authentication.prompts.size(), 1U);
+        EXPECT_EQ(desktop.authentication.prompts.front().reason, "Because.");
+        EXPECT_EQ(desktop.authentication.prompts.front().cancelTitle, "Cancel");
+        EXPECT_EQ(desktop.authentication.prompts.front().fallbackTitle, "Enter Password");
+        desktop.authentication.answer(false, error);
+        EXPECT_TRUE(results.empty()) << "the answer comes on the main loop";
+        desktop.runLoop.advance(0);
+        ASSERT_EQ(results.size(), 1U);
+        EXPECT_EQ(results[0].status, status);
+        EXPECT_EQ(results[0].error, error);
     }
-    desktop.authentication.refusal = LAError::passcodeNotSet;
-    const auto asked = desktop.authentication.reasons.size();
-    EXPECT_EQ(request(first()), Status::unavailable);
-    const auto gone = first();
-    store.remove(gone);
-    EXPECT_EQ(request(gone), Status::failed);
-    EXPECT_EQ(desktop.authentication.reasons.size(), asked) << "nobody was asked";
+    desktop.authentication.refusal = LAError{.code = LAError::passcodeNotSet};
+    request(entry(one));
+    EXPECT_EQ(results.back().status, Status::unavailable);
+    EXPECT_EQ(results.back().error, desktop.authentication.refusal);
+    EXPECT_TRUE(desktop.authentication.prompts.empty());
+
+    EXPECT_TRUE(entry(one).isEncrypted);
+    EXPECT_TRUE(coordinator->temporarilyUnlocked.empty());
+    EXPECT_FALSE(coordinator->hasPendingAutoLock());
 }
 
-TEST_F(LockCoordinatorTest, AnAnswerAfterTheEntryHasChangedUnlocksNothing) {
-    std::optional<Status> status;
-    coordinator.requestAccess(first(), "to see it", [&](const auto& result) { status = result.status; });
-    store.togglePin(first());
-    desktop.runLoop.settle();
-    EXPECT_EQ(status, Status::success);
-    EXPECT_TRUE(first().locked) << "the entry that was asked for is another one now";
-    coordinator.relockAll();
-    EXPECT_TRUE(first().locked);
+TEST_F(LockCoordinatorTest, WhatIsOpenOrGoneNeedsNoPrompt) {
+    const auto gone = entry(two);
+    store.remove(gone);
+    request(gone);
+    EXPECT_EQ(results.back().status, Status::failed);
+    EXPECT_FALSE(results.back().error);
+
+    unlock(one);
+    desktop.runLoop.advance(200);
+    request(entry(one));
+    EXPECT_EQ(results.back().status, Status::success);
+    EXPECT_TRUE(desktop.authentication.prompts.empty());
+    desktop.runLoop.advance(101);
+    EXPECT_TRUE(entry(one).locked) << "asking for an open entry gives it no more time";
+}
+
+TEST_F(LockCoordinatorTest, TheLatestUnlockSetsTheTimeForAll) {
+    unlock(one);
+    EXPECT_EQ(entry(one)._text->string(), "one");
+    desktop.runLoop.advance(200);
+    unlock(two);
+    desktop.runLoop.advance(299);
+    EXPECT_FALSE(entry(one).locked);
+    EXPECT_FALSE(entry(two).locked);
+    desktop.runLoop.advance(2);
+    EXPECT_TRUE(entry(one).isEncrypted);
+    EXPECT_TRUE(entry(two).isEncrypted);
+    EXPECT_TRUE(coordinator->temporarilyUnlocked.empty());
+    EXPECT_FALSE(coordinator->hasPendingAutoLock());
+}
+
+TEST_F(LockCoordinatorTest, ARelockCopesWithWhatHappenedMeanwhile) {
+    unlock(one);
+    unlock(two);
+    coordinator->temporarilyUnlocked.erase(one);
+    store.remove(entry(two));
+    coordinator->relockAll();
+    EXPECT_FALSE(entry(one).locked) << "its unlock was made to last";
+    EXPECT_FALSE(coordinator->hasPendingAutoLock());
+
+    store.setLocked(entry(one), true);
+    const auto stale = entry(one);
+    request(stale);
+    store.togglePin(stale);
+    desktop.authentication.answer(true);
+    desktop.runLoop.advance(0);
+    EXPECT_EQ(results.back().status, Status::success);
+    EXPECT_TRUE(entry(one).isEncrypted) << "a stale copy unlocks nothing";
+    EXPECT_TRUE(coordinator->temporarilyUnlocked.contains(one));
+    coordinator->relockAll();
+    EXPECT_EQ(entry(one).text()->string(), "one");
+}
+
+TEST_F(LockCoordinatorTest, AnAnswerAfterTheEndUnlocksNothing) {
+    request(entry(one));
+    coordinator.reset();
+    desktop.authentication.answer(true);
+    desktop.runLoop.advance(0);
+    EXPECT_TRUE(entry(one).locked);
+    EXPECT_TRUE(results.empty());
 }
 
 }  // namespace

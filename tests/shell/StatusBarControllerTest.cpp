@@ -191,5 +191,31 @@ TEST_F(FloatingPanelTest, ComesBackWhereItWasAfterARestart) {
     }
 }
 
+TEST_F(FloatingPanelTest, EveryWayOfHidingLocksWhatWasUnlockedForAWhile) {
+    desktop.authentication.refusal.reset();
+    launch();
+    auto& store = application->store();
+    store.add(textItem("secret"));
+    store.setLocked(store.items()->front(), true);
+    const auto isLocked = [&] { return store.items()->front().locked; };
+    const auto showAndUnlock = [&] {
+        showWhole();
+        application->lockCoordinator().requestAccess(store.items()->front(), "Because.", [](const auto&) {});
+        desktop.authentication.answer(true);
+        desktop.runLoop.advance(0);
+        ASSERT_FALSE(isLocked());
+    };
+
+    showAndUnlock();
+    application->hidePanel();
+    EXPECT_FALSE(isLocked()) << "it is still to be seen";
+    desktop.runLoop.advance(0.3);
+    EXPECT_TRUE(isLocked());
+
+    showAndUnlock();
+    application->statusBar()->hideImmediately();
+    EXPECT_TRUE(isLocked()) << "before it returns";
+}
+
 }  // namespace
 }  // namespace vellumix

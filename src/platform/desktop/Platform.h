@@ -31,6 +31,7 @@ struct Platform {
     NSPasteboard& pasteboard;
     NSWorkspace& workspace;
     Keychain& keychain;
+    LocalAuthentication& authentication;
     NSBitmapImageRep& images;
     Alerts& alerts;
     NSStatusBar& statusBar;
@@ -38,7 +39,6 @@ struct Platform {
     ImageDecoder& imageDecoder;
     FileIcons& fileIcons;
     SharingServices& sharing;
-    LocalAuthentication& authentication;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;
     std::string temporaryDirectory;

@@ -9,21 +9,6 @@ namespace {
 
 std::string nameOf(const KeychainItem& item) { return item.service + '/' + item.account; }
 
-class Context final : public LAContext {
-public:
-    explicit Context(LocalAuthentication& authentication) : _authentication(authentication) {}
-
-    std::optional<LAError> canEvaluatePolicy() override { return _authentication.refusal; }
-    void evaluatePolicy(const std::string& localizedReason, Reply reply) override {
-        _authentication.reasons.push_back(localizedReason);
-        const auto answer = _authentication.answer;
-        if (answer) onMain([reply = std::move(reply), answer] { reply(answer->isOwner, answer->error); });
-    }
-
-private:
-    LocalAuthentication& _authentication;
-};
-
 std::shared_ptr<const Bitmap> greyBitmap(int width, int height) {
     constexpr std::uint8_t grey = 128;
     constexpr std::size_t bytesPerPixel = 4;
@@ -73,8 +58,6 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const Data& encoded, PixelSiz
     return greyBitmap(std::min(size->width, box.width), std::min(size->height, box.height));
 }
 
-std::unique_ptr<LAContext> LocalAuthentication::makeContext() { return std::make_unique<Context>(*this); }
-
 std::shared_ptr<const Bitmap> FileIcons::iconForFile(const URL&, int pixels) {
     return hasIcons ? greyBitmap(pixels, pixels) : nullptr;
 }
@@ -111,6 +94,7 @@ Platform Desktop::platform() {
         .pasteboard = pasteboard,
         .workspace = workspace,
         .keychain = keychain,
+        .authentication = authentication,
         .images = images,
         .alerts = alerts,
         .statusBar = statusBar,
@@ -118,7 +102,6 @@ Platform Desktop::platform() {
         .imageDecoder = imageDecoder,
         .fileIcons = fileIcons,
         .sharing = sharing,
-        .authentication = authentication,
         .applicationSupportDirectories = {"/home/user/.local/share"},
         .temporaryDirectory = "/tmp",
         .defaultsPath = "/home/user/.config/Vellumix/settings.plist",

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/desktop/Platform.h"
+#include "platform/headless/LocalAuthentication.h"
 #include "platform/headless/MemoryFileSystem.h"
 #include "platform/headless/Pasteboard.h"
 #include "platform/headless/StatusBar.h"
@@ -82,23 +83,6 @@ public:
     bool hasIcons = true;
 };
 
-/// Answers as a test wants; without an answer the question stays open. Refuses to ask at first.
-class LocalAuthentication final : public vellumix::LocalAuthentication {
-public:
-    std::unique_ptr<LAContext> makeContext() override;
-
-    /// Why it can't ask; absent where it can.
-    std::optional<LAError> refusal = LAError::passcodeNotSet;
-    /// What an open question is answered by, on a later turn of the loop.
-    struct Answer {
-        bool isOwner = false;
-        std::optional<LAError> error;
-    };
-    std::optional<Answer> answer;
-    /// What was asked, in order.
-    std::vector<std::string> reasons;
-};
-
 /// Keeps what was shared.
 class SharingServices final : public vellumix::SharingServices {
 public:
@@ -132,6 +116,7 @@ public:
     Pasteboard pasteboard;
     Workspace workspace;
     Keychain keychain;
+    LocalAuthentication authentication;
     Images images;
     Alerts alerts;
     StatusBar statusBar;
@@ -139,7 +124,6 @@ public:
     ImageDecoder imageDecoder;
     FileIcons fileIcons;
     SharingServices sharing;
-    LocalAuthentication authentication;
 };
 
 }  // namespace vellumix::headless

@@ -1,0 +1,37 @@
+#include "platform/headless/LocalAuthentication.h"
+
+namespace vellumix::headless {
+
+namespace {
+
+class Context final : public LAContext {
+public:
+    explicit Context(LocalAuthentication& service) : _service(service) {}
+
+    bool canEvaluatePolicy(LAPolicy, std::optional<LAError>& error) override {
+        error = _service.refusal;
+        return !error;
+    }
+
+    void evaluatePolicy(LAPolicy, const std::string& localizedReason, Reply reply) override {
+        _service.prompts.push_back(
+            {localizedReason, localizedCancelTitle, localizedFallbackTitle, std::move(reply)});
+    }
+
+private:
+    LocalAuthentication& _service;
+};
+
+}  // namespace
+
+std::unique_ptr<LAContext> LocalAuthentication::makeContext() { return std::make_unique<Context>(*this); }
+
+bool LocalAuthentication::answer(bool isSuccess, std::optional<LAError> error) {
+    if (prompts.empty()) return false;
+    const auto prompt = std::move(prompts.front());
+    prompts.pop_front();
+    prompt.reply(isSuccess, std::move(error));
+    return true;
+}
+
+}  // namespace vellumix::headless

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/desktop/LocalAuthentication.h"
+#include "platform/linux/AuthenticationPrompt.h"
+
+namespace vellumix::linux_desktop {
+
+/// Asks for what the PAM service "vellumix" asks for, of the user who runs the process.
+///
+/// The modules run on a thread of their own; their questions and messages come to the prompt on the main
+/// thread. A prompt that is broken off answers at once, whatever the modules are doing: their next question
+/// fails, and a module that hangs is left behind with its thread.
+class PamAuthentication final : public LocalAuthentication {
+public:
+    struct Options {
+        /// Without one, every check is refused.
+        AuthenticationPromptMaker makePrompt;
+        /// The folder of the service's file. Decided by the program, never by its environment.
+        std::string serviceFolder = "/etc/pam.d";
+    };
+
+    explicit PamAuthentication(Options options);
+    /// Takes the prompts off the screen; their replies are dropped.
+    ~PamAuthentication() override;
+
+    std::unique_ptr<LAContext> makeContext() override;
+
+private:
+    struct State;
+    std::shared_ptr<State> _state;
+};
+
+}  // namespace vellumix::linux_desktop

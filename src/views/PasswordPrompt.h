@@ -1,0 +1,47 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/desktop/Event.h"
+#include "platform/view/HostingView.h"
+
+namespace vellumix {
+
+/// The window in which a person proves who they are: the reason, one question at a time with a field for the
+/// answer, and what there is to be said about it. On the screen for its lifetime, with the keyboard. Main
+/// thread only.
+class PasswordPrompt {
+public:
+    struct Setting {
+        std::string reason;
+        std::string cancelTitle;
+        std::string confirmTitle;
+        /// The person broke it off, once. May destroy the prompt.
+        Action onCancel;
+    };
+    /// Takes the answer; whoever gets it wipes it.
+    using Answer = std::function<void(std::string answer)>;
+
+    explicit PasswordPrompt(Setting setting);
+    ~PasswordPrompt();
+    PasswordPrompt(const PasswordPrompt&) = delete;
+    PasswordPrompt& operator=(const PasswordPrompt&) = delete;
+
+    /// Asks in an empty field, in place of any question before. A secret answer isn't shown.
+    void ask(const std::string& question, bool isSecret, Answer answer);
+    /// Until the next message.
+    void show(const std::string& message, bool isError);
+
+private:
+    struct Model;
+    struct Form;
+
+    std::shared_ptr<Model> _model;
+    std::unique_ptr<NSWindow> _window;
+    std::unique_ptr<view::HostingView> _hostingView;
+    Observation _closing;
+};
+
+}  // namespace vellumix

@@ -1,0 +1,135 @@
+#include "platform/linux/PamAuthentication.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "linux/TestProcess.h"
+#include "platform/linux/GLibRunLoop.h"
+
+namespace vellumix::linux_desktop {
+namespace {
+
+/// What the person saw, and what they answer in order; without an answer they wait.
+struct Person {
+    std::vector<std::string> seen;
+    std::vector<std::string> answers;
+    std::function<void()> cancel;
+    bool sees = false;
+};
+
+class ScriptedPrompt final : public AuthenticationPrompt {
+public:
+    explicit ScriptedPrompt(Person& person) : _person(person) { _person.sees = true; }
+    ~ScriptedPrompt() override { _person.sees = false; }
+
+    void ask(const std::string& question, Echo echo, Answer answer) override {
+        _person.seen.push_back((echo == Echo::off ? "secret " : "plain ") + question);
+        if (_person.answers.empty()) return;
+        answer(_person.answers.front());
+        _person.answers.erase(_person.answers.begin());
+    }
+    void show(const std::string& message, Importance) override { _person.seen.push_back(message); }
+
+private:
+    Person& _person;
+};
+
+class PamAuthenticationTest : public testing::Test {
+protected:
+    PamAuthenticationTest() : _outer(RunLoop::install(&loop)) {
+        std::ofstream(folder.path() + "/passwords") << getpwuid(getuid())->pw_name << ":right:vellumix\n";
+        serve("auth required /usr/lib/x86_64-linux-gnu/pam_wrapper/pam_matrix.so passdb=" + folder.path() +
+              "/passwords");
+    }
+    ~PamAuthenticationTest() override { RunLoop::install(_outer); }
+
+    void serve(const std::string& rule) {
+        std::ofstream(folder.path() + "/vellumix") << rule << "\naccount required pam_permit.so\n";
+    }
+    void begin() {
+        const auto context = service.makeContext();
+        std::optional<LAError> refusal;
+        ASSERT_TRUE(context->canEvaluatePolicy(LAPolicy::deviceOwnerAuthentication, refusal));
+        context->evaluatePolicy(LAPolicy::deviceOwnerAuthentication, "Because.",
+                                [this](bool isSuccess, std::optional<LAError> error) {
+                                    ++replies;
+                                    code = isSuccess ? 0 : error.value_or(LAError{}).code;
+                                });
+    }
+    void runUntil(const std::function<bool()>& isDone) {
+        bool isLate = false;
+        const auto limit = loop.oneShotTimer(20, [&] { isLate = true; });
+        loop.runUntil([&] { return isDone() || isLate; });
+        EXPECT_FALSE(isLate);
+    }
+    int finish() {
+        runUntil([this] { return replies > 0; });
+        EXPECT_EQ(replies, 1);
+        EXPECT_FALSE(person.sees);
+        return code;
+    }
+
+    TemporaryFolder folder;
+    RecordedLog log;
+    GLibRunLoop loop;
+    Person person;
+    PamAuthentication service{{.makePrompt =
+                                   [this](AuthenticationPrompt::Setting setting) {
+                                       person.cancel = setting.onCancel;
+                                       return std::make_unique<ScriptedPrompt>(person);
+                                   },
+                               .serviceFolder = folder.path()}};
+    int replies = 0;
+    int code = 1;
+
+private:
+    RunLoop* _outer;
+};
+
+TEST_F(PamAuthenticationTest, TheRightPasswordConfirmsAlsoAtTheSecondTry) {
+    person.answers = {"wrong", "right"};
+    begin();
+    EXPECT_EQ(finish(), 0);
+    EXPECT_EQ(std::count_if(person.seen.begin(), person.seen.end(),
+                            [](const auto& line) { return line.starts_with("secret "); }),
+              2);
+    EXPECT_TRUE(log.lines.empty());
+}
+
+TEST_F(PamAuthenticationTest, ThreeWrongPasswordsFail) {
+    person.answers = {"wrong", "Right", "", "right"};
+    begin();
+    EXPECT_EQ(finish(), LAError::authenticationFailed);
+    EXPECT_EQ(person.answers.size(), 1U);
+    EXPECT_EQ(log.count("wrong"), 0U);
+}
+
+TEST_F(PamAuthenticationTest, ThePersonMayBreakOffWhetherAskedOrNot) {
+    begin();
+    runUntil([this] { return !person.seen.empty(); });
+    person.cancel();
+    EXPECT_EQ(finish(), LAError::userCancel);
+
+    replies = 0;
+    serve("auth required pam_exec.so /bin/sleep 3");
+    const auto before = loop.uptime();
+    begin();
+    loop.postAfter(0.1, [this] { person.cancel(); });
+    EXPECT_EQ(finish(), LAError::userCancel);
+    EXPECT_LT(loop.uptime() - before, 2) << "a module that hangs is not waited for";
+}
+
+TEST_F(PamAuthenticationTest, NothingIsAskedWithoutAServiceOrAPrompt) {
+    std::optional<LAError> error;
+    PamAuthentication blind({.serviceFolder = folder.path()});
+    EXPECT_FALSE(blind.makeContext()->canEvaluatePolicy(LAPolicy::deviceOwnerAuthentication, error));
+    unlink((folder.path() + "/vellumix").c_str());
+    EXPECT_FALSE(service.makeContext()->canEvaluatePolicy(LAPolicy::deviceOwnerAuthentication, error));
+    EXPECT_EQ(error->code, LAError::passcodeNotSet);
+}
+
+}  // namespace
+}  // namespace vellumix::linux_desktop

@@ -35,11 +35,14 @@ struct PasswordPrompt::Model {
     Setting setting;
     Published<Shown> shown;
     Answer onAnswer;
+    /// An answer has been given to a question before.
+    bool hasTried = false;
 
     void submit() {
         const auto taker = std::exchange(onAnswer, nullptr);
         if (!taker) return;
         auto given = shown.get().answer.string();
+        hasTried = true;
         // No message about the try before stands beside the next one, and no answer stays in the field.
         shown.update([](Shown& now) { now.answer = {}, now.message.clear(); });
         taker(std::move(given));
@@ -77,9 +80,11 @@ struct PasswordPrompt::Form {
         const auto buttons =
             HStack(Spacing(8), Spacer(),
                    View(FlatCapsuleButton{.title = model->setting.cancelTitle, .icon = {}, .action = cancel})
-                       .windowAction(WindowAction::cancel),
+                       .windowAction(WindowAction::cancel)
+                       .layoutPriority(1),
                    View(FlatCapsuleButton{.title = model->setting.confirmTitle, .icon = {}, .action = submit})
-                       .windowAction(WindowAction::accept));
+                       .windowAction(WindowAction::accept)
+                       .layoutPriority(1));
         return themed(
             VStack(Spacing(12), Alignment::leading(),
                    {HStack(Spacing(10), Symbol("lock.fill").font(Font::system(20)),
@@ -138,6 +143,11 @@ void PasswordPrompt::ask(const std::string& question, bool isSecret, Answer answ
         now.isSecret = isSecret;
         now.answer = {};
         now.isFocused = true;
+        // Whoever asks again, and says nothing, was not content.
+        if (_model->hasTried && now.message.empty()) {
+            now.message = localized("auth.failed");
+            now.isError = true;
+        }
     });
 }
 

@@ -241,6 +241,11 @@ void ScreenWindow::unmap() {
     if (!std::exchange(_isMapped, false)) return;
     xcb_unmap_window(_connection.xcb(), _id);
     _isViewable = false;
+    if (_kind == Kind::alert) _server.stackFloating(XCB_WINDOW_NONE);
+}
+
+void ScreenWindow::standAbovePanels() {
+    if (_kind == Kind::alert && _isViewable) _server.stackFloating(_frameWindow);
 }
 
 void ScreenWindow::orderOut() {
@@ -330,6 +335,7 @@ void ScreenWindow::handle(const xcb_generic_event_t& event) {
         }
         case XCB_MAP_NOTIFY:
             _isViewable = _isMapped;
+            standAbovePanels();
             if (_isViewable && _wantsActivation) activate();
             break;
         case XCB_CONFIGURE_NOTIFY:
@@ -363,6 +369,7 @@ void ScreenWindow::focusChanged(const xcb_focus_in_event_t& event) {
     if ((event.response_type & 0x7F) == XCB_FOCUS_OUT) {
         _server._keys.remove(*this);
     } else if (_isVisible) {
+        standAbovePanels();
         _server._keys.add(*this);
     }
 }

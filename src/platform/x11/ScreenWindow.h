@@ -35,6 +35,8 @@ public:
     PixelBuffer beginDrawing() override;
     void endDrawing() override;
 
+    /// Past the window manager.
+    bool isFloating() const { return _kind != Kind::alert && _kind != Kind::titled; }
     NSWindowDelegate* delegate() const { return _delegate; }
     xcb_window_t id() const { return _id; }
     /// The child of the root that a window manager has put the window into; the window itself without one.
@@ -55,7 +57,6 @@ private:
     void keyStateChanges(bool isKey) override;
     void keyTyped(const KeyEvent& event) override;
 
-    bool isFloating() const { return _kind != Kind::alert && _kind != Kind::titled; }
     Area area() const;
     void place();
     void cutShape();
@@ -68,6 +69,8 @@ private:
     void focusChanged(const xcb_focus_in_event_t& event);
     void configured(const xcb_configure_notify_event_t& event, bool isSynthetic);
     void findFrameWindow();
+    /// An alert stands above the panel that it is about.
+    void standAbovePanels();
     void answerMessage(const xcb_client_message_event_t& message);
     /// On a later turn of the loop, if both are still there.
     void tellLater(std::function<void(NSWindowDelegate&)> what);

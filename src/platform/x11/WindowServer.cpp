@@ -157,6 +157,20 @@ xcb_cursor_t WindowServer::cursor(Cursor cursor) {
     return _cursors[cursor] = xcb_cursor_load_cursor(_cursorContext, nameOf(cursor));
 }
 
+void WindowServer::stackFloating(xcb_window_t below) {
+    for (const auto& [id, window] : _windows) {
+        if (!window->isFloating() || !window->isVisible()) continue;
+        if (below == XCB_WINDOW_NONE) {
+            const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
+            xcb_configure_window(_connection.xcb(), id, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+        } else {
+            const std::uint32_t values[] = {below, XCB_STACK_MODE_BELOW};
+            xcb_configure_window(_connection.xcb(), id,
+                                 XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, values);
+        }
+    }
+}
+
 void WindowServer::redrawAll() {
     for (const auto& [id, window] : _windows) window->surroundingsChanged();
 }

@@ -60,6 +60,9 @@ private:
     /// Owned by the server.
     xcb_cursor_t cursor(Cursor cursor);
     void redrawAll();
+    /// Window managers stack their windows without regard to those that they don't know: panels and menus
+    /// stand right below that sibling from now on, or above everything without one.
+    void stackFloating(xcb_window_t below);
 
     Connection& _connection;
     const xcb_screen_t& _screen;

@@ -1,0 +1,56 @@
+#include "views/PasswordPrompt.h"
+
+#include "platform/foundation/LocalizedText.h"
+#include "support/HeadlessTest.h"
+
+namespace vellumix {
+namespace {
+
+class PasswordPromptTest : public HeadlessTest {
+protected:
+    PasswordPromptTest() {
+        view::Renderer::shared().setTexts(view::fixedTextSetter());
+        prompt = std::make_unique<PasswordPrompt>(PasswordPrompt::Setting{
+            .reason = "To see it.", .cancelTitle = "Cancel", .confirmTitle = "Confirm", .onCancel = [this] {
+                prompt.reset();
+            }});
+    }
+    headless::Window& window() { return *desktop.windows.shown(NSWindow::Kind::alert); }
+    void type(const std::string& text) {
+        desktop.runLoop.advance(0.1);
+        for (const char letter : text) {
+            window().delegate()->keyPressed({.text = std::string(1, letter)});
+        }
+        window().delegate()->keyPressed({.key = Key::enter, .text = {}});
+        desktop.runLoop.advance(0.1);
+    }
+    void ask(bool isSecret = true) {
+        prompt->ask("Password:", isSecret,
+                    [this](std::string given) { answers.push_back(std::move(given)); });
+    }
+
+    std::unique_ptr<PasswordPrompt> prompt;
+    std::vector<std::string> answers;
+};
+
+TEST_F(PasswordPromptTest, EachQuestionGetsTheAnswerThatWasTypedForIt) {
+    EXPECT_TRUE(window().isKeyWindow());
+    ask();
+    type("first");
+    type("too late");
+    EXPECT_EQ(answers, std::vector<std::string>{"first"}) << "no question is open";
+    ask(false);
+    type("2nd");
+    EXPECT_EQ(answers, (std::vector<std::string>{"first", "2nd"})) << "nothing of what came between";
+}
+
+TEST_F(PasswordPromptTest, EscapeAndTheCloseBoxBreakItOff) {
+    ask();
+    desktop.runLoop.advance(0.1);
+    window().delegate()->keyPressed({.key = Key::escape, .text = {}});
+    EXPECT_EQ(prompt, nullptr);
+    EXPECT_EQ(desktop.windows.shown(NSWindow::Kind::alert), nullptr);
+}
+
+}  // namespace
+}  // namespace vellumix

@@ -30,10 +30,15 @@ constexpr double tallestImage = 200;
 /// The beginning of a text, cut between two characters.
 String headOf(const String& text) {
     if (text.size() <= longestHead) return text;
-    const auto head = text.view().substr(0, longestHead);
-    const auto boundaries = graphemeBoundaries(head);
+    // Characters are longer than this only where marks are piled up.
+    auto from = longestHead - 256;
+    const auto isInsideLetter = [&] {
+        return (static_cast<unsigned char>(text.view()[from]) & 0xC0U) == 0x80;
+    };
+    while (isInsideLetter()) ++from;
+    const auto boundaries = graphemeBoundaries(text.view().substr(from, longestHead - from));
     // The last character may go on behind the cut.
-    return head.substr(0, boundaries.size() < 2 ? head.size() : boundaries[boundaries.size() - 2]);
+    return text.view().substr(0, from + boundaries[boundaries.size() - 2]);
 }
 
 std::optional<String> transformableText(const ClipboardItem& item) {

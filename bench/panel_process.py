@@ -14,7 +14,6 @@ import gi
 
 from harness import applications
 from harness.desktop import PrivateDesktop
-from harness.processes import wait_for
 from harness.vellumix import BUS_NAME, Vellumix, binary
 from process import ROUNDS, activity, full_history
 
@@ -86,7 +85,10 @@ class Panel:
 
 def report_growth(title, before, after):
     print(f"{title}: {totals(after)}; by what grew most, resident (anonymous), in KB:")
-    grown = {name: tuple(now - was for now, was in zip(after[name], before.get(name, (0, 0)))) for name in after}
+    grown = {}
+    for name, (resident, own) in after.items():
+        earlier = before.get(name, (0, 0))
+        grown[name] = (resident - earlier[0], own - earlier[1])
     for name, (resident, own) in sorted(grown.items(), key=lambda one: -one[1][0])[:16]:
         print(f"    {name:<36} {resident:+8d} ({own:+d})")
 

@@ -220,7 +220,7 @@ void measureScrolling(headless::Desktop& desktop, const Items& items, const std:
     stage
         .steps(rounds,
                [&](int round) {
-                   tree.pointerMoved(overCards + Point{0, round % 2 == 0 ? 0.0 : 60.0});
+                   tree.pointerMoved(overCards + Point{0, round % 2 == 0 ? 0.0 : 100.0});
                })
         .print(what + ": hover", meant);
     stage.steps(rounds, [](int) {}).print(what + ": nothing has changed", meant);

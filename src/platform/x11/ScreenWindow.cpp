@@ -295,6 +295,24 @@ void ScreenWindow::keyTyped(const KeyEvent& event) {
     if (_delegate) _delegate->keyPressed(event);
 }
 
+void ScreenWindow::textComposed(const MarkedText& text) {
+    if (_delegate) _delegate->textComposed(text);
+}
+
+void ScreenWindow::setTextInput(std::optional<Rect> caret) {
+    _textInput = caret;
+    _server._keys.textCaretChanged(*this);
+}
+
+std::optional<xcb_point_t> ScreenWindow::textCaret() const {
+    if (!_textInput) return std::nullopt;
+    const auto corner = area();
+    const double scale = backingScaleFactor();
+    // The foot of the caret, where candidates are listed.
+    return xcb_point_t{static_cast<std::int16_t>(corner.x + std::lround(_textInput->minX() * scale)),
+                       static_cast<std::int16_t>(corner.y + std::lround(_textInput->maxY() * scale))};
+}
+
 void ScreenWindow::setCursor(Cursor cursor) {
     if (std::exchange(_cursor, cursor) == cursor) return;
     const std::uint32_t shape = _server.cursor(cursor);

@@ -16,9 +16,10 @@ constexpr double answerSeconds = 1;
 constexpr std::size_t mostPendingKeys = 256;
 constexpr std::size_t mostMarkedBytes = 4096;
 
+bool isRelease(const xcb_key_press_event_t& event) { return (event.response_type & 0x7F) == XCB_KEY_RELEASE; }
+
 std::uint32_t eventMaskOf(const xcb_key_press_event_t& event) {
-    return (event.response_type & 0x7F) == XCB_KEY_PRESS ? XCB_EVENT_MASK_KEY_PRESS
-                                                         : XCB_EVENT_MASK_KEY_RELEASE;
+    return isRelease(event) ? XCB_EVENT_MASK_KEY_RELEASE : XCB_EVENT_MASK_KEY_PRESS;
 }
 
 /// The best of the styles that the server offers and this program can show.
@@ -82,9 +83,12 @@ struct InputMethod::Callbacks {
         self(data).draw(*change);
     }
     static void done(xcb_xim_t*, xcb_xic_t, void* data) { self(data).clearMarked(); }
-    static void synchronised(xcb_xim_t*, xcb_xic_t, void* data) {
-        auto& pending = self(data)._pending;
-        if (!pending.empty()) pending.pop_front();
+    static void heard(xcb_xim_t*, xcb_xic_t, void* data) {
+        auto& method = self(data);
+        if (!std::exchange(method._isWaiting, false)) return;
+        method._pending.pop_front();
+        // Once the library has finished with this answer.
+        method._connection.runLoop().post(method._lifetime.weakly([&method] { method.forwardNext(); }));
     }
     static void gone(xcb_xim_t*, void* data) { self(data).giveUp(); }
 };
@@ -117,7 +121,6 @@ void InputMethod::open() {
     callbacks.commit_string = Callbacks::committed;
     callbacks.preedit_draw = Callbacks::drawn;
     callbacks.preedit_done = Callbacks::done;
-    callbacks.sync = Callbacks::synchronised;
     callbacks.disconnected = Callbacks::gone;
     xcb_xim_set_im_callback(_method.get(), &callbacks, this);
     xcb_xim_set_use_compound_text(_method.get(), true);
@@ -136,7 +139,7 @@ void InputMethod::openSoon() {
 
 void InputMethod::createContext(std::uint32_t style) {
     _style = style;
-    xcb_point_t spot = _caret.value_or(xcb_point_t{});
+    xcb_point_t spot{};
     const auto attributes = xcb_xim_create_nested_list(_method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
     xcb_xim_create_ic(_method.get(), Callbacks::contextCreated, this, XCB_XIM_XNInputStyle, &_style,
                       XCB_XIM_XNClientWindow, &_window, XCB_XIM_XNFocusWindow, &_window,
@@ -164,20 +167,21 @@ void InputMethod::setCaret(std::optional<xcb_point_t> caret) {
         return;
     }
     if (!before) return;
-    _pending.clear();
-    _deadline.reset();
+    _pending.resize(_isWaiting ? 1 : 0);
+    if (_isWaiting) _pending.front().isAnswered = true;
     _marked.clear();
     if (!_context) return;
     xcb_xim_reset_ic(_method.get(), *_context, nullptr, nullptr);
     xcb_xim_unset_ic_focus(_method.get(), *_context);
 }
 
-void InputMethod::showCaret() {
+void InputMethod::showCaret(xcb_xim_set_ic_values_callback shown) {
     // The window that the keys come to lies just outside of the root's corner.
-    xcb_point_t spot{static_cast<std::int16_t>(_caret->x + 1), static_cast<std::int16_t>(_caret->y + 1)};
+    const auto at = _caret.value_or(xcb_point_t{});
+    xcb_point_t spot{static_cast<std::int16_t>(at.x + 1), static_cast<std::int16_t>(at.y + 1)};
     const auto attributes = xcb_xim_create_nested_list(_method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
-    xcb_xim_set_ic_values(_method.get(), *_context, nullptr, nullptr, XCB_XIM_XNPreeditAttributes,
-                          &attributes, nullptr);
+    xcb_xim_set_ic_values(_method.get(), *_context, shown, this, XCB_XIM_XNPreeditAttributes, &attributes,
+                          nullptr);
     std::free(attributes.data);
 }
 
@@ -185,26 +189,40 @@ bool InputMethod::take(const xcb_key_press_event_t& event) {
     if (!_caret || !_context || !(_wantedEvents & eventMaskOf(event)) || _pending.size() >= mostPendingKeys) {
         return false;
     }
-    auto copy = event;
-    copy.event = _window;
-    if (!xcb_xim_forward_event(_method.get(), *_context, &copy)) return false;
-    _pending.push_back({event, _connection.runLoop().uptime() + answerSeconds});
-    if (!_deadline) watchDeadline();
-    return true;
+    _pending.push_back({event});
+    forwardNext();
+    // Whoever keeps a release keeps nothing from anybody.
+    return !isRelease(event);
+}
+
+void InputMethod::forwardNext() {
+    while (_context && !_isWaiting && !_pending.empty()) {
+        auto event = _pending.front().event;
+        event.event = _window;
+        xcb_xim_forward_event(_method.get(), *_context, &event);
+        if (isRelease(event)) {
+            _pending.pop_front();
+            continue;
+        }
+        // Not every server says that it keeps a key; each answers a request, and in the order of them.
+        _isWaiting = true;
+        showCaret(Callbacks::heard);
+        _deadline = _connection.runLoop().oneShotTimer(answerSeconds, [this] {
+            const auto timer = std::move(_deadline);
+            if (!_isWaiting) return;
+            Log("InputMethod").error("The input method doesn't answer: keys are taken as typed");
+            giveUp();
+        });
+    }
 }
 
 void InputMethod::givenBack(const xcb_key_press_event_t& event) {
-    const auto asked = std::find_if(_pending.begin(), _pending.end(), [&](const PendingKey& key) {
-        return !key.isAnswered && key.event.detail == event.detail &&
-               xcb::typeOf(reinterpret_cast<const xcb_generic_event_t&>(key.event)) ==
-                   (event.response_type & 0x7F);
-    });
-    if (asked != _pending.end()) asked->isAnswered = true;
+    if (isRelease(event)) return;
+    if (_isWaiting && _pending.front().event.detail == event.detail) _pending.front().isAnswered = true;
     if (_caret) _handlers.typed(event);
 }
 
 void InputMethod::commit(std::uint32_t flags, std::string text, std::uint32_t symbol) {
-    answered();
     if (text.empty() && (flags & XCB_XIM_LOOKUP_KEYSYM)) {
         char buffer[8] = {};
         if (xkb_keysym_to_utf8(symbol, buffer, sizeof buffer) > 1) text = buffer;
@@ -213,11 +231,11 @@ void InputMethod::commit(std::uint32_t flags, std::string text, std::uint32_t sy
 }
 
 void InputMethod::draw(const xcb_im_preedit_draw_fr_t& change) {
-    answered();
     enum Status : std::uint32_t { hasNoString = 1 };
     std::string inserted;
     if (!(change.status & hasNoString)) {
-        inserted = decoded(reinterpret_cast<const char*>(change.preedit_string), change.length_of_preedit_string);
+        inserted =
+            decoded(reinterpret_cast<const char*>(change.preedit_string), change.length_of_preedit_string);
     }
     if (_marked.size() + inserted.size() > mostMarkedBytes) return;
     const auto first = offsetOf(_marked, change.chg_first);
@@ -232,38 +250,15 @@ void InputMethod::clearMarked() {
     if (_caret) _handlers.composed({});
 }
 
-void InputMethod::answered() {
-    for (auto& key : _pending) {
-        if (std::exchange(key.isAnswered, true)) continue;
-        return;
-    }
-}
-
-void InputMethod::watchDeadline() {
-    while (!_pending.empty() && _pending.front().isAnswered) _pending.pop_front();
-    _deadline.reset();
-    if (_pending.empty()) return;
-    const double wait = std::max(0.0, _pending.front().deadline - _connection.runLoop().uptime());
-    _deadline = _connection.runLoop().oneShotTimer(wait, [this] {
-        const auto timer = std::move(_deadline);
-        while (!_pending.empty() && _pending.front().isAnswered) _pending.pop_front();
-        if (!_pending.empty() && _pending.front().deadline <= _connection.runLoop().uptime()) {
-            Log("InputMethod").error("The input method doesn't answer: keys are taken as typed");
-            giveUp();
-        } else {
-            watchDeadline();
-        }
-    });
-}
-
 void InputMethod::giveUp() {
     openSoon();
     const auto alive = _lifetime.watch();
+    _isWaiting = false;
     const auto unanswered = std::exchange(_pending, {});
     clearMarked();
     for (const auto& key : unanswered) {
         if (alive.expired() || !_caret) return;
-        if (!key.isAnswered) _handlers.typed(key.event);
+        if (!key.isAnswered && !isRelease(key.event)) _handlers.typed(key.event);
     }
 }
 

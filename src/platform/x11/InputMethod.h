@@ -39,8 +39,7 @@ private:
     struct Callbacks;
     struct PendingKey {
         xcb_key_press_event_t event;
-        double deadline = 0;
-        /// The server has given it back, or made something of it.
+        /// The server has given it back, or nobody wants it any more.
         bool isAnswered = false;
     };
 
@@ -49,13 +48,13 @@ private:
     void openSoon();
     void createContext(std::uint32_t style);
     void contextCreated(xcb_xic_t context);
-    void showCaret();
+    void showCaret(xcb_xim_set_ic_values_callback shown = nullptr);
     void givenBack(const xcb_key_press_event_t& event);
     void commit(std::uint32_t flags, std::string text, std::uint32_t symbol);
     void draw(const xcb_im_preedit_draw_fr_t& change);
     void clearMarked();
-    void answered();
-    void watchDeadline();
+    /// One press at a time, so that the order of what comes of them is that of the keys.
+    void forwardNext();
     void giveUp();
     std::string decoded(const char* text, std::size_t length) const;
 
@@ -69,7 +68,9 @@ private:
     std::uint32_t _wantedEvents = 0;
     std::optional<xcb_point_t> _caret;
     std::string _marked;
+    /// The first is with the server while it waits.
     std::deque<PendingKey> _pending;
+    bool _isWaiting = false;
     std::unique_ptr<NSTimer> _deadline;
     Observation _events;
     std::optional<Observation> _servers;

@@ -83,6 +83,7 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
 }
 
 ScreenWindow::~ScreenWindow() {
+    unmap();
     _delegate = nullptr;
     _server._windows.erase(_id);
     _server._keys.remove(*this);

@@ -164,6 +164,7 @@ void Connection::dispatch() {
 }
 
 void Connection::deliver(const xcb_generic_event_t& event) {
+    _everyHandlers.notify(event);
     const bool isCore = xcb::typeOf(event) < firstExtensionEvent && xcb::typeOf(event) != XCB_GE_GENERIC;
     if (!isCore && !isSelectionChange(event)) {
         _extensionHandlers.notify(event);

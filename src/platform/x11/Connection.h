@@ -52,6 +52,8 @@ public:
     /// Calls the handler with each event that an extension has defined (X protocol, section 1; XGE 1.0), but
     /// for those of XFixes, which concern a window.
     Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
+    /// Calls the handler with each event, before those whom it concerns.
+    Observation observeEvery(EventHandler handler) { return _everyHandlers.add(std::move(handler)); }
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
 
@@ -79,6 +81,7 @@ private:
     std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
     std::unordered_map<xcb_atom_t, std::string> _names;
     ObserverList<const xcb_generic_event_t&> _extensionHandlers;
+    ObserverList<const xcb_generic_event_t&> _everyHandlers;
     ObserverList<> _endHandlers;
     Observation _watch;
     Lifetime _lifetime;

@@ -10,7 +10,7 @@ using namespace view;
 View AdaptiveContainerView::body() const {
     const auto& theme = ThemeManager::shared();
     const RoundedRectangle shape(cornerRadius);
-    const auto panel = content.frame({.maximumWidth = unbounded, .maximumHeight = unbounded})
+    auto panel = content.frame({.maximumWidth = unbounded, .maximumHeight = unbounded})
                            .background(Rectangle(), theme.backgroundColor())
                            .clip(shape)
                            .overlay(ShapeView(shape, Color::clear(), Outline{theme.borderColor(), 1}));

@@ -88,6 +88,7 @@ bool runXdgEmail(const std::vector<std::string>& files) {
     std::vector<std::string> words{program.get()};
     for (const auto& file : files) words.insert(words.end(), {"--attach", file});
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (auto& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     const auto environment = environmentForOthers();

@@ -13,6 +13,7 @@ bool startDetached(const std::vector<std::string>& arguments) {
     std::vector<std::string> words{"vellumix"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (auto& word : words) pointers.push_back(word.data());
     pointers.push_back(nullptr);
 

@@ -187,10 +187,10 @@ public:
     /// Runs the action whenever the value differs from the last time, not at the first. What it changes shows
     /// in the same frame.
     template <class Value>
-    View onChange(const Value& value, Action action) const {
+    View onChange(const Value& value, const Action& action) const {
         return reactionTo(std::make_shared<const ComparedValues<decltype(plain(value))>>(
                               std::tuple<decltype(plain(value))>(plain(value))),
-                          std::move(action));
+                          action);
     }
     /// Runs the action whenever a notification of that name is posted on the default centre, for as long as
     /// the view is there.

@@ -24,7 +24,9 @@
 #include "platform/linux/SystemLog.h"
 #include "platform/view/ModalAlerts.h"
 #include "platform/x11/Connection.h"
+#include "platform/x11/Hotkeys.h"
 #include "platform/x11/Pasteboard.h"
+#include "platform/x11/SyntheticKeys.h"
 #include "platform/x11/WindowServer.h"
 #include "platform/x11/Workspace.h"
 #include "shell/AppDelegate.h"
@@ -53,10 +55,18 @@ public:
     virtual NSStatusBar& statusBar() = 0;
     virtual WindowServer& windows() = 0;
     virtual Alerts& alerts() = 0;
+    virtual Hotkeys& hotkeys() = 0;
+    virtual SyntheticKeys& syntheticKeys() = 0;
     virtual FontFamilies fontFamilies() const { return {}; }
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
+
+/// The user's own table of what pastes where, over the program's.
+x11::PasteChords pasteChords() {
+    const auto folder = linux_desktop::Paths::ofUser().configHome;
+    return folder ? x11::PasteChords::fromFile(*folder + "/Vellumix/paste-chords.conf") : x11::PasteChords();
+}
 
 class HeadlessDisplay final : public Display {
 public:
@@ -66,6 +76,8 @@ public:
     NSStatusBar& statusBar() override { return _statusBar; }
     WindowServer& windows() override { return _windows; }
     Alerts& alerts() override { return _alerts; }
+    Hotkeys& hotkeys() override { return _hotkeys; }
+    SyntheticKeys& syntheticKeys() override { return _syntheticKeys; }
     Observation observeEnd(std::function<void()>) override { return {}; }
 
 private:
@@ -74,6 +86,8 @@ private:
     headless::StatusBar _statusBar;
     headless::WindowServer _windows;
     headless::Alerts _alerts;
+    headless::Hotkeys _hotkeys;
+    headless::SyntheticKeys _syntheticKeys{_workspace, _pasteboard};
 };
 
 class X11Display final : public Display {
@@ -89,6 +103,8 @@ public:
     NSStatusBar& statusBar() override { return _statusBar; }
     WindowServer& windows() override { return _windows; }
     Alerts& alerts() override { return _alerts; }
+    Hotkeys& hotkeys() override { return _hotkeys; }
+    SyntheticKeys& syntheticKeys() override { return _syntheticKeys; }
     FontFamilies fontFamilies() const override {
         FontFamilies families;
         families.system = _windows.settings().fontFamily.value_or(families.system);
@@ -105,6 +121,8 @@ private:
     linux_desktop::StatusNotifierBar _statusBar;
     x11::WindowServer _windows{*_connection};
     view::ModalAlerts _alerts;
+    x11::Hotkeys _hotkeys{*_connection};
+    x11::SyntheticKeys _syntheticKeys{*_connection, _workspace, _pasteboard, pasteChords()};
 };
 
 /// The question of the password service in a window of the program's.
@@ -219,6 +237,8 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .imageDecoder = imageDecoder,
         .fileIcons = fileIcons,
         .sharing = sharing,
+        .hotkeys = display->hotkeys(),
+        .syntheticKeys = display->syntheticKeys(),
         .applicationSupportDirectories =
             paths.dataHome ? std::vector{*paths.dataHome} : std::vector<std::string>(),
         .temporaryDirectory = paths.temporaryFolder,

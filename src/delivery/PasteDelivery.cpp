@@ -1,7 +1,10 @@
 #include "delivery/PasteDelivery.h"
 
+#include <utility>
+
 #include "core/PasteboardWatcher.h"
 #include "platform/desktop/Platform.h"
+#include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/RunLoop.h"
 
 namespace vellumix {
@@ -10,6 +13,13 @@ namespace {
 
 /// Long enough for the watcher to see the change; other copies in this time go unrecorded.
 constexpr double suppressionSeconds = 0.6;
+/// How long a target may take to come to the front.
+constexpr double activationSeconds = 0.6;
+constexpr double pollSeconds = 0.02;
+/// How long the window behind the panel may take to have the keyboard again.
+constexpr double settlingSeconds = 0.12;
+
+constexpr KeyChord commandV{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
 
 /// False where there was nothing to write.
 bool write(const ClipboardItem& item) {
@@ -41,6 +51,37 @@ bool write(const ClipboardItem& item) {
 }
 
 }  // namespace
+
+void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplication>& target) {
+    auto& platform = platform::current();
+    writeToPasteboard(item);
+    if (!platform.syntheticKeys.AXIsProcessTrustedWithOptions(true)) {
+        NotificationCenter::defaultCenter().post("AutoPasteFailed");
+        return;
+    }
+    if (!target) {
+        onMainAfter(settlingSeconds, [item] { postPasteKeystroke(item); });
+        return;
+    }
+    platform.workspace.activate(*target);
+    const auto deadline = platform.runLoop.uptime() + activationSeconds;
+    onMainAfter(pollSeconds, [item, deadline, pid = target->processIdentifier] {
+        waitForFrontmost(
+            pid, [item] { postPasteKeystroke(item); }, deadline, pollSeconds);
+    });
+}
+
+void waitForFrontmost(int pid, std::function<void()> action, double deadline, double interval) {
+    const auto& platform = platform::current();
+    const auto front = platform.workspace.frontmostApplication();
+    const bool isInFront = front && front->processIdentifier == pid;
+    if (isInFront || platform.runLoop.uptime() > deadline) return action();
+    onMainAfter(interval, [pid, action = std::move(action), deadline, interval] {
+        waitForFrontmost(pid, action, deadline, interval);
+    });
+}
+
+void postPasteKeystroke(const ClipboardItem&) { platform::current().syntheticKeys.CGEventPost(commandV); }
 
 void writeToPasteboard(const ClipboardItem& item) {
     if (!write(item)) return;

@@ -5,9 +5,10 @@
 #include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/Json.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/Log.h"
 #include "platform/foundation/RunLoop.h"
 #include "platform/foundation/UserDefaults.h"
+#include "shell/JSONSetting.h"
 
 namespace vellumix {
 
@@ -17,6 +18,9 @@ namespace {
 constexpr double reactivationSeconds = 0.05;
 /// From the panel's going to the writing of an entry.
 constexpr double deliverySeconds = 0.05;
+
+constexpr auto shortcutKey = "settings.globalShortcut";
+constexpr Shortcut standardShortcut{.keyCode = 9, .modifiers = cmdKey | optionKey};
 
 /// A pair of numbers as JSON; what is anything else is as if it were absent.
 Size storedPopoverSize() {
@@ -33,7 +37,8 @@ Size storedPopoverSize() {
 }  // namespace
 
 AppDelegate::AppDelegate()
-    : autoCleanSettings(AutoCleanSettings::load()),
+    : shortcut(loadJSONSetting(shortcutKey, UserDefaults::standard()).value_or(standardShortcut)),
+      autoCleanSettings(AutoCleanSettings::load()),
       appearanceSettings(AppearanceSettings::load()),
       popoverSize(storedPopoverSize()) {}
 
@@ -54,6 +59,13 @@ LockCoordinator& AppDelegate::lockCoordinator() {
     return *_lockCoordinator;
 }
 
+HotkeyCoordinator& AppDelegate::hotkeyCoordinator() {
+    if (!_hotkeyCoordinator) {
+        _hotkeyCoordinator = std::make_unique<HotkeyCoordinator>(_lifetime.weakly([this] { togglePanel(); }));
+    }
+    return *_hotkeyCoordinator;
+}
+
 void AppDelegate::setAutoCleanSettings(AutoCleanSettings settings) {
     autoCleanSettings.set(std::move(settings));
     autoCleanSettings->save();
@@ -69,6 +81,9 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
     _watcher->start();
     _statusBar = std::make_unique<StatusBarController>(*this);
     _statusBar->currentSize = popoverSize.get();
+    if (!hotkeyCoordinator().updateHotkey(shortcut.get())) {
+        Log("AppDelegate").error("Failed to register global hotkey on launch");
+    }
 
     auto& scheduler = autoCleanScheduler();
     if (autoCleanSettings->modes.contains(AutoCleanMode::onLaunch)) {
@@ -78,13 +93,21 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
 }
 
 void AppDelegate::pasteAndClose(const ClipboardItem& item) {
+    const auto target = previousApp ? previousApp : platform::current().workspace.frontmostApplication();
     if (_statusBar) _statusBar->hideImmediately();
     previousApp.reset();
-    onMainAfter(deliverySeconds, [item] {
-        writeToPasteboard(item);
-        // No desktop gives this program synthetic keys: the entry waits on the pasteboard.
-        NotificationCenter::defaultCenter().post("AutoPasteFailed");
-    });
+    onMainAfter(deliverySeconds, [item, target] { deliverPaste(item, target); });
+}
+
+bool AppDelegate::updateGlobalShortcut(const Shortcut& wanted) {
+    auto& coordinator = hotkeyCoordinator();
+    if (!coordinator.updateHotkey(wanted)) {
+        coordinator.updateHotkey(shortcut.get());
+        return false;
+    }
+    shortcut.set(wanted);
+    saveJSONSetting(std::optional(wanted), shortcutKey, UserDefaults::standard());
+    return true;
 }
 
 void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelVisible() ? hidePanel() : showPanel(); }

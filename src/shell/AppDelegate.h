@@ -10,6 +10,7 @@
 #include "core/AutoCleanSettings.h"
 #include "core/PasteboardWatcher.h"
 #include "core/Store.h"
+#include "delivery/HotkeyCoordinator.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Published.h"
@@ -66,10 +67,15 @@ public:
 
     /// Made at its first use.
     LockCoordinator& lockCoordinator();
+    /// Made at its first use.
+    HotkeyCoordinator& hotkeyCoordinator();
 
-    /// Takes the panel away, and a little later puts the entry on the pasteboard, for the application that
-    /// was in front.
+    /// Takes the panel away at once, and a little later pastes the entry into `previousApp`, which is
+    /// forgotten, or into the front application where there is none.
     void pasteAndClose(const ClipboardItem& item);
+    /// Makes it the shortcut of the panel, now and at later starts. False when the desktop refuses it; then
+    /// the old one stays.
+    bool updateGlobalShortcut(const Shortcut& wanted);
     /// Hides the panel with a fade, or notes the front application in `previousApp` and shows the panel. What
     /// the hotkey does; nothing before launch.
     void togglePanel();
@@ -80,6 +86,8 @@ public:
     /// The application that was in front when the panel was toggled on; absent where there was none.
     std::optional<NSRunningApplication> previousApp;
 
+    /// Shows and hides the panel, whichever application is in front.
+    Published<Shortcut> shortcut;
     Published<AutoCleanSettings> autoCleanSettings;
     Published<AppearanceSettings> appearanceSettings;
     /// The size of the panel at launch, in points.
@@ -93,6 +101,7 @@ private:
     std::unique_ptr<StatusBarController> _statusBar;
     std::unique_ptr<AutoCleanScheduler> _autoCleanScheduler;
     std::unique_ptr<LockCoordinator> _lockCoordinator;
+    std::unique_ptr<HotkeyCoordinator> _hotkeyCoordinator;
     Lifetime _lifetime;
 };
 

@@ -145,6 +145,11 @@ void StatusBarController::buildPanel() {
 
     auto& hosting = _floatingPanel->hostingView();
     hosting.onUnhandledKey([this](const KeyEvent& event) {
+        // The panel has taken the keyboard, so the desktop doesn't see the hotkey.
+        if (_application.hotkeyCoordinator().isHotkey(event)) {
+            if (!event.isRepeat) _application.togglePanel();
+            return true;
+        }
         // What every user of a pop-up expects.
         if (event.key != Key::escape) return false;
         hide();

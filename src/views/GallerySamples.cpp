@@ -116,6 +116,8 @@ Platform withSamplePictures(const Platform& platform, SampleImageDecoder& images
         .imageDecoder = images,
         .fileIcons = icons,
         .sharing = platform.sharing,
+        .hotkeys = platform.hotkeys,
+        .syntheticKeys = platform.syntheticKeys,
         .applicationSupportDirectories = platform.applicationSupportDirectories,
         .temporaryDirectory = platform.temporaryDirectory,
         .defaultsPath = platform.defaultsPath,

@@ -87,6 +87,8 @@ Platform over(headless::Desktop& desktop, FileSystem& files, const std::string& 
         .imageDecoder = platform.imageDecoder,
         .fileIcons = platform.fileIcons,
         .sharing = platform.sharing,
+        .hotkeys = platform.hotkeys,
+        .syntheticKeys = platform.syntheticKeys,
         .applicationSupportDirectories = {folder},
         .temporaryDirectory = folder,
         .defaultsPath = folder + "/settings.plist",

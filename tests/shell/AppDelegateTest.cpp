@@ -94,6 +94,33 @@ TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
     EXPECT_EQ(readableStatus("{}"), "");
 }
 
+TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
+    constexpr Shortcut chosen{.keyCode = 8, .modifiers = cmdKey | shiftKey};
+    constexpr Shortcut taken{.keyCode = 7, .modifiers = cmdKey};
+    desktop.hotkeys.taken = {{taken.keyCode, taken.modifiers}};
+    {
+        AppDelegate application;
+        application.applicationDidFinishLaunching(started());
+        EXPECT_EQ(desktop.hotkeys.registered, (std::vector<headless::Hotkeys::Combination>{{9, 2304}}));
+        EXPECT_TRUE(application.updateGlobalShortcut(chosen));
+        EXPECT_FALSE(application.updateGlobalShortcut(taken));
+        EXPECT_EQ(application.shortcut.get(), chosen);
+        EXPECT_EQ(desktop.hotkeys.registered, (std::vector<headless::Hotkeys::Combination>{{8, 768}}));
+    }
+    AppDelegate again;
+    EXPECT_EQ(again.shortcut.get(), chosen);
+
+    // Another program took it between the two runs.
+    desktop.hotkeys.taken.push_back({chosen.keyCode, chosen.modifiers});
+    again.applicationDidFinishLaunching(started());
+    EXPECT_TRUE(desktop.log.contains("AppDelegate: Failed to register global hotkey on launch"));
+    EXPECT_TRUE(again.statusBar());
+
+    UserDefaults::standard().set("settings.globalShortcut",
+                                 PropertyValue(Data(std::string_view(R"({"keyCode":8})"))));
+    EXPECT_EQ(AppDelegate().shortcut.get(), (Shortcut{9, 2304}));
+}
+
 TEST(CommandLine, Words) {
     using Command = CommandLine::Command;
     EXPECT_EQ(CommandLine::parse({}).command, Command::run);

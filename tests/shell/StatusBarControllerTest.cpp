@@ -141,6 +141,42 @@ TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAlo
     EXPECT_FALSE(isShown()) << "where presses elsewhere can't be seen";
 }
 
+TEST_F(FloatingPanelTest, TheHotkeyOpensItAndClosesItFromWithinOnceForEachPress) {
+    launch();
+    ASSERT_TRUE(desktop.hotkeys.press({9, cmdKey | optionKey}));
+    desktop.runLoop.advance(0.3);
+    ASSERT_TRUE(isShown());
+    // The key is still held; 47 is the place of V.
+    KeyEvent pressed{.modifiers = {.hasOption = true, .hasCommand = true}, .position = 47, .isRepeat = true};
+    panel().delegate()->keyPressed(pressed);
+    desktop.runLoop.advance(0.3);
+    EXPECT_TRUE(isShown());
+    pressed.isRepeat = false;
+    panel().delegate()->keyPressed(pressed);
+    desktop.runLoop.advance(0.3);
+    EXPECT_FALSE(isShown());
+}
+
+TEST_F(FloatingPanelTest, AnEntryIsPastedWhereThePanelWasOpenedFromAndThenWhereTheUserIs) {
+    const auto goesTo = [&](const char* text) {
+        application->pasteAndClose(textItem(text));
+        EXPECT_FALSE(isShown());
+        EXPECT_FALSE(application->previousApp);
+        desktop.runLoop.advance(1);
+        return desktop.syntheticKeys.posted.back().to;
+    };
+    const auto elsewhere = NSRunningApplication{.processIdentifier = 8, .bundleIdentifier = "browser"};
+    launch();
+    application->togglePanel();
+    desktop.runLoop.advance(0.3);
+    desktop.workspace.front = elsewhere;
+    EXPECT_EQ(goesTo("one"), 7);
+
+    desktop.workspace.front = elsewhere;
+    application->statusBar()->toggleFromStatusItem();
+    EXPECT_EQ(goesTo("two"), 8);
+}
+
 TEST_F(FloatingPanelTest, StandsInTheMiddleAndThenWhereItWasLeftAlwaysOnTheScreen) {
     launch();
     showWhole();

@@ -8,6 +8,7 @@
 #include "platform/desktop/FileIcons.h"
 #include "platform/desktop/FontFamilies.h"
 #include "platform/desktop/ImageDecoder.h"
+#include "platform/desktop/Keyboard.h"
 #include "platform/desktop/Keychain.h"
 #include "platform/desktop/LocalAuthentication.h"
 #include "platform/desktop/Pasteboard.h"
@@ -39,6 +40,8 @@ struct Platform {
     ImageDecoder& imageDecoder;
     FileIcons& fileIcons;
     SharingServices& sharing;
+    Hotkeys& hotkeys;
+    SyntheticKeys& syntheticKeys;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;
     std::string temporaryDirectory;

@@ -102,6 +102,8 @@ Platform Desktop::platform() {
         .imageDecoder = imageDecoder,
         .fileIcons = fileIcons,
         .sharing = sharing,
+        .hotkeys = hotkeys,
+        .syntheticKeys = syntheticKeys,
         .applicationSupportDirectories = {"/home/user/.local/share"},
         .temporaryDirectory = "/tmp",
         .defaultsPath = "/home/user/.config/Vellumix/settings.plist",

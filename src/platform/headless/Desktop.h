@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/desktop/Platform.h"
+#include "platform/headless/Keyboard.h"
 #include "platform/headless/LocalAuthentication.h"
 #include "platform/headless/MemoryFileSystem.h"
 #include "platform/headless/Pasteboard.h"
@@ -15,19 +16,21 @@
 
 namespace vellumix::headless {
 
-/// Applications in memory: whoever is set is in front.
+/// Applications in memory: whoever is set or activated is in front.
 class Workspace final : public NSWorkspace {
 public:
     std::optional<NSRunningApplication> frontmostApplication() const override { return front; }
 
     bool activate(const NSRunningApplication& application) override {
         activated.push_back(application);
-        front = application;
+        if (!isSlow) front = application;
         return true;
     }
 
     std::optional<NSRunningApplication> front;
     std::vector<NSRunningApplication> activated;
+    /// Applications don't come to the front by themselves.
+    bool isSlow = false;
 };
 
 /// A keychain in memory that can refuse.
@@ -124,6 +127,8 @@ public:
     ImageDecoder imageDecoder;
     FileIcons fileIcons;
     SharingServices sharing;
+    Hotkeys hotkeys;
+    SyntheticKeys syntheticKeys{workspace, pasteboard};
 };
 
 }  // namespace vellumix::headless

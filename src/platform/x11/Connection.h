@@ -52,8 +52,15 @@ public:
     /// Calls the handler with each event that an extension has defined (X protocol, section 1; XGE 1.0), but
     /// for those of XFixes, which concern a window.
     Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
+    /// Calls the handler with each press and release of a key that comes to any window.
+    Observation observeKeys(EventHandler handler) { return _keyHandlers.add(std::move(handler)); }
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
+
+    /// The server's time of the last thing that the user did with the program; 0 before the first. Window
+    /// managers ask for it (Extended Window Manager Hints 1.5, "_NET_ACTIVE_WINDOW").
+    xcb_timestamp_t userTime() const { return _userTime; }
+    void userActed(xcb_timestamp_t time) { _userTime = time; }
 
     /// The names of the atoms, in order; an atom that doesn't exist has an empty name.
     std::vector<std::string> names(std::span<const xcb_atom_t> atoms);
@@ -79,6 +86,8 @@ private:
     std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
     std::unordered_map<xcb_atom_t, std::string> _names;
     ObserverList<const xcb_generic_event_t&> _extensionHandlers;
+    ObserverList<const xcb_generic_event_t&> _keyHandlers;
+    xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
     ObserverList<> _endHandlers;
     Observation _watch;
     Lifetime _lifetime;

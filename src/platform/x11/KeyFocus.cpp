@@ -101,7 +101,6 @@ void KeyFocus::setKey(KeyTarget* target) {
 
 void KeyFocus::handleKey(const xcb_generic_event_t& event) {
     const auto& key = xcb::as<xcb_key_press_event_t>(event);
-    _lastTime = key.time;
     if (xcb::typeOf(event) == XCB_KEY_RELEASE) {
         _keyboard.released(key);
         return;

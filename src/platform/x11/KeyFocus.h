@@ -37,8 +37,6 @@ public:
     void remove(KeyTarget& target);
     /// A press or release that came to a window of the program.
     void handleKey(const xcb_generic_event_t& event);
-    /// The server's time of the last key; 0 before the first.
-    xcb_timestamp_t lastTime() const { return _lastTime; }
 
 private:
     void update();
@@ -56,7 +54,6 @@ private:
     /// What had the focus before it was taken for want of a grab; none while it isn't.
     xcb_window_t _focusBefore = XCB_WINDOW_NONE;
     int _attempts = 0;
-    xcb_timestamp_t _lastTime = XCB_CURRENT_TIME;
     std::unique_ptr<NSTimer> _retry;
     Observation _events;
 };

@@ -1,24 +1,17 @@
 #include "platform/x11/Keyboard.h"
 
 #include <xkbcommon/xkbcommon-keysyms.h>
-#include <xkbcommon/xkbcommon-x11.h>
-
-// The header of libxcb names a field "explicit".
-#define explicit isExplicit
-#include <xcb/xkb.h>
-#undef explicit
 
 #include <array>
 #include <cstdlib>
 
 #include "platform/foundation/Log.h"
+#include "platform/x11/KeyCodes.h"
 
 namespace vellumix::x11 {
 
 namespace {
 
-/// Key codes of X are those of evdev and 8 more.
-constexpr unsigned evdevOffset = 8;
 constexpr std::uint32_t realModifiers = 0xFF;
 constexpr int groupShift = 13;
 constexpr std::uint32_t groupMask = 3;
@@ -100,34 +93,14 @@ const char* localeOfTyping() {
 }  // namespace
 
 Keyboard::Keyboard(Connection& connection)
-    : _connection(connection), _context(xkb_context_new(XKB_CONTEXT_NO_FLAGS)) {
-    auto* const xcb = connection.xcb();
-    if (!_context || !xkb_x11_setup_xkb_extension(
-                         xcb, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-                         XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &_firstEvent, nullptr)) {
-        Log("Keyboard").error("The X server has no XKB extension: keys can't be read");
-        return;
-    }
-    _device = xkb_x11_get_core_keyboard_device_id(xcb);
-    constexpr std::uint32_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
-    constexpr std::uint16_t everyPart = 0xFF;
-    xcb_xkb_select_events(xcb, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, everyPart, everyPart, nullptr);
-    // A key that is held then comes as presses alone, by which a repetition can be told.
-    xcb_xkb_per_client_flags(xcb, XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT,
-                             XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT, 0, 0, 0);
-    _events = connection.observeExtensions([this](const auto& event) {
-        if (xcb::typeOf(event) != _firstEvent) return;
-        // Every event of XKB has its kind in the place of the detail (XKB protocol, section 16).
-        const auto kind = xcb::as<xcb_xkb_map_notify_event_t>(event).xkbType;
-        if (kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY) readKeymap();
-    });
+    : _connection(connection), _watch(connection), _context(xkb_context_new(XKB_CONTEXT_NO_FLAGS)) {
+    if (!_watch.isAvailable()) Log("Keyboard").error("The X server has no XKB extension: keys can't be read");
+    _changes = _watch.observe([this] { readKeymap(); });
     readKeymap();
 }
 
 void Keyboard::readKeymap() {
-    auto* const xcb = _connection.xcb();
-    xkb::Keymap keymap(
-        xkb_x11_keymap_new_from_device(_context.get(), xcb, _device, XKB_KEYMAP_COMPILE_NO_FLAGS));
+    auto keymap = _watch.readKeymap(_context.get());
     if (!keymap) return;
     _keymap = std::move(keymap);
     _state.reset(xkb_state_new(_keymap.get()));
@@ -209,7 +182,7 @@ std::optional<KeyEvent> Keyboard::pressed(const xcb_key_press_event_t& event) {
     key.key = keyOf(symbol);
     key.modifiers = modifiersOf(event.state);
     key.isRepeat = _down.test(code);
-    key.position = code >= evdevOffset ? code - evdevOffset : 0;
+    key.position = positionOf(event.detail);
     _down.set(code);
     if (!key.modifiers.hasControl && !key.modifiers.hasCommand) {
         auto text = composed(symbol, typedText(utf8Of(symbol)));
@@ -225,7 +198,11 @@ std::optional<KeyEvent> Keyboard::pressed(const xcb_key_press_event_t& event) {
 void Keyboard::released(const xcb_key_release_event_t& event) { _down.reset(event.detail); }
 
 void Keyboard::reset() {
-    _down.reset();
+    // Keys that are held already, as those of the hotkey that opened a window, repeat and are not pressed.
+    const KeysDown down(_connection);
+    for (std::size_t code = 0; code < _down.size(); ++code) {
+        _down.set(code, down.test(static_cast<xcb_keycode_t>(code)));
+    }
     if (_compose) xkb_compose_state_reset(_compose.get());
 }
 

@@ -6,6 +6,7 @@
 #include "platform/desktop/Event.h"
 #include "platform/x11/Connection.h"
 #include "platform/x11/KeyboardHandles.h"
+#include "platform/x11/KeyboardWatch.h"
 
 namespace vellumix::x11 {
 
@@ -20,7 +21,8 @@ public:
     /// What a press says; absent for a modifier and for a key that waits for the next one to compose with.
     std::optional<KeyEvent> pressed(const xcb_key_press_event_t& event);
     void released(const xcb_key_release_event_t& event);
-    /// Forgets the keys that are down and what is half composed: the keyboard goes to another window.
+    /// Forgets what is half composed, and takes the keys that are down for held: the keyboard goes to another
+    /// window.
     void reset();
     /// The modifiers in the state of a pointer event.
     static KeyModifiers modifiersOf(std::uint32_t state);
@@ -33,18 +35,17 @@ private:
     std::optional<std::string> composed(xkb_keysym_t symbol, std::string typed);
 
     Connection& _connection;
+    KeyboardWatch _watch;
     xkb::Context _context;
     xkb::Keymap _keymap;
     xkb::State _state;
     /// Made at the first dead or compose key, as its table is large.
     xkb::ComposeTable _composeTable;
     xkb::ComposeState _compose;
-    std::int32_t _device = -1;
-    std::uint8_t _firstEvent = 0;
     /// The layout whose signs name the keys, for each layout.
     std::vector<xkb_layout_index_t> _namingLayouts;
     std::bitset<256> _down;
-    Observation _events;
+    Observation _changes;
 };
 
 }  // namespace vellumix::x11

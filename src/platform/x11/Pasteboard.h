@@ -43,6 +43,10 @@ public:
 
     void preserve(std::int64_t changeCount) override;
 
+    /// The visible content.
+    const Content& content() const { return _visible; }
+    /// What was written last isn't offered to other programs yet.
+    bool isClaiming() const { return _owner.isClaiming(); }
     /// Values on their way in or out.
     std::size_t activeTransfers() const { return _owner.activeTransfers() + (_isReading ? 1 : 0); }
 

@@ -130,6 +130,7 @@ void Pointer::handle(const xcb_generic_event_t& event) {
 
 void Pointer::pressed(const xcb_generic_event_t& event, bool isRelease) {
     const auto& press = xcb::as<xcb_input_button_press_event_t>(event);
+    _connection.userActed(press.time);
     auto* const told = _surroundings.delegateOf(press.event);
     if (!told) return;
     const auto at = pointOf(press, _surroundings.scale());

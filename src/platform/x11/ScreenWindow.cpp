@@ -280,7 +280,7 @@ void ScreenWindow::activate() {
     message.window = _id;
     message.type = _connection.atoms().activeWindow;
     message.data.data32[0] = application;
-    message.data.data32[1] = _server._keys.lastTime();
+    message.data.data32[1] = _connection.userTime();
     message.data.data32[2] = _server.activeWindow();
     xcb_send_event(xcb, 0, _connection.root(),
                    XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,

@@ -65,6 +65,15 @@ std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
     return application;
 }
 
+std::vector<std::string> Workspace::frontNames() const {
+    std::vector<std::string> names;
+    if (const auto front = frontmostApplication(); front && front->bundleIdentifier) {
+        names.push_back(*front->bundleIdentifier);
+    }
+    if (_front && !_front->windowClass.empty()) names.push_back(_front->windowClass);
+    return names;
+}
+
 xcb_window_t Workspace::windowNamedBy(xcb_window_t window, xcb_atom_t property) const {
     const auto reply = xcb::await<xcb_get_property_reply>(
         _connection.xcb(), xcb_get_property(_connection.xcb(), 0, window, property, XCB_ATOM_WINDOW, 0, 1));
@@ -81,7 +90,7 @@ bool Workspace::activate(const NSRunningApplication& application) {
     message.window = application.window;
     message.type = _connection.atoms().activeWindow;
     message.data.data32[0] = fromPager;
-    message.data.data32[1] = XCB_CURRENT_TIME;
+    message.data.data32[1] = _connection.userTime();
     constexpr std::uint32_t toWindowManager =
         XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
     xcb_send_event(_connection.xcb(), 0, _connection.root(), toWindowManager,

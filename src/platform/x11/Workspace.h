@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/desktop/Workspace.h"
 #include "platform/x11/Connection.h"
@@ -24,6 +25,9 @@ public:
 
     std::optional<NSRunningApplication> frontmostApplication() const override;
     bool activate(const NSRunningApplication& application) override;
+    /// The bundle identifier of the front application, and its window class: either may be all that somebody
+    /// knows of it.
+    std::vector<std::string> frontNames() const;
     /// Whether a window manager runs that tells the front application (EWMH 1.5, "_NET_SUPPORTING_WM_CHECK").
     bool hasWindowManager() const;
 

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+
+#include "delivery/HotKey.h"
+#include "platform/foundation/Lifetime.h"
+
+namespace vellumix {
+
+/// Keeps the hotkey in step with the shortcut that a person has chosen, and hands its presses on. Main thread
+/// only.
+class HotkeyCoordinator {
+public:
+    /// `onToggle` is called at each press, on a later turn of the loop.
+    explicit HotkeyCoordinator(std::function<void()> onToggle);
+    HotkeyCoordinator(const HotkeyCoordinator&) = delete;
+    HotkeyCoordinator& operator=(const HotkeyCoordinator&) = delete;
+
+    /// False when the desktop refuses it; then no hotkey is left.
+    bool updateHotkey(const Shortcut& shortcut);
+    /// Whether a key that came to a window of the program is the registered hotkey.
+    bool isHotkey(const KeyEvent& event) const;
+
+private:
+    GlobalHotkeyManager _manager;
+    const std::function<void()> _onToggle;
+    Shortcut _shortcut;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix

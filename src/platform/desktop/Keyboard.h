@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+#include "platform/desktop/Event.h"
+#include "platform/foundation/Observation.h"
+
+/// The keyboard of the desktop beyond the program's own windows. Virtual key codes stand for places on the
+/// board, whatever the layout writes on them; 9 is the key that an American board calls V.
+namespace vellumix {
+
+/// The modifiers of a hotkey, as bits of a mask. Other bits mean nothing to any desktop.
+inline constexpr std::uint32_t cmdKey = 0x100;
+inline constexpr std::uint32_t shiftKey = 0x200;
+inline constexpr std::uint32_t optionKey = 0x800;
+inline constexpr std::uint32_t controlKey = 0x1000;
+
+/// The modifiers of a key event, as bits of a mask.
+using CGEventFlags = std::uint64_t;
+inline constexpr CGEventFlags kCGEventFlagMaskShift = 0x20000;
+inline constexpr CGEventFlags kCGEventFlagMaskControl = 0x40000;
+inline constexpr CGEventFlags kCGEventFlagMaskAlternate = 0x80000;
+inline constexpr CGEventFlags kCGEventFlagMaskCommand = 0x100000;
+
+/// The key's position as `KeyEvent` counts it; absent for a code that no board has.
+std::optional<unsigned> positionOfVirtualKey(std::uint32_t keyCode);
+/// The inverse of `positionOfVirtualKey`.
+std::optional<std::uint32_t> virtualKeyAtPosition(unsigned position);
+
+/// Combinations that reach the program whichever application is in front. Main thread only.
+class Hotkeys {
+public:
+    virtual ~Hotkeys() = default;
+    /// Calls the function from the main loop, once for each press of a registered combination; a key that is
+    /// held is one press.
+    virtual Observation InstallEventHandler(std::function<void()> function) = 0;
+    /// Takes the combination until the observation ends. Absent when another program has it, and when the
+    /// desktop or its keyboard can't give it. Lock keys make no difference. While a window of the program has
+    /// the keyboard, the press may come there as a `KeyEvent` instead.
+    virtual std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode,
+                                                           std::uint32_t modifiers) = 0;
+};
+
+/// A key with its modifiers, pressed and released.
+struct KeyChord {
+    std::uint32_t keyCode = 0;
+    CGEventFlags flags = 0;
+
+    friend bool operator==(const KeyChord&, const KeyChord&) = default;
+};
+
+/// Keys that the program presses for the user. Main thread only.
+class SyntheticKeys {
+public:
+    virtual ~SyntheticKeys() = default;
+    /// Whether keys can be posted at all. With `prompts`, a desktop that must ask its user asks now; the
+    /// answer is that of the present moment, and nobody is waited for.
+    virtual bool AXIsProcessTrustedWithOptions(bool prompts) = 0;
+    /// Asks the front application for what the chord means, by the keys that mean it there: Command-V is its
+    /// paste, and it then finds what was last written to the pasteboard. Goes out as soon as the user's own
+    /// modifiers are up, at the latest half a second later, in the order of the calls, to whichever
+    /// application is in front then. Does nothing for a chord that the desktop has no keys for.
+    virtual void CGEventPost(const KeyChord& chord) = 0;
+};
+
+}  // namespace vellumix

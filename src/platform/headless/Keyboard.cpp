@@ -1,0 +1,35 @@
+#include "platform/headless/Keyboard.h"
+
+#include <algorithm>
+
+namespace vellumix::headless {
+
+namespace {
+
+bool contains(const std::vector<Hotkeys::Combination>& all, const Hotkeys::Combination& one) {
+    return std::ranges::find(all, one) != all.end();
+}
+
+}  // namespace
+
+std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) {
+    const Combination combination{keyCode, modifiers};
+    if (contains(taken, combination) || contains(registered, combination)) return std::nullopt;
+    registered.push_back(combination);
+    return Observation(_lifetime.weakly([this, combination] { std::erase(registered, combination); }));
+}
+
+bool Hotkeys::press(const Combination& combination) {
+    if (!contains(registered, combination)) return false;
+    _handlers.notify();
+    return true;
+}
+
+void SyntheticKeys::CGEventPost(const KeyChord& chord) {
+    const auto front = _workspace.frontmostApplication();
+    posted.push_back({.chord = chord,
+                      .to = front ? front->processIdentifier : 0,
+                      .text = _pasteboard.stringForType(NSPasteboardTypeString)});
+}
+
+}  // namespace vellumix::headless

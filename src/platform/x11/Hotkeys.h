@@ -1,0 +1,56 @@
+#pragma once
+
+#include <list>
+#include <memory>
+#include <optional>
+
+#include "platform/desktop/Keyboard.h"
+#include "platform/x11/KeyCodes.h"
+#include "platform/x11/KeyboardWatch.h"
+
+namespace vellumix::x11 {
+
+/// Hotkeys by grabs of keys on the root window (X protocol, request "GrabKey"), one for each way in which the
+/// lock keys can stand. They follow the keyboard when its modifiers change. While another program holds the
+/// whole keyboard, as an open menu does, no hotkey arrives.
+class Hotkeys final : public vellumix::Hotkeys {
+public:
+    explicit Hotkeys(Connection& connection);
+    ~Hotkeys() override;
+    Hotkeys(const Hotkeys&) = delete;
+    Hotkeys& operator=(const Hotkeys&) = delete;
+
+    Observation InstallEventHandler(std::function<void()> function) override {
+        return _handlers.add(std::move(function));
+    }
+    std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) override;
+
+private:
+    struct Registration {
+        xcb_keycode_t key;
+        std::uint32_t modifiers;
+    };
+
+    void handle(const xcb_generic_event_t& event);
+    void hold(xcb_keycode_t key);
+    void keyboardChanged();
+    /// All grabs of the registration, or none.
+    bool grab(const Registration& registration);
+    void ungrab(const Registration& registration);
+    std::vector<ModifierMap::Mask> statesOf(const Registration& registration) const;
+
+    Connection& _connection;
+    KeyboardWatch _keyboard;
+    ModifierMap _modifiers;
+    std::list<Registration> _registrations;
+    /// The hotkey that is down, until it is seen to be up.
+    std::optional<xcb_keycode_t> _held;
+    std::unique_ptr<NSTimer> _holding;
+    bool _isChangeDue = false;
+    ObserverList<> _handlers;
+    Observation _keys;
+    Observation _changes;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

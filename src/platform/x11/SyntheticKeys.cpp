@@ -1,0 +1,152 @@
+#include "platform/x11/SyntheticKeys.h"
+
+#include <linux/input-event-codes.h>
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+#include <xkbcommon/xkbcommon-x11.h>
+
+// The header of libxcb names a field "explicit".
+#define explicit isExplicit
+#include <xcb/xkb.h>
+#undef explicit
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/foundation/Log.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+constexpr KeyChord paste{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
+constexpr double patienceSeconds = 0.5;
+constexpr double pollSeconds = 0.01;
+/// Longer than a program takes to ask for what it pastes.
+constexpr double primarySeconds = 2;
+
+bool hasTestExtension(Connection& connection) {
+    const auto* const extension = xcb_get_extension_data(connection.xcb(), &xcb_test_id);
+    return extension && extension->present;
+}
+
+}  // namespace
+
+SyntheticKeys::SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
+                             PasteChords chords)
+    : _connection(connection),
+      _workspace(workspace),
+      _pasteboard(pasteboard),
+      _chords(std::move(chords)),
+      _hasTest(hasTestExtension(connection)),
+      _keyboard(connection) {}
+
+bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool) { return _hasTest; }
+
+void SyntheticKeys::CGEventPost(const KeyChord& chord) {
+    if (chord != paste || !_hasTest) return;
+    _pastes.push_back({.deadline = _connection.runLoop().uptime() + patienceSeconds});
+    if (!_waiting) goOn();
+}
+
+void SyntheticKeys::goOn() {
+    while (!_pastes.empty() && deliver(_pastes.front())) _pastes.pop_front();
+    if (_pastes.empty()) {
+        _waiting.reset();
+    } else {
+        _waiting = _connection.runLoop().oneShotTimer(pollSeconds, [this] { goOn(); });
+    }
+}
+
+bool SyntheticKeys::deliver(Paste& paste) {
+    const auto& chord = _chords.chordFor(_workspace.frontNames());
+    if (chord.readsPrimary && !std::exchange(paste.hasPrimary, true)) lendPrimary();
+    const bool isOffered = !_pasteboard.isClaiming() && !(chord.readsPrimary && _primary->isClaiming());
+    const bool isLate = _connection.runLoop().uptime() > paste.deadline;
+    if ((!isOffered || isUserHoldingModifiers()) && !isLate) return false;
+    press(chord);
+    return true;
+}
+
+bool SyntheticKeys::isUserHoldingModifiers() const {
+    const ModifierMap modifiers(_connection);
+    const KeysDown down(_connection);
+    const auto keys = modifiers.keysOf(static_cast<ModifierMap::Mask>(~modifiers.locks()));
+    return std::ranges::any_of(keys, [&](xcb_keycode_t key) { return down.test(key); });
+}
+
+void SyntheticKeys::lendPrimary() {
+    if (!_primary) {
+        _primary = std::make_unique<SelectionOwner>(_connection, XCB_ATOM_PRIMARY, TransferLimits());
+    }
+    _primary->offer(Offer::of(_pasteboard.content(), _connection));
+    _primaryEnd = _connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
+}
+
+void SyntheticKeys::returnPrimary() {
+    if (_primary->activeTransfers() > 0) {
+        _primaryEnd = _connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
+        return;
+    }
+    _primaryEnd.reset();
+    _primary.reset();
+}
+
+void SyntheticKeys::press(const PasteChord& chord) {
+    const auto key = keyFor(chord.key);
+    if (key == 0) {
+        Log("SyntheticKeys").error("The keyboard lacks the key that the front application pastes by");
+        return;
+    }
+    const ModifierMap modifiers(_connection);
+    const KeysDown down(_connection);
+    const std::pair<bool, ModifierMap::Mask> wanted[] = {
+        {chord.hasControl, ModifierMap::Mask{XCB_MOD_MASK_CONTROL}},
+        {chord.hasShift, ModifierMap::Mask{XCB_MOD_MASK_SHIFT}},
+        {chord.hasOption, modifiers.option()},
+        {chord.hasCommand, modifiers.command()},
+    };
+    std::vector<xcb_keycode_t> keys;
+    for (const auto& [isWanted, mask] : wanted) {
+        const auto candidates = isWanted ? modifiers.keysOf(mask) : std::vector<xcb_keycode_t>();
+        const bool isDown =
+            std::ranges::any_of(candidates, [&](xcb_keycode_t candidate) { return down.test(candidate); });
+        // One that the user holds is the user's to release.
+        if (!candidates.empty() && !isDown) keys.push_back(candidates.front());
+    }
+    keys.push_back(key);
+
+    const auto send = [&](std::uint8_t kind, xcb_keycode_t code) {
+        xcb_test_fake_input(_connection.xcb(), kind, code, XCB_CURRENT_TIME, _connection.root(), 0, 0, 0);
+    };
+    for (const auto code : keys) send(XCB_KEY_PRESS, code);
+    std::ranges::reverse(keys);
+    for (const auto code : keys) send(XCB_KEY_RELEASE, code);
+}
+
+xcb_keycode_t SyntheticKeys::keyFor(xkb_keysym_t symbol) const {
+    auto* const xcb = _connection.xcb();
+    const auto stateAsked = xcb_xkb_get_state(xcb, XCB_XKB_ID_USE_CORE_KBD);
+    const auto state = xcb::await<xcb_xkb_get_state_reply>(xcb, stateAsked);
+    const xkb::Context context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
+    const auto keymap = _keyboard.readKeymap(context.get());
+    if (!keymap) return 0;
+    const auto layouts = xkb_keymap_num_layouts(keymap.get());
+    const xkb_layout_index_t present = state ? state->group : 0;
+    for (xkb_layout_index_t turn = 0; turn <= layouts; ++turn) {
+        // The present layout, and then all in their order.
+        const auto layout = turn == 0 ? present : turn - 1;
+        const auto last = std::min<xkb_keycode_t>(xkb_keymap_max_keycode(keymap.get()), 0xFF);
+        for (auto code = xkb_keymap_min_keycode(keymap.get()); code <= last; ++code) {
+            const xkb_keysym_t* symbols = nullptr;
+            if (xkb_keymap_key_get_syms_by_level(keymap.get(), code, layout, 0, &symbols) == 1 &&
+                *symbols == symbol) {
+                return static_cast<xcb_keycode_t>(code);
+            }
+        }
+    }
+    // Programs take a chord by the place of its key where no layout has the letter.
+    return symbol == XKB_KEY_v ? keyCodeOf(KEY_V) : xcb_keycode_t{0};
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+
+#include "platform/desktop/Keyboard.h"
+#include "platform/x11/KeyCodes.h"
+#include "platform/x11/KeyboardWatch.h"
+#include "platform/x11/PasteChords.h"
+#include "platform/x11/Pasteboard.h"
+#include "platform/x11/Workspace.h"
+
+namespace vellumix::x11 {
+
+/// Keys by the XTEST extension (XTEST 2.2), without which there are none. Keys go to the window with the
+/// input focus.
+///
+/// Nothing is posted before what was written to the pasteboard is offered to other programs. For an
+/// application that pastes the selection PRIMARY, that selection is taken with the same content, and left two
+/// seconds later; what was selected elsewhere is then selected no more.
+class SyntheticKeys final : public vellumix::SyntheticKeys {
+public:
+    /// All must outlive it.
+    SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
+                  PasteChords chords = PasteChords());
+    SyntheticKeys(const SyntheticKeys&) = delete;
+    SyntheticKeys& operator=(const SyntheticKeys&) = delete;
+
+    bool AXIsProcessTrustedWithOptions(bool prompts) override;
+    /// Knows Command-V alone.
+    void CGEventPost(const KeyChord& chord) override;
+
+private:
+    struct Paste {
+        /// When it goes out at the latest, as `RunLoop::uptime` counts.
+        double deadline;
+        bool hasPrimary = false;
+    };
+
+    void goOn();
+    /// False while it must wait.
+    bool deliver(Paste& paste);
+    bool isUserHoldingModifiers() const;
+    void lendPrimary();
+    void returnPrimary();
+    void press(const PasteChord& chord);
+    /// The key that types the sign without modifiers, in the present layout if there is one; 0 for none.
+    xcb_keycode_t keyFor(xkb_keysym_t symbol) const;
+
+    Connection& _connection;
+    const Workspace& _workspace;
+    const Pasteboard& _pasteboard;
+    const PasteChords _chords;
+    const bool _hasTest;
+    KeyboardWatch _keyboard;
+    std::deque<Paste> _pastes;
+    std::unique_ptr<NSTimer> _waiting;
+    std::unique_ptr<SelectionOwner> _primary;
+    std::unique_ptr<NSTimer> _primaryEnd;
+};
+
+}  // namespace vellumix::x11

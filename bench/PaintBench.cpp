@@ -12,6 +12,7 @@
 
 namespace {
 
+using namespace vellumix;
 using namespace vellumix::view;
 
 constexpr Rect frame{{0, 0}, {520, 620}};

@@ -23,17 +23,21 @@ namespace {
 using Kind = ClipboardItem::Kind;
 
 /// In bytes: more than two lines of any panel hold.
-constexpr std::size_t longestHead = 4'000;
+constexpr std::size_t longestHead = 1'200;
 /// In points.
 constexpr double tallestImage = 200;
 
 /// The beginning of a text, cut between two characters.
 String headOf(const String& text) {
     if (text.size() <= longestHead) return text;
-    const auto head = text.view().substr(0, longestHead);
-    const auto boundaries = graphemeBoundaries(head);
+    // Letters are longer than this only where marks are piled up.
+    constexpr std::size_t longestLetter = 256;
+    auto from = longestHead - longestLetter;
+    const auto startsCodePoint = [&](std::size_t at) { return (text.view()[at] & 0xC0) != 0x80; };
+    while (from < longestHead - longestLetter + 3 && !startsCodePoint(from)) ++from;
+    const auto boundaries = graphemeBoundaries(text.view().substr(from, longestHead - from));
     // The last character may go on behind the cut.
-    return head.substr(0, boundaries.size() < 2 ? head.size() : boundaries[boundaries.size() - 2]);
+    return text.view().substr(0, from + boundaries[boundaries.size() - 2]);
 }
 
 std::optional<String> transformableText(const ClipboardItem& item) {

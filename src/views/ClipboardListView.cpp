@@ -164,7 +164,7 @@ View emptyState(bool isSearching) {
     const auto& theme = ThemeManager::shared();
     return VStack(Spacing(16),
                   Symbol(isSearching ? "magnifyingglass" : "clipboard")
-                      .font(Font::system(40))
+                      .font(Font::system(40, Font::Weight::thin))
                       .foreground(theme.mutedTextColor()),
                   Text(localized(isSearching ? "empty.noResults" : "empty.noItems"))
                       .font(ThemeManager::sectionFont())

@@ -67,6 +67,13 @@ void GalleryStage::click(Role role, std::string_view label) {
 
 void GalleryStage::focusNext() { _tree.focusNext(); }
 
+void GalleryStage::type(std::string_view letters) {
+    for (const char letter : letters) {
+        _tree.keyPressed({.text = std::string(1, letter)});
+        settled();
+    }
+}
+
 const DrawingList& GalleryStage::settled() {
     _tree.frame(_now);
     _now += rest;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ public:
     void hover(view::Role role, std::string_view label);
     void click(view::Role role, std::string_view label);
     void focusNext();
+    void type(std::string_view letters);
     /// Once everything has come to rest.
     const view::DrawingList& settled();
 
@@ -37,6 +39,8 @@ struct GalleryCell {
     Size size;
     /// What brings it into that state.
     std::function<void(GalleryStage&)> act;
+    /// What the content shows, kept for as long as it is shown.
+    std::shared_ptr<const void> source = nullptr;
 };
 
 /// Cells under each other, in as many columns.
@@ -46,7 +50,8 @@ struct GallerySheet {
     std::vector<GalleryCell> cells;
 };
 
-/// All components, and the panel in three sizes, in the theme and the language in force.
+/// All components, the pages of the panel, and the panel in three sizes, in the theme and the language in
+/// force.
 std::vector<GallerySheet> gallerySheets();
 
 /// A painted sheet. The surface lies in the memory.

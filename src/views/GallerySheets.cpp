@@ -1,8 +1,14 @@
 #include <string>
 #include <utility>
 
+#include "core/EncryptionManager.h"
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/NotificationCenter.h"
+#include "platform/view/AlertWindow.h"
+#include "platform/view/HelpTip.h"
+#include "platform/view/PopUpMenu.h"
 #include "platform/view/Views.h"
+#include "shell/AppDelegate.h"
 #include "shell/ThemeManager.h"
 #include "views/ClipboardCard.h"
 #include "views/ClipboardToolbar.h"
@@ -10,7 +16,9 @@
 #include "views/Gallery.h"
 #include "views/GallerySamples.h"
 #include "views/HeaderView.h"
+#include "views/Looks.h"
 #include "views/Pickers.h"
+#include "views/RootContainerView.h"
 
 namespace vellumix {
 
@@ -178,27 +186,93 @@ GallerySheet bars() {
               hovered(Role::button, localized("action.clearHistory"))}}};
 }
 
-View panel() {
-    std::vector<View> rows;
-    for (const auto& item : Samples::make().history()) rows.push_back(cardOf(item, rows.size() == 1));
-    return VStack(Spacing(0), header(ViewState::clipboard), Divider(ThemeManager::shared().borderColor()),
-                  toolbar("", ClipboardItem::Kind::all),
-                  ScrollArea(VStack(Spacing(4), Alignment::centre(), std::move(rows))
-                                 .padding(Edge::horizontal, 16)
-                                 .padding(Edge::vertical, 8)));
+/// The whole program's content, over these entries.
+GalleryCell page(std::string caption, Size size, std::vector<ClipboardItem> items,
+                 std::function<void(GalleryStage&)> act = {}) {
+    const auto application = std::make_shared<AppDelegate>();
+    application->store().replaceAll(std::move(items));
+    const auto root =
+        View(RootContainerView{}).environment(&application->store()).environment(application.get());
+    return {std::move(caption), root, size, std::move(act), application};
+}
+
+GallerySheet pages() {
+    const Size size{panelWidth, 450};
+    const auto history = Samples::make().history();
+    const auto showError = [](GalleryStage& stage) {
+        NotificationCenter::defaultCenter().post(EncryptionManager::failedNotification);
+        stage.settled();
+    };
+    return {"pages",
+            2,
+            {page("history", size, history, focused),
+             page("search", size, history, [](GalleryStage& stage) { stage.type("bread"); }),
+             page("nothing found", size, history, [](GalleryStage& stage) { stage.type("zebra"); }),
+             page("no history", size, {}),
+             page("settings", size, {}, clicked(Role::button, localized("accessibility.settings"))),
+             page("error", size, history, showError)}};
+}
+
+GallerySheet popUps() {
+    const auto palette = controlPalette();
+    const Chrome chrome{.shadowRoom = Insets::all(24), .isTranslucent = true};
+    MenuRequest transforms{.palette = palette};
+    for (const auto transform : allTextTransforms) {
+        transforms.items.push_back({.title = title(transform), .symbol = std::string(icon(transform))});
+    }
+    transforms.items[4].isEnabled = false;
+    MenuRequest languages{.palette = palette};
+    for (const auto language : allAppLanguages) {
+        languages.items.push_back(
+            {.title = displayName(language), .isChecked = language == AppLanguage::system});
+    }
+    languages.items.insert(languages.items.begin() + 1, {.isSeparator = true});
+    const AlertDescription deletion{
+        .title = localized("alert.deleteItem.title"),
+        .buttons = {{.title = localized("cancel"), .role = AlertButton::Role::cancel},
+                    {.title = localized("delete"), .role = AlertButton::Role::destructive}}};
+    const AlertDescription clean{
+        .title = localized("autoClean.dialog.title"),
+        .message = localized("autoClean.dialog.message"),
+        .buttons = {{.title = localized("cancel"), .role = AlertButton::Role::cancel},
+                    {.title = localized("clear")}}};
+    auto& renderer = Renderer::shared();
+    const Size menu{200, 270};
+    const Size small{300, 130};
+    const auto framed = [](const View& content, double width, double height) {
+        return content.frame(width, height).padding(12);
+    };
+    return {"pop-ups",
+            2,
+            {{"menu", framed(menuContent(transforms, 1, chrome), 190, 270), {230, 300}, {}},
+             {"menu with a check mark", framed(menuContent(languages, {}, chrome), 190, 128), menu, {}},
+             {"alert, destructive", alertContent(deletion, palette, renderer), {320, 130}, {}},
+             {"alert with a message", alertContent(clean, palette, renderer), {320, 170}, {}},
+             {"help text",
+              framed(helpContent({.text = localized("action.copy"), .palette = palette}, chrome), 60, 22),
+              small,
+              {}},
+             {"progress", ProgressIndicator(), small, {}}}};
 }
 
 GallerySheet panelOf(double width, double height) {
     const auto name =
         std::to_string(static_cast<int>(width)) + "x" + std::to_string(static_cast<int>(height));
-    return {"panel-" + name, 1, {{"", panel(), {width, height}, {}}}};
+    return {"panel-" + name, 1, {page("", {width, height}, Samples::make().history())}};
 }
 
 }  // namespace
 
 std::vector<GallerySheet> gallerySheets() {
-    return {components(),      cards(),           cardStates(), bars(), panelOf(panelWidth, 620),
-            panelOf(320, 500), panelOf(800, 1000)};
+    return {components(),
+            cards(),
+            cardStates(),
+            bars(),
+            pages(),
+            popUps(),
+            panelOf(panelWidth, 620),
+            panelOf(320, 500),
+            panelOf(800, 1000)};
 }
 
 }  // namespace vellumix

@@ -1,6 +1,5 @@
 #include "views/Looks.h"
 
-#include "platform/view/ControlPalette.h"
 #include "shell/ThemeManager.h"
 
 namespace vellumix {
@@ -17,19 +16,24 @@ struct Themed {
         return content.font(ThemeManager::bodyFont())
             .foreground(theme.primaryTextColor())
             .accent(theme.accentColor())
-            .environment(ControlPalette{
-                .background = theme.surfaceColor(),
-                .border = theme.borderColor(),
-                .text = theme.primaryTextColor(),
-                .secondaryText = theme.secondaryTextColor(),
-                .hover = theme.hoverFillColor(),
-                .accent = theme.accentColor(),
-                .danger = ThemeManager::dangerColor(),
-            });
+            .environment(controlPalette());
     }
 };
 
 }  // namespace
+
+ControlPalette controlPalette() {
+    const auto& theme = ThemeManager::shared();
+    return {
+        .background = theme.surfaceColor(),
+        .border = theme.borderColor(),
+        .text = theme.primaryTextColor(),
+        .secondaryText = theme.secondaryTextColor(),
+        .hover = theme.hoverFillColor(),
+        .accent = theme.accentColor(),
+        .danger = ThemeManager::dangerColor(),
+    };
+}
 
 View themed(const View& content) { return Themed{content}; }
 

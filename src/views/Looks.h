@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/view/ControlPalette.h"
 #include "platform/view/View.h"
 
 /// What the views have in common.
@@ -14,6 +15,9 @@ inline constexpr auto hover = view::Curve::easeOut(0.12);
 inline constexpr view::Color success{0.16, 0.64, 0.31, 1};
 
 }  // namespace looks
+
+/// Of menus, help texts and alerts, in the theme in force.
+view::ControlPalette controlPalette();
 
 /// The content in the theme's text colour, with its focus ring, menus, help texts and alerts. It follows a
 /// change of theme.

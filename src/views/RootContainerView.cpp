@@ -22,7 +22,9 @@ ClipboardListView listOf(AppDelegate& application) {
         .onPasteAndClose = [&application](const ClipboardItem& item) { application.pasteAndClose(item); },
         .onLock = [&application](const ClipboardItem& item) { application.store().setLocked(item, true); },
         .onUnlock =
-            [&application](const ClipboardItem& item) { application.lockCoordinator().temporarilyUnlocked.erase(item.id); },
+            [&application](const ClipboardItem& item) {
+                application.lockCoordinator().temporarilyUnlocked.erase(item.id);
+            },
         .onRequestUnlock =
             [&application](const ClipboardItem& item, const String& reason,
                            ClipboardListView::Answer answer) {

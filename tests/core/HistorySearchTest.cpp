@@ -34,6 +34,10 @@ TEST_F(HistorySearchTest, FindsWhateverTheCaseAndNotWithoutTheAccent) {
         {"\u0395\u03bb\u03bb\u03ac\u03b4\u03b1", "\u0395\u039b\u039b\u0386\u0394\u0391", true},
         {"300 \u212a", "k", true},
         {"x\u0301\u0301y", "xy", false},
+        {"\u00e0s tr\u00caS da manh\u00e3", "tr\u00eas DA MANH\u00c3", true},
+        {"\u304b\u3099", "\u304b", false},
+        {"\u304b\u3099", "\u304c", true},
+        {"\u1112\u1161\u11ab", "\ud55c", true},
     };
     for (const auto& one : cases) {
         EXPECT_EQ(CaselessText(one.query).isIn(one.text), one.isFound) << one.text << " / " << one.query;

@@ -9,11 +9,12 @@ earlier one is in the `Tour`.
 
 import stat
 import sys
+import time
 from pathlib import Path
 
 from harness import applications
 from harness.desktop import PrivateDesktop
-from harness.processes import Failure
+from harness.processes import Failure, wait_for
 from harness.vellumix import Vellumix, files_with
 
 NOTE = "Meet at the old harbour, under the clock."
@@ -39,6 +40,11 @@ class Tour:
         path = self.pictures / f"{name}.png"
         self.desktop.picture(path)
         self.say(f"picture: {path}")
+
+    def later_picture(self, name):
+        """Once everything that moves has come to rest."""
+        time.sleep(0.6)
+        self.picture(name)
 
     def recorded(self, who, kind, action):
         self.vellumix.until_recorded(kind, action)
@@ -117,6 +123,39 @@ def scene_file(tour):
     tour.say("no copied text can be read anywhere in the home folder, nor in the log")
 
 
+def scene_panel(tour):
+    """The panel opens over an editor, and a person finds an old copy in it"""
+    desktop, vellumix = tour.desktop, tour.vellumix
+
+    def until(state):
+        wait_for(f"the panel is {state}", lambda: vellumix.status()["panel"] == state)
+
+    def point(x, y):
+        desktop.run("xdotool", "mousemove", str(x), str(y), "click", "1")
+
+    with applications.Window(desktop, "mousepad", "mousepad", "--disable-server"):
+        tour.expect("vellumix toggle", vellumix.command("toggle").returncode == 0)
+        until("visible")
+        # The fade takes 0.2 s, and nothing tells its end.
+        tour.later_picture("panel")
+        desktop.run("xdotool", "type", "HARBOUR")
+        tour.later_picture("panel-search")
+        desktop.run("xdotool", "key", "Return")
+        until("hidden")
+        tour.expect("the note is on the clipboard again",
+                    wait_for("the note", lambda: applications.clipboard(desktop) == NOTE))
+        vellumix.command("show")
+        until("visible")
+        # In the middle of 1280 x 800: the gear at its top right, and the dark theme on the settings page.
+        point(870, 204)
+        point(590, 308)
+        tour.later_picture("panel-settings-dark")
+        point(870, 204)
+        tour.later_picture("panel-dark")
+        desktop.run("xdotool", "key", "Escape")
+        until("hidden")
+
+
 def scene_restart(tour):
     """The program is killed and started again"""
     before = tour.vellumix.status()
@@ -137,7 +176,8 @@ def scene_quit(tour):
     tour.expect("it ended with 0", tour.vellumix.exit_code() == 0)
 
 
-SCENES = [scene_start, scene_copies, scene_owner_dies, scene_secret, scene_file, scene_restart, scene_quit]
+SCENES = [scene_start, scene_copies, scene_owner_dies, scene_secret, scene_file, scene_panel, scene_restart,
+          scene_quit]
 
 
 def main():

@@ -33,7 +33,7 @@ public:
     void pointerReleased(Point, PointerButton) override { ++releases; }
     void scrolled(Point, double down, double) override { scrolledDown += down; }
     void keyPressed(const KeyEvent& event) override { keys.push_back(event); }
-    void textComposed(const MarkedText&) override {}
+    void textComposed(const MarkedText& text) override { marked = text; }
     void keyStateChanged(bool isKey) override { keyStates += isKey ? '+' : '-'; }
     void frameChanged(bool hasResized, bool hasMoved) override {
         frames += std::string(hasResized ? "resized" : "") + (hasMoved ? "moved" : "") + " ";
@@ -47,6 +47,7 @@ public:
     Point pointer;
     std::vector<PointerPress> presses;
     std::vector<KeyEvent> keys;
+    MarkedText marked;
     std::string keyStates;
     std::string frames;
     double scrolledDown = 0;

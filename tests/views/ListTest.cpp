@@ -174,6 +174,7 @@ TEST_F(ListTest, NewEntriesComeIntoSightAndTheSelectionStaysInside) {
     std::vector<std::string> many;
     for (int at = 0; at < 60; ++at) many.push_back("entry " + std::to_string(at));
     open(many);
+    EXPECT_EQ(cards().find("[entry 0]"), 0u) << "it begins at its beginning";
     for (int press = 0; press < 40; ++press) list->press(Key::down);
     pass(1);
     EXPECT_NE(cards().find("[entry 40]"), std::string::npos) << "scrolled to";

@@ -46,7 +46,8 @@ public:
     virtual void pointerPressed(const PointerPress& press) = 0;
     /// Follows every press, also when the pointer has left the window meanwhile.
     virtual void pointerReleased(Point at, PointerButton button) = 0;
-    /// The content under the pointer moves by that many points down, and right.
+    /// The wheel or the fingers go by that many points towards the end of the content, down and right. One
+    /// click of a wheel is 40.
     virtual void scrolled(Point at, double down, double right) = 0;
     virtual void keyPressed(const KeyEvent& event) = 0;
     /// Only while a text input is set. What is composed in the end comes as `keyPressed` with its text.

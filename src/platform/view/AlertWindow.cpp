@@ -131,6 +131,11 @@ std::optional<std::size_t> defaultButton(const AlertDescription& alert) {
     return alert.buttons.size() == 1 ? cancelButton(alert) : std::nullopt;
 }
 
+View alertContent(const AlertDescription& alert, const ControlPalette& palette, Renderer& renderer) {
+    return View(AlertContent{alert, palette, fitSideBySide(alert, renderer), [](auto) {}})
+        .background(Rectangle(), palette.background);
+}
+
 AlertWindow::AlertWindow(const AlertDescription& alert, const ControlPalette& palette, const Rect& over,
                          const Rect& bounds, Renderer& renderer, Answer onAnswer)
     : _onAnswer(std::move(onAnswer)), _cancelButton(cancelButton(alert)) {

@@ -12,6 +12,9 @@ namespace vellumix::view {
 /// The number of the button that the enter key presses; absent where there is none.
 std::optional<std::size_t> defaultButton(const AlertDescription& alert);
 
+/// What an alert looks like, in its window; for pictures.
+View alertContent(const AlertDescription& alert, const ControlPalette& palette, Renderer& renderer);
+
 /// An alert that is up, from its making to its destruction. Main thread only.
 class AlertWindow {
 public:

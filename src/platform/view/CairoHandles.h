@@ -1,12 +1,11 @@
 #pragma once
 
 #include <cairo.h>
-#include <librsvg/rsvg.h>
 #include <pango/pangocairo.h>
 
 #include <memory>
 
-/// The handles of cairo, Pango and librsvg that this folder owns, one a line.
+/// The handles of cairo and Pango that this folder owns, one a line.
 namespace vellumix::view::handles {
 
 template <auto Free>

@@ -25,6 +25,10 @@ View tip(const ViewTree::Help& help) {
 
 }  // namespace
 
+View helpContent(const ViewTree::Help& help, const Chrome& chrome) {
+    return floating(tip(help), cornerRadius, help.palette, chrome);
+}
+
 void HelpTip::pointerMoved(Point pointer, const std::optional<ViewTree::Help>& help, const Rect& bounds) {
     _pointer = pointer;
     _bounds = bounds;
@@ -59,10 +63,7 @@ void HelpTip::show() {
     const auto frame = placedUnder({_pointer, {}}, size, belowPointer, _bounds);
     _window = std::make_unique<AttachedWindow>(
         NSWindow::Options{.kind = NSWindow::Kind::toolTip, .frame = frame},
-        [help = *_help](const Chrome& chrome) {
-            return floating(tip(help), cornerRadius, help.palette, chrome);
-        },
-        _renderer);
+        [help = *_help](const Chrome& chrome) { return helpContent(help, chrome); }, _renderer);
     _window->window().setCornerRadius(cornerRadius);
     _window->host().orderFront();
     // The timer may be running this.

@@ -8,6 +8,9 @@
 
 namespace vellumix::view {
 
+/// What a help text looks like, in its window; for pictures.
+View helpContent(const ViewTree::Help& help, const Chrome& chrome);
+
 /// The help text that a window shows at the pointer: 0.6 seconds after it came to rest, at once where another
 /// was shown until half a second before, and for ten seconds. Main thread only.
 class HelpTip {

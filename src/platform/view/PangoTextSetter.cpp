@@ -84,7 +84,9 @@ std::shared_ptr<const TextLayout> PangoTextSetter::set(const String& text, const
     const auto key = keyOf(visible, options);
     if (auto known = _layouts.objectForKey(key)) return known;
     auto layout = std::make_shared<const PangoTextLayout>(lines(visible, options));
-    _layouts.setObject(layout, key, key.size());
+    // Of glyphs, clusters and breaks, for each byte of the text.
+    constexpr std::size_t layoutCost = 48;
+    _layouts.setObject(layout, key, layoutCost * key.size());
     return layout;
 }
 

@@ -25,7 +25,7 @@ public:
 
 private:
     static constexpr std::size_t countLimit = 512;
-    static constexpr std::size_t byteLimit = std::size_t{1} << 20;
+    static constexpr std::size_t byteLimit = std::size_t{2} << 20;
 
     /// In a direction that the text has, or in the one that it is given.
     handles::Object<PangoLayout> layout(std::string_view text, const TextOptions& options,

@@ -115,6 +115,14 @@ struct MenuWindow {
 
 }  // namespace
 
+View menuContent(const MenuRequest& request, std::optional<std::size_t> highlighted, const Chrome& chrome) {
+    const auto model = std::make_shared<MenuModel>();
+    model->items = request.items;
+    model->palette = request.palette;
+    model->highlight.set({.item = highlighted});
+    return MenuWindow{model, chrome};
+}
+
 PopUpMenu::PopUpMenu(const MenuRequest& request, const Rect& anchor, const Rect& bounds, Renderer& renderer,
                      End onEnd)
     : _model(std::make_shared<MenuModel>()), _onEnd(std::move(onEnd)), _anchor(anchor) {

@@ -2,12 +2,16 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "platform/view/AttachedWindow.h"
 
 namespace vellumix::view {
 
 struct MenuModel;
+
+/// What an open menu looks like, in its window; for pictures.
+View menuContent(const MenuRequest& request, std::optional<std::size_t> highlighted, const Chrome& chrome);
 
 /// An open menu, from its making to its destruction. Main thread only.
 class PopUpMenu {

@@ -26,7 +26,7 @@ public:
         auto& child = *node.children.front();
         const Proposal inner{node.target.size.width, std::nullopt};
         const auto outerViewport = pass.viewport;
-        const bool isSought = _target && data.reached != _target;
+        const bool isSought = _target && !_target->id.empty() && data.reached != _target;
         // Rows that come into sight turn out higher or lower than was guessed; a few rounds settle it.
         constexpr int rounds = 6;
         for (int round = 0; round < rounds; ++round) {

@@ -22,7 +22,7 @@ struct Color {
 struct Font {
     enum class Design { system, monospaced };
     /// As the weights of CSS Fonts Level 4, section 2.2.
-    enum class Weight { regular = 400, medium = 500, semibold = 600, bold = 700 };
+    enum class Weight { thin = 100, regular = 400, medium = 500, semibold = 600, bold = 700 };
 
     /// In points.
     double size = 13;

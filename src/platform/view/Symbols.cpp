@@ -75,6 +75,8 @@ double symbolStrokeWidth(Font::Weight weight, double side) {
     const double toDisplay = std::clamp((side - textSide) / (displaySide - textSide), 0.0, 1.0);
     const double optical = 1 - toDisplay * (1 - largest);
     switch (weight) {
+        case Font::Weight::thin:
+            return 1.25 * optical;
         case Font::Weight::regular:
             return 1.75 * optical;
         case Font::Weight::medium:

@@ -59,7 +59,7 @@ public:
     void pointerLeft();
     void pointerPressed(const PointerPress& press);
     void pointerReleased(Point at, PointerButton button = PointerButton::primary);
-    /// Moves what is under the pointer by that many points down.
+    /// Scrolls what is under the pointer by that many points towards its end.
     void scrolled(Point at, double by);
     /// Whether a view, or the window's own keys (tab, space, enter, escape), had a use for it.
     bool keyPressed(const KeyEvent& event);

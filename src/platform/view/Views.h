@@ -161,6 +161,7 @@ struct LazyVStack : View {
 
 /// Where to scroll to. It is done once for each new value: raise `serial` to scroll to the same row again.
 struct ScrollTarget {
+    /// Empty, it is nowhere, and nothing is scrolled.
     std::string id;
     /// 0 brings the row to the top, 1 to the bottom; without one, it scrolls as far as needed to see it.
     std::optional<double> anchor;

@@ -62,6 +62,7 @@ constexpr Entry entries[] = {
     {"_NET_CLIENT_LIST", &Atoms::clientList},
     {"_NET_WM_STRUT_PARTIAL", &Atoms::strutPartial},
     {"_XSETTINGS_SETTINGS", &Atoms::settings},
+    {"XIM_SERVERS", &Atoms::inputMethodServers},
 };
 
 }  // namespace

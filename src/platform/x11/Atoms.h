@@ -66,6 +66,7 @@ struct Atoms {
     xcb_atom_t clientList;
     xcb_atom_t strutPartial;
     xcb_atom_t settings;
+    xcb_atom_t inputMethodServers;
 };
 
 /// Asks the server for all atoms at once; `collect` waits for the answers.

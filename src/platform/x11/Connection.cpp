@@ -164,15 +164,13 @@ void Connection::dispatch() {
 }
 
 void Connection::deliver(const xcb_generic_event_t& event) {
+    _everyHandlers.notify(event);
     const bool isCore = xcb::typeOf(event) < firstExtensionEvent && xcb::typeOf(event) != XCB_GE_GENERIC;
     if (!isCore && !isSelectionChange(event)) {
         _extensionHandlers.notify(event);
         return;
     }
-    if (xcb::typeOf(event) == XCB_KEY_PRESS || xcb::typeOf(event) == XCB_KEY_RELEASE) {
-        userActed(xcb::as<xcb_key_press_event_t>(event).time);
-        _keyHandlers.notify(event);
-    }
+    if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(xcb::as<xcb_key_press_event_t>(event).time);
     const auto found = _handlers.find(windowOf(event));
     if (found != _handlers.end()) found->second.notify(event);
 }

@@ -52,8 +52,8 @@ public:
     /// Calls the handler with each event that an extension has defined (X protocol, section 1; XGE 1.0), but
     /// for those of XFixes, which concern a window.
     Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
-    /// Calls the handler with each press and release of a key that comes to any window.
-    Observation observeKeys(EventHandler handler) { return _keyHandlers.add(std::move(handler)); }
+    /// Calls the handler with each event, before those whom it concerns.
+    Observation observeEvery(EventHandler handler) { return _everyHandlers.add(std::move(handler)); }
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
 
@@ -86,7 +86,7 @@ private:
     std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
     std::unordered_map<xcb_atom_t, std::string> _names;
     ObserverList<const xcb_generic_event_t&> _extensionHandlers;
-    ObserverList<const xcb_generic_event_t&> _keyHandlers;
+    ObserverList<const xcb_generic_event_t&> _everyHandlers;
     xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
     ObserverList<> _endHandlers;
     Observation _watch;

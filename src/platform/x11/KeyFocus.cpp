@@ -13,8 +13,20 @@ constexpr int mostAttempts = 40;
 
 }  // namespace
 
-KeyFocus::KeyFocus(Connection& connection)
-    : _connection(connection), _keyboard(connection), _window(xcb_generate_id(connection.xcb())) {
+KeyFocus::KeyFocus(Connection& connection, int screen)
+    : _connection(connection),
+      _keyboard(connection),
+      _window(xcb_generate_id(connection.xcb())),
+      _input(connection, screen, _window,
+             {.typed = [this](const auto& key) { handleTyped(key); },
+              .committed =
+                  [this](const std::string& text) {
+                      if (_key) _key->keyTyped({.text = text});
+                  },
+              .composed =
+                  [this](const MarkedText& text) {
+                      if (_key) _key->textComposed(text);
+                  }}) {
     // One window out of sight gets the keys for all, so that the grab stays while they change.
     const std::uint32_t values[] = {1, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE};
     xcb_create_window(connection.xcb(), XCB_COPY_FROM_PARENT, _window, connection.root(), -1, -1, 1, 1, 0,
@@ -95,17 +107,29 @@ void KeyFocus::setKey(KeyTarget* target) {
     auto* const before = std::exchange(_key, target);
     if (before == target) return;
     _keyboard.reset();
+    // What is being composed belongs to the window that loses the keys.
+    _input.setCaret(std::nullopt);
+    if (target) _input.setCaret(target->textCaret());
     if (before) before->keyStateChanges(false);
     if (target) target->keyStateChanges(true);
 }
 
 void KeyFocus::handleKey(const xcb_generic_event_t& event) {
     const auto& key = xcb::as<xcb_key_press_event_t>(event);
-    if (xcb::typeOf(event) == XCB_KEY_RELEASE) {
+    if (!_input.take(key)) handleTyped(key);
+}
+
+void KeyFocus::textCaretChanged(const KeyTarget& target) {
+    if (_key == &target) _input.setCaret(target.textCaret());
+}
+
+void KeyFocus::handleTyped(const xcb_key_press_event_t& key) {
+    const auto type = key.response_type & 0x7F;
+    if (type == XCB_KEY_RELEASE) {
         _keyboard.released(key);
         return;
     }
-    if (xcb::typeOf(event) != XCB_KEY_PRESS || !_key) return;
+    if (type != XCB_KEY_PRESS || !_key) return;
     if (const auto pressed = _keyboard.pressed(key)) _key->keyTyped(*pressed);
 }
 

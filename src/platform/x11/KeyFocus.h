@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/foundation/Lifetime.h"
+#include "platform/x11/InputMethod.h"
 #include "platform/x11/Keyboard.h"
 #include "platform/x11/Window.h"
 
@@ -17,6 +18,9 @@ public:
     virtual bool isGrabbing() const = 0;
     virtual void keyStateChanges(bool isKey) = 0;
     virtual void keyTyped(const KeyEvent& event) = 0;
+    /// Where text is being typed, in pixels of the root; nothing while keys are commands.
+    virtual std::optional<xcb_point_t> textCaret() const = 0;
+    virtual void textComposed(const MarkedText& text) = 0;
 };
 
 /// Which window of the program is key: the last to have asked, and when it goes, the one before.
@@ -26,7 +30,7 @@ public:
 /// seconds; then the input focus has to do. Main thread.
 class KeyFocus {
 public:
-    explicit KeyFocus(Connection& connection);
+    KeyFocus(Connection& connection, int screen);
     ~KeyFocus();
     KeyFocus(const KeyFocus&) = delete;
     KeyFocus& operator=(const KeyFocus&) = delete;
@@ -35,6 +39,8 @@ public:
     /// The target wants the keyboard, or has been given it by the window manager.
     void add(KeyTarget& target);
     void remove(KeyTarget& target);
+    /// The target types text now, or no longer, or elsewhere.
+    void textCaretChanged(const KeyTarget& target);
     /// A press or release that came to a window of the program.
     void handleKey(const xcb_generic_event_t& event);
 
@@ -44,10 +50,12 @@ private:
     bool grab();
     void letGo();
     void setKey(KeyTarget* target);
+    void handleTyped(const xcb_key_press_event_t& key);
 
     Connection& _connection;
     Keyboard _keyboard;
     xcb_window_t _window;
+    InputMethod _input;
     std::vector<KeyTarget*> _order;
     KeyTarget* _key = nullptr;
     bool _isGrabbed = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xcb-imdkit/imclient.h>
 #include <xkbcommon/xkbcommon-compose.h>
 #include <xkbcommon/xkbcommon.h>
 
@@ -7,7 +8,7 @@
 
 #include "platform/foundation/HandleDeleter.h"
 
-/// The handles of xkbcommon that this folder owns, one a line.
+/// The handles of xkbcommon and of the input method's library that this folder owns, one a line.
 namespace vellumix::x11::xkb {
 
 using Context = std::unique_ptr<xkb_context, HandleDeleter<xkb_context_unref>>;
@@ -17,3 +18,9 @@ using ComposeTable = std::unique_ptr<xkb_compose_table, HandleDeleter<xkb_compos
 using ComposeState = std::unique_ptr<xkb_compose_state, HandleDeleter<xkb_compose_state_unref>>;
 
 }  // namespace vellumix::x11::xkb
+
+namespace vellumix::x11::xim {
+
+using InputMethod = std::unique_ptr<xcb_xim_t, HandleDeleter<xcb_xim_destroy>>;
+
+}  // namespace vellumix::x11::xim

@@ -106,8 +106,9 @@ void Pointer::handle(const xcb_generic_event_t& event) {
             break;
         case XCB_INPUT_ENTER: {
             const auto& enter = xcb::as<xcb_input_enter_event_t>(event);
-            // The wheel may have turned over another window meanwhile.
-            _axes[enter.sourceid] = axesOf(enter.sourceid);
+            // Any wheel may have turned over another window meanwhile, and the source that this event names
+            // can be the pointer that stands for all of them.
+            readAxes();
             const Point at{fromFixed(enter.event_x), fromFixed(enter.event_y)};
             const double scale = _surroundings.scale();
             if (auto* told = _surroundings.delegateOf(enter.event)) {
@@ -150,16 +151,16 @@ void Pointer::pressed(const xcb_generic_event_t& event, bool isRelease) {
     if (isRelease || (press.flags & XCB_INPUT_POINTER_EVENT_FLAGS_POINTER_EMULATED)) return;
     switch (press.detail) {
         case 4:
-            told->scrolled(at, pointsAClick, 0);
-            break;
-        case 5:
             told->scrolled(at, -pointsAClick, 0);
             break;
+        case 5:
+            told->scrolled(at, pointsAClick, 0);
+            break;
         case 6:
-            told->scrolled(at, 0, pointsAClick);
+            told->scrolled(at, 0, -pointsAClick);
             break;
         case 7:
-            told->scrolled(at, 0, -pointsAClick);
+            told->scrolled(at, 0, pointsAClick);
             break;
         default:
             break;
@@ -181,8 +182,8 @@ void Pointer::moved(const xcb_generic_event_t& event) {
     const auto& motion = xcb::as<xcb_input_motion_event_t>(event);
     auto* const told = _surroundings.delegateOf(motion.event);
     if (!told) return;
-    auto known = _axes.find(motion.sourceid);
-    if (known == _axes.end()) known = _axes.emplace(motion.sourceid, axesOf(motion.sourceid)).first;
+    if (_axes.find(motion.sourceid) == _axes.end()) readAxes();
+    auto& axes = _axes[motion.sourceid];
 
     const auto* const mask = xcb_input_button_press_valuator_mask(&motion);
     const auto* const values = xcb_input_button_press_axisvalues(&motion);
@@ -190,7 +191,7 @@ void Pointer::moved(const xcb_generic_event_t& event) {
     double down = 0;
     double right = 0;
     bool hasScrolled = false;
-    for (auto& axis : known->second) {
+    for (auto& axis : axes) {
         if (axis.number / 32 >= motion.valuators_len ||
             !(mask[axis.number / 32] >> (axis.number % 32) & 1U)) {
             continue;
@@ -201,7 +202,7 @@ void Pointer::moved(const xcb_generic_event_t& event) {
             place += static_cast<int>(mask[bit / 32] >> (bit % 32) & 1U);
         if (place >= count) continue;
         const double value = fromFixed(values[place]);
-        const double points = (axis.value - value) / axis.increment * pointsAClick;
+        const double points = (value - axis.value) / axis.increment * pointsAClick;
         axis.value = value;
         (axis.isVertical ? down : right) += points;
         hasScrolled = true;
@@ -214,15 +215,21 @@ void Pointer::moved(const xcb_generic_event_t& event) {
     }
 }
 
-std::vector<Pointer::ScrollAxis> Pointer::axesOf(std::uint16_t device) const {
-    std::vector<ScrollAxis> axes;
+void Pointer::readAxes() {
+    _axes.clear();
     auto* const xcb = _connection.xcb();
-    const auto reply =
-        xcb::await<xcb_input_xi_query_device_reply>(xcb, xcb_input_xi_query_device(xcb, device));
-    if (!reply) return axes;
-    const auto infos = xcb_input_xi_query_device_infos_iterator(reply.get());
-    if (infos.rem == 0) return axes;
-    for (auto at = xcb_input_xi_device_info_classes_iterator(infos.data); at.rem > 0;
+    const auto reply = xcb::await<xcb_input_xi_query_device_reply>(
+        xcb, xcb_input_xi_query_device(xcb, XCB_INPUT_DEVICE_ALL));
+    if (!reply) return;
+    for (auto at = xcb_input_xi_query_device_infos_iterator(reply.get()); at.rem > 0;
+         xcb_input_xi_device_info_next(&at)) {
+        _axes[at.data->deviceid] = axesOf(*at.data);
+    }
+}
+
+std::vector<Pointer::ScrollAxis> Pointer::axesOf(const xcb_input_xi_device_info_t& device) {
+    std::vector<ScrollAxis> axes;
+    for (auto at = xcb_input_xi_device_info_classes_iterator(&device); at.rem > 0;
          xcb_input_device_class_next(&at)) {
         if (at.data->type != XCB_INPUT_DEVICE_CLASS_TYPE_SCROLL) continue;
         const auto& scroll = *reinterpret_cast<const xcb_input_scroll_class_t*>(at.data);
@@ -232,7 +239,7 @@ std::vector<Pointer::ScrollAxis> Pointer::axesOf(std::uint16_t device) const {
                         .isVertical = scroll.scroll_type == XCB_INPUT_SCROLL_TYPE_VERTICAL,
                         .increment = increment});
     }
-    for (auto at = xcb_input_xi_device_info_classes_iterator(infos.data); at.rem > 0;
+    for (auto at = xcb_input_xi_device_info_classes_iterator(&device); at.rem > 0;
          xcb_input_device_class_next(&at)) {
         if (at.data->type != XCB_INPUT_DEVICE_CLASS_TYPE_VALUATOR) continue;
         const auto& valuator = *reinterpret_cast<const xcb_input_valuator_class_t*>(at.data);

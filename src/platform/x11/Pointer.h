@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xcb/xinput.h>
+
 #include <functional>
 #include <map>
 #include <vector>
@@ -55,7 +57,9 @@ private:
     void pressed(const xcb_generic_event_t& event, bool isRelease);
     void moved(const xcb_generic_event_t& event);
     void pressedSomewhere(const xcb_generic_event_t& event);
-    std::vector<ScrollAxis> axesOf(std::uint16_t device) const;
+    /// Where the wheels of all devices stand, from which the next turns count.
+    void readAxes();
+    static std::vector<ScrollAxis> axesOf(const xcb_input_xi_device_info_t& device);
     int countClick(const Click& press);
 
     Connection& _connection;

@@ -83,6 +83,7 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
 }
 
 ScreenWindow::~ScreenWindow() {
+    unmap();
     _delegate = nullptr;
     _server._windows.erase(_id);
     _server._keys.remove(*this);
@@ -293,6 +294,24 @@ void ScreenWindow::keyStateChanges(bool isKey) {
 
 void ScreenWindow::keyTyped(const KeyEvent& event) {
     if (_delegate) _delegate->keyPressed(event);
+}
+
+void ScreenWindow::textComposed(const MarkedText& text) {
+    if (_delegate) _delegate->textComposed(text);
+}
+
+void ScreenWindow::setTextInput(std::optional<Rect> caret) {
+    _textInput = caret;
+    _server._keys.textCaretChanged(*this);
+}
+
+std::optional<xcb_point_t> ScreenWindow::textCaret() const {
+    if (!_textInput) return std::nullopt;
+    const auto corner = area();
+    const double scale = backingScaleFactor();
+    // The foot of the caret, where candidates are listed.
+    return xcb_point_t{static_cast<std::int16_t>(corner.x + std::lround(_textInput->minX() * scale)),
+                       static_cast<std::int16_t>(corner.y + std::lround(_textInput->maxY() * scale))};
 }
 
 void ScreenWindow::setCursor(Cursor cursor) {

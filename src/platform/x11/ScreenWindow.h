@@ -31,7 +31,7 @@ public:
     void makeKeyWindow() override;
     bool isKeyWindow() const override { return _server._keys.key() == this; }
     void setCursor(Cursor cursor) override;
-    void setTextInput(std::optional<Rect>) override {}
+    void setTextInput(std::optional<Rect> caret) override;
     PixelBuffer beginDrawing() override;
     void endDrawing() override;
 
@@ -56,6 +56,8 @@ private:
     bool isGrabbing() const override { return isFloating(); }
     void keyStateChanges(bool isKey) override;
     void keyTyped(const KeyEvent& event) override;
+    std::optional<xcb_point_t> textCaret() const override;
+    void textComposed(const MarkedText& text) override;
 
     Area area() const;
     void place();
@@ -89,6 +91,7 @@ private:
     double _alpha = 1;
     double _cornerRadius = 0;
     Cursor _cursor = Cursor::arrow;
+    std::optional<Rect> _textInput;
     bool _isVisible = false;
     bool _isMapped = false;
     bool _isViewable = false;

@@ -54,7 +54,7 @@ WindowServer::WindowServer(Connection& connection)
       _settings(connection, _screenNumber),
       _screens(connection, _screen, _settings),
       _compositor(connection, "_NET_WM_CM_S" + std::to_string(_screenNumber)),
-      _keys(connection),
+      _keys(connection, _screenNumber),
       _pointer(connection, {.delegateOf = [this](xcb_window_t id) -> NSWindowDelegate* {
                                 const auto found = _windows.find(id);
                                 return found == _windows.end() ? nullptr : found->second->delegate();

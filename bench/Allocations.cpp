@@ -1,0 +1,19 @@
+#include "bench/Allocations.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+std::atomic<std::size_t> count = 0;
+}
+
+std::size_t vellumix::bench::allocationCount() { return count; }
+
+void* operator new(std::size_t size) {
+    ++count;
+    if (void* memory = std::malloc(size)) return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }

@@ -128,10 +128,13 @@ TEST_F(SyntheticKeysTest, ForAnOldTerminalTheSelectionIsLentForTheTimeOfThePaste
     EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V}));
     EXPECT_EQ(primary(), "-") << "only where it is needed";
     bringToFront("XTerm");
-    // Pressed in the moment of the write, and still what was written is what is pasted.
+    listener.forget();
     pasteboard->clearContents();
     pasteboard->setString("new words", NSPasteboardTypeString);
-    EXPECT_EQ(paste(), chord({KEY_LEFTSHIFT, KEY_INSERT}));
+    keys.CGEventPost(commandV);
+    presentOwner();
+    EXPECT_EQ(listener.keys(), "") << "the clipboard isn't ours yet";
+    EXPECT_TRUE(wait([&] { return listener.keys() == chord({KEY_LEFTSHIFT, KEY_INSERT}); }));
     EXPECT_EQ(primary(), "new words");
     EXPECT_EQ(peer->paste("UTF8_STRING"), "new words");
     EXPECT_TRUE(wait([&] { return primary() == "-"; }));

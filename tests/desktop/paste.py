@@ -65,9 +65,9 @@ class Paste(unittest.TestCase):
                 path, window = self.editor(program, option)
                 with window:
                     self.pick()
+                    self.until_file_holds(path, LINES, lambda: self.keys("ctrl+s"), end=end)
                     if pictures := os.environ.get("VELLUMIX_PICTURES"):
                         self.desktop.picture(Path(pictures) / f"paste-{program}.png")
-                    self.until_file_holds(path, LINES, lambda: self.keys("ctrl+s"), end=end)
         self.assertEqual(self.vellumix.count(), 1)
 
     def test_what_is_larger_than_one_piece_arrives_whole(self):

@@ -11,7 +11,7 @@
 
 namespace vellumix::tests {
 
-PrivateDisplay::PrivateDisplay() {
+PrivateDisplay::PrivateDisplay(const std::string& missingExtension) {
     int ends[2];
     if (pipe(ends) != 0) return;
     const auto number = std::to_string(ends[1]);
@@ -23,7 +23,8 @@ PrivateDisplay::PrivateDisplay() {
         dup2(nowhere, STDOUT_FILENO);
         dup2(nowhere, STDERR_FILENO);
         execlp("Xvfb", "Xvfb", "-displayfd", number.c_str(), "-screen", "0", "640x480x24", "-nolisten", "tcp",
-               "-noreset", static_cast<char*>(nullptr));
+               "-noreset", missingExtension.empty() ? nullptr : "-extension", missingExtension.c_str(),
+               static_cast<char*>(nullptr));
         _exit(127);
     }
     ::close(ends[1]);

@@ -10,7 +10,8 @@ namespace vellumix::tests {
 /// with this object, and with the process.
 class PrivateDisplay {
 public:
-    PrivateDisplay();
+    /// Without an extension of that name; with all that the server has for an empty one.
+    explicit PrivateDisplay(const std::string& missingExtension = {});
     ~PrivateDisplay() { end(); }
     PrivateDisplay(const PrivateDisplay&) = delete;
     PrivateDisplay& operator=(const PrivateDisplay&) = delete;

@@ -170,10 +170,7 @@ void Connection::deliver(const xcb_generic_event_t& event) {
         _extensionHandlers.notify(event);
         return;
     }
-    if (xcb::typeOf(event) == XCB_KEY_PRESS || xcb::typeOf(event) == XCB_KEY_RELEASE) {
-        userActed(xcb::as<xcb_key_press_event_t>(event).time);
-        _keyHandlers.notify(event);
-    }
+    if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(xcb::as<xcb_key_press_event_t>(event).time);
     const auto found = _handlers.find(windowOf(event));
     if (found != _handlers.end()) found->second.notify(event);
 }

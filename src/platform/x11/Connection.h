@@ -54,8 +54,6 @@ public:
     Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
     /// Calls the handler with each event, before those whom it concerns.
     Observation observeEvery(EventHandler handler) { return _everyHandlers.add(std::move(handler)); }
-    /// Calls the handler with each press and release of a key that comes to any window.
-    Observation observeKeys(EventHandler handler) { return _keyHandlers.add(std::move(handler)); }
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
 
@@ -89,7 +87,6 @@ private:
     std::unordered_map<xcb_atom_t, std::string> _names;
     ObserverList<const xcb_generic_event_t&> _extensionHandlers;
     ObserverList<const xcb_generic_event_t&> _everyHandlers;
-    ObserverList<const xcb_generic_event_t&> _keyHandlers;
     xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
     ObserverList<> _endHandlers;
     Observation _watch;

@@ -16,7 +16,7 @@ constexpr double holdingSeconds = 0.05;
 
 Hotkeys::Hotkeys(Connection& connection)
     : _connection(connection), _keyboard(connection), _modifiers(connection) {
-    _keys = connection.observeKeys([this](const auto& event) { handle(event); });
+    _keys = connection.observeEvery([this](const auto& event) { handle(event); });
     _changes = _keyboard.observe([this] {
         // A change of layouts is told many times over.
         if (std::exchange(_isChangeDue, true)) return;
@@ -97,8 +97,10 @@ void Hotkeys::keyboardChanged() {
 }
 
 void Hotkeys::handle(const xcb_generic_event_t& event) {
+    const auto type = xcb::typeOf(event);
+    if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return;
     const auto& key = xcb::as<xcb_key_press_event_t>(event);
-    if (xcb::typeOf(event) == XCB_KEY_RELEASE) {
+    if (type == XCB_KEY_RELEASE) {
         if (_held == key.detail) hold(0);
         return;
     }

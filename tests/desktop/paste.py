@@ -1,0 +1,105 @@
+#!/usr/bin/python3
+"""The hotkey opens the panel over a real program, and the entry that is picked is in the program, byte for byte."""
+
+import os
+import unittest
+from pathlib import Path
+
+from harness import applications
+from harness.desktop import PrivateDesktop
+from harness.processes import Failure, wait_for
+from harness.vellumix import Vellumix
+
+# By the place of V and not by its letter.
+HOTKEY = "super+alt+55"
+LINES = "Grüße aus der Ωmega-Straße: 日本語, 👩‍👩‍👧 and e\u0301\n\tan indented line\n\nthe end"
+
+
+class Paste(unittest.TestCase):
+    def setUp(self):
+        self.desktop = PrivateDesktop()
+        self.addCleanup(self.desktop.close)
+        self.vellumix = Vellumix(self.desktop).start()
+
+    def keys(self, *names):
+        self.desktop.run("xdotool", "key", *names)
+
+    def until(self, state):
+        wait_for(f"the panel is {state}", lambda: self.vellumix.status()["panel"] == state)
+
+    def copy(self, text, kind="text"):
+        self.vellumix.until_recorded(kind, lambda: applications.copy_with_xclip(self.desktop, text))
+
+    def pick(self, *keys):
+        """Opens the panel, goes by keys from the newest entry to another, and takes it."""
+        self.keys(HOTKEY)
+        self.until("visible")
+        self.keys(*keys, "Return")
+        self.until("hidden")
+
+    def until_file_holds(self, path, text, action=lambda: None, seconds=10, end=""):
+        """`end` is what the program adds by itself."""
+        def holds():
+            action()
+            return path.exists() and path.read_bytes() == (text + end).encode()
+        try:
+            wait_for(f"{path.name} holds what was picked", holds, seconds)
+        except Failure as failure:
+            found = path.read_bytes() if path.exists() else b""
+            raise Failure(f"{failure}; it holds {len(found)} bytes: {found[:200]}") from None
+
+    def editor(self, program, *options):
+        path = self.desktop.home / f"{program} file.txt"
+        path.write_bytes(b"")
+        return path, applications.Window(self.desktop, program, program, *options, path)
+
+    def test_the_hotkey_opens_and_closes_the_panel(self):
+        for state in ("visible", "hidden", "visible", "hidden"):
+            self.keys(HOTKEY)
+            self.until(state)
+
+    def test_editors_get_every_byte_and_nothing_is_recorded_twice(self):
+        self.copy(LINES)
+        for program, option, end in (("mousepad", "--disable-server", ""), ("featherpad", "--standalone", "\n")):
+            with self.subTest(program):
+                path, window = self.editor(program, option)
+                with window:
+                    self.pick()
+                    self.until_file_holds(path, LINES, lambda: self.keys("ctrl+s"), end=end)
+                    if pictures := os.environ.get("VELLUMIX_PICTURES"):
+                        self.desktop.picture(Path(pictures) / f"paste-{program}.png")
+        self.assertEqual(self.vellumix.count(), 1)
+
+    def test_what_is_larger_than_one_piece_arrives_whole(self):
+        text = "\n".join(f"{number:07} of the lines of a long text" for number in range(40_000))
+        self.copy(text)
+        path, window = self.editor("mousepad", "--disable-server")
+        with window:
+            self.pick()
+            self.until_file_holds(path, text, lambda: self.keys("ctrl+s"), seconds=30)
+
+    def test_a_gtk_entry_gets_first_one_entry_and_then_another(self):
+        self.copy("the older one")
+        self.copy("the newer one+")
+        path = self.desktop.home / "entry.txt"
+        script = Path(applications.__file__).with_name("text-entry.py")
+        with applications.Window(self.desktop, "text-entry.py", "/usr/bin/python3", script, path):
+            self.pick()
+            self.until_file_holds(path, "the newer one+")
+            self.pick("Down")
+            self.until_file_holds(path, "the newer one+the older one")
+
+    def test_an_old_terminal_gets_it_by_its_own_keys_under_another_layout(self):
+        self.copy(LINES)
+        self.desktop.run("setxkbmap", "-layout", "ru,us", "-variant", ",dvorak")
+        path = self.desktop.home / "typed.txt"
+        with applications.Window(self.desktop, "xterm", "xterm", "-u8", "-e", "sh", "-c", f"cat > {path}"):
+            self.pick()
+            wait_for("the lines before the last one are there", lambda: path.exists() and path.read_bytes())
+            self.desktop.run("setxkbmap", "us")
+            self.keys("Return", "ctrl+d")
+            self.until_file_holds(path, LINES, end="\n")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

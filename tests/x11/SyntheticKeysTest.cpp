@@ -1,0 +1,173 @@
+// Keys that the program presses, as the program in front sees them.
+
+#include "platform/x11/SyntheticKeys.h"
+
+#include <gtest/gtest.h>
+#include <linux/input-event-codes.h>
+
+#include "x11/Person.h"
+#include "x11/Program.h"
+#include "x11/X11Test.h"
+
+namespace vellumix::tests {
+
+namespace {
+
+constexpr KeyChord commandV{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
+
+/// A window of another program with the keyboard, which tells what keys come to it: "+" or "-" and the
+/// position.
+class KeyListener {
+public:
+    explicit KeyListener(x11::Connection& connection) : _xcb(xcb_connect(nullptr, nullptr)) {
+        const auto window = xcb_generate_id(_xcb.get());
+        const std::uint32_t values[] = {1, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE};
+        xcb_create_window(_xcb.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 0, 0, 9, 9, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                          XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+        xcb_map_window(_xcb.get(), window);
+        xcb_set_input_focus(_xcb.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+        x11::xcb::await<xcb_get_input_focus_reply>(_xcb.get(), xcb_get_input_focus(_xcb.get()));
+    }
+
+    /// All so far.
+    const std::string& keys() {
+        while (const x11::xcb::Event event{xcb_poll_for_event(_xcb.get())}) {
+            const auto type = x11::xcb::typeOf(*event);
+            if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
+            _keys += type == XCB_KEY_PRESS ? " +" : " -";
+            _keys += std::to_string(x11::positionOf(x11::xcb::as<xcb_key_press_event_t>(*event).detail));
+        }
+        return _keys;
+    }
+    void forget() {
+        keys();
+        _keys.clear();
+    }
+
+private:
+    x11::xcb::ConnectionHandle _xcb;
+    std::string _keys;
+};
+
+std::string chord(std::initializer_list<int> positions) {
+    std::string text;
+    for (const int position : positions) text += " +" + std::to_string(position);
+    for (auto at = std::rbegin(positions); at != std::rend(positions); ++at)
+        text += " -" + std::to_string(*at);
+    return text;
+}
+
+}  // namespace
+
+class SyntheticKeysTest : public X11Test {
+protected:
+    std::string windowClass(const std::string& name) { return std::string("instance\0", 9) + name + '\0'; }
+    void bringToFront(const std::string& name) {
+        static std::uint32_t process = 100;
+        peer->setRootWindow("_NET_ACTIVE_WINDOW",
+                            peer->makeWindow({{"WM_CLASS", windowClass(name)}}, ++process));
+        ASSERT_TRUE(wait([&] {
+            const auto front = workspace.frontmostApplication();
+            return front && front->processIdentifier == static_cast<int>(process);
+        }));
+    }
+    /// The keys of one paste.
+    std::string paste(double seconds = 2) {
+        listener.forget();
+        keys.CGEventPost(commandV);
+        wait([&] { return listener.keys().find('-') != std::string::npos; }, seconds);
+        settle();
+        return listener.keys();
+    }
+
+    x11::Workspace workspace{*connection, x11::DesktopFiles({})};
+    x11::SyntheticKeys keys{*connection, workspace, *pasteboard};
+    KeyListener listener{*connection};
+    Person person;
+};
+
+TEST_F(SyntheticKeysTest, PasteByTheKeysOfTheApplicationAndTheLayout) {
+    EXPECT_TRUE(keys.AXIsProcessTrustedWithOptions(true));
+    keys.CGEventPost({.keyCode = 8, .flags = kCGEventFlagMaskCommand});
+    EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V})) << "without anybody in front; no other chord is known";
+    bringToFront("Gnome-terminal");
+    EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_LEFTSHIFT, KEY_V}));
+    bringToFront("Mousepad");
+    person.typeKey(KEY_CAPSLOCK);
+    EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V}));
+    // Where "v" is typed, in the present layout or in any other, or where it is on most boards.
+    const std::tuple<const char*, const char*, int> layouts[] = {
+        {"us", "dvorak", KEY_DOT}, {"ru,us", ",dvorak", KEY_DOT}, {"ru", "", KEY_V}};
+    for (const auto& [layout, variant, place] : layouts) {
+        ASSERT_TRUE(Program(runLoop, {"setxkbmap", "-layout", layout, "-variant", variant}).waitForEnd());
+        EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, place})) << layout;
+    }
+}
+
+TEST_F(SyntheticKeysTest, WaitForTheUsersModifiersAndLeaveThemAlone) {
+    write("words");
+    person.press(KEY_LEFTMETA);
+    keys.CGEventPost(commandV);
+    keys.CGEventPost(commandV);
+    wait([] { return false; }, 0.2);
+    person.release(KEY_LEFTMETA);
+    const auto twice = chord({KEY_LEFTCTRL, KEY_V}) + chord({KEY_LEFTCTRL, KEY_V});
+    EXPECT_TRUE(wait([&] { return listener.keys() == " +125 -125" + twice; })) << listener.keys();
+
+    person.press(KEY_LEFTCTRL);
+    settle();
+    EXPECT_EQ(paste(), chord({KEY_V})) << "after half a second, with the key that is held";
+    EXPECT_TRUE(x11::KeysDown(*connection).test(x11::keyCodeOf(KEY_LEFTCTRL)));
+    person.release(KEY_LEFTCTRL);
+}
+
+TEST_F(SyntheticKeysTest, ForAnOldTerminalTheSelectionIsLentForTheTimeOfThePaste) {
+    const auto primary = [&] { return peer->paste("UTF8_STRING", "PRIMARY").value_or("-"); };
+    write("words");
+    EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V}));
+    EXPECT_EQ(primary(), "-") << "only where it is needed";
+    bringToFront("XTerm");
+    listener.forget();
+    pasteboard->clearContents();
+    pasteboard->setString("new words", NSPasteboardTypeString);
+    keys.CGEventPost(commandV);
+    presentOwner();
+    EXPECT_EQ(listener.keys(), "") << "the clipboard isn't ours yet";
+    EXPECT_TRUE(wait([&] { return listener.keys() == chord({KEY_LEFTSHIFT, KEY_INSERT}); }));
+    EXPECT_EQ(primary(), "new words");
+    EXPECT_EQ(peer->paste("UTF8_STRING"), "new words");
+    EXPECT_TRUE(wait([&] { return primary() == "-"; }));
+}
+
+TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
+    const PrivateDisplay display("XTEST");
+    linux_desktop::GLibRunLoop runLoop;
+    std::string error;
+    const auto connection = x11::Connection::open(runLoop, error);
+    ASSERT_TRUE(connection) << error;
+    const x11::Workspace workspace(*connection, x11::DesktopFiles({}));
+    const x11::Pasteboard pasteboard(*connection);
+    x11::SyntheticKeys keys(*connection, workspace, pasteboard);
+    EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(true));
+    keys.CGEventPost(commandV);
+}
+
+TEST(PasteChords, TheUsersTableGoesOverTheProgramsOwn) {
+    LogLines log;
+    const x11::PasteChords chords(
+        "# mine\n"
+        "XTerm = ctrl + SHIFT+v  # since it learnt it\n"
+        "org.example.Editor=Alt+Insert primary\r\n"
+        "broken = Hyper+V\n = Ctrl+V\nno chord\n");
+    const x11::PasteChord shifted{.hasControl = true, .hasShift = true, .key = XKB_KEY_v};
+    EXPECT_EQ(chords.chordFor({"debian-xterm", "XTerm"}), shifted);
+    EXPECT_EQ(chords.chordFor({"ORG.example.Editor"}),
+              (x11::PasteChord{.hasOption = true, .key = XKB_KEY_Insert, .readsPrimary = true}));
+    EXPECT_EQ(chords.chordFor({"kitty"}), shifted);
+    EXPECT_EQ(chords.chordFor({"broken"}), chords.chordFor({}));
+    EXPECT_NE(log.text.find("PasteChords: Lines that can't be read: 3"), std::string::npos);
+    EXPECT_EQ(x11::PasteChords::fromFile("/nowhere/at/all").chordFor({}).key, XKB_KEY_v);
+}
+
+}  // namespace vellumix::tests

@@ -11,9 +11,9 @@ View AdaptiveContainerView::body() const {
     const auto& theme = ThemeManager::shared();
     const RoundedRectangle shape(cornerRadius);
     auto panel = content.frame({.maximumWidth = unbounded, .maximumHeight = unbounded})
-                           .background(Rectangle(), theme.backgroundColor())
-                           .clip(shape)
-                           .overlay(ShapeView(shape, Color::clear(), Outline{theme.borderColor(), 1}));
+                     .background(Rectangle(), theme.backgroundColor())
+                     .clip(shape)
+                     .overlay(ShapeView(shape, Color::clear(), Outline{theme.borderColor(), 1}));
     if (!chrome.isTranslucent) return panel;
     // The close shadow is the container's own. The wide one sets the whole window off from what is behind, as
     // desktops do for their own windows.

@@ -53,6 +53,7 @@ constexpr Entry entries[] = {
     {"_NET_WM_STATE", &Atoms::windowState},
     {"_NET_WM_STATE_ABOVE", &Atoms::windowStateAbove},
     {"_NET_WM_STATE_MODAL", &Atoms::windowStateModal},
+    {"_MOTIF_WM_HINTS", &Atoms::motifHints},
     {"_NET_WM_WINDOW_OPACITY", &Atoms::windowOpacity},
     {"_NET_WM_PING", &Atoms::windowPing},
     {"WM_PROTOCOLS", &Atoms::protocols},

@@ -57,6 +57,7 @@ struct Atoms {
     xcb_atom_t windowState;
     xcb_atom_t windowStateAbove;
     xcb_atom_t windowStateModal;
+    xcb_atom_t motifHints;
     xcb_atom_t windowOpacity;
     xcb_atom_t windowPing;
     xcb_atom_t protocols;

@@ -62,6 +62,13 @@ void describeWindow(Connection& connection, xcb_window_t window, const NSWindow:
     if (options.kind == Kind::alert) {
         const std::uint32_t states[] = {atoms.windowStateAbove, atoms.windowStateModal};
         setNumbers(connection, window, atoms.windowState, XCB_ATOM_ATOM, states);
+        // A question is answered and not put away: it may be moved and closed, under a title, and has no
+        // buttons for more (Motif Programmer's Reference, "MwmHints").
+        enum Flag : std::uint32_t { functions = 1, decorations = 2 };
+        enum Function : std::uint32_t { move = 4, close = 32 };
+        enum Decoration : std::uint32_t { border = 2, title = 8 };
+        const std::uint32_t hints[] = {functions | decorations, move | close, border | title, 0, 0};
+        setNumbers(connection, window, atoms.motifHints, atoms.motifHints, hints);
     }
 }
 

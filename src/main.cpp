@@ -11,6 +11,7 @@
 #include "platform/linux/DesktopSharing.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/HardenProcess.h"
+#include "platform/linux/IconThemeFileIcons.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/PamAuthentication.h"
 #include "platform/linux/Paths.h"
@@ -58,6 +59,7 @@ public:
     virtual Hotkeys& hotkeys() = 0;
     virtual SyntheticKeys& syntheticKeys() = 0;
     virtual FontFamilies fontFamilies() const { return {}; }
+    virtual std::optional<std::string> iconTheme() const { return std::nullopt; }
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
@@ -110,6 +112,7 @@ public:
         families.system = _windows.settings().fontFamily.value_or(families.system);
         return families;
     }
+    std::optional<std::string> iconTheme() const override { return _windows.settings().iconTheme; }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -220,7 +223,8 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
     linux_desktop::PixbufImages images;
     linux_desktop::PixbufDecoder imageDecoder;
-    headless::FileIcons fileIcons;
+    linux_desktop::IconThemeFileIcons fileIcons(runLoop,
+                                                {.themeName = [&] { return display->iconTheme(); }});
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
     const platform::Scope scope(Platform{
         .runLoop = runLoop,

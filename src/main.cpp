@@ -21,12 +21,12 @@
 #include "platform/linux/RunningInstance.h"
 #include "platform/linux/SessionService.h"
 #include "platform/linux/StartDetached.h"
-#include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/view/ModalAlerts.h"
 #include "platform/x11/Connection.h"
 #include "platform/x11/Hotkeys.h"
 #include "platform/x11/Pasteboard.h"
+#include "platform/x11/StatusBar.h"
 #include "platform/x11/SyntheticKeys.h"
 #include "platform/x11/WindowServer.h"
 #include "platform/x11/Workspace.h"
@@ -37,6 +37,7 @@
 #include "views/GallerySamples.h"
 #include "views/PasswordPrompt.h"
 #include "views/RootContainerView.h"
+#include "views/StatusMenu.h"
 
 using namespace vellumix;
 
@@ -121,8 +122,10 @@ private:
     std::unique_ptr<x11::Connection> _connection;
     x11::Pasteboard _pasteboard{*_connection};
     x11::Workspace _workspace{*_connection};
-    linux_desktop::StatusNotifierBar _statusBar;
     x11::WindowServer _windows{*_connection};
+    x11::StatusBar _statusBar{*_connection, _windows, [](const auto& entries, const Rect& icon) {
+                                  return std::make_shared<StatusMenu>(entries, icon);
+                              }};
     view::ModalAlerts _alerts;
     x11::Hotkeys _hotkeys{*_connection};
     x11::SyntheticKeys _syntheticKeys{*_connection, _workspace, _pasteboard, pasteChords()};
@@ -223,8 +226,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
     linux_desktop::PixbufImages images;
     linux_desktop::PixbufDecoder imageDecoder;
-    linux_desktop::IconThemeFileIcons fileIcons(runLoop,
-                                                {.themeName = [&] { return display->iconTheme(); }});
+    linux_desktop::IconThemeFileIcons fileIcons(runLoop, {.themeName = [&] { return display->iconTheme(); }});
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
     const platform::Scope scope(Platform{
         .runLoop = runLoop,

@@ -64,6 +64,9 @@ constexpr Entry entries[] = {
     {"_NET_WM_STRUT_PARTIAL", &Atoms::strutPartial},
     {"_XSETTINGS_SETTINGS", &Atoms::settings},
     {"XIM_SERVERS", &Atoms::inputMethodServers},
+    {"_NET_SYSTEM_TRAY_OPCODE", &Atoms::trayOpcode},
+    {"_NET_SYSTEM_TRAY_VISUAL", &Atoms::trayVisual},
+    {"_XEMBED_INFO", &Atoms::embedInfo},
 };
 
 }  // namespace

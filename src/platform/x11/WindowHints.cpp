@@ -10,6 +10,9 @@ namespace {
 
 using Kind = NSWindow::Kind;
 
+using SizeHints = std::array<std::uint32_t, 18>;
+enum SizeHint : std::uint32_t { userPosition = 1, minimum = 16, maximum = 32, gravity = 512 };
+
 void setText(Connection& connection, xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
              std::string_view text) {
     xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, window, property, type, 8,
@@ -73,12 +76,19 @@ void describeWindow(Connection& connection, xcb_window_t window, const NSWindow:
 }
 
 void fixSize(Connection& connection, xcb_window_t window, std::uint32_t width, std::uint32_t height) {
-    enum Flag : std::uint32_t { userPosition = 1, minimum = 16, maximum = 32, gravity = 512 };
-    std::array<std::uint32_t, 18> hints{};
+    SizeHints hints{};
     hints[0] = userPosition | minimum | maximum | gravity;
     hints[5] = hints[7] = width;
     hints[6] = hints[8] = height;
     hints[17] = XCB_GRAVITY_STATIC;
+    setNumbers(connection, window, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, hints);
+}
+
+void askForSize(Connection& connection, xcb_window_t window, std::uint32_t width, std::uint32_t height) {
+    SizeHints hints{};
+    hints[0] = minimum;
+    hints[5] = width;
+    hints[6] = height;
     setNumbers(connection, window, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, hints);
 }
 

@@ -82,9 +82,9 @@ class PrivateDesktop:
     def log(self, name):
         return self.folder / f"{name}.log"
 
-    def start(self, *arguments, environment=None, **options):
+    def start(self, *arguments, environment=None, log=None, **options):
         return start(arguments, self.environment | (environment or {}),
-                     self.log(Path(str(arguments[0])).name), **options)
+                     log or self.log(Path(str(arguments[0])).name), **options)
 
     def run(self, *arguments, environment=None, **options):
         return run(arguments, self.environment | (environment or {}), **options)

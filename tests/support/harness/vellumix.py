@@ -31,8 +31,9 @@ class Vellumix:
         self.settings = desktop.config / "Vellumix/settings.plist"
         self.log = desktop.log("vellumix")
 
-    def start(self, environment=None):
-        self.process = self.desktop.start(binary(), environment=environment)
+    def start(self, environment=None, within=()):
+        """`within`: a command that runs the program in its own place."""
+        self.process = self.desktop.start(*within, binary(), environment=environment, log=self.log)
         wait_for(f"vellumix is ready; its log says: {self.log_text()!r}", self._is_ready)
         return self
 

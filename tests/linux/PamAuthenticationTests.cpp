@@ -28,7 +28,7 @@ public:
     void ask(const std::string& question, Echo echo, Answer answer) override {
         _person.seen.push_back((echo == Echo::off ? "secret " : "plain ") + question);
         if (_person.answers.empty()) return;
-        answer(_person.answers.front());
+        answer(SecretText(_person.answers.front()));
         _person.answers.erase(_person.answers.begin());
     }
     void show(const std::string& message, Importance) override { _person.seen.push_back(message); }

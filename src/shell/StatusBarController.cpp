@@ -52,8 +52,8 @@ StatusBarController::StatusBarController(AppDelegate& application)
     _workspaceObserver = windows.observeActiveSpace(hideLater);
     _screenParamObserver = windows.observeScreenParameters(hideLater);
     // At once: while the panel has the keyboard, the screen can't be locked.
-    _sessionObserver = windows.observeSessionResign(
-        [this] { onMain(_lifetime.weakly([this] { hideImmediately(); })); });
+    _sessionObserver =
+        windows.observeSessionResign([this] { onMain(_lifetime.weakly([this] { hideImmediately(); })); });
 }
 
 void StatusBarController::restoreFromDefaults() {

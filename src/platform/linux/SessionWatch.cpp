@@ -92,14 +92,13 @@ void SessionWatch::State::connect(const std::string& address, glib::Connection S
 
 void SessionWatch::State::ask(const char* path, const char* interface, const char* method,
                               GVariant* arguments, std::function<void(State&, GVariant*)> next) {
-    g_dbus_connection_call(
-        systemBus.get(), loginName, path, interface, method, arguments, nullptr,
-        G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, goOn,
-        then([next = std::move(next)](State& self, GObject* source, GAsyncResult* result) {
-            const glib::Variant reply(
-                g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
-            if (reply) next(self, reply.get());
-        }));
+    g_dbus_connection_call(systemBus.get(), loginName, path, interface, method, arguments, nullptr,
+                           G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, goOn,
+                           then([next = std::move(next)](State& self, GObject* source, GAsyncResult* result) {
+                               const glib::Variant reply(
+                                   g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
+                               if (reply) next(self, reply.get());
+                           }));
 }
 
 void SessionWatch::State::begin() {
@@ -111,14 +110,13 @@ void SessionWatch::State::begin() {
 void SessionWatch::State::listen(GDBusConnection* bus, const char* sender, const char* interface,
                                  const char* member, const char* path, const char* firstArgument) {
     subscriptions.emplace_back(
-        bus,
-        g_dbus_connection_signal_subscribe(
-            bus, sender, interface, member, path, firstArgument, G_DBUS_SIGNAL_FLAGS_NONE,
-            [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* told,
-               GVariant* arguments, gpointer state) {
-                if (saysThatItResigns(told, arguments)) static_cast<State*>(state)->observers.notify();
-            },
-            this, nullptr));
+        bus, g_dbus_connection_signal_subscribe(
+                 bus, sender, interface, member, path, firstArgument, G_DBUS_SIGNAL_FLAGS_NONE,
+                 [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* told,
+                    GVariant* arguments, gpointer state) {
+                     if (saysThatItResigns(told, arguments)) static_cast<State*>(state)->observers.notify();
+                 },
+                 this, nullptr));
 }
 
 void SessionWatch::State::listenToLoginManager() {

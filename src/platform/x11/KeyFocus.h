@@ -28,8 +28,8 @@ public:
 ///
 /// The keys come by a grab of the keyboard, so that the desktop's active window stays the one it was, and
 /// activating another takes nothing away. While another program holds a grab it is tried again, for two
-/// seconds; then the input focus has to do. While the grab is ours no locker could take the keyboard, so those
-/// are told of. Main thread.
+/// seconds; then the input focus has to do. While the grab is ours no locker could take the keyboard, so
+/// those are told of. Main thread.
 class KeyFocus {
 public:
     KeyFocus(Connection& connection, int screen);

@@ -36,8 +36,10 @@ public:
     SecretText(SecretText&& other) noexcept = default;
     SecretText& operator=(SecretText&& other) noexcept = default;
 
-    /// Until the next change.
-    std::string_view view() const { return {_bytes.data(), _bytes.size()}; }
+    /// Until the next change; never a null pointer.
+    std::string_view view() const {
+        return _bytes.empty() ? "" : std::string_view(_bytes.data(), _bytes.size());
+    }
     /// A letter is a code point here: whoever can't see it takes back what a key has typed.
     std::size_t letterCount() const;
     /// Puts a text in the place of the letters from `begin` up to `end`, without its line ends and zero

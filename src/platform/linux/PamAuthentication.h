@@ -15,7 +15,8 @@ namespace vellumix::linux_desktop {
 /// fails, and a module that hangs is left behind with its thread.
 ///
 /// Refused without a prompt: where nobody can be asked, without the service (PAM would use "other" for it),
-/// and for a user without a password. Whether the modules would ever take a locked password is theirs to say.
+/// and for a user without a password, where the process may know that; else the modules decide, as they do of
+/// a locked one. A prompt may come from any of them, a reader of fingerprints for one.
 class PamAuthentication final : public LocalAuthentication {
 public:
     struct Options {

@@ -71,9 +71,6 @@ void KeyFocus::take() {
     _retry.reset();
     _isGrabbed = grab();
     if (_isGrabbed) {
-        _lockers.emplace(_connection, [this] {
-            _connection.runLoop().post(_lifetime.weakly([this] { _lockerObservers.notify(); }));
-        });
         update();
         return;
     }
@@ -100,7 +97,6 @@ bool KeyFocus::grab() {
 void KeyFocus::letGo() {
     auto* const xcb = _connection.xcb();
     _retry.reset();
-    _lockers.reset();
     if (std::exchange(_isGrabbed, false)) xcb_ungrab_keyboard(xcb, XCB_CURRENT_TIME);
     if (const auto before = std::exchange(_focusBefore, XCB_WINDOW_NONE); before != XCB_WINDOW_NONE) {
         xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_POINTER_ROOT, before, XCB_CURRENT_TIME);
@@ -110,6 +106,13 @@ void KeyFocus::letGo() {
 void KeyFocus::setKey(KeyTarget* target) {
     auto* const before = std::exchange(_key, target);
     if (before == target) return;
+    if (!target) {
+        _lockers.reset();
+    } else if (!_lockers) {
+        _lockers.emplace(_connection, [this] {
+            _connection.runLoop().post(_lifetime.weakly([this] { _lockerObservers.notify(); }));
+        });
+    }
     _keyboard.reset();
     // What is being composed belongs to the window that loses the keys.
     _input.setCaret(std::nullopt);

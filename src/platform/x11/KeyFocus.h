@@ -28,8 +28,8 @@ public:
 ///
 /// The keys come by a grab of the keyboard, so that the desktop's active window stays the one it was, and
 /// activating another takes nothing away. While another program holds a grab it is tried again, for two
-/// seconds; then the input focus has to do. While the grab is ours no locker could take the keyboard, so
-/// those are told of. Main thread.
+/// seconds; then the input focus has to do. While there is a key window, programs are told of that want to
+/// lock the screen. Main thread.
 class KeyFocus {
 public:
     KeyFocus(Connection& connection, int screen);
@@ -43,7 +43,7 @@ public:
     void remove(KeyTarget& target);
     /// The target types text now, or no longer, or elsewhere.
     void textCaretChanged(const KeyTarget& target);
-    /// A program wants to lock the screen, and can't before the key window has gone. Told from the loop.
+    /// A program wants to lock the screen, and can't while the keyboard is grabbed. Told from the loop.
     Observation observeLockers(std::function<void()> observer) {
         return _lockerObservers.add(std::move(observer));
     }
@@ -65,7 +65,7 @@ private:
     std::vector<KeyTarget*> _order;
     KeyTarget* _key = nullptr;
     bool _isGrabbed = false;
-    /// While it is grabbed.
+    /// While there is a key window.
     std::optional<LockerWatch> _lockers;
     ObserverList<> _lockerObservers;
     /// What had the focus before it was taken for want of a grab; none while it isn't.

@@ -6,17 +6,11 @@
 
 namespace vellumix::x11 {
 
-/// Tells when a program is about to lock the screen while the keyboard is ours. Lockers take the keyboard by
-/// a grab, give up after a second or two, and can't say so before they have it; this is what they show of
-/// themselves on the way:
-///
-/// - a window past the window manager (override-redirect) that covers the whole screen, as soon as it is
-/// made:
-///   most make theirs first and take the keyboard then;
-/// - a window past the window manager that is mapped to take input and show nothing (InputOnly), as lockers
-/// do
-///   that leave the screen in sight;
-/// - the server's own screen saver (X11 Screen Saver Extension 1.1), with which many are started.
+/// Tells when a program is about to lock the screen. Lockers take the keyboard by a grab, give up after a
+/// second or two, and can't say so before they have it. What they show of themselves on the way is taken for
+/// the sign: a window past the window manager (override-redirect) that covers the whole screen, as soon as it
+/// is made; one that is mapped to take input and show nothing (InputOnly), as by those that leave the screen
+/// in sight; and the server's own screen saver (X11 Screen Saver Extension 1.1), with which many are started.
 ///
 /// Other programs have such windows too, to pick a part of the screen: they want the keyboard just as well.
 /// Look for lockers only while it matters: every new window wakes the program. `onLocker` mustn't end the

@@ -404,7 +404,7 @@ private:
 TextField::TextField(const Binding<String>& text, TextFieldOptions options)
     : View(std::make_shared<const TextFieldElement>(text, nullptr, std::move(options))) {}
 
-SecretField::SecretField(std::shared_ptr<SecretText> secret, TextFieldOptions options)
+SecretField::SecretField(const std::shared_ptr<SecretText>& secret, TextFieldOptions options)
     : View(std::make_shared<const TextFieldElement>(
           Binding<String>([secret] { return bullets(secret->letterCount()); }, nullptr), secret,
           std::move(options))) {}

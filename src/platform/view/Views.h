@@ -119,7 +119,7 @@ struct TextField : View {
 /// alone. It hands nothing out by the clipboard, asks no input method, and has no undoing. Whoever changes
 /// the secret draws the view anew.
 struct SecretField : View {
-    explicit SecretField(std::shared_ptr<SecretText> secret, TextFieldOptions options = {});
+    explicit SecretField(const std::shared_ptr<SecretText>& secret, TextFieldOptions options = {});
 };
 
 /// A wheel of spokes, 16 points wide, that turns for as long as it can be seen.

@@ -34,6 +34,7 @@
 #include "shell/StatusReport.h"
 #include "views/Gallery.h"
 #include "views/GallerySamples.h"
+#include "views/Looks.h"
 #include "views/PasswordPrompt.h"
 #include "views/RootContainerView.h"
 
@@ -120,7 +121,7 @@ private:
     x11::Workspace _workspace{*_connection};
     linux_desktop::StatusNotifierBar _statusBar;
     x11::WindowServer _windows{*_connection};
-    view::ModalAlerts _alerts;
+    view::ModalAlerts _alerts{vellumix::controlPalette};
     x11::Hotkeys _hotkeys{*_connection};
     x11::SyntheticKeys _syntheticKeys{*_connection, _workspace, _pasteboard, pasteChords()};
 };
@@ -163,22 +164,32 @@ std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice,
 }
 
 std::vector<std::string> preferredLanguages() {
-    // The list of LANGUAGE, then the locale (POSIX.1-2017 Base Definitions section 8.2).
-    std::vector<std::string> languages;
-    for (const auto* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const auto valueOf = [](const char* name) {
         const char* value = std::getenv(name);
-        std::string rest = value ? value : "";
-        while (!rest.empty()) {
-            const auto end = std::min(rest.find(':'), rest.size());
-            if (end > 0) languages.push_back(rest.substr(0, end));
-            rest.erase(0, end + 1);
-        }
+        return std::string(value ? value : "");
+    };
+    // The locale is the first of these that is set (POSIX.1-2017 Base Definitions section 8.2).
+    auto locale = valueOf("LC_ALL");
+    if (locale.empty()) locale = valueOf("LC_MESSAGES");
+    if (locale.empty()) locale = valueOf("LANG");
+    if (locale.empty() || locale == "C" || locale == "POSIX") return {};
+    // The list of LANGUAGE goes before any other locale (GNU gettext manual, section 2.3.3).
+    std::vector<std::string> languages;
+    auto rest = valueOf("LANGUAGE");
+    while (!rest.empty()) {
+        const auto end = std::min(rest.find(':'), rest.size());
+        if (end > 0) languages.push_back(rest.substr(0, end));
+        rest.erase(0, end + 1);
     }
+    languages.push_back(locale);
     return languages;
 }
 
 int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::hardenProcess();
+    // Used on the threads of the loop, which end with it.
+    linux_desktop::PixbufImages images;
+    linux_desktop::PixbufDecoder imageDecoder;
     linux_desktop::GLibRunLoop runLoop;
 
     auto claim = linux_desktop::SessionService::claim();
@@ -218,8 +229,6 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder);
     linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
-    linux_desktop::PixbufImages images;
-    linux_desktop::PixbufDecoder imageDecoder;
     headless::FileIcons fileIcons;
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
     const platform::Scope scope(Platform{

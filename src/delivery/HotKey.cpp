@@ -27,7 +27,7 @@ std::unique_ptr<HotKey> HotKey::make(std::uint32_t keyCode, std::uint32_t modifi
 bool GlobalHotkeyManager::registerHotKey(const Shortcut& shortcut, std::function<void()> handler) {
     _hotKey.reset();
     _hotKey = HotKey::make(shortcut.keyCode, shortcut.modifiers, std::move(handler));
-    return hasHotKey();
+    return _hotKey != nullptr;
 }
 
 }  // namespace vellumix

@@ -34,8 +34,6 @@ public:
     /// the new one is tried; when that is refused there is none.
     bool registerHotKey(const Shortcut& shortcut, std::function<void()> handler);
 
-    bool hasHotKey() const { return _hotKey != nullptr; }
-
 private:
     std::unique_ptr<HotKey> _hotKey;
 };

@@ -18,13 +18,10 @@ public:
 
     /// False when the desktop refuses it; then no hotkey is left.
     bool updateHotkey(const Shortcut& shortcut);
-    /// Whether a key that came to a window of the program is the registered hotkey.
-    bool isHotkey(const KeyEvent& event) const;
 
 private:
     GlobalHotkeyManager _manager;
     const std::function<void()> _onToggle;
-    Shortcut _shortcut;
     Lifetime _lifetime;
 };
 

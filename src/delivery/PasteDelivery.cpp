@@ -34,9 +34,10 @@ bool write(const ClipboardItem& item) {
             return true;
         case ClipboardItem::Kind::image: {
             const auto image = item.imageData();
-            if (!image || !platform.imageDecoder.sizeOf(*image)) return false;
+            const auto whole = image ? platform.images.pngRepresentation(*image) : std::nullopt;
+            if (!whole) return false;
             pasteboard.clearContents();
-            return pasteboard.writeImage(*image);
+            return pasteboard.writeImage(*whole);
         }
         case ClipboardItem::Kind::file: {
             const auto url = item.fileURL();
@@ -65,19 +66,21 @@ void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplic
     }
     platform.workspace.activate(*target);
     const auto deadline = platform.runLoop.uptime() + activationSeconds;
-    onMainAfter(pollSeconds, [item, deadline, pid = target->processIdentifier] {
+    onMainAfter(pollSeconds, [item, deadline, target = *target] {
         waitForFrontmost(
-            pid, [item] { postPasteKeystroke(item); }, deadline, pollSeconds);
+            target, [item] { postPasteKeystroke(item); }, deadline, pollSeconds);
     });
 }
 
-void waitForFrontmost(int pid, std::function<void()> action, double deadline, double interval) {
+void waitForFrontmost(const NSRunningApplication& application, std::function<void()> action, double deadline,
+                      double interval) {
     const auto& platform = platform::current();
     const auto front = platform.workspace.frontmostApplication();
-    const bool isInFront = front && front->processIdentifier == pid;
+    const bool isInFront = front && front->processIdentifier == application.processIdentifier &&
+                           (front->processIdentifier != 0 || front->window == application.window);
     if (isInFront || platform.runLoop.uptime() > deadline) return action();
-    onMainAfter(interval, [pid, action = std::move(action), deadline, interval] {
-        waitForFrontmost(pid, action, deadline, interval);
+    onMainAfter(interval, [application, action = std::move(action), deadline, interval] {
+        waitForFrontmost(application, action, deadline, interval);
     });
 }
 

@@ -21,9 +21,11 @@ void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplic
 /// is written as an empty one.
 void writeToPasteboard(const ClipboardItem& item);
 
-/// Runs the action once the process is in front, or when the deadline, a moment of `RunLoop::uptime`, has
-/// passed: looks now, and then every `interval` seconds.
-void waitForFrontmost(int pid, std::function<void()> action, double deadline, double interval);
+/// Runs the action once the application is in front, or when the deadline, a moment of `RunLoop::uptime`, has
+/// passed: looks now, and then every `interval` seconds. An application is known by its process, and one that
+/// doesn't tell its process by its window.
+void waitForFrontmost(const NSRunningApplication& application, std::function<void()> action, double deadline,
+                      double interval);
 
 /// Asks the front application to paste, in the same way for entries of every kind.
 void postPasteKeystroke(const ClipboardItem& item);

@@ -100,14 +100,4 @@ std::uint32_t carbonModifiers(CGEventFlags eventFlags) {
     return modifiers;
 }
 
-std::optional<Shortcut> shortcutOf(const KeyEvent& event) {
-    const auto keyCode = virtualKeyAtPosition(event.position);
-    if (!keyCode) return std::nullopt;
-    CGEventFlags flags = 0;
-    for (const auto& modifier : modifiersInOrder) {
-        if (event.modifiers.*modifier.isHeld) flags |= modifier.flag;
-    }
-    return Shortcut{*keyCode, carbonModifiers(flags)};
-}
-
 }  // namespace vellumix

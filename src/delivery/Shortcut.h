@@ -33,7 +33,4 @@ CGEventFlags modifierFlags(std::uint32_t modifiers);
 /// The inverse of `modifierFlags`.
 std::uint32_t carbonModifiers(CGEventFlags eventFlags);
 
-/// The shortcut that was pressed; absent for a key without a virtual key code.
-std::optional<Shortcut> shortcutOf(const KeyEvent& event);
-
 }  // namespace vellumix

@@ -22,7 +22,7 @@ constexpr double deliverySeconds = 0.05;
 constexpr auto shortcutKey = "settings.globalShortcut";
 constexpr Shortcut standardShortcut{.keyCode = 9, .modifiers = cmdKey | optionKey};
 
-/// A pair of numbers as JSON; what is anything else is as if it were absent.
+/// A pair of numbers as JSON; what is anything else, or no size of a window, is as if it were absent.
 Size storedPopoverSize() {
     constexpr Size standard{520, 450};
     const auto data = UserDefaults::standard().value<Data>("ui.popoverSize");
@@ -31,7 +31,11 @@ Size storedPopoverSize() {
     std::vector<double> lengths;
     const auto element = [&] { return reader.number(lengths.emplace_back()); };
     const bool isPair = reader.array(element) && reader.end() && lengths.size() == 2;
-    return isPair ? Size{lengths.front(), lengths.back()} : standard;
+    // What the window protocol can count (X protocol, request "CreateWindow").
+    constexpr double longest = 32767;
+    const auto isLength = [](double length) { return length > 0 && length <= longest; };
+    return isPair && std::ranges::all_of(lengths, isLength) ? Size{lengths.front(), lengths.back()}
+                                                            : standard;
 }
 
 }  // namespace
@@ -39,7 +43,7 @@ Size storedPopoverSize() {
 AppDelegate::AppDelegate()
     : shortcut(loadJSONSetting(shortcutKey, UserDefaults::standard()).value_or(standardShortcut)),
       autoCleanSettings(AutoCleanSettings::load()),
-      appearanceSettings(AppearanceSettings::load()),
+      appearanceSettings(loadAppearanceSettings()),
       popoverSize(storedPopoverSize()) {}
 
 AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
@@ -113,7 +117,7 @@ bool AppDelegate::updateGlobalShortcut(const Shortcut& wanted) {
 void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelVisible() ? hidePanel() : showPanel(); }
 
 void AppDelegate::showPanel() {
-    if (!_statusBar || _statusBar->isPanelVisible()) return;
+    if (!_statusBar || (_statusBar->isPanelVisible() && !_statusBar->isPanelGoing())) return;
     previousApp = platform::current().workspace.frontmostApplication();
     _statusBar->show();
     if (!previousApp) return;

@@ -26,7 +26,7 @@ double squaredDistance(const view::Color& a, const view::Color& b) {
 
 }  // namespace
 
-AppearanceSettings AppearanceSettings::load() {
+AppearanceSettings loadAppearanceSettings() {
     const auto style = UserDefaults::standard().value<std::string>("appearance.blockStyle");
     return {
         .blockStyle = style == "single" ? BlockStyle::single : BlockStyle::alternate,

@@ -29,11 +29,11 @@ struct AppearanceSettings {
     view::Color colorB = blockPalette[0];
     view::Color singleColor = blockPalette[0];
 
-    /// What is missing or can't be read is at its default. Colours come out snapped to the palette.
-    static AppearanceSettings load();
-
     friend bool operator==(const AppearanceSettings&, const AppearanceSettings&) = default;
 };
+
+/// What is missing or can't be read is at its default. Colours come out snapped to the palette.
+AppearanceSettings loadAppearanceSettings();
 
 /// The colour in data of the user defaults: a JSON array (RFC 8259) of exactly three numbers, red, green and
 /// blue in sRGB. Nothing when the data is anything else. The components may lie outside 0 to 1.

@@ -50,7 +50,7 @@ const char* CommandLine::help() {
            "content\n"
            "  vellumix quit                 end the running program\n"
            "  vellumix --platform=headless  start with no desktop at all\n"
-           "  vellumix -resetOnboarding     start, and show the introduction again\n"
+           "  vellumix -resetOnboarding     start, and forget that the introduction has been shown\n"
            "  vellumix --version, --help\n"
            "\n"
            "Exit status: 0 done, 1 it can't be done, 2 the words are off, 3 nothing is running "

@@ -63,6 +63,8 @@ LanguageManager::LanguageManager()
 
 void LanguageManager::putInForce() { Localization::current().folder = resourceFolder(currentLanguage.get()); }
 
+Bundle LanguageManager::bundle() const { return Localization::current().bundle(); }
+
 std::string localized(std::string_view key, std::int64_t number) {
     auto text = localized(key);
     constexpr std::string_view place = "%d";

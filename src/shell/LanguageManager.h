@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/foundation/LocalizedText.h"
 #include "platform/foundation/Published.h"
 
 namespace vellumix {
@@ -34,6 +35,9 @@ public:
     /// Setting it stores it and puts it in force before any other observer hears of it: every `localized`
     /// from then on answers in that language.
     Published<AppLanguage> currentLanguage;
+
+    /// What texts are looked up in.
+    Bundle bundle() const;
 
 private:
     void putInForce();

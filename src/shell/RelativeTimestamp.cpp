@@ -1,8 +1,11 @@
 #include "shell/RelativeTimestamp.h"
 
-#include <cstdint>
+#include <algorithm>
 
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/Published.h"
+#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/SharedInstances.h"
 #include "shell/LanguageManager.h"
 
 namespace vellumix {
@@ -13,15 +16,32 @@ constexpr double minute = 60;
 constexpr double hour = 60 * minute;
 constexpr double day = 24 * hour;
 
+struct Readings {
+    static Readings& shared() { return SharedInstances::current().get<Readings>(); }
+
+    Published<int> count{0};
+};
+
 }  // namespace
 
-std::string relativeTimestamp(Date date, Date now) {
-    const double age = now - date;
+std::string minutesAgo(std::int64_t minutes) { return localized("timestamp.minutesAgo", minutes); }
+std::string hoursAgo(std::int64_t hours) { return localized("timestamp.hoursAgo", hours); }
+std::string daysAgo(std::int64_t days) { return localized("timestamp.daysAgo", days); }
+
+void readTimestampsAnew() {
+    Readings::shared().count.update([](int& count) { ++count; });
+}
+
+std::string relativeTimestamp(const ClipboardItem& item) {
+    Readings::shared().count.get();
+    // The history may hold any date; more days than this can't be told.
+    constexpr double longest = 1e6 * day;
+    const double age = std::min(RunLoop::main().now() - item.date, longest);
     const auto whole = [age](double unit) { return static_cast<std::int64_t>(age / unit); };
     if (age < minute) return localized("timestamp.justNow");
-    if (age < hour) return localized("timestamp.minutesAgo", whole(minute));
-    if (age < day) return localized("timestamp.hoursAgo", whole(hour));
-    return localized("timestamp.daysAgo", whole(day));
+    if (age < hour) return minutesAgo(whole(minute));
+    if (age < day) return hoursAgo(whole(hour));
+    return daysAgo(whole(day));
 }
 
 }  // namespace vellumix

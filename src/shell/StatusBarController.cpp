@@ -9,6 +9,7 @@
 #include "platform/foundation/UserDefaults.h"
 #include "platform/view/Curve.h"
 #include "shell/AppDelegate.h"
+#include "shell/RelativeTimestamp.h"
 
 namespace vellumix {
 
@@ -91,7 +92,9 @@ void StatusBarController::toggleFromStatusItem() { isPanelVisible() ? hide() : s
 
 void StatusBarController::show() {
     if (!_floatingPanel) buildPanel();
+    _isHiding = false;
     positionPanel();
+    readTimestampsAnew();
     auto& panel = *_floatingPanel;
     panel.window().setAlphaValue(0);
     panel.hostingView().orderFront();
@@ -118,6 +121,7 @@ void StatusBarController::positionPanel() {
 
 void StatusBarController::hide() {
     if (!isPanelVisible()) return;
+    _isHiding = true;
     _floatingPanel->removeClickMonitor();
     _floatingPanel->hostingView().animateAlpha(0, view::Curve::easeIn(hideSeconds), _lifetime.weakly([this] {
         _floatingPanel->hostingView().orderOut();
@@ -148,9 +152,8 @@ void StatusBarController::buildPanel() {
 
     auto& hosting = _floatingPanel->hostingView();
     hosting.onUnhandledKey([this](const KeyEvent& event) {
-        // The panel has taken the keyboard, so the desktop doesn't see the hotkey.
-        if (_application.hotkeyCoordinator().isHotkey(event)) {
-            if (!event.isRepeat) _application.togglePanel();
+        if (event.modifiers.hasControl && event.character == "q") {
+            _application.terminate();
             return true;
         }
         // What every user of a pop-up expects.

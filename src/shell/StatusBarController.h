@@ -40,6 +40,8 @@ public:
     /// Null until the first `show`.
     FloatingPanel* floatingPanel() { return _floatingPanel.get(); }
     bool isPanelVisible() const { return _floatingPanel && _floatingPanel->window().isVisible(); }
+    /// Whether it is visible, but fading out.
+    bool isPanelGoing() const { return isPanelVisible() && _isHiding; }
 
     /// Of the panel, in points.
     Size currentSize{420, 620};
@@ -66,6 +68,7 @@ private:
     std::optional<Point> _currentPosition;
     /// The last known place as fractions of the free room, from the left and from the top, 0 to 1 each.
     std::optional<Point> _relativePosition;
+    bool _isHiding = false;
     Observation _languageChange;
     Lifetime _lifetime;
 };

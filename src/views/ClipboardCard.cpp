@@ -115,8 +115,7 @@ View ClipboardCard::content() const {
 View ClipboardCard::metaRow() const {
     const auto pin =
         HStack(Spacing(2), Symbol("pin.fill").font(Font::system(8)), Text(localized("status.pinned")));
-    return HStack(Spacing(8), Text(relativeTimestamp(item.date, RunLoop::main().now())).layoutPriority(1),
-                  If(item.pinned, pin))
+    return HStack(Spacing(8), Text(relativeTimestamp(item)).layoutPriority(1), If(item.pinned, pin))
         .font(ThemeManager::captionFont())
         .foreground(ThemeManager::shared().mutedTextColor())
         .lineLimit(1);

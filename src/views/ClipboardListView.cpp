@@ -10,6 +10,7 @@
 #include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/Unicode.h"
 #include "shell/ThemeManager.h"
 #include "views/ClipboardCard.h"
 #include "views/ClipboardToolbar.h"
@@ -240,14 +241,21 @@ AlertDescription deleteConfirmation(const std::optional<ClipboardItem>& item, co
                          .action = [item = *item, actions] { actions.remove(item); }}}};
 }
 
-/// Letters that nothing else has a use for go on with the search.
+/// Letters that nothing else has a use for go on with the search, and Backspace takes them back.
 KeyHandler searchKeys(const Binding<String>& query, const Binding<bool>& isSearchFocused) {
     return [query, isSearchFocused](const KeyEvent& event) {
-        const bool findsByChord = event.modifiers.hasControl && event.character == "f";
-        const bool isTyped = event.key == Key::character && !event.text.empty() &&
-                             !event.modifiers.hasControl && !event.modifiers.hasCommand;
-        if (!findsByChord && !isTyped) return false;
-        if (isTyped) query.set(String(query.get().string() + event.text));
+        const auto& modifiers = event.modifiers;
+        const bool isPlain = !modifiers.hasControl && !modifiers.hasCommand && !modifiers.hasOption;
+        const bool findsByChord = modifiers.hasControl && event.character == "f";
+        const bool isTyped = isPlain && event.key == Key::character && !event.text.empty();
+        const bool takesBack = isPlain && event.key == Key::backspace && !query.get().empty();
+        if (!findsByChord && !isTyped && !takesBack) return false;
+        auto text = query.get().string();
+        if (isTyped) query.set(String(text + event.text));
+        if (takesBack) {
+            text.resize(graphemeBoundaryBefore(text, text.size()));
+            query.set(String(std::move(text)));
+        }
         isSearchFocused.set(true);
         return true;
     };

@@ -42,13 +42,15 @@ View RootContainerView::body() const {
     const auto onNavigate = [page = currentView.binding()](ViewState target) {
         withAnimation(navigation, [&] { page.set(target); });
     };
-    const auto page =
-        currentView.get() == ViewState::clipboard ? View(listOf(application)) : View(SettingsContentView{});
+    const bool isList = currentView.get() == ViewState::clipboard;
+    const auto page = isList ? View(listOf(application)) : View(SettingsContentView{});
     const auto identity = std::string(rawValue(theme.currentTheme.get())) + '-' +
                           std::string(rawValue(language.currentLanguage.get()));
     const auto stack = VStack(Spacing(0), HeaderView{.currentView = currentView, .onNavigate = onNavigate},
                               Divider(theme.borderColor()),
-                              ZStack(page.transition(Transition::opacity().with(Transition::scaleFrom(0.98))))
+                              // Of the same name they would be one view, which neither comes nor goes.
+                              ZStack(page.transition(Transition::opacity().with(Transition::scaleFrom(0.98)))
+                                         .id(isList ? "clipboard" : "settings"))
                                   .frame({.maximumWidth = unbounded, .maximumHeight = unbounded}));
     const auto showSettings = [page = currentView.binding()] { page.set(ViewState::settings); };
     return themed(stack.id(identity)

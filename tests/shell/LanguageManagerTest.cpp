@@ -84,13 +84,13 @@ TEST_F(LanguageManagerTest, AnAgeIsCutToWholeUnits) {
     };
     auto& language = LanguageManager::shared().currentLanguage;
     for (const auto& each : cases) {
-        const Date date = now + -each.age;
+        const ClipboardItem item{.date = now + -each.age};
         language.set(AppLanguage::en);
-        EXPECT_EQ(relativeTimestamp(date, now), each.english) << each.age;
+        EXPECT_EQ(relativeTimestamp(item), each.english) << each.age;
         language.set(AppLanguage::ptBR);
-        EXPECT_EQ(relativeTimestamp(date, now), each.portuguese) << each.age;
+        EXPECT_EQ(relativeTimestamp(item), each.portuguese) << each.age;
         language.set(AppLanguage::es);
-        EXPECT_EQ(relativeTimestamp(date, now), each.spanish) << each.age;
+        EXPECT_EQ(relativeTimestamp(item), each.spanish) << each.age;
     }
 }
 

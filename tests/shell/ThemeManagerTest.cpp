@@ -89,7 +89,7 @@ TEST_F(ThemeManagerTest, StoredColoursSnapToThePalette) {
     for (const auto& each : cases) {
         for (const auto* key : {"appearance.colorA", "appearance.colorB", "appearance.singleColor"}) {
             UserDefaults::standard().set(key, PropertyValue(Data(std::string_view(each.stored))));
-            const auto loaded = AppearanceSettings::load();
+            const auto loaded = loadAppearanceSettings();
             const auto name = std::string_view(key);
             const auto& color = name.ends_with('A')   ? loaded.colorA
                                 : name.ends_with('B') ? loaded.colorB
@@ -98,14 +98,14 @@ TEST_F(ThemeManagerTest, StoredColoursSnapToThePalette) {
             UserDefaults::standard().remove(key);
         }
     }
-    EXPECT_EQ(AppearanceSettings::load(), AppearanceSettings());
+    EXPECT_EQ(loadAppearanceSettings(), AppearanceSettings());
     UserDefaults::standard().set("appearance.blockStyle", "single");
     UserDefaults::standard().set("appearance.colorA", "a string and no data");
-    const auto loaded = AppearanceSettings::load();
+    const auto loaded = loadAppearanceSettings();
     EXPECT_EQ(loaded.blockStyle, BlockStyle::single);
     EXPECT_EQ(loaded.colorA, blockPalette[0]);
     UserDefaults::standard().set("appearance.blockStyle", "Single");
-    EXPECT_EQ(AppearanceSettings::load().blockStyle, BlockStyle::alternate);
+    EXPECT_EQ(loadAppearanceSettings().blockStyle, BlockStyle::alternate);
 }
 
 }  // namespace

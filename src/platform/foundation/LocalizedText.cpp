@@ -88,10 +88,11 @@ std::string Bundle::localizedString(std::string_view key) const {
 
 Localization& Localization::current() { return SharedInstances::current().get<Localization>(); }
 
-std::string localized(std::string_view key) {
-    const auto& folder = Localization::current().folder;
+Bundle Localization::bundle() const {
     const auto chosen = folder ? Bundle::withFolder(*folder) : std::nullopt;
-    return (chosen ? *chosen : Bundle::mainBundle()).localizedString(key);
+    return chosen ? *chosen : Bundle::mainBundle();
 }
+
+std::string localized(std::string_view key) { return Localization::current().bundle().localizedString(key); }
 
 }  // namespace vellumix

@@ -34,6 +34,9 @@ struct Localization {
     /// The folder that the user chose; absent follows the desktop.
     std::optional<std::string> folder;
 
+    /// What texts are looked up in now.
+    Bundle bundle() const;
+
     static Localization& current();
 };
 

@@ -348,7 +348,8 @@ void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {
     const auto before = _focus.lock();
     if (before != node || _isFocusShown != isShown) _core.needDrawing();
     _isFocusShown = isShown && node;
-    if (before == node) return;
+    // One that has left the tree has left its binding behind.
+    if (before == node && (node || !_focusBinding)) return;
     _focus = node;
     if (before) before->hasFocus = false;
     if (node) node->hasFocus = true;
@@ -356,8 +357,8 @@ void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {
         const auto* input = changed && changed->element ? changed->element->input() : nullptr;
         if (input) input->focusChanged(*changed);
     }
-    const auto lost = focusBindingOf(before);
     const auto gained = focusBindingOf(node);
+    const auto lost = std::exchange(_focusBinding, gained);
     if (lost) lost->set(false);
     if (gained) gained->set(true);
 }
@@ -413,7 +414,8 @@ void Dispatcher::followBindings() {
 }
 
 void Dispatcher::treeDidChange() {
-    if (const auto node = _focus.lock(); node && !takesFocus(*node)) setFocus(nullptr, false);
+    const auto node = _focus.lock();
+    if (node ? !takesFocus(*node) : _focusBinding.has_value()) setFocus(nullptr, false);
     followBindings();
     findAlert();
     updateHover();

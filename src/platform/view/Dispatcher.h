@@ -75,6 +75,8 @@ private:
     /// The view that took the press, and gets the pointer until its release.
     std::weak_ptr<Node> _dragged;
     std::weak_ptr<Node> _focus;
+    /// Of the node with the focus, and of one that has left the tree with it.
+    std::optional<Binding<bool>> _focusBinding;
     std::weak_ptr<Node> _alert;
     bool _isFocusShown = false;
 };

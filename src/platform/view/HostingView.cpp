@@ -136,6 +136,7 @@ void HostingView::waitForNextChange() {
 
 void HostingView::orderFront() {
     const auto alive = _lifetime.watch();
+    if (!_window.isVisible()) _tree->settle();
     drawNow();
     if (alive.expired()) return;
     _window.orderFrontRegardless();

@@ -63,7 +63,7 @@ void TreeCore::needDrawing() { askForFrame(_needsDrawing); }
 bool TreeCore::needsFrame() const { return _isStale || _needsLayout || _needsDrawing || _isMoving; }
 
 void TreeCore::nodeChanged(Node& node) {
-    if (const auto& curve = currentAnimation()) _curve = curve;
+    if (const auto& curve = currentAnimation(); curve && !_isSettling) _curve = curve;
     if (!node.needsEvaluation) {
         node.needsEvaluation = true;
         _stale.push_back(node.weak_from_this());
@@ -147,7 +147,7 @@ void TreeCore::describe(Node& node, const ChildList::Entry& entry, const std::op
     if (isSame && !node.needsEvaluation) return;
     auto below = curve;
     if (!isNew) {
-        if (const auto own = entry.view.element()->animation(*node.element)) {
+        if (const auto own = entry.view.element()->animation(*node.element); own && !_isSettling) {
             node.curve = below = own;
             node.curveUpdate = _update;
         }
@@ -213,6 +213,11 @@ void TreeCore::record() {
     _isMoving = _movesUntil > _now || recorder.isMoving;
 }
 
+void TreeCore::settle() {
+    _isSettling = true;
+    _curve.reset();
+}
+
 const DrawingList& TreeCore::frame(double now) {
     if (_isInFrame) return _list;
     _isInFrame = true;
@@ -231,6 +236,7 @@ const DrawingList& TreeCore::frame(double now) {
         if (!_isStale && !_needsLayout && !_needsDrawing) break;
     }
     _isInFrame = false;
+    _isSettling = false;
     return _list;
 }
 

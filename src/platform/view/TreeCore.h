@@ -23,6 +23,7 @@ public:
     void setRoot(const View& root);
     void setSurface(const Surface& surface);
     const DrawingList& frame(double now);
+    void settle();
     bool needsFrame() const;
     std::optional<double> nextFrameAt() const { return _nextFrameAt; }
     void onNeedsFrame(std::function<void()> handler) { _onNeedsFrame = std::move(handler); }
@@ -70,6 +71,7 @@ private:
     bool _needsDrawing = true;
     bool _isMoving = false;
     bool _isInFrame = false;
+    bool _isSettling = false;
 };
 
 }  // namespace vellumix::view

@@ -25,6 +25,7 @@ const DrawingList& ViewTree::frame(double now) {
     const auto core = _core;
     return core->frame(now);
 }
+void ViewTree::settle() { _core->settle(); }
 bool ViewTree::needsFrame() const { return _core->needsFrame(); }
 std::optional<double> ViewTree::nextFrameAt() const { return _core->nextFrameAt(); }
 void ViewTree::onNeedsFrame(std::function<void()> handler) { _core->onNeedsFrame(std::move(handler)); }

@@ -42,6 +42,8 @@ public:
     /// Evaluates what has changed, lays it out and records it as it looks at this moment. `now` never goes
     /// back. The list lives until the next call.
     const DrawingList& frame(double now);
+    /// In the next frame nothing moves that has changed since the last, as nobody saw where it was.
+    void settle();
     /// Whether a frame would differ from the last: something has changed, or moves.
     bool needsFrame() const;
     /// When a frame will differ from the last though nothing happens, as a caret blinks: a moment of the

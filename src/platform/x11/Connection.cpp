@@ -191,7 +191,11 @@ void Connection::deliver(const xcb_generic_event_t& event) {
         _childHandlers.notify(event);
         return;
     }
-    if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(xcb::as<xcb_key_press_event_t>(event).time);
+    if (xcb::typeOf(event) == XCB_KEY_PRESS || xcb::typeOf(event) == XCB_KEY_RELEASE) {
+        const auto& key = xcb::as<xcb_key_press_event_t>(event);
+        if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(key.time);
+        if (_keyFilter && _keyFilter(key)) return;
+    }
     const auto found = _handlers.find(windowOf(event));
     if (found != _handlers.end()) found->second.notify(event);
 }

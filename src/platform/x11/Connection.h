@@ -57,6 +57,10 @@ public:
     Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
     /// Calls the handler with each event, before those whom it concerns.
     Observation observeEvery(EventHandler handler) { return _everyHandlers.add(std::move(handler)); }
+    /// Asks about each press and release of a key before anybody else hears of it; true keeps it from them.
+    void filterKeys(std::function<bool(const xcb_key_press_event_t&)> filter) {
+        _keyFilter = std::move(filter);
+    }
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
 
@@ -94,6 +98,7 @@ private:
     ObserverList<const xcb_generic_event_t&> _childHandlers;
     ObserverList<const xcb_generic_event_t&> _extensionHandlers;
     ObserverList<const xcb_generic_event_t&> _everyHandlers;
+    std::function<bool(const xcb_key_press_event_t&)> _keyFilter;
     xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
     ObserverList<> _endHandlers;
     Observation _watch;

@@ -16,7 +16,7 @@ constexpr double holdingSeconds = 0.05;
 
 Hotkeys::Hotkeys(Connection& connection)
     : _connection(connection), _keyboard(connection), _modifiers(connection) {
-    _keys = connection.observeEvery([this](const auto& event) { handle(event); });
+    connection.filterKeys([this](const auto& key) { return take(key); });
     _changes = _keyboard.observe([this] {
         // A change of layouts is told many times over.
         if (std::exchange(_isChangeDue, true)) return;
@@ -25,6 +25,7 @@ Hotkeys::Hotkeys(Connection& connection)
 }
 
 Hotkeys::~Hotkeys() {
+    _connection.filterKeys({});
     for (const auto& registration : _registrations) ungrab(registration);
 }
 
@@ -96,21 +97,23 @@ void Hotkeys::keyboardChanged() {
     }
 }
 
-void Hotkeys::handle(const xcb_generic_event_t& event) {
-    const auto type = xcb::typeOf(event);
-    if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return;
-    const auto& key = xcb::as<xcb_key_press_event_t>(event);
-    if (type == XCB_KEY_RELEASE) {
-        if (_held == key.detail) hold(0);
-        return;
+bool Hotkeys::take(const xcb_key_press_event_t& event) {
+    if ((event.response_type & 0x7F) == XCB_KEY_RELEASE) {
+        if (_held == event.detail) hold(0);
+        return event.event == _connection.root();
     }
-    const bool isOurs =
-        std::ranges::any_of(_registrations, [&](const Registration& one) { return one.key == key.detail; });
-    if (!isOurs) return;
+    // The rest of the state are the buttons of the pointer and the layout.
+    const auto state = static_cast<ModifierMap::Mask>(event.state & 0xFF);
+    const bool isOurs = std::ranges::any_of(_registrations, [&](const Registration& one) {
+        const auto states = statesOf(one);
+        return one.key == event.detail && std::ranges::find(states, state) != states.end();
+    });
+    if (!isOurs) return false;
     // A window of the program may take the keyboard or let it go between a press and its repetitions.
-    const bool isRepetition = _held == key.detail;
-    hold(key.detail);
-    if (!isRepetition && key.event == _connection.root()) _handlers.notify();
+    const bool isRepetition = _held == event.detail;
+    hold(event.detail);
+    if (!isRepetition) _handlers.notify();
+    return true;
 }
 
 void Hotkeys::hold(xcb_keycode_t key) {

@@ -11,8 +11,9 @@
 namespace vellumix::x11 {
 
 /// Hotkeys by grabs of keys on the root window (X protocol, request "GrabKey"), one for each way in which the
-/// lock keys can stand. They follow the keyboard when its modifiers change. While another program holds the
-/// whole keyboard, as an open menu does, no hotkey arrives.
+/// lock keys can stand. They follow the keyboard when its modifiers change. While a window of the program
+/// holds the whole keyboard, a hotkey is taken before it; while another program does, as an open menu does,
+/// none arrives.
 class Hotkeys final : public vellumix::Hotkeys {
 public:
     explicit Hotkeys(Connection& connection);
@@ -31,7 +32,8 @@ private:
         std::uint32_t modifiers;
     };
 
-    void handle(const xcb_generic_event_t& event);
+    /// Whether the key is a hotkey, or the rest of one.
+    bool take(const xcb_key_press_event_t& event);
     void hold(xcb_keycode_t key);
     void keyboardChanged();
     /// All grabs of the registration, or none.
@@ -48,7 +50,6 @@ private:
     std::unique_ptr<NSTimer> _holding;
     bool _isChangeDue = false;
     ObserverList<> _handlers;
-    Observation _keys;
     Observation _changes;
     Lifetime _lifetime;
 };

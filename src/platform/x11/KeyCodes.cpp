@@ -65,8 +65,10 @@ ModifierMap::ModifierMap(Connection& connection) {
             }
         }
     }
-    if (option) _option = option;
-    if (command) _command = command;
+    // Where such keys set several bits, each key sets one of them.
+    const auto lowest = [](Mask bits) { return static_cast<Mask>(bits & -bits); };
+    if (option) _option = lowest(option);
+    if (command) _command = lowest(command);
     _locks = static_cast<Mask>(locks &
                                ~(_option | _command | Mask{XCB_MOD_MASK_SHIFT} | Mask{XCB_MOD_MASK_CONTROL}));
 }

@@ -34,7 +34,7 @@ public:
 
     explicit ModifierMap(Connection& connection);
 
-    /// The bits of Alt and Super; those that nearly every keyboard has where this one doesn't tell.
+    /// The bits of Alt and Super, one each; those that nearly every keyboard has where this one doesn't tell.
     Mask option() const { return _option; }
     Mask command() const { return _command; }
     /// Those of Caps Lock, Num Lock and Scroll Lock.

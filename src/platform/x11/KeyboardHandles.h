@@ -21,6 +21,11 @@ using ComposeState = std::unique_ptr<xkb_compose_state, HandleDeleter<xkb_compos
 
 namespace vellumix::x11::xim {
 
-using InputMethod = std::unique_ptr<xcb_xim_t, HandleDeleter<xcb_xim_destroy>>;
+/// Without the closing, the library forgets to free the requests that are under way.
+inline void destroyInputMethod(xcb_xim_t* method) {
+    xcb_xim_close(method);
+    xcb_xim_destroy(method);
+}
+using InputMethod = std::unique_ptr<xcb_xim_t, HandleDeleter<destroyInputMethod>>;
 
 }  // namespace vellumix::x11::xim

@@ -64,7 +64,11 @@ bool SyntheticKeys::deliver(Paste& paste) {
     const bool isOffered = !_pasteboard.isClaiming() && !(chord.readsPrimary && _primary->isClaiming());
     const bool isLate = _connection.runLoop().uptime() > paste.deadline;
     if ((!isOffered || isUserHoldingModifiers()) && !isLate) return false;
-    press(chord);
+    if (isOffered) {
+        press(chord);
+    } else {
+        Log("SyntheticKeys").error("The clipboard couldn't be taken in time; nothing is pasted");
+    }
     return true;
 }
 

@@ -15,9 +15,10 @@ namespace vellumix::x11 {
 /// Keys by the XTEST extension (XTEST 2.2), without which there are none. Keys go to the window with the
 /// input focus.
 ///
-/// Nothing is posted before what was written to the pasteboard is offered to other programs. For an
-/// application that pastes the selection PRIMARY, that selection is taken with the same content, and left two
-/// seconds later; what was selected elsewhere is then selected no more.
+/// Nothing is posted before what was written to the pasteboard is offered to other programs, and nothing at
+/// all where that takes half a second. For an application that pastes the selection PRIMARY, that selection
+/// is taken with the same content, and left two seconds later; what was selected elsewhere is then selected
+/// no more.
 class SyntheticKeys final : public vellumix::SyntheticKeys {
 public:
     /// All must outlive it.

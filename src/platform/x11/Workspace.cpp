@@ -1,5 +1,7 @@
 #include "platform/x11/Workspace.h"
 
+#include <unistd.h>
+
 #include <cstring>
 
 namespace vellumix::x11 {
@@ -107,7 +109,8 @@ bool Workspace::hasWindowManager() const {
 
 void Workspace::readActiveWindow() {
     const auto window = windowNamedBy(_connection.root(), _connection.atoms().activeWindow);
-    _front = window == XCB_WINDOW_NONE ? std::nullopt : applicationOf(window);
+    const auto front = window == XCB_WINDOW_NONE ? std::nullopt : applicationOf(window);
+    if (!front || front->processIdentifier != getpid()) _front = front;
 }
 
 std::optional<Workspace::Application> Workspace::applicationOf(xcb_window_t window) {

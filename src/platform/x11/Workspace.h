@@ -11,7 +11,8 @@
 namespace vellumix::x11 {
 
 /// The front application of an X11 display, as its window manager announces it (_NET_ACTIVE_WINDOW, Extended
-/// Window Manager Hints 1.5). Absent without a window manager.
+/// Window Manager Hints 1.5). Absent without a window manager. A question of the program's own, which may
+/// have the focus, leaves in front what was.
 ///
 /// The bundle identifier is the desktop-file id that the window names (_GTK_APPLICATION_ID,
 /// _KDE_NET_WM_DESKTOP_FILE, BAMF_DESKTOP_FILE_HINT), else that of the desktop file that names the window's

@@ -1,0 +1,68 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "platform/foundation/NotificationCenter.h"
+#include "shell/AppDelegate.h"
+#include "shell/LanguageManager.h"
+#include "shell/RelativeTimestamp.h"
+#include "support/HeadlessTest.h"
+#include "view/TreeUnderTest.h"
+#include "views/RootContainerView.h"
+
+namespace vellumix {
+namespace {
+
+using namespace view;
+
+class RootTest : public HeadlessTest {
+protected:
+    RootTest() { application.store().replaceAll({textItem("one"), textItem("two")}); }
+
+    /// How many layers are neither gone nor at rest.
+    std::size_t layersUnderWay() {
+        const auto layers = root.drawn<draw::PushLayer>();
+        return static_cast<std::size_t>(std::ranges::count_if(
+            layers, [](const auto& layer) { return layer.opacity > 0 && layer.opacity < 1; }));
+    }
+
+    AppDelegate application;
+    TreeUnderTest root{View(RootContainerView{}).environment(&application.store()).environment(&application),
+                       {{520, 450}}};
+};
+
+TEST_F(RootTest, OnePageFadesIntoTheOther) {
+    root.click(Role::button, "Settings");
+    root.frame(0.1);
+    EXPECT_GE(layersUnderWay(), 2U) << "the page that goes, and the page that comes";
+    root.frame(0.3);
+    EXPECT_EQ(layersUnderWay(), 0U);
+    EXPECT_FALSE(root.has(Role::text, "one"));
+}
+
+TEST_F(RootTest, AnotherLanguageBeginsTheListAnewButStaysOnThePage) {
+    root.press(Key::character, {}, "t");
+    EXPECT_FALSE(root.has(Role::text, "one"));
+    LanguageManager::shared().currentLanguage.set(AppLanguage::es);
+    root.frame(1);
+    EXPECT_TRUE(root.has(Role::text, "one"));
+    root.click(Role::button, "Configuración");
+    LanguageManager::shared().currentLanguage.set(AppLanguage::en);
+    root.frame(1);
+    EXPECT_TRUE(root.has(Role::heading, "Settings"));
+}
+
+TEST_F(RootTest, AgesAreReadAnewAndNothingMovesWhenItIsShownAgain) {
+    EXPECT_TRUE(root.has(Role::text, "Just now"));
+    desktop.runLoop.advance(3600);
+    NotificationCenter::defaultCenter().post("AutoPasteFailed");
+    root.tree->settle();
+    readTimestampsAnew();
+    root.frame(3600);
+    root.frame(0.05);
+    EXPECT_EQ(layersUnderWay(), 0U);
+    EXPECT_TRUE(root.has(Role::text, "1 h ago"));
+}
+
+}  // namespace
+}  // namespace vellumix

@@ -11,6 +11,7 @@
 #include "platform/linux/DesktopSharing.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/HardenProcess.h"
+#include "platform/linux/IconThemeFileIcons.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/PamAuthentication.h"
 #include "platform/linux/Paths.h"
@@ -20,12 +21,12 @@
 #include "platform/linux/RunningInstance.h"
 #include "platform/linux/SessionService.h"
 #include "platform/linux/StartDetached.h"
-#include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/view/ModalAlerts.h"
 #include "platform/x11/Connection.h"
 #include "platform/x11/Hotkeys.h"
 #include "platform/x11/Pasteboard.h"
+#include "platform/x11/StatusBar.h"
 #include "platform/x11/SyntheticKeys.h"
 #include "platform/x11/WindowServer.h"
 #include "platform/x11/Workspace.h"
@@ -37,6 +38,7 @@
 #include "views/Looks.h"
 #include "views/PasswordPrompt.h"
 #include "views/RootContainerView.h"
+#include "views/StatusMenu.h"
 
 using namespace vellumix;
 
@@ -59,6 +61,7 @@ public:
     virtual Hotkeys& hotkeys() = 0;
     virtual SyntheticKeys& syntheticKeys() = 0;
     virtual FontFamilies fontFamilies() const { return {}; }
+    virtual std::optional<std::string> iconTheme() const { return std::nullopt; }
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
@@ -111,6 +114,7 @@ public:
         families.system = _windows.settings().fontFamily.value_or(families.system);
         return families;
     }
+    std::optional<std::string> iconTheme() const override { return _windows.settings().iconTheme; }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -119,8 +123,10 @@ private:
     std::unique_ptr<x11::Connection> _connection;
     x11::Pasteboard _pasteboard{*_connection};
     x11::Workspace _workspace{*_connection};
-    linux_desktop::StatusNotifierBar _statusBar;
     x11::WindowServer _windows{*_connection};
+    x11::StatusBar _statusBar{*_connection, _windows, [](const auto& entries, const Rect& icon) {
+                                  return std::make_shared<StatusMenu>(entries, icon);
+                              }};
     view::ModalAlerts _alerts{vellumix::controlPalette};
     x11::Hotkeys _hotkeys{*_connection};
     x11::SyntheticKeys _syntheticKeys{*_connection, _workspace, _pasteboard, pasteChords()};
@@ -229,7 +235,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder);
     linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
-    headless::FileIcons fileIcons;
+    linux_desktop::IconThemeFileIcons fileIcons(runLoop, {.themeName = [&] { return display->iconTheme(); }});
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
     const platform::Scope scope(Platform{
         .runLoop = runLoop,

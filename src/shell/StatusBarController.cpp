@@ -94,6 +94,7 @@ void StatusBarController::show() {
     if (!_floatingPanel) buildPanel();
     _isHiding = false;
     positionPanel();
+    if (!isPanelVisible()) NotificationCenter::defaultCenter().post(panelOpens);
     readTimestampsAnew();
     auto& panel = *_floatingPanel;
     panel.window().setAlphaValue(0);

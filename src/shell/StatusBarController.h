@@ -24,6 +24,8 @@ class StatusBarController {
 public:
     /// Posted on the default centre, once the panel is shown, for its content to turn to the settings.
     static constexpr auto settingsRequested = "SettingsRequested";
+    /// Posted on the default centre before a hidden panel is shown.
+    static constexpr auto panelOpens = "PanelOpens";
 
     /// Restores size and place from the user defaults. `application` must outlive the controller.
     explicit StatusBarController(AppDelegate& application);

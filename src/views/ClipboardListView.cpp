@@ -11,6 +11,7 @@
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
 #include "platform/foundation/Unicode.h"
+#include "shell/StatusBarController.h"
 #include "shell/ThemeManager.h"
 #include "views/ClipboardCard.h"
 #include "views/ClipboardToolbar.h"
@@ -296,6 +297,16 @@ View ClipboardListView::body() const {
     const auto searchEnded = [focus = listFocused.binding(), query = query.binding()] {
         if (query.get().empty()) focus.set(true);
     };
+    // Who opens the panel has copied something since, or wants something else than the last time: all of it is
+    // there, from the newest on.
+    const auto beginAnew = [query = query.binding(), category = category.binding(),
+                            selection = selectedIndex.binding(), target = scrollTarget.binding(), &store] {
+        query.set(String());
+        category.set(Kind::all);
+        selection.set(0);
+        const auto& all = store.items().get();
+        if (!all.empty()) scrollTo(target, all.front(), atTheTop, firstRowCurve);
+    };
     const auto toolbar = ClipboardToolbar{.searchText = query,
                                           .selectedFilter = category,
                                           .onClear = [&store] { store.clear(); },
@@ -309,6 +320,7 @@ View ClipboardListView::body() const {
         .onKey(listKeys(displayed, selectedIndex, scrollTarget, actions))
         .onKey(searchKeys(query, isSearchFocused))
         .overlay(Toast{toast}, Alignment::top())
+        .onReceive(StatusBarController::panelOpens, beginAnew)
         .onReceive("HistoryCleaned", messages.presenting("message.historyCleared", 1.5))
         .onReceive("AutoPasteFailed", messages.presenting("permission.accessibility.title", 2.0))
         .onReceive(EncryptionManager::failedNotification, messages.presenting("error.encryption.failed", 2.5))

@@ -10,10 +10,12 @@ earlier one is in the `Tour`.
 import stat
 import sys
 import time
+from contextlib import contextmanager
 from pathlib import Path
 
 from harness import applications
 from harness.desktop import PrivateDesktop
+from harness.passwords import PasswordService
 from harness.processes import Failure, wait_for
 from harness.vellumix import Vellumix, files_with
 
@@ -24,6 +26,10 @@ CODE = "for (int i = 0; i < n; ++i) {\n    if (!seen[i]) return i;\n}"
 TERMINAL_WORD = "terminalWord7f3a"
 FILE_NAME = "holiday plan.txt"
 PASSWORD = "correct-horse-battery-staple-91"
+OWNER_PASSWORD = "violet sky"
+WRONG_PASSWORD_SECONDS = 3
+# By the place of V and not by its letter.
+HOTKEY = "super+alt+55"
 
 
 class Tour:
@@ -31,7 +37,11 @@ class Tour:
         self.desktop = desktop
         self.pictures = pictures
         self.vellumix = Vellumix(desktop)
+        self.passwords = PasswordService(desktop, OWNER_PASSWORD)
         self.owners = []
+
+    def start(self):
+        self.vellumix.start(self.passwords.environment)
 
     def say(self, text):
         print(f"    {text}", flush=True)
@@ -46,6 +56,41 @@ class Tour:
         time.sleep(0.6)
         self.picture(name)
 
+    def keys(self, *names):
+        self.desktop.run("xdotool", "key", *names)
+
+    def type(self, text):
+        self.desktop.run("xdotool", "type", text)
+
+    def point(self, x, y):
+        self.desktop.run("xdotool", "mousemove", str(x), str(y), "click", "1")
+
+    def until_panel(self, state):
+        wait_for(f"the panel is {state}", lambda: self.vellumix.status()["panel"] == state)
+
+    def open_panel(self):
+        self.keys(HOTKEY)
+        self.until_panel("visible")
+
+    def until_asked(self):
+        wait_for("the password is asked for", lambda: self.desktop.run(
+            "xdotool", "getactivewindow", "getwindowname").stdout.strip() == "Vellumix")
+
+    @contextmanager
+    def letter(self):
+        """An empty file in an editor, which is in front."""
+        path = self.desktop.home / "letter.txt"
+        path.write_bytes(b"")
+        with applications.Window(self.desktop, "mousepad", "mousepad", "--disable-server", path):
+            yield path
+
+    def expect_letter(self, path, text):
+        def holds():
+            self.keys("ctrl+s")
+            return path.read_bytes() == text.encode()
+        wait_for("the letter holds what was picked, byte for byte", holds)
+        self.say("the letter holds what was picked, byte for byte: yes")
+
     def recorded(self, who, kind, action):
         self.vellumix.until_recorded(kind, action)
         self.say(f"{who:<44} recorded as {kind}")
@@ -58,7 +103,7 @@ class Tour:
 
 def scene_start(tour):
     """The program starts on the screen, and remembers nothing yet"""
-    tour.vellumix.start()
+    tour.start()
     tour.expect("the history is empty", tour.vellumix.count() == 0)
 
 
@@ -123,37 +168,64 @@ def scene_file(tour):
     tour.say("no copied text can be read anywhere in the home folder, nor in the log")
 
 
-def scene_panel(tour):
-    """The panel opens over an editor, and a person finds an old copy in it"""
-    desktop, vellumix = tour.desktop, tour.vellumix
-
-    def until(state):
-        wait_for(f"the panel is {state}", lambda: vellumix.status()["panel"] == state)
-
-    def point(x, y):
-        desktop.run("xdotool", "mousemove", str(x), str(y), "click", "1")
-
-    with applications.Window(desktop, "mousepad", "mousepad", "--disable-server"):
-        tour.expect("vellumix toggle", vellumix.command("toggle").returncode == 0)
-        until("visible")
+def scene_paste(tour):
+    """The hotkey, a few letters and Return, and an old copy is in the letter that is being written"""
+    before = tour.vellumix.count()
+    with tour.letter() as letter:
+        tour.open_panel()
         # The fade takes 0.2 s, and nothing tells its end.
         tour.later_picture("panel")
-        desktop.run("xdotool", "type", "HARBOUR")
-        tour.later_picture("panel-search")
-        desktop.run("xdotool", "key", "Return")
-        until("hidden")
-        tour.expect("the note is on the clipboard again",
-                    wait_for("the note", lambda: applications.clipboard(desktop) == NOTE))
-        vellumix.command("show")
-        until("visible")
-        # In the middle of 1280 x 800: the gear at its top right, and the dark theme on the settings page.
-        point(870, 204)
-        point(590, 308)
-        tour.later_picture("panel-settings-dark")
-        point(870, 204)
-        tour.later_picture("panel-dark")
-        desktop.run("xdotool", "key", "Escape")
-        until("hidden")
+        tour.type("HARB")
+        tour.later_picture("search")
+        tour.keys("Return")
+        tour.until_panel("hidden")
+        tour.expect_letter(letter, NOTE)
+        tour.later_picture("pasted")
+    tour.expect("what the program pasted isn't recorded as a copy", tour.vellumix.count() == before)
+
+
+def scene_lock(tour):
+    """An entry is locked, and wants a password before it is pasted"""
+    with tour.letter() as letter:
+        tour.open_panel()
+        tour.type("HARB")
+        # The lock of the only card, in the middle of 1280 x 800.
+        tour.point(807, 389)
+        wait_for("the entry is locked", lambda: tour.vellumix.status()["locked"] == 1)
+        tour.later_picture("locked")
+        tour.keys("Escape")
+        tour.until_panel("hidden")
+
+        tour.open_panel()
+        tour.type("LOCKED")
+        tour.keys("Return")
+        tour.until_asked()
+        tour.later_picture("password")
+        tour.type("a wrong one")
+        tour.keys("Return")
+        # The service takes its time over what is wrong.
+        time.sleep(WRONG_PASSWORD_SECONDS)
+        tour.picture("password-wrong")
+        tour.expect("nothing has come of it", letter.read_bytes() == b"")
+        tour.type(OWNER_PASSWORD)
+        tour.keys("Return")
+        tour.until_panel("hidden")
+        tour.expect_letter(letter, NOTE)
+        tour.later_picture("pasted-locked")
+    tour.expect("the entry is locked still", tour.vellumix.status()["locked"] == 1)
+
+
+def scene_theme(tour):
+    """The panel changes into the dark"""
+    tour.open_panel()
+    # The gear at its top right, and the dark theme on the settings page.
+    tour.point(870, 204)
+    tour.point(590, 308)
+    tour.later_picture("settings-dark")
+    tour.point(870, 204)
+    tour.later_picture("panel-dark")
+    tour.keys("Escape")
+    tour.until_panel("hidden")
 
 
 def scene_restart(tour):
@@ -161,7 +233,7 @@ def scene_restart(tour):
     before = tour.vellumix.status()
     tour.vellumix.kill()
     tour.say("killed with SIGKILL")
-    tour.vellumix.start()
+    tour.start()
     after = tour.vellumix.status()
     for key in ("entries", "pinned", "locked", "keychain"):
         if after[key] != before[key]:
@@ -176,8 +248,8 @@ def scene_quit(tour):
     tour.expect("it ended with 0", tour.vellumix.exit_code() == 0)
 
 
-SCENES = [scene_start, scene_copies, scene_owner_dies, scene_secret, scene_file, scene_panel, scene_restart,
-          scene_quit]
+SCENES = [scene_start, scene_copies, scene_owner_dies, scene_secret, scene_file, scene_paste, scene_lock,
+          scene_theme, scene_restart, scene_quit]
 
 
 def main():

@@ -7,7 +7,7 @@ from pathlib import Path
 
 from harness.desktop import PrivateDesktop
 from harness.processes import wait_for
-from harness.tray import Icon, Tray
+from harness.tray import EmbeddingTray, Icon, Tray
 from harness.vellumix import Vellumix
 
 
@@ -28,8 +28,7 @@ class StatusItem(unittest.TestCase):
                 self.assertIn("Vellumix", icon.property("Title"))
                 # Light strokes on their dark ground stand out on whatever colour the panel has.
                 wait_for("the panel draws the icon", lambda: self.contrast(desktop) > 140)
-                if pictures := os.environ.get("VELLUMIX_PICTURES"):
-                    desktop.picture(Path(pictures) / f"tray-{'dark' if dark else 'light'}.png")
+                self.picture(desktop, "tray", dark)
                 self.assertEqual(set(icon.menu()), {"Abrir", "Configurações", "Sair"})
                 self.assertEqual(icon.choose("Sair").returncode, 0)
                 self.assertEqual(vellumix.exit_code(), 0)
@@ -45,11 +44,60 @@ class StatusItem(unittest.TestCase):
             tray.stop()
         self.assertEqual(vellumix.terminate(), 0)
 
+    def test_a_tray_without_the_bus_embeds_it(self):
+        for dark in (False, True):
+            with self.subTest(dark=dark):
+                desktop = self.desktop()
+                vellumix = Vellumix(desktop)
+                tray = EmbeddingTray(desktop, dark)
+                for start in (tray.start, vellumix.start) if dark else (vellumix.start, tray.start):
+                    start()
+                self.until_embedded(desktop, tray)
+                self.picture(desktop, "embedded", dark)
+                for state in ("visible", "hidden"):
+                    tray.click(1)
+                    wait_for(f"the panel is {state}", lambda state=state: vellumix.status()["panel"] == state)
+                tray.stop()
+                wait_for("the icon has gone with its tray", lambda: not tray.icon())
+                tray.start()
+                self.until_embedded(desktop, tray)
+                tray.click(3)
+                wait_for("the menu is open beside the icon", lambda: len(desktop.run(
+                    "xdotool", "search", "--onlyvisible", "--class", "Vellumix").stdout.split()) == 2)
+                self.picture(desktop, "embedded-menu", dark)
+                desktop.run("xdotool", "key", "Up", "Return")
+                self.assertEqual(vellumix.exit_code(), 0)
+
+    def test_a_panel_on_the_bus_comes_before_a_tray(self):
+        desktop = self.desktop()
+        embedding = EmbeddingTray(desktop).start()
+        vellumix = Vellumix(desktop).start()
+        self.until_embedded(desktop, embedding)
+        panel = Tray(desktop).start()
+        panel.until_item()
+        wait_for("the icon leaves the tray", lambda: not embedding.icon())
+        panel.stop()
+        # This panel has also taken the tray's place.
+        embedding.stop()
+        embedding.start()
+        self.until_embedded(desktop, embedding)
+        self.assertEqual(vellumix.terminate(), 0)
+
+    def until_embedded(self, desktop, tray):
+        width, height, left, top = wait_for("the tray has an icon", lambda: (tray.icon() or (0,))[0] > 8 and tray.icon())
+        area = f"{width}x{height}+{left}+{top}"
+        wait_for("the tray shows the icon", lambda: self.contrast(desktop, area) > 140)
+
     @staticmethod
-    def contrast(desktop):
-        """How far apart the lightest and the darkest grey are at the panel's left end, where the icon comes."""
+    def picture(desktop, name, dark):
+        if pictures := os.environ.get("VELLUMIX_PICTURES"):
+            desktop.picture(Path(pictures) / f"{name}-{'dark' if dark else 'light'}.png")
+
+    @staticmethod
+    def contrast(desktop, area="48x30+0+1"):
+        """How far apart the lightest and the darkest grey are; at first, at the panel's left end."""
         raw = desktop.folder / "panel.gray"
-        desktop.run("import", "-window", "root", "-crop", "48x30+0+1", "-depth", "8", f"gray:{raw}")
+        desktop.run("import", "-window", "root", "-crop", area, "-depth", "8", f"gray:{raw}")
         levels = raw.read_bytes()
         return max(levels) - min(levels)
 

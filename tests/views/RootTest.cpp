@@ -6,6 +6,7 @@
 #include "shell/AppDelegate.h"
 #include "shell/LanguageManager.h"
 #include "shell/RelativeTimestamp.h"
+#include "shell/StatusBarController.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
 #include "views/RootContainerView.h"
@@ -50,6 +51,19 @@ TEST_F(RootTest, AnotherLanguageBeginsTheListAnewButStaysOnThePage) {
     LanguageManager::shared().currentLanguage.set(AppLanguage::en);
     root.frame(1);
     EXPECT_TRUE(root.has(Role::heading, "Settings"));
+}
+
+TEST_F(RootTest, EachOpeningBeginsWithAllEntries) {
+    root.press(Key::character, {}, "o");
+    root.click(Role::radioButton, "Text");
+    root.press(Key::down);
+    EXPECT_EQ(root.find(Role::textField, "Search").value, "o");
+    NotificationCenter::defaultCenter().post(StatusBarController::panelOpens);
+    root.frame(1);
+    EXPECT_EQ(root.find(Role::textField, "Search").value, "");
+    EXPECT_TRUE(root.find(Role::radioButton, "All").state.isSelected);
+    root.press(Key::character, {}, "t");
+    EXPECT_EQ(root.find(Role::textField, "Search").value, "t") << "and not behind what was sought before";
 }
 
 TEST_F(RootTest, AgesAreReadAnewAndNothingMovesWhenItIsShownAgain) {

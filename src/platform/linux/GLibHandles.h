@@ -67,6 +67,7 @@ using NodeInfo = std::unique_ptr<GDBusNodeInfo, HandleDeleter<g_dbus_node_info_u
 using Variant = std::unique_ptr<GVariant, HandleDeleter<g_variant_unref>>;
 using DateTime = std::unique_ptr<GDateTime, HandleDeleter<g_date_time_unref>>;
 using Text = std::unique_ptr<char, HandleDeleter<g_free>>;
+using KeyFile = std::unique_ptr<GKeyFile, HandleDeleter<g_key_file_unref>>;
 using TextList = std::unique_ptr<char*, HandleDeleter<g_strfreev>>;
 using Attributes = std::unique_ptr<GHashTable, HandleDeleter<g_hash_table_unref>>;
 using Secret = std::unique_ptr<SecretValue, HandleDeleter<secret_value_unref>>;

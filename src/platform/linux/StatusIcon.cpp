@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace vellumix::linux_desktop {
 
@@ -85,10 +86,16 @@ StatusIcon scissors(int side) {
 
 }  // namespace
 
+std::optional<StatusIcon> statusIcon(std::string_view symbolName, int side) {
+    if (symbolName != "scissors") return std::nullopt;
+    return scissors(side);
+}
+
 std::vector<StatusIcon> statusIcons(std::string_view symbolName) {
     std::vector<StatusIcon> icons;
-    if (symbolName != "scissors") return icons;
-    for (const int side : sides) icons.push_back(scissors(side));
+    for (const int side : sides) {
+        if (auto icon = statusIcon(symbolName, side)) icons.push_back(std::move(*icon));
+    }
     return icons;
 }
 

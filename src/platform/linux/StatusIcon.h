@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -16,6 +17,8 @@ struct StatusIcon {
     Bytes pixels;
 };
 
+/// The symbol with that side; nothing for a name that isn't known.
+std::optional<StatusIcon> statusIcon(std::string_view symbolName, int side);
 /// The symbol in the sizes that panels ask for; none for a name that isn't known.
 std::vector<StatusIcon> statusIcons(std::string_view symbolName);
 

@@ -70,6 +70,9 @@ struct StatusNotifierItem::State : std::enable_shared_from_this<State> {
     Work action;
     /// What the menu shows as soon as there is a connection.
     std::vector<StatusMenuEntry> entries;
+    WatcherHandler onWatcher;
+    /// Under which the item registers.
+    std::string serviceName;
 
     glib::Connection connection;
     glib::Registration registration;
@@ -79,7 +82,11 @@ struct StatusNotifierItem::State : std::enable_shared_from_this<State> {
     ~State();
     void connect();
     void start(glib::Connection made);
-    void watchFor(const std::string& serviceName);
+    void watch();
+    void registerWithWatcher();
+    void tell(bool hasWatcher) const {
+        if (onWatcher) onWatcher(hasWatcher);
+    }
     void answer(std::string_view method, GDBusMethodInvocation* invocation);
     GVariant* property(std::string_view name) const;
     void emit(const char* signal);
@@ -104,12 +111,19 @@ StatusNotifierItem::State::~State() {
 
 void StatusNotifierItem::State::connect() {
     const auto address = sessionBusAddress();
-    if (address.empty()) return;
+    if (address.empty()) {
+        if (!onWatcher) return;
+        return onMain([weak = weak_from_this()] {
+            if (const auto state = weak.lock()) state->tell(false);
+        });
+    }
     g_dbus_connection_new_for_address(
         address.c_str(), busConnectionFlags, nullptr, nullptr,
         [](GObject*, GAsyncResult* result, gpointer data) {
             glib::Connection made(g_dbus_connection_new_for_address_finish(result, nullptr));
-            if (const auto state = lock(data); state && made) state->start(std::move(made));
+            const auto state = lock(data);
+            if (!state) return;
+            made ? state->start(std::move(made)) : state->tell(false);
         },
         weakly());
 }
@@ -143,24 +157,30 @@ void StatusNotifierItem::State::start(glib::Connection made) {
             if (reply) g_variant_get(reply.get(), "(u)", &outcome);
             // A sandbox may refuse the name, and another process namespace may have the same number in use:
             // watchers take the connection's own name as well.
-            state->watchFor(outcome == isPrimaryOwner
-                                ? standardName()
-                                : g_dbus_connection_get_unique_name(state->connection.get()));
+            state->serviceName = outcome == isPrimaryOwner
+                                     ? standardName()
+                                     : g_dbus_connection_get_unique_name(state->connection.get());
+            state->watch();
         },
         weakly());
 }
 
-void StatusNotifierItem::State::watchFor(const std::string& serviceName) {
+void StatusNotifierItem::State::watch() {
     watcher = glib::NameWatch(g_bus_watch_name_on_connection(
         connection.get(), watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE,
-        [](GDBusConnection* bus, const gchar*, const gchar*, gpointer name) {
-            // Without a callback no reply is asked for, and a watcher that hangs keeps nothing waiting.
-            g_dbus_connection_call(bus, watcherName, watcherPath, watcherName, "RegisterStatusNotifierItem",
-                                   g_variant_new("(s)", static_cast<std::string*>(name)->c_str()), nullptr,
-                                   G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, nullptr, nullptr);
+        [](GDBusConnection*, const gchar*, const gchar*, gpointer state) {
+            static_cast<State*>(state)->registerWithWatcher();
+            static_cast<State*>(state)->tell(true);
         },
-        nullptr, std::make_unique<std::string>(serviceName).release(),
-        [](gpointer name) { const std::unique_ptr<std::string> dropped(static_cast<std::string*>(name)); }));
+        [](GDBusConnection*, const gchar*, gpointer state) { static_cast<State*>(state)->tell(false); }, this,
+        nullptr));
+}
+
+void StatusNotifierItem::State::registerWithWatcher() {
+    // Without a callback no reply is asked for, and a watcher that hangs keeps nothing waiting.
+    g_dbus_connection_call(connection.get(), watcherName, watcherPath, watcherName,
+                           "RegisterStatusNotifierItem", g_variant_new("(s)", serviceName.c_str()), nullptr,
+                           G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, nullptr, nullptr);
 }
 
 void StatusNotifierItem::State::answer(std::string_view method, GDBusMethodInvocation* invocation) {
@@ -197,7 +217,10 @@ void StatusNotifierItem::State::emit(const char* signal) {
                                       nullptr);
 }
 
-StatusNotifierItem::StatusNotifierItem() : _state(std::make_shared<State>()) { _state->connect(); }
+StatusNotifierItem::StatusNotifierItem(WatcherHandler onWatcher) : _state(std::make_shared<State>()) {
+    _state->onWatcher = std::move(onWatcher);
+    _state->connect();
+}
 StatusNotifierItem::~StatusNotifierItem() = default;
 
 void StatusNotifierItem::setImage(const std::string& symbolName,

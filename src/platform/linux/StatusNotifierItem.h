@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,7 +14,11 @@ namespace vellumix::linux_desktop {
 /// watcher that comes. Main thread only.
 class StatusNotifierItem final : public NSStatusItem {
 public:
-    StatusNotifierItem();
+    /// Whether there is anybody who shows the item. Called from the loop, once as soon as it is known and
+    /// then whenever it changes; without a bus there is nobody.
+    using WatcherHandler = std::function<void(bool hasWatcher)>;
+
+    explicit StatusNotifierItem(WatcherHandler onWatcher = nullptr);
     ~StatusNotifierItem() override;
 
     void setImage(const std::string& symbolName, const std::string& accessibilityDescription) override;
@@ -23,11 +28,6 @@ public:
 private:
     struct State;
     std::shared_ptr<State> _state;
-};
-
-class StatusNotifierBar final : public NSStatusBar {
-public:
-    std::unique_ptr<NSStatusItem> makeStatusItem() override { return std::make_unique<StatusNotifierItem>(); }
 };
 
 }  // namespace vellumix::linux_desktop

@@ -53,6 +53,7 @@ constexpr Entry entries[] = {
     {"_NET_WM_STATE", &Atoms::windowState},
     {"_NET_WM_STATE_ABOVE", &Atoms::windowStateAbove},
     {"_NET_WM_STATE_MODAL", &Atoms::windowStateModal},
+    {"_MOTIF_WM_HINTS", &Atoms::motifHints},
     {"_NET_WM_WINDOW_OPACITY", &Atoms::windowOpacity},
     {"_NET_WM_PING", &Atoms::windowPing},
     {"WM_PROTOCOLS", &Atoms::protocols},
@@ -63,6 +64,9 @@ constexpr Entry entries[] = {
     {"_NET_WM_STRUT_PARTIAL", &Atoms::strutPartial},
     {"_XSETTINGS_SETTINGS", &Atoms::settings},
     {"XIM_SERVERS", &Atoms::inputMethodServers},
+    {"_NET_SYSTEM_TRAY_OPCODE", &Atoms::trayOpcode},
+    {"_NET_SYSTEM_TRAY_VISUAL", &Atoms::trayVisual},
+    {"_XEMBED_INFO", &Atoms::embedInfo},
 };
 
 }  // namespace

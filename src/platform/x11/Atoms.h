@@ -57,6 +57,7 @@ struct Atoms {
     xcb_atom_t windowState;
     xcb_atom_t windowStateAbove;
     xcb_atom_t windowStateModal;
+    xcb_atom_t motifHints;
     xcb_atom_t windowOpacity;
     xcb_atom_t windowPing;
     xcb_atom_t protocols;
@@ -67,6 +68,11 @@ struct Atoms {
     xcb_atom_t strutPartial;
     xcb_atom_t settings;
     xcb_atom_t inputMethodServers;
+
+    // The system tray (System Tray Protocol 0.3, XEmbed 0.5).
+    xcb_atom_t trayOpcode;
+    xcb_atom_t trayVisual;
+    xcb_atom_t embedInfo;
 };
 
 /// Asks the server for all atoms at once; `collect` waits for the answers.

@@ -223,6 +223,8 @@ xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) const {
         case XCB_KEY_PRESS:
         case XCB_KEY_RELEASE:
             return xcb::as<xcb_key_press_event_t>(event).event;
+        case XCB_BUTTON_PRESS:
+            return xcb::as<xcb_button_press_event_t>(event).event;
         case XCB_FOCUS_IN:
         case XCB_FOCUS_OUT:
             return xcb::as<xcb_focus_in_event_t>(event).event;

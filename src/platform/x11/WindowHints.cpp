@@ -10,6 +10,9 @@ namespace {
 
 using Kind = NSWindow::Kind;
 
+using SizeHints = std::array<std::uint32_t, 18>;
+enum SizeHint : std::uint32_t { userPosition = 1, minimum = 16, maximum = 32, gravity = 512 };
+
 void setText(Connection& connection, xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
              std::string_view text) {
     xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, window, property, type, 8,
@@ -62,16 +65,30 @@ void describeWindow(Connection& connection, xcb_window_t window, const NSWindow:
     if (options.kind == Kind::alert) {
         const std::uint32_t states[] = {atoms.windowStateAbove, atoms.windowStateModal};
         setNumbers(connection, window, atoms.windowState, XCB_ATOM_ATOM, states);
+        // A question is answered and not put away: it may be moved and closed, under a title, and has no
+        // buttons for more (Motif Programmer's Reference, "MwmHints").
+        enum Flag : std::uint32_t { functions = 1, decorations = 2 };
+        enum Function : std::uint32_t { move = 4, close = 32 };
+        enum Decoration : std::uint32_t { border = 2, title = 8 };
+        const std::uint32_t hints[] = {functions | decorations, move | close, border | title, 0, 0};
+        setNumbers(connection, window, atoms.motifHints, atoms.motifHints, hints);
     }
 }
 
 void fixSize(Connection& connection, xcb_window_t window, std::uint32_t width, std::uint32_t height) {
-    enum Flag : std::uint32_t { userPosition = 1, minimum = 16, maximum = 32, gravity = 512 };
-    std::array<std::uint32_t, 18> hints{};
+    SizeHints hints{};
     hints[0] = userPosition | minimum | maximum | gravity;
     hints[5] = hints[7] = width;
     hints[6] = hints[8] = height;
     hints[17] = XCB_GRAVITY_STATIC;
+    setNumbers(connection, window, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, hints);
+}
+
+void askForSize(Connection& connection, xcb_window_t window, std::uint32_t width, std::uint32_t height) {
+    SizeHints hints{};
+    hints[0] = minimum;
+    hints[5] = width;
+    hints[6] = height;
     setNumbers(connection, window, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, hints);
 }
 

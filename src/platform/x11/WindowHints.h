@@ -10,5 +10,7 @@ void describeWindow(Connection& connection, xcb_window_t window, const NSWindow:
 
 /// Keeps the size of a managed window, in pixels, and asks for the place it was given.
 void fixSize(Connection& connection, xcb_window_t window, std::uint32_t width, std::uint32_t height);
+/// Asks whoever embeds the window for that many pixels at least.
+void askForSize(Connection& connection, xcb_window_t window, std::uint32_t width, std::uint32_t height);
 
 }  // namespace vellumix::x11

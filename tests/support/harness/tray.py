@@ -1,4 +1,4 @@
-"""The panel of a real desktop with its tray, and what its host finds out about an icon."""
+"""The panels of real desktops with their trays, and what their hosts find out about an icon."""
 
 import re
 
@@ -53,6 +53,38 @@ class Tray:
     def until_item(self):
         """Waits for an icon; returns the bus name of its program."""
         return wait_for("an icon in the panel", self.items, seconds=20)[0].partition("/")[0]
+
+
+class EmbeddingTray:
+    """trayer in a corner of the screen, which embeds windows and knows nothing of the bus."""
+
+    _ICON = re.compile(r'\("vellumix" "Vellumix"\) +(\d+)x(\d+)\S+ +\+(\d+)\+(\d+)')
+
+    def __init__(self, desktop, dark=False):
+        self._desktop = desktop
+        self._process = None
+        self._colour = "0x202020" if dark else "0xf0f0f0"
+
+    def start(self):
+        self._process = self._desktop.start("trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request",
+                                            "--height", "26", "--transparent", "true", "--alpha", "0", "--tint",
+                                            self._colour)
+        return self
+
+    def stop(self):
+        end(self._process)
+
+    def icon(self):
+        """Width, height, left and top of the program's icon; None without one."""
+        for line in self._desktop.run("xwininfo", "-root", "-tree").stdout.splitlines():
+            found = self._ICON.search(line)
+            if found and int(found[1]) < 64:
+                return tuple(map(int, found.groups()))
+        return None
+
+    def click(self, button):
+        width, height, left, top = self.icon()
+        self._desktop.run("xdotool", "mousemove", left + width // 2, top + height // 2, "click", button)
 
 
 class Icon:

@@ -52,12 +52,14 @@ struct Writing {
     bool isSecret = false;
     bool isBound = false;
     State<String> text = String("\u05D0 one \u00E9\r\n");
+    std::shared_ptr<SecretText> secret = std::make_shared<SecretText>("\u05D0 one");
     State<bool> isFocused = false;
 
     View body() const {
         const auto clear = text.binding();
-        const auto field = TextField(text, {.onSubmit = [clear] { clear.set({}); }, .isSecret = isSecret});
-        return HStack(Spacing(1), isBound ? field.focusable(isFocused.binding()) : View(field),
+        const auto field = isSecret ? View(SecretField(secret))
+                                    : View(TextField(text, {.onSubmit = [clear] { clear.set({}); }}));
+        return HStack(Spacing(1), isBound ? field.focusable(isFocused.binding()) : field,
                       Text(text.get()).selectable(), If(isFocused, Text("focused")));
     }
 };

@@ -52,6 +52,9 @@ StatusBarController::StatusBarController(AppDelegate& application)
     auto& windows = platform::current().windows;
     _workspaceObserver = windows.observeActiveSpace(hideLater);
     _screenParamObserver = windows.observeScreenParameters(hideLater);
+    // At once: while the panel has the keyboard, the screen can't be locked.
+    _sessionObserver =
+        windows.observeSessionResign([this] { onMain(_lifetime.weakly([this] { hideImmediately(); })); });
 }
 
 void StatusBarController::restoreFromDefaults() {

@@ -64,6 +64,7 @@ private:
     std::unique_ptr<FloatingPanel> _floatingPanel;
     Observation _workspaceObserver;
     Observation _screenParamObserver;
+    Observation _sessionObserver;
     std::vector<Observation> _panelObserverTokens;
     /// The panel's last known origin.
     std::optional<Point> _currentPosition;

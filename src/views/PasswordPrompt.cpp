@@ -34,6 +34,8 @@ struct PasswordPrompt::Model {
 
     Setting setting;
     Published<Shown> shown;
+    /// The answer to a secret question.
+    std::shared_ptr<SecretText> secret = std::make_shared<SecretText>();
     Answer onAnswer;
     /// An answer has been given to a question before.
     bool hasTried = false;
@@ -41,7 +43,8 @@ struct PasswordPrompt::Model {
     void submit() {
         const auto taker = std::exchange(onAnswer, nullptr);
         if (!taker) return;
-        auto given = shown.get().answer.string();
+        auto given =
+            shown.get().isSecret ? std::exchange(*secret, {}) : SecretText(shown.get().answer.view());
         hasTried = true;
         // No message about the try before stands beside the next one, and no answer stays in the field.
         shown.update([](Shown& now) { now.answer = {}, now.message.clear(); });
@@ -68,15 +71,17 @@ struct PasswordPrompt::Form {
             [model = model](bool isNow) { model->shown.update([&](auto& now) { now.isFocused = isNow; }); });
         const auto submit = [model = model] { model->submit(); };
         const auto cancel = [model = model] { model->cancel(); };
-        const auto field = TextField(answer, {.onSubmit = submit, .isSecret = shown.isSecret})
-                               .focusable(isFocused)
-                               .focusRing(std::nullopt)
-                               .font(ThemeManager::bodyFont())
-                               .foreground(theme.primaryTextColor())
-                               .semantics(Role::textField, shown.question)
-                               .padding(8)
-                               .background(RoundedRectangle(6), theme.surfaceColor(),
-                                           Outline{theme.accentColor(), shown.isFocused ? 1.5 : 1});
+        const TextFieldOptions options{.onSubmit = submit};
+        const auto field =
+            (shown.isSecret ? View(SecretField(model->secret, options)) : View(TextField(answer, options)))
+                .focusable(isFocused)
+                .focusRing(std::nullopt)
+                .font(ThemeManager::bodyFont())
+                .foreground(theme.primaryTextColor())
+                .semantics(Role::textField, shown.question)
+                .padding(8)
+                .background(RoundedRectangle(6), theme.surfaceColor(),
+                            Outline{theme.accentColor(), shown.isFocused ? 1.5 : 1});
         const auto buttons =
             HStack(Spacing(8), Spacer(),
                    View(FlatCapsuleButton{.title = model->setting.cancelTitle, .icon = {}, .action = cancel})
@@ -138,6 +143,7 @@ PasswordPrompt::~PasswordPrompt() { _hostingView->orderOut(); }
 
 void PasswordPrompt::ask(const std::string& question, bool isSecret, Answer answer) {
     _model->onAnswer = std::move(answer);
+    *_model->secret = {};
     _model->shown.update([&](Model::Shown& now) {
         now.question = question;
         now.isSecret = isSecret;

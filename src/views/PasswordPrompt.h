@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/desktop/Event.h"
+#include "platform/foundation/SecretText.h"
 #include "platform/view/HostingView.h"
 
 namespace vellumix {
@@ -21,15 +22,15 @@ public:
         /// The person broke it off, once. May destroy the prompt.
         Action onCancel;
     };
-    /// Takes the answer; whoever gets it wipes it.
-    using Answer = std::function<void(std::string answer)>;
+    using Answer = std::function<void(SecretText answer)>;
 
     explicit PasswordPrompt(Setting setting);
     ~PasswordPrompt();
     PasswordPrompt(const PasswordPrompt&) = delete;
     PasswordPrompt& operator=(const PasswordPrompt&) = delete;
 
-    /// Asks in an empty field, in place of any question before. A secret answer isn't shown.
+    /// Asks in an empty field, in place of any question before. A secret answer isn't shown, and stays
+    /// nowhere in memory but in what is handed over.
     void ask(const std::string& question, bool isSecret, Answer answer);
     /// Until the next message.
     void show(const std::string& message, bool isError);

@@ -28,7 +28,7 @@ public:
     void ask(const std::string& question, Echo echo, Answer answer) override {
         _person.seen.push_back((echo == Echo::off ? "secret " : "plain ") + question);
         if (_person.answers.empty()) return;
-        answer(_person.answers.front());
+        answer(SecretText(_person.answers.front()));
         _person.answers.erase(_person.answers.begin());
     }
     void show(const std::string& message, Importance) override { _person.seen.push_back(message); }
@@ -41,13 +41,17 @@ class PamAuthenticationTest : public testing::Test {
 protected:
     PamAuthenticationTest() : _outer(RunLoop::install(&loop)) {
         std::ofstream(folder.path() + "/passwords") << getpwuid(getuid())->pw_name << ":right:vellumix\n";
-        serve("auth required /usr/lib/x86_64-linux-gnu/pam_wrapper/pam_matrix.so passdb=" + folder.path() +
-              "/passwords");
+        serve(matrix());
     }
     ~PamAuthenticationTest() override { RunLoop::install(_outer); }
 
-    void serve(const std::string& rule) {
-        std::ofstream(folder.path() + "/vellumix") << rule << "\naccount required pam_permit.so\n";
+    /// The module that asks for the password above.
+    std::string matrix(const std::string& options = {}) const {
+        return "auth required /usr/lib/x86_64-linux-gnu/pam_wrapper/pam_matrix.so " + options +
+               " passdb=" + folder.path() + "/passwords";
+    }
+    void serve(const std::string& rule, const std::string& account = "pam_permit.so") {
+        std::ofstream(folder.path() + "/vellumix") << rule << "\naccount required " << account << '\n';
     }
     void begin() {
         const auto context = service.makeContext();
@@ -120,6 +124,43 @@ TEST_F(PamAuthenticationTest, ThePersonMayBreakOffWhetherAskedOrNot) {
     loop.postAfter(0.1, [this] { person.cancel(); });
     EXPECT_EQ(finish(), LAError::userCancel);
     EXPECT_LT(loop.uptime() - before, 2) << "a module that hangs is not waited for";
+}
+
+TEST_F(PamAuthenticationTest, TheDesktopBreaksOffWhatIsOpen) {
+    begin();
+    begin();
+    runUntil([this] { return person.seen.size() == 2; });
+    service.cancelAll();
+    EXPECT_EQ(replies, 2);
+    EXPECT_EQ(code, LAError::systemCancel);
+    EXPECT_FALSE(person.sees);
+    service.cancelAll();
+    EXPECT_EQ(replies, 2);
+}
+
+TEST_F(PamAuthenticationTest, WhatModulesSayIsShownAndAnOpenQuestionIsNoSecret) {
+    std::ofstream(folder.path() + "/words") << "Put your finger on the reader";
+    serve("auth optional pam_echo.so file=" + folder.path() + "/words\n" + matrix("echo verbose"));
+    person.answers = {"right"};
+    begin();
+    EXPECT_EQ(finish(), 0);
+    ASSERT_GE(person.seen.size(), 2U);
+    EXPECT_TRUE(person.seen[0].starts_with("Put your finger on the reader")) << person.seen[0];
+    EXPECT_TRUE(person.seen[1].starts_with("plain ")) << person.seen[1];
+}
+
+TEST_F(PamAuthenticationTest, AModuleOrTheAccountEndsItBeforeTheTriesAreUsedUp) {
+    serve(matrix(), "pam_debug.so acct=acct_expired");
+    person.answers = {"right", "right"};
+    begin();
+    EXPECT_EQ(finish(), LAError::authenticationFailed);
+    EXPECT_EQ(person.answers.size(), 1U);
+
+    replies = 0;
+    serve("auth required pam_debug.so auth=maxtries");
+    begin();
+    EXPECT_EQ(finish(), LAError::authenticationFailed);
+    EXPECT_EQ(log.count("PAM status"), 2U);
 }
 
 TEST_F(PamAuthenticationTest, NothingIsAskedWithoutAServiceOrAPrompt) {

@@ -130,6 +130,42 @@ TEST_F(LockCoordinatorTest, ARelockCopesWithWhatHappenedMeanwhile) {
     EXPECT_EQ(entry(one).text()->string(), "one");
 }
 
+TEST_F(LockCoordinatorTest, APromptOutlivesTheRelockAndTheEntryItIsFor) {
+    unlock(one);
+    request(entry(two));
+    desktop.runLoop.advance(301);
+    EXPECT_TRUE(entry(one).isEncrypted) << "an open prompt holds up no auto-lock";
+    coordinator->relockAll();
+    desktop.authentication.answer(true);
+    desktop.runLoop.advance(0);
+    EXPECT_EQ(entry(two)._text->string(), "two");
+    desktop.runLoop.advance(301);
+    EXPECT_TRUE(entry(two).isEncrypted) << "also where nobody closes a panel";
+
+    request(entry(one));
+    store.remove(entry(one));
+    desktop.authentication.answer(true);
+    desktop.runLoop.advance(0);
+    EXPECT_EQ(results.back().status, Status::success);
+    EXPECT_EQ(store.items()->size(), 1U);
+    coordinator->relockAll();
+    EXPECT_TRUE(entry(two).isEncrypted);
+}
+
+TEST_F(LockCoordinatorTest, AKeyringLockedMeanwhileShowsNothingAndLosesNothing) {
+    request(entry(one));
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    desktop.authentication.answer(true);
+    desktop.runLoop.advance(0);
+    EXPECT_TRUE(entry(one).isEncrypted);
+    EXPECT_FALSE(entry(one).text());
+    coordinator->relockAll();
+    EXPECT_TRUE(entry(one).locked);
+    desktop.keychain.refusal.reset();
+    unlock(one);
+    EXPECT_EQ(entry(one).text()->string(), "one");
+}
+
 TEST_F(LockCoordinatorTest, AnAnswerAfterTheEndUnlocksNothing) {
     request(entry(one));
     coordinator.reset();

@@ -122,6 +122,12 @@ TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAlo
         {"escape", [&] { panel().delegate()->keyPressed({.key = Key::escape, .text = {}}); }},
         {"another workspace", [&] { desktop.windows.changeActiveSpace(); }},
         {"another monitor", [&] { desktop.windows.setMonitors(desktop.windows.monitors); }},
+        {"the screen being locked",
+         [&] {
+             desktop.windows.resignSession();
+             desktop.runLoop.advance(0);
+             EXPECT_FALSE(isShown()) << "without a fade";
+         }},
         {"the icon", [&] { desktop.statusBar.icon()->action(); }},
     };
     for (const auto& [name, cause] : causes) {

@@ -15,7 +15,10 @@ protected:
 
     void show(TextFieldOptions options) {
         const Binding<String> binding([this] { return text; }, [this](String now) { text = std::move(now); });
-        const auto field = TextField(binding, std::move(options)).semantics(Role::textField, "Field");
+        showField(TextField(binding, std::move(options)));
+    }
+    void showField(const View& bare) {
+        const auto field = bare.semantics(Role::textField, "Field");
         tree = std::make_unique<TreeUnderTest>(field.font(Font::system(10)).frame(100, 20).padding(10),
                                                Surface{{120, 40}});
         tree->press(Key::tab);
@@ -172,21 +175,35 @@ TEST_F(TextFieldTest, WhatIsComposedIsNotYetText) {
 }
 
 TEST_F(TextFieldTest, ASecretStaysOne) {
-    show({.isSecret = true});
+    const auto secret = std::make_shared<SecretText>();
+    showField(SecretField(secret));
     type("pass word");
-    EXPECT_EQ(text, "pass word");
+    EXPECT_EQ(secret->view(), "pass word");
     EXPECT_EQ(tree->find(Role::textField, "Field").value, "•••••••••");
+    EXPECT_FALSE(tree->tree->textInputCaret()) << "no input method hears of it";
     chord("a");
     EXPECT_EQ(selected(), "");
     chord("x");
-    EXPECT_EQ(text, "pass word");
-    click(2, 2);
-    type("n");
-    EXPECT_EQ(text, "n");
-    tree->tree->clearFocus();
-    tree->press(Key::tab);
+    EXPECT_EQ(secret->view(), "pass word");
+
+    click(2);
+    tree->press(Key::right, shift);
+    desktop.pasteboard.copyElsewhere({.text = String("é中\n")});
+    chord("v");
+    EXPECT_EQ(secret->view(), "paé中s word");
+    tree->press(Key::left);
+    tree->press(Key::backspace);
+    tree->press(Key::deleteForward);
+    EXPECT_EQ(secret->view(), "pas word");
     chord("z");
-    EXPECT_EQ(text, "n");
+    EXPECT_EQ(secret->view(), "pas word") << "nothing is kept to come back to";
+
+    *secret = SecretText("");
+    type("ab");
+    EXPECT_EQ(secret->view(), "ab") << "what its owner made of it counts";
+    click(1, 2);
+    type("n");
+    EXPECT_EQ(secret->view(), "n");
 }
 
 TEST_F(TextFieldTest, AMegabyteStaysWholeAndQuick) {

@@ -2,6 +2,7 @@
 
 #include "platform/foundation/LocalizedText.h"
 #include "support/HeadlessTest.h"
+#include "support/OwnMemory.h"
 
 namespace vellumix {
 namespace {
@@ -25,8 +26,7 @@ protected:
         desktop.runLoop.advance(0.1);
     }
     void ask(bool isSecret = true) {
-        prompt->ask("Password:", isSecret,
-                    [this](std::string given) { answers.push_back(std::move(given)); });
+        prompt->ask("Password:", isSecret, [this](SecretText given) { answers.emplace_back(given.view()); });
     }
 
     std::unique_ptr<PasswordPrompt> prompt;
@@ -42,6 +42,26 @@ TEST_F(PasswordPromptTest, EachQuestionGetsTheAnswerThatWasTypedForIt) {
     ask(false);
     type("2nd");
     EXPECT_EQ(answers, (std::vector<std::string>{"first", "2nd"})) << "nothing of what came between";
+}
+
+TEST_F(PasswordPromptTest, ASecretIsFoundNowhereOnceItIsAnswered) {
+    const std::vector<std::string> letters{"Z", "q", "7", "#", "K", "w", "u", "'"};
+    SecretText answer;
+    prompt->ask("Password:", true, [&](SecretText given) { answer = std::move(given); });
+    desktop.runLoop.advance(0.1);
+    for (const auto& letter : letters) {
+        window().delegate()->keyPressed({.text = letter});
+        window().delegate()->keyPressed({.text = "!"});
+        window().delegate()->keyPressed({.key = Key::backspace, .text = {}});
+        desktop.runLoop.advance(0.1);
+    }
+    window().delegate()->keyPressed({.key = Key::enter, .text = {}});
+    desktop.runLoop.advance(0.1);
+    ASSERT_EQ(answer.view().size(), letters.size());
+    EXPECT_TRUE(ownMemoryHolds(letters));
+    answer = {};
+    // Nor what stood in the field on the way.
+    EXPECT_FALSE(ownMemoryHolds({letters.begin(), letters.begin() + 6}));
 }
 
 TEST_F(PasswordPromptTest, EscapeAndTheCloseBoxBreakItOff) {

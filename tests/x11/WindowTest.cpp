@@ -161,6 +161,69 @@ TEST_F(WindowTest, TheFrontApplicationStaysWhileThePanelHasTheKeys) {
     ASSERT_TRUE(wait([&] { return log.keys.size() == 2; }));
 }
 
+/// A program that locks the screen, as far as the display sees it.
+class Locker {
+public:
+    Locker() : _xcb(xcb_connect(nullptr, nullptr)), _window(xcb_generate_id(_xcb.get())) {}
+
+    void makeWindow(std::uint16_t width, std::uint16_t height, xcb_window_class_t kind) {
+        const std::uint32_t yes = 1;
+        xcb_create_window(_xcb.get(), XCB_COPY_FROM_PARENT, _window, root(), 0, 0, width, height, 0, kind,
+                          XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &yes);
+        xcb_flush(_xcb.get());
+    }
+    void map() {
+        xcb_map_window(_xcb.get(), _window);
+        xcb_flush(_xcb.get());
+    }
+    bool takesKeyboard() {
+        const auto reply = x11::xcb::await<xcb_grab_keyboard_reply>(
+            _xcb.get(), xcb_grab_keyboard(_xcb.get(), 1, root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+                                          XCB_GRAB_MODE_ASYNC));
+        return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+    }
+
+private:
+    xcb_window_t root() const { return xcb_setup_roots_iterator(xcb_get_setup(_xcb.get())).data->root; }
+
+    x11::xcb::ConnectionHandle _xcb;
+    xcb_window_t _window;
+};
+
+TEST_F(WindowTest, WhoeverLocksTheScreenGetsTheKeyboardOfThePanel) {
+    const struct {
+        const char* name;
+        std::function<void(Locker&)> begin;
+    } lockers[] = {
+        {"covers the screen",
+         [](auto& locker) { locker.makeWindow(640, 480, XCB_WINDOW_CLASS_INPUT_OUTPUT); }},
+        {"leaves it in sight",
+         [](auto& locker) {
+             locker.makeWindow(1, 1, XCB_WINDOW_CLASS_INPUT_ONLY);
+             locker.map();
+         }},
+        {"is started by the server's saver",
+         [&](auto&) { xcb_force_screen_saver(connection->xcb(), XCB_SCREEN_SAVER_ACTIVE); }},
+    };
+    for (const auto& [name, begin] : lockers) {
+        const auto panel = make(NSWindow::Kind::panel);
+        WindowLog log(*panel);
+        panel->orderFrontRegardless();
+        panel->makeKeyWindow();
+        ASSERT_TRUE(wait([&] { return log.keyStates == "+"; })) << name;
+        const auto resigns = server->observeSessionResign([&] { panel->orderOut(); });
+        Locker tip;
+        tip.makeWindow(200, 30, XCB_WINDOW_CLASS_INPUT_OUTPUT);
+        tip.map();
+        person.typeKey(KEY_A);
+        ASSERT_TRUE(wait([&] { return log.keys.size() == 1; })) << name;
+        ASSERT_TRUE(panel->isVisible()) << name << ": a tool tip locks nothing";
+        Locker locker;
+        begin(locker);
+        EXPECT_TRUE(wait([&] { return locker.takesKeyboard(); })) << name;
+    }
+}
+
 TEST(DesktopSettingsTest, FontNamesLoseTheirSizeAndMalformedSettingsAreDropped) {
     EXPECT_EQ(x11::familyOfFontName("Noto Sans Semi-Bold Italic 10.5"), "Noto Sans");
     EXPECT_EQ(x11::familyOfFontName("Cantarell, 11"), "Cantarell");

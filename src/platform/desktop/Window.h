@@ -154,6 +154,10 @@ public:
     virtual Observation observeScreenParameters(std::function<void()> observer) = 0;
     /// The user has gone to another workspace.
     virtual Observation observeActiveSpace(std::function<void()> observer) = 0;
+    /// The session goes out of the person's sight: the screen is being locked, another session takes its
+    /// place, or the machine goes to sleep. One cause may be told several times. Whoever locks needs the
+    /// keyboard, and may not get it before a window that has it is ordered out.
+    virtual Observation observeSessionResign(std::function<void()> observer) = 0;
     /// Each press of the primary or secondary button that isn't on a window of the program. Empty where the
     /// desktop doesn't tell.
     virtual Observation addGlobalMonitorForMouseDown(std::function<void()> handler) = 0;

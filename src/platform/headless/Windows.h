@@ -82,6 +82,9 @@ public:
     Observation observeActiveSpace(std::function<void()> observer) override {
         return _spaceObservers.add(std::move(observer));
     }
+    Observation observeSessionResign(std::function<void()> observer) override {
+        return _sessionObservers.add(std::move(observer));
+    }
     Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override;
 
     /// The windows that are there, the one in front last.
@@ -94,6 +97,7 @@ public:
     /// Puts other monitors in place of the present ones.
     void setMonitors(std::vector<NSScreen> screens);
     void changeActiveSpace() { _spaceObservers.notify(); }
+    void resignSession() { _sessionObservers.notify(); }
     /// Somebody presses a button on another program's window, or on nothing.
     void pressElsewhere(Point at);
     bool isMonitoringMouse() const { return !_mouseHandlers.empty(); }
@@ -116,6 +120,7 @@ private:
     std::vector<Window*> _keyOrder;
     ObserverList<> _screenObservers;
     ObserverList<> _spaceObservers;
+    ObserverList<> _sessionObservers;
     ObserverList<> _mouseHandlers;
 };
 

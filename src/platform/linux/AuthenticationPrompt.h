@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/foundation/SecretText.h"
+
 namespace vellumix::linux_desktop {
 
 /// What a person sees while they prove who they are. Main thread. Destroying it takes it off the screen.
@@ -18,8 +20,7 @@ public:
         std::function<void()> onCancel;
     };
     enum class Echo { off, on };
-    /// The receiver wipes the answer.
-    using Answer = std::function<void(std::string answer)>;
+    using Answer = std::function<void(SecretText answer)>;
 
     virtual ~AuthenticationPrompt() = default;
     /// Asks one question, with an empty field. One at a time.

@@ -117,6 +117,22 @@ private:
     guint _number = 0;
 };
 
+/// A subscription to signals on a connection, which must outlive it.
+class Subscription {
+public:
+    Subscription(GDBusConnection* connection, guint number) : _connection(connection), _number(number) {}
+    Subscription(Subscription&& other) noexcept
+        : _connection(other._connection), _number(std::exchange(other._number, 0)) {}
+    Subscription& operator=(Subscription&&) = delete;
+    ~Subscription() {
+        if (_number) g_dbus_connection_signal_unsubscribe(_connection, _number);
+    }
+
+private:
+    GDBusConnection* _connection;
+    guint _number;
+};
+
 /// Passes a handle to a call that sets a pointer, for the length of the full expression: `Out(error)`.
 template <class Handle>
 class Out {

@@ -1,6 +1,7 @@
 #include "platform/linux/PamAuthentication.h"
 
 #include <pwd.h>
+#include <shadow.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 
 #include "platform/foundation/Log.h"
 #include "platform/foundation/RunLoop.h"
+#include "platform/foundation/SecretText.h"
 #include "platform/linux/PamHandles.h"
 
 namespace vellumix::linux_desktop {
@@ -24,18 +26,27 @@ constexpr auto serviceName = "vellumix";
 /// What a person may need for a mistake or two; the modules may end sooner.
 constexpr int allowedTries = 3;
 
-void wipe(std::string& secret) {
-    explicit_bzero(secret.data(), secret.size());
-    secret.clear();
-}
+struct User {
+    std::string name;
+    /// As far as the process may know: only the superuser reads the passwords themselves.
+    bool hasPassword = true;
+};
 
-std::optional<std::string> userOfProcess() {
+std::optional<User> userOfProcess() {
+    constexpr std::size_t longestEntry = 1 << 14;
+    std::vector<char, WipingAllocator<char>> buffer(longestEntry);
     passwd entry{};
     passwd* found = nullptr;
-    std::vector<char> buffer(1 << 14);
     if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
         return std::nullopt;
-    return std::string(entry.pw_name);
+    User user{entry.pw_name, *entry.pw_passwd != 0};
+    spwd shadow{};
+    spwd* shadowFound = nullptr;
+    if (getspnam_r(user.name.c_str(), &shadow, buffer.data(), buffer.size(), &shadowFound) == 0 &&
+        shadowFound) {
+        user.hasPassword = *shadow.sp_pwdp != 0;
+    }
+    return user;
 }
 
 /// What the thread of the modules and the main thread share of one exchange.
@@ -74,12 +85,14 @@ public:
 private:
     void run(const std::string& user, const std::string& folder) {
         int status = PAM_AUTH_ERR;
-        for (int tries = 0; tries < allowedTries && status == PAM_AUTH_ERR && !hasEnded(); ++tries) {
+        bool isToAskAgain = true;
+        for (int tries = 0; tries < allowedTries && isToAskAgain && !hasEnded(); ++tries) {
             const pam_conv conversation{converse, this};
-            status = pam::Transaction(serviceName, user, conversation, folder)
-                         .then(pam_authenticate, PAM_DISALLOW_NULL_AUTHTOK)
-                         .then(pam_acct_mgmt, PAM_DISALLOW_NULL_AUTHTOK)
-                         .status();
+            pam::Transaction transaction(serviceName, user, conversation, folder);
+            status = transaction.then(pam_authenticate, PAM_DISALLOW_NULL_AUTHTOK).status();
+            isToAskAgain = status == PAM_AUTH_ERR;
+            // What is said of the account doesn't change with another password.
+            status = transaction.then(pam_acct_mgmt, PAM_DISALLOW_NULL_AUTHTOK).status();
         }
         onMainThread([this, status] {
             if (status == PAM_SUCCESS) return end(true, std::nullopt);
@@ -99,24 +112,27 @@ private:
     }
     int answerAll(int count, const pam_message** messages, pam_response** responses) {
         if (count <= 0 || count > PAM_MAX_NUM_MSG) return PAM_CONV_ERR;
-        std::vector<std::string> answers(static_cast<std::size_t>(count));
+        std::vector<SecretText> answers(static_cast<std::size_t>(count));
         bool isComplete = true;
         for (int index = 0; index < count && isComplete; ++index) {
             isComplete = answerOne(*messages[index], answers[static_cast<std::size_t>(index)]);
         }
         // Some modules take no answers to what is only to be shown.
         if (!responses) return isComplete ? PAM_SUCCESS : PAM_CONV_ERR;
-        // The modules take the answers over and free them.
+        // The modules take the answers over, wipe and free them; they have room for so much of one.
         *responses = isComplete
                          ? static_cast<pam_response*>(std::calloc(answers.size(), sizeof(pam_response)))
                          : nullptr;
         for (std::size_t index = 0; index < answers.size(); ++index) {
-            if (*responses) (*responses)[index].resp = strdup(answers[index].c_str());
-            wipe(answers[index]);
+            const auto answer = answers[index].view();
+            if (*responses) {
+                (*responses)[index].resp =
+                    strndup(answer.data(), std::min<std::size_t>(answer.size(), PAM_MAX_RESP_SIZE - 1));
+            }
         }
         return *responses ? PAM_SUCCESS : PAM_CONV_ERR;
     }
-    bool answerOne(const pam_message& message, std::string& answer) {
+    bool answerOne(const pam_message& message, SecretText& answer) {
         const std::string text = message.msg ? message.msg : "";
         switch (message.msg_style) {
             case PAM_PROMPT_ECHO_OFF:
@@ -137,28 +153,24 @@ private:
                 return false;
         }
     }
-    bool ask(const std::string& question, AuthenticationPrompt::Echo echo, std::string& answer) {
+    bool ask(const std::string& question, AuthenticationPrompt::Echo echo, SecretText& answer) {
         onMainThread([this, question, echo] {
             if (!_prompt) return;
-            _prompt->ask(question, echo, [weak = weak_from_this()](std::string given) {
-                if (const auto self = weak.lock()) self->take(given);
-                wipe(given);
+            _prompt->ask(question, echo, [weak = weak_from_this()](SecretText given) {
+                if (const auto self = weak.lock()) self->take(std::move(given));
             });
         });
         std::unique_lock lock(_mutex);
         _changed.wait(lock, [this] { return _hasEnded || _answer; });
-        if (_answer) {
-            answer = *_answer;
-            wipe(*_answer);
-            _answer.reset();
-        }
+        if (_answer) answer = std::move(*_answer);
+        _answer.reset();
         return !_hasEnded;
     }
-    void take(const std::string& given) {
+    void take(SecretText given) {
         {
             const std::lock_guard lock(_mutex);
             if (_hasEnded) return;
-            _answer.emplace(given);
+            _answer = std::move(given);
         }
         _changed.notify_all();
     }
@@ -169,7 +181,7 @@ private:
     std::mutex _mutex;
     std::condition_variable _changed;
     bool _hasEnded = false;
-    std::optional<std::string> _answer;
+    std::optional<SecretText> _answer;
 };
 
 }  // namespace
@@ -187,9 +199,10 @@ public:
 
     bool canEvaluatePolicy(LAPolicy, std::optional<LAError>& error) override {
         const auto file = _state.options.serviceFolder + '/' + serviceName;
+        const auto user = userOfProcess();
         if (!_state.options.makePrompt) {
             error = LAError{.code = LAError::notInteractive};
-        } else if (::access(file.c_str(), R_OK) != 0 || !userOfProcess()) {
+        } else if (::access(file.c_str(), R_OK) != 0 || !user || !user->hasPassword) {
             error = LAError{.code = LAError::passcodeNotSet};
         }
         return !error;
@@ -215,7 +228,7 @@ public:
                 },
         });
         if (!prompt || !user) return exchange->end(false, LAError{.code = LAError::notInteractive});
-        exchange->begin(std::move(prompt), *user, _state.options.serviceFolder);
+        exchange->begin(std::move(prompt), user->name, _state.options.serviceFolder);
     }
 
 private:
@@ -229,6 +242,13 @@ PamAuthentication::PamAuthentication(Options options) : _state(std::make_shared<
 PamAuthentication::~PamAuthentication() {
     for (const auto& each : _state->exchanges) {
         if (const auto exchange = each.lock()) exchange->breakOff();
+    }
+}
+
+void PamAuthentication::cancelAll() {
+    // A reply may ask anew.
+    for (const auto& each : std::vector(_state->exchanges)) {
+        if (const auto exchange = each.lock()) exchange->end(false, LAError{.code = LAError::systemCancel});
     }
 }
 

@@ -13,6 +13,10 @@ namespace vellumix::linux_desktop {
 /// The modules run on a thread of their own; their questions and messages come to the prompt on the main
 /// thread. A prompt that is broken off answers at once, whatever the modules are doing: their next question
 /// fails, and a module that hangs is left behind with its thread.
+///
+/// Refused without a prompt: where nobody can be asked, without the service (PAM would use "other" for it),
+/// and for a user without a password, where the process may know that; else the modules decide, as they do of
+/// a locked one. A prompt may come from any of them, a reader of fingerprints for one.
 class PamAuthentication final : public LocalAuthentication {
 public:
     struct Options {
@@ -25,6 +29,10 @@ public:
     explicit PamAuthentication(Options options);
     /// Takes the prompts off the screen; their replies are dropped.
     ~PamAuthentication() override;
+
+    /// Breaks off every prompt for the desktop, whose session goes out of the person's sight: the replies are
+    /// errors of the system's cancelling.
+    void cancelAll();
 
     std::unique_ptr<LAContext> makeContext() override;
 

@@ -6,8 +6,6 @@ namespace vellumix::view {
 
 namespace {
 
-constexpr std::string_view bullet = "\u2022";
-
 /// A blank in place of each line end, of as many bytes.
 std::string withoutLineEnds(std::string_view text) {
     std::string line(text);
@@ -46,12 +44,6 @@ ShownText::ShownText(const Source& source) {
     const auto end = (around + source.reach + step) / step * step;
     _range = {boundaryBefore(source.text, begin), boundaryBefore(source.text, end)};
     const auto stretch = source.text.substr(_range.begin, _range.end - _range.begin);
-    if (source.isSecret) {
-        _letters = graphemeBoundaries(stretch);
-        for (auto& letter : _letters) letter += _range.begin;
-        _string = bullets(stretch);
-        return;
-    }
     _string = withoutLineEnds(stretch);
     if (source.marked.empty() || source.caret < _range.begin || source.caret > _range.end) return;
     const auto at = source.caret - _range.begin;
@@ -61,24 +53,13 @@ ShownText::ShownText(const Source& source) {
 
 std::size_t ShownText::shownOffset(std::size_t offset) const {
     const auto inside = std::clamp(offset, _range.begin, _range.end);
-    if (!_letters.empty()) {
-        const auto letter = std::lower_bound(_letters.begin(), _letters.end(), inside);
-        return static_cast<std::size_t>(letter - _letters.begin()) * bullet.size();
-    }
     const auto at = inside - _range.begin;
     return at > _marked.begin ? at + (_marked.end - _marked.begin) : at;
 }
 
 std::size_t ShownText::textOffset(std::size_t shown) const {
-    if (!_letters.empty()) return _letters[std::min(shown / bullet.size(), _letters.size() - 1)];
     const auto composed = std::clamp(shown, _marked.begin, _marked.end) - _marked.begin;
     return std::min(_range.begin + shown - composed, _range.end);
-}
-
-std::string bullets(std::string_view text) {
-    std::string shown;
-    for (auto letters = graphemeBoundaries(text).size() - 1; letters > 0; --letters) shown += bullet;
-    return shown;
 }
 
 }  // namespace vellumix::view

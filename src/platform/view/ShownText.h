@@ -3,14 +3,13 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/foundation/Unicode.h"
 
 namespace vellumix::view {
 
 /// What a field of one line shows of its text: the stretch round one place, however long the text is, with
-/// what is being composed at the caret, and with bullets for what is secret. Offsets are bytes.
+/// what is being composed at the caret. Offsets are bytes.
 class ShownText {
 public:
     struct Source {
@@ -21,7 +20,6 @@ public:
         std::size_t caret = 0;
         /// What is being composed there; valid UTF-8.
         std::string_view marked;
-        bool isSecret = false;
     };
 
     ShownText() = default;
@@ -42,11 +40,6 @@ private:
     std::string _string;
     TextRange _range;
     TextRange _marked;
-    /// Of a secret: where its letters begin in the text, and the end.
-    std::vector<std::size_t> _letters;
 };
-
-/// As many bullets as the text has letters.
-std::string bullets(std::string_view text);
 
 }  // namespace vellumix::view

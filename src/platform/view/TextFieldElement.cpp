@@ -19,10 +19,19 @@ using Selecting = TextEditor::Selecting;
 using Unit = TextEditor::Unit;
 using Way = TextEditor::Way;
 
+constexpr std::string_view bullet = "\u2022";
+
+String bullets(std::size_t count) {
+    std::string shown;
+    for (; count > 0; --count) shown += bullet;
+    return shown;
+}
+
 class TextFieldElement final : public InputElement {
 public:
-    TextFieldElement(Binding<String> text, TextFieldOptions options)
-        : _text(std::move(text)), _options(std::move(options)) {
+    /// With a secret, the text is the bullets that stand for it.
+    TextFieldElement(Binding<String> text, std::shared_ptr<SecretText> secret, TextFieldOptions options)
+        : _text(std::move(text)), _secret(std::move(secret)), _options(std::move(options)) {
         _handlers.focus = Handlers::Focus::byPressToo;
         _handlers.cursor = Cursor::text;
     }
@@ -65,8 +74,7 @@ public:
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         SemanticNode field;
         field.role = Role::textField;
-        const auto text = _text.get();
-        field.value = _options.isSecret ? String(bullets(text)) : text;
+        field.value = _text.get();
         field.frame = node.visible;
         field.state.isDisabled = !node.environment->isEnabled;
         field.state.isFocused = node.hasFocus;
@@ -115,6 +123,7 @@ public:
     }
 
     void textComposed(Node& node, const MarkedText& text) const override {
+        if (_secret) return;
         auto& data = node.data<Data>();
         follow(node, data);
         constexpr std::size_t longestMarked = 4096;
@@ -128,6 +137,8 @@ public:
     }
 
     std::optional<Rect> caret(const Node& node) const override {
+        // An input method is another program, and remembers what it is shown.
+        if (_secret) return std::nullopt;
         const auto* data = node.dataIfAny<Data>();
         return data && data->line.layout() ? std::optional(data->caret) : std::nullopt;
     }
@@ -140,7 +151,6 @@ public:
             touched(node, data);
         } else {
             data.drag.reset();
-            if (_options.isSecret) data.editor.forgetSteps();
         }
     }
 
@@ -209,8 +219,7 @@ private:
                          {.text = data.editor.text(),
                           .around = data.around,
                           .caret = data.editor.head(),
-                          .marked = data.marked.text,
-                          .isSecret = _options.isSecret},
+                          .marked = data.marked.text},
                          data.marked.caret);
     }
 
@@ -304,17 +313,17 @@ private:
                 editor.move(command.way, command.unit, command.selecting);
                 return true;
             case TextCommand::Kind::erase:
-                editor.erase(command.way, wordless(command.unit));
+                erase(data, command.way, wordless(command.unit));
                 return true;
             case TextCommand::Kind::type:
-                editor.insert(typed, TextEditor::Source::typed);
+                insert(data, typed, TextEditor::Source::typed);
                 return true;
             case TextCommand::Kind::copy:
             case TextCommand::Kind::cut:
                 return copy(data, command.kind == TextCommand::Kind::cut);
             case TextCommand::Kind::paste:
                 if (const auto text = platform::current().pasteboard.stringForType(NSPasteboardTypeString)) {
-                    editor.insert(*text, TextEditor::Source::pasted);
+                    insert(data, *text, TextEditor::Source::pasted);
                 }
                 return true;
             case TextCommand::Kind::selectAll:
@@ -332,17 +341,36 @@ private:
         return false;
     }
 
+    /// The letters of a secret change as the bullets do.
+    void insert(Data& data, std::string_view text, TextEditor::Source source) const {
+        if (!_secret) return data.editor.insert(text, source);
+        const auto [begin, end] = data.editor.selection();
+        const auto count = _secret->replaceLetters(begin / bullet.size(), end / bullet.size(), text);
+        data.editor.insert(bullets(count), source);
+        data.editor.forgetSteps();
+    }
+
+    void erase(Data& data, Way way, Unit unit) const {
+        const auto before = data.editor.text().size();
+        data.editor.erase(way, unit);
+        if (!_secret) return;
+        const auto begin = data.editor.head();
+        const auto end = begin + before - data.editor.text().size();
+        _secret->replaceLetters(begin / bullet.size(), end / bullet.size(), {});
+        data.editor.forgetSteps();
+    }
+
     /// Of nothing, it is left to what is around the field.
     bool copy(Data& data, bool isCut) const {
         if (data.editor.selection().isEmpty()) return false;
-        if (_options.isSecret) return true;
+        if (_secret) return true;
         copyText(data.editor.selectedText());
         if (isCut) data.editor.insert({}, TextEditor::Source::pasted);
         return true;
     }
 
     /// Where its words end is part of a secret.
-    Unit wordless(Unit unit) const { return _options.isSecret && unit == Unit::word ? Unit::line : unit; }
+    Unit wordless(Unit unit) const { return _secret && unit == Unit::word ? Unit::line : unit; }
 
     void moveAside(const Node& node, Data& data, const TextCommand& command) const {
         auto& editor = data.editor;
@@ -366,6 +394,7 @@ private:
     }
 
     Binding<String> _text;
+    std::shared_ptr<SecretText> _secret;
     TextFieldOptions _options;
     Handlers _handlers;
 };
@@ -373,6 +402,11 @@ private:
 }  // namespace
 
 TextField::TextField(const Binding<String>& text, TextFieldOptions options)
-    : View(std::make_shared<const TextFieldElement>(text, std::move(options))) {}
+    : View(std::make_shared<const TextFieldElement>(text, nullptr, std::move(options))) {}
+
+SecretField::SecretField(const std::shared_ptr<SecretText>& secret, TextFieldOptions options)
+    : View(std::make_shared<const TextFieldElement>(
+          Binding<String>([secret] { return bullets(secret->letterCount()); }, nullptr), secret,
+          std::move(options))) {}
 
 }  // namespace vellumix::view

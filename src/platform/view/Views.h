@@ -1,9 +1,11 @@
 #pragma once
 
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/foundation/SecretText.h"
 #include "platform/view/Presentation.h"
 #include "platform/view/View.h"
 
@@ -101,9 +103,6 @@ struct Menu : View {
 struct TextFieldOptions {
     /// On the enter key, which else goes on to what is around the field.
     Action onSubmit;
-    /// Shows a bullet for each letter, and hands nothing of the text to the clipboard, to semantics, or to an
-    /// undoing after the focus has gone.
-    bool isSecret = false;
 };
 
 /// A line of text that can be written in, in the font and colour of its environment, as wide as there is
@@ -114,6 +113,13 @@ struct TextFieldOptions {
 /// `onSubmit`. A text that the binding is given from elsewhere puts the caret at its end and can't be undone.
 struct TextField : View {
     explicit TextField(const Binding<String>& text, TextFieldOptions options = {});
+};
+
+/// A text field that shows, and knows of, nothing but a bullet for each letter: the letters are in the secret
+/// alone. It hands nothing out by the clipboard, asks no input method, and has no undoing. Whoever changes
+/// the secret draws the view anew.
+struct SecretField : View {
+    explicit SecretField(const std::shared_ptr<SecretText>& secret, TextFieldOptions options = {});
 };
 
 /// A wheel of spokes, 16 points wide, that turns for as long as it can be seen.

@@ -97,10 +97,10 @@ Observation Connection::observe(xcb_window_t window, EventHandler handler) {
 
 std::optional<Observation> Connection::observeForeign(xcb_window_t window, EventHandler handler) {
     if (_foreignWindows.find(window) == _foreignWindows.end()) {
-        const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        _foreignWindows[window] = 0;
         // Checked, as a window that is gone already would never announce its end.
-        if (!xcb::succeeded(xcb(),
-                            xcb_change_window_attributes_checked(xcb(), window, XCB_CW_EVENT_MASK, &mask))) {
+        if (!xcb::succeeded(xcb(), selectForeign(window))) {
+            _foreignWindows.erase(window);
             return std::nullopt;
         }
     }
@@ -117,8 +117,25 @@ void Connection::releaseForeign(xcb_window_t window) {
     if (found == _foreignWindows.end() || --found->second > 0) return;
     _foreignWindows.erase(found);
     // Otherwise each later change of that window would wake this program for nothing.
-    const std::uint32_t mask = XCB_EVENT_MASK_NO_EVENT;
-    xcb_change_window_attributes(xcb(), window, XCB_CW_EVENT_MASK, &mask);
+    xcb_discard_reply(xcb(), selectForeign(window).sequence);
+}
+
+xcb_void_cookie_t Connection::selectForeign(xcb_window_t window) const {
+    std::uint32_t mask = XCB_EVENT_MASK_NO_EVENT;
+    if (_foreignWindows.contains(window)) {
+        mask |= XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    }
+    if (window == _root && !_childHandlers.empty()) mask |= XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    return xcb_change_window_attributes_checked(xcb(), window, XCB_CW_EVENT_MASK, &mask);
+}
+
+Observation Connection::observeChildrenOfRoot(EventHandler handler) {
+    auto inner = std::make_shared<Observation>(_childHandlers.add(std::move(handler)));
+    xcb_discard_reply(xcb(), selectForeign(_root).sequence);
+    return Observation(_lifetime.weakly([this, inner] {
+        inner->cancel();
+        xcb_discard_reply(xcb(), selectForeign(_root).sequence);
+    }));
 }
 
 Observation Connection::observeEnd(std::function<void()> handler) {
@@ -170,6 +187,10 @@ void Connection::deliver(const xcb_generic_event_t& event) {
         _extensionHandlers.notify(event);
         return;
     }
+    if (isOfChildOfRoot(event)) {
+        _childHandlers.notify(event);
+        return;
+    }
     if (xcb::typeOf(event) == XCB_KEY_PRESS || xcb::typeOf(event) == XCB_KEY_RELEASE) {
         const auto& key = xcb::as<xcb_key_press_event_t>(event);
         if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(key.time);
@@ -177,6 +198,13 @@ void Connection::deliver(const xcb_generic_event_t& event) {
     }
     const auto found = _handlers.find(windowOf(event));
     if (found != _handlers.end()) found->second.notify(event);
+}
+
+bool Connection::isOfChildOfRoot(const xcb_generic_event_t& event) const {
+    if (xcb::typeOf(event) < XCB_CREATE_NOTIFY || xcb::typeOf(event) > XCB_CIRCULATE_NOTIFY) return false;
+    // These begin alike: with the window that tells of it, and the window that it happened to.
+    const auto& change = xcb::as<xcb_map_notify_event_t>(event);
+    return change.event == _root && change.window != _root;
 }
 
 xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) const {

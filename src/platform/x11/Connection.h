@@ -49,6 +49,9 @@ public:
     /// The same for a window of the server or of another program, with its property changes and its end
     /// selected for as long as anybody observes it so. Nothing when the window is gone.
     std::optional<Observation> observeForeign(xcb_window_t window, EventHandler handler);
+    /// Calls the handler with each event of the root's children themselves, of any program: made, mapped,
+    /// moved and so on. Nobody else hears of these.
+    Observation observeChildrenOfRoot(EventHandler handler);
     /// Calls the handler with each event that an extension has defined (X protocol, section 1; XGE 1.0), but
     /// for those of XFixes, which concern a window.
     Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
@@ -77,6 +80,9 @@ private:
     void dispatch();
     void deliver(const xcb_generic_event_t& event);
     xcb_window_t windowOf(const xcb_generic_event_t& event) const;
+    bool isOfChildOfRoot(const xcb_generic_event_t& event) const;
+    /// The events of another program's window that anybody observes.
+    xcb_void_cookie_t selectForeign(xcb_window_t window) const;
     void releaseForeign(xcb_window_t window);
 
     RunLoop& _runLoop;
@@ -89,6 +95,7 @@ private:
     std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> _handlers;
     std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
     std::unordered_map<xcb_atom_t, std::string> _names;
+    ObserverList<const xcb_generic_event_t&> _childHandlers;
     ObserverList<const xcb_generic_event_t&> _extensionHandlers;
     ObserverList<const xcb_generic_event_t&> _everyHandlers;
     std::function<bool(const xcb_key_press_event_t&)> _keyFilter;

@@ -106,6 +106,13 @@ void KeyFocus::letGo() {
 void KeyFocus::setKey(KeyTarget* target) {
     auto* const before = std::exchange(_key, target);
     if (before == target) return;
+    if (!target) {
+        _lockers.reset();
+    } else if (!_lockers) {
+        _lockers.emplace(_connection, [this] {
+            _connection.runLoop().post(_lifetime.weakly([this] { _lockerObservers.notify(); }));
+        });
+    }
     _keyboard.reset();
     // What is being composed belongs to the window that loses the keys.
     _input.setCaret(std::nullopt);

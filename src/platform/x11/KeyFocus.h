@@ -6,6 +6,7 @@
 #include "platform/foundation/Lifetime.h"
 #include "platform/x11/InputMethod.h"
 #include "platform/x11/Keyboard.h"
+#include "platform/x11/LockerWatch.h"
 #include "platform/x11/Window.h"
 
 namespace vellumix::x11 {
@@ -27,7 +28,8 @@ public:
 ///
 /// The keys come by a grab of the keyboard, so that the desktop's active window stays the one it was, and
 /// activating another takes nothing away. While another program holds a grab it is tried again, for two
-/// seconds; then the input focus has to do. Main thread.
+/// seconds; then the input focus has to do. While there is a key window, programs are told of that want to
+/// lock the screen. Main thread.
 class KeyFocus {
 public:
     KeyFocus(Connection& connection, int screen);
@@ -41,6 +43,10 @@ public:
     void remove(KeyTarget& target);
     /// The target types text now, or no longer, or elsewhere.
     void textCaretChanged(const KeyTarget& target);
+    /// A program wants to lock the screen, and can't while the keyboard is grabbed. Told from the loop.
+    Observation observeLockers(std::function<void()> observer) {
+        return _lockerObservers.add(std::move(observer));
+    }
     /// A press or release that came to a window of the program.
     void handleKey(const xcb_generic_event_t& event);
 
@@ -59,11 +65,15 @@ private:
     std::vector<KeyTarget*> _order;
     KeyTarget* _key = nullptr;
     bool _isGrabbed = false;
+    /// While there is a key window.
+    std::optional<LockerWatch> _lockers;
+    ObserverList<> _lockerObservers;
     /// What had the focus before it was taken for want of a grab; none while it isn't.
     xcb_window_t _focusBefore = XCB_WINDOW_NONE;
     int _attempts = 0;
     std::unique_ptr<NSTimer> _retry;
     Observation _events;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -147,6 +147,15 @@ bool WindowServer::hasWindowManager() const {
     return root && (root->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
 }
 
+Observation WindowServer::observeSessionResign(std::function<void()> observer) {
+    auto bySession = std::make_shared<Observation>(_session.observe(observer));
+    auto byLocker = std::make_shared<Observation>(_keys.observeLockers(std::move(observer)));
+    return Observation([bySession, byLocker] {
+        bySession->cancel();
+        byLocker->cancel();
+    });
+}
+
 xcb_cursor_t WindowServer::cursor(Cursor cursor) {
     if (!_cursorContext &&
         xcb_cursor_context_new(_connection.xcb(), const_cast<xcb_screen_t*>(&_screen), &_cursorContext) < 0) {

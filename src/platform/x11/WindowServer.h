@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/desktop/Window.h"
+#include "platform/linux/SessionWatch.h"
 #include "platform/x11/DesktopSettings.h"
 #include "platform/x11/KeyFocus.h"
 #include "platform/x11/Pointer.h"
@@ -43,6 +44,7 @@ public:
     Observation observeActiveSpace(std::function<void()> observer) override {
         return _spaceObservers.add(std::move(observer));
     }
+    Observation observeSessionResign(std::function<void()> observer) override;
     Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override {
         return _pointer.observePressElsewhere(std::move(handler));
     }
@@ -82,6 +84,7 @@ private:
     xcb_cursor_context_t* _cursorContext = nullptr;
     std::map<Cursor, xcb_cursor_t> _cursors;
     ObserverList<> _spaceObservers;
+    linux_desktop::SessionWatch _session;
     Observation _compositorEvents;
     Observation _screenEvents;
     std::optional<Observation> _rootEvents;

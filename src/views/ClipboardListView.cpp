@@ -297,8 +297,8 @@ View ClipboardListView::body() const {
     const auto searchEnded = [focus = listFocused.binding(), query = query.binding()] {
         if (query.get().empty()) focus.set(true);
     };
-    // Who opens the panel has copied something since, or wants something else than the last time: all of it is
-    // there, from the newest on.
+    // Who opens the panel has copied something since, or wants something else than the last time: all of it
+    // is there, from the newest on.
     const auto beginAnew = [query = query.binding(), category = category.binding(),
                             selection = selectedIndex.binding(), target = scrollTarget.binding(), &store] {
         query.set(String());

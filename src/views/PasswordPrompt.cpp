@@ -39,10 +39,18 @@ struct PasswordPrompt::Model {
     Answer onAnswer;
     /// An answer has been given to a question before.
     bool hasTried = false;
+    /// The next answer has been given while the one before was looked at, which may take seconds.
+    bool isSubmitted = false;
 
+    bool isEmpty() const {
+        return shown.get().isSecret ? secret->view().empty() : shown.get().answer.empty();
+    }
     void submit() {
         const auto taker = std::exchange(onAnswer, nullptr);
-        if (!taker) return;
+        if (!taker) {
+            isSubmitted = hasTried && !isEmpty();
+            return;
+        }
         auto given =
             shown.get().isSecret ? std::exchange(*secret, {}) : SecretText(shown.get().answer.view());
         hasTried = true;
@@ -143,11 +151,13 @@ PasswordPrompt::~PasswordPrompt() { _hostingView->orderOut(); }
 
 void PasswordPrompt::ask(const std::string& question, bool isSecret, Answer answer) {
     _model->onAnswer = std::move(answer);
-    *_model->secret = {};
+    const auto& before = _model->shown.get();
+    const bool isSame = before.question == question && before.isSecret == isSecret;
+    if (!isSame) *_model->secret = {};
     _model->shown.update([&](Model::Shown& now) {
         now.question = question;
         now.isSecret = isSecret;
-        now.answer = {};
+        if (!isSame) now.answer = {};
         now.isFocused = true;
         // Whoever asks again, and says nothing, was not content.
         if (_model->hasTried && now.message.empty()) {
@@ -155,6 +165,7 @@ void PasswordPrompt::ask(const std::string& question, bool isSecret, Answer answ
             now.isError = true;
         }
     });
+    if (std::exchange(_model->isSubmitted, false) && isSame) _model->submit();
 }
 
 void PasswordPrompt::show(const std::string& message, bool isError) {

@@ -44,6 +44,17 @@ TEST_F(PasswordPromptTest, EachQuestionGetsTheAnswerThatWasTypedForIt) {
     EXPECT_EQ(answers, (std::vector<std::string>{"first", "2nd"})) << "nothing of what came between";
 }
 
+TEST_F(PasswordPromptTest, WhatIsTypedWhileAnAnswerIsLookedAtIsTheNextTry) {
+    ask();
+    type("first");
+    type("second");
+    EXPECT_EQ(answers.size(), 1U);
+    ask();
+    EXPECT_EQ(answers, (std::vector<std::string>{"first", "second"}));
+    ask();
+    EXPECT_EQ(answers.size(), 2U) << "once";
+}
+
 TEST_F(PasswordPromptTest, ASecretIsFoundNowhereOnceItIsAnswered) {
     const std::vector<std::string> letters{"Z", "q", "7", "#", "K", "w", "u", "'"};
     SecretText answer;

@@ -259,7 +259,9 @@ void HostingView::keyStateChanged(bool) { updateKeyState(); }
 
 void HostingView::updateKeyState() {
     const bool isKey = _window.isKeyWindow() || (_isKey && _presenter->hasKeyboard());
-    if (std::exchange(_isKey, isKey) != isKey) _keyState.notify(isKey);
+    if (std::exchange(_isKey, isKey) == isKey) return;
+    _tree->setHasKeyboard(isKey);
+    _keyState.notify(isKey);
 }
 
 void HostingView::frameChanged(bool hasResized, bool hasMoved) {

@@ -40,6 +40,8 @@ public:
         _clip = outer;
     }
 
+    /// Whether the window has the keyboard; a caret shows nowhere else.
+    bool hasKeyboard = true;
     /// The node whose focus shows, if any.
     const Node* focused = nullptr;
     /// Whether something to be seen is on its way out, or turns for as long as it is there.

@@ -287,7 +287,7 @@ private:
         data.caret = caretRect(node, data, origin.x, recorder);
         const double caretLeft = origin.x + data.line.caretX();
         const bool isInSight = caretLeft >= node.drawn.minX() - 1 && caretLeft <= node.drawn.maxX();
-        if (node.hasFocus && data.blink.isShown(recorder) && isInSight) {
+        if (node.hasFocus && recorder.hasKeyboard && data.blink.isShown(recorder) && isInSight) {
             recorder.add(draw::Fill{data.caret, Rectangle(), color});
         }
     }

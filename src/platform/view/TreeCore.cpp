@@ -207,10 +207,15 @@ void TreeCore::record() {
     _needsDrawing = false;
     _list.clear();
     Recorder recorder(_list, {{}, _surface.size}, _surface.scale, _now);
-    recorder.focused = _dispatcher.shownFocus();
+    recorder.hasKeyboard = _hasKeyboard;
+    recorder.focused = _hasKeyboard ? _dispatcher.shownFocus() : nullptr;
     recorder.record(*_root, {});
     _nextFrameAt = recorder.nextFrameAt();
     _isMoving = _movesUntil > _now || recorder.isMoving;
+}
+
+void TreeCore::setHasKeyboard(bool hasKeyboard) {
+    if (std::exchange(_hasKeyboard, hasKeyboard) != hasKeyboard) needDrawing();
 }
 
 void TreeCore::settle() {

@@ -24,6 +24,7 @@ public:
     void setSurface(const Surface& surface);
     const DrawingList& frame(double now);
     void settle();
+    void setHasKeyboard(bool hasKeyboard);
     bool needsFrame() const;
     std::optional<double> nextFrameAt() const { return _nextFrameAt; }
     void onNeedsFrame(std::function<void()> handler) { _onNeedsFrame = std::move(handler); }
@@ -72,6 +73,7 @@ private:
     bool _isMoving = false;
     bool _isInFrame = false;
     bool _isSettling = false;
+    bool _hasKeyboard = true;
 };
 
 }  // namespace vellumix::view

@@ -26,6 +26,10 @@ const DrawingList& ViewTree::frame(double now) {
     return core->frame(now);
 }
 void ViewTree::settle() { _core->settle(); }
+void ViewTree::setHasKeyboard(bool hasKeyboard) {
+    const auto core = _core;
+    core->setHasKeyboard(hasKeyboard);
+}
 bool ViewTree::needsFrame() const { return _core->needsFrame(); }
 std::optional<double> ViewTree::nextFrameAt() const { return _core->nextFrameAt(); }
 void ViewTree::onNeedsFrame(std::function<void()> handler) { _core->onNeedsFrame(std::move(handler)); }

@@ -44,6 +44,8 @@ public:
     const DrawingList& frame(double now);
     /// In the next frame nothing moves that has changed since the last, as nobody saw where it was.
     void settle();
+    /// While the window doesn't have the keyboard, as it has until this tells, no caret and no focus shows.
+    void setHasKeyboard(bool hasKeyboard);
     /// Whether a frame would differ from the last: something has changed, or moves.
     bool needsFrame() const;
     /// When a frame will differ from the last though nothing happens, as a caret blinks: a moment of the

@@ -2,8 +2,10 @@
 """The hotkey opens the panel over a real program, and the entry that is picked is in the program, byte for byte."""
 
 import os
+import time
 import unittest
 from pathlib import Path
+from urllib.parse import quote
 
 from harness import applications
 from harness.desktop import PrivateDesktop
@@ -99,6 +101,56 @@ class Paste(unittest.TestCase):
             self.desktop.run("setxkbmap", "us")
             self.keys("Return", "ctrl+d")
             self.until_file_holds(path, LINES, end="\n")
+
+    def test_another_terminal_gets_it_by_the_keys_of_terminals(self):
+        self.copy(LINES)
+        path = self.desktop.home / "typed.txt"
+        with applications.Window(self.desktop, "lxterminal", "lxterminal", "--no-remote", "-e", f"sh -c 'cat > {path}'"):
+            self.pick()
+            # The terminal hands the text on when its line is ended.
+            wait_for("the lines before the last one are there", lambda: path.exists() and path.read_bytes())
+            self.keys("Return", "ctrl+d")
+            self.until_file_holds(path, LINES, end="\n")
+
+    def test_file_managers_get_the_file(self):
+        source = self.desktop.home / "päper & pen.txt"
+        source.write_text("what is written on it")
+        target = self.desktop.home / "elsewhere"
+        target.mkdir()
+        self.vellumix.until_recorded("file", lambda: applications.copy_with_xclip(
+            self.desktop, f"file://{quote(str(source))}\r\n", "text/uri-list"))
+        copied = target / source.name
+        for program in ("pcmanfm", "thunar"):
+            with self.subTest(program), applications.Window(self.desktop, program, program, target):
+                self.pick()
+                self.until_file_holds(copied, "what is written on it")
+                copied.unlink()
+        self.assertEqual(self.vellumix.count(), 1)
+
+    def test_an_image_editor_gets_the_picture_and_whoever_asks_its_bytes(self):
+        picture = self.desktop.home / "picture.png"
+        canvas = self.desktop.home / "canvas.png"
+        self.desktop.run("convert", "-size", "120x80", "gradient:red-blue", "-depth", "8", picture)
+        self.desktop.run("convert", "-size", "300x200", "xc:white", canvas)
+        self.vellumix.until_recorded("image", lambda: applications.copy_with_xclip(
+            self.desktop, picture.read_bytes(), "image/png"))
+        self.copy("something newer")
+        with applications.Window(self.desktop, "drawing", "drawing", canvas):
+            # Its greeting, and later its question whether what was pasted is to be kept.
+            self.keys("Escape")
+            self.pick("Down")
+            self.assertEqual(self.desktop.run("xclip", "-selection", "clipboard", "-o", "-t", "image/png",
+                                              text=False).stdout, picture.read_bytes())
+
+            def is_saved():
+                self.keys("ctrl+s")
+                # The question comes up without a name to wait for.
+                time.sleep(0.7)
+                self.keys("Return")
+                time.sleep(0.3)
+                return self.desktop.run("compare", "-metric", "AE", f"{canvas}[120x80+0+0]", picture,
+                                        "null:").stderr.strip() == "0"
+            wait_for("the picture is at the top left of the canvas", is_saved)
 
 
 if __name__ == "__main__":

@@ -46,15 +46,15 @@ class Tour:
     def say(self, text):
         print(f"    {text}", flush=True)
 
-    def picture(self, name):
+    def picture(self, name, part=()):
         path = self.pictures / f"{name}.png"
-        self.desktop.picture(path)
+        self.desktop.picture(path, part)
         self.say(f"picture: {path}")
 
     def later_picture(self, name):
-        """Once everything that moves has come to rest."""
+        """The middle of the screen, once everything that moves has come to rest."""
         time.sleep(0.6)
-        self.picture(name)
+        self.picture(name, "664x528+308+136")
 
     def keys(self, *names):
         self.desktop.run("xdotool", "key", *names)

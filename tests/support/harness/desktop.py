@@ -117,10 +117,12 @@ class PrivateDesktop:
         """A method call on the session bus; the completed gdbus."""
         return self.run("gdbus", "call", "--session", "-d", destination, "-o", path, "-m", method, *arguments)
 
-    def picture(self, path):
+    def picture(self, path, part=()):
+        """Of the whole screen, or of a part as ImageMagick's -crop names it."""
         path = Path(path)
         path.parent.mkdir(parents=True, exist_ok=True)
-        if self.run("import", "-window", "root", path).returncode != 0 or not path.exists():
+        cut = ["-crop", part, "+repage"] if part else []
+        if self.run("import", "-window", "root", *cut, path).returncode != 0 or not path.exists():
             raise Failure(f"no picture of the screen could be taken into {path}")
 
     def start_screen(self):

@@ -13,6 +13,26 @@ Rect rectOf(const PangoRectangle& units, double top) {
     return {{points(units.x), points(units.y) + top}, {points(units.width), points(units.height)}};
 }
 
+/// Of the boxes that Pango draws for letters where there is no font at all (pango-font.h,
+/// PANGO_UNKNOWN_GLYPH_HEIGHT), which stand on the baseline.
+constexpr double heightWithoutFont = 14;
+
+bool lacksFont(const PangoLayoutLine* line) {
+    return line->runs && !static_cast<const PangoGlyphItem*>(line->runs->data)->item->analysis.font;
+}
+
+/// In the order in which they are seen, from the left.
+std::vector<double> letterWidths(const PangoLayoutLine* line) {
+    std::vector<double> widths;
+    for (const auto* run = line->runs; run; run = run->next) {
+        const auto& glyphs = *static_cast<const PangoGlyphItem*>(run->data)->glyphs;
+        for (int at = 0; at < glyphs.num_glyphs; ++at) {
+            widths.push_back(points(glyphs.glyphs[at].geometry.width));
+        }
+    }
+    return widths;
+}
+
 }  // namespace
 
 PangoTextLayout::PangoTextLayout(std::vector<Part> parts, const TextOptions& options, bool isTruncated)
@@ -58,9 +78,33 @@ void PangoTextLayout::addLines(const Part& part, double top) {
         line.end = part.begin + std::min(end, part.length);
         line.rect = rectOf(extents, top);
         line.baseline = points(pango_layout_iter_get_baseline(iterator.get())) + top;
+        if (lacksFont(line.line)) setWithoutFont(line, top + count * heightWithoutFont);
         _lines.push_back(line);
         if (!pango_layout_iter_next_line(iterator.get())) return;
     }
+}
+
+void PangoTextLayout::setWithoutFont(Line& line, double top) {
+    // Pango 1.50 leaves the height and the places of such a line to chance, but for the widths of the
+    // letters.
+    double width = 0;
+    for (const double each : letterWidths(line.line)) width += each;
+    line.rect = {{0, top}, {width, heightWithoutFont}};
+    line.baseline = top + heightWithoutFont;
+}
+
+void PangoTextLayout::drawWithoutFont(const Line& line, cairo_t* context) {
+    constexpr double gap = 1.5;
+    double x = line.rect.minX();
+    cairo_set_line_width(context, 1);
+    for (const double width : letterWidths(line.line)) {
+        if (width > 2 * gap) {
+            cairo_rectangle(context, x + gap, line.rect.minY() + gap, width - 2 * gap,
+                            line.rect.size.height - 2 * gap);
+        }
+        x += width;
+    }
+    cairo_stroke(context);
 }
 
 const PangoTextLayout::Line& PangoTextLayout::lineOf(std::size_t offset) const {
@@ -124,6 +168,10 @@ std::vector<Rect> PangoTextLayout::areas(std::size_t begin, std::size_t end) con
 
 void PangoTextLayout::draw(cairo_t* context) const {
     for (const auto& line : _lines) {
+        if (lacksFont(line.line)) {
+            drawWithoutFont(line, context);
+            continue;
+        }
         cairo_move_to(context, line.rect.minX(), line.baseline);
         pango_cairo_show_layout_line(context, line.line);
     }

@@ -48,6 +48,8 @@ private:
     };
 
     void addLines(const Part& part, double top);
+    static void setWithoutFont(Line& line, double top);
+    static void drawWithoutFont(const Line& line, cairo_t* context);
     const Line& lineOf(std::size_t offset) const;
     double xIn(const Line& line, std::size_t offset) const;
 

@@ -13,7 +13,7 @@ namespace vellumix::view {
 
 /// Sets texts with Pango, in points whatever the scale they are painted at. A text without a line limit shows
 /// `longestText` characters at most. Layouts that were set lately are kept, in a bounded cache that holds
-/// their texts too. Without any font the boxes are those of Pango's own fallback. Main thread only.
+/// their texts too. Without any font each letter is an empty box. Main thread only.
 class PangoTextSetter final : public TextSetter {
 public:
     explicit PangoTextSetter(FontFamilies families = {});

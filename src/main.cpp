@@ -5,9 +5,11 @@
 #include <vector>
 
 #include "platform/desktop/Platform.h"
+#include "platform/foundation/LocalizedText.h"
 #include "platform/headless/Desktop.h"
 #include "platform/headless/StatusBar.h"
 #include "platform/linux/ChosenKeychain.h"
+#include "platform/linux/DesktopNotification.h"
 #include "platform/linux/DesktopSharing.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/HardenProcess.h"
@@ -129,7 +131,10 @@ private:
                               }};
     view::ModalAlerts _alerts{vellumix::controlPalette};
     x11::Hotkeys _hotkeys{*_connection};
-    x11::SyntheticKeys _syntheticKeys{*_connection, _workspace, _pasteboard, pasteChords()};
+    x11::SyntheticKeys _syntheticKeys{
+        *_connection, _workspace, _pasteboard, pasteChords(), [] {
+            linux_desktop::notifyUser(localized("app.name"), localized("permission.accessibility.title"));
+        }};
 };
 
 /// The question of the password service in a window of the program's.

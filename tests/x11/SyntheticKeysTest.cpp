@@ -148,8 +148,13 @@ TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
     ASSERT_TRUE(connection) << error;
     const x11::Workspace workspace(*connection, x11::DesktopFiles({}));
     const x11::Pasteboard pasteboard(*connection);
-    x11::SyntheticKeys keys(*connection, workspace, pasteboard);
+    int told = 0;
+    x11::SyntheticKeys keys(*connection, workspace, pasteboard, x11::PasteChords(), [&] { ++told; });
+    EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(false));
+    EXPECT_EQ(told, 0);
     EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(true));
+    EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(true));
+    EXPECT_EQ(told, 1) << "the user hears of it once";
     keys.CGEventPost(commandV);
 }
 

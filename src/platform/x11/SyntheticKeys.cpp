@@ -33,15 +33,24 @@ bool hasTestExtension(Connection& connection) {
 }  // namespace
 
 SyntheticKeys::SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
-                             PasteChords chords)
+                             PasteChords chords, std::function<void()> tellUser)
     : _connection(connection),
       _workspace(workspace),
       _pasteboard(pasteboard),
       _chords(std::move(chords)),
       _hasTest(hasTestExtension(connection)),
+      _tellUser(std::move(tellUser)),
       _keyboard(connection) {}
 
-bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool) { return _hasTest; }
+bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool prompts) {
+    if (_hasTest || !prompts) return _hasTest;
+    if (const auto tell = std::exchange(_tellUser, nullptr)) {
+        Log("SyntheticKeys")
+            .error("The display has no XTEST extension; what is picked waits on the clipboard");
+        tell();
+    }
+    return false;
+}
 
 void SyntheticKeys::CGEventPost(const KeyChord& chord) {
     if (chord != paste || !_hasTest) return;

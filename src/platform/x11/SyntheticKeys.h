@@ -21,9 +21,9 @@ namespace vellumix::x11 {
 /// no more.
 class SyntheticKeys final : public vellumix::SyntheticKeys {
 public:
-    /// All must outlive it.
+    /// All must outlive it. `tellUser` is called when keys are wanted and there are none, once.
     SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
-                  PasteChords chords = PasteChords());
+                  PasteChords chords = PasteChords(), std::function<void()> tellUser = {});
     SyntheticKeys(const SyntheticKeys&) = delete;
     SyntheticKeys& operator=(const SyntheticKeys&) = delete;
 
@@ -53,6 +53,7 @@ private:
     const Pasteboard& _pasteboard;
     const PasteChords _chords;
     const bool _hasTest;
+    std::function<void()> _tellUser;
     KeyboardWatch _keyboard;
     std::deque<Paste> _pastes;
     std::unique_ptr<NSTimer> _waiting;

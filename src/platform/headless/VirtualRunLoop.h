@@ -35,6 +35,8 @@ public:
     void advance(double seconds);
     /// Runs what is due now.
     void settle() { advance(0); }
+    /// How much waits for its time, cancelled work of queues included.
+    std::size_t pending() const { return _schedule->size(); }
 
 private:
     friend class VirtualTimer;

@@ -247,8 +247,10 @@ void HostingView::scrolled(Point at, double down, double) {
 }
 
 void HostingView::keyPressed(const KeyEvent& event) {
-    if (_presenter->keyPressed(event)) return;
     const auto alive = _lifetime.watch();
+    // Quick hands don't wait for a frame: a key is for what the one before it has brought about.
+    if (_window.isVisible() && _tree->needsFrame()) drawNow();
+    if (alive.expired() || _presenter->keyPressed(event)) return;
     if (_tree->keyPressed(event) || alive.expired()) return;
     if (const auto handler = _onUnhandledKey) handler(event);
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The panel of the built program on a private desktop: how soon it opens, what it holds, and how quiet it is.
+"""The panel of the built program on a private desktop: how soon it opens and pastes, what it holds, and how quiet it is.
 
     PYTHONPATH=tests/support bench/panel_process.py [IDLE SECONDS]
 """
@@ -14,6 +14,7 @@ import gi
 
 from harness import applications
 from harness.desktop import PrivateDesktop
+from harness.processes import wait_for
 from harness.vellumix import BUS_NAME, Vellumix, binary
 from process import ROUNDS, activity, full_history
 
@@ -83,6 +84,50 @@ class Panel:
         self.events.wait()
 
 
+class Target:
+    """A program in front that tells of the keys it gets."""
+
+    def __init__(self, desktop):
+        self.desktop = desktop
+        self.process = subprocess.Popen(["stdbuf", "-oL", "xev", "-event", "keyboard"], env=desktop.environment,
+                                        stdout=subprocess.PIPE, text=True)
+        wait_for("the target is in front", lambda: "Event Tester" in desktop.run(
+            "xdotool", "getactivewindow", "getwindowname").stdout)
+
+    def milliseconds(self, pressed, expected):
+        """From pressing one key until another arrives, the start of the program that presses it included."""
+        begin = time.monotonic()
+        self.desktop.start("xdotool", "key", pressed)
+        is_press = False
+        for line in self.process.stdout:
+            if " event, " in line:
+                is_press = line.startswith("KeyPress")
+            elif is_press and f", {expected})" in line:
+                return (time.monotonic() - begin) * 1000
+        raise EOFError
+
+    def close(self):
+        self.process.kill()
+        self.process.wait()
+
+
+# What the program itself waits before a paste into a target that is in front: for the panel to go, and before the
+# first look at the target.
+PASTE_DELAYS = 50 + 20
+
+
+def measure_pasting(target, panel):
+    direct, pasted = [], []
+    for _ in range(ROUNDS):
+        direct.append(target.milliseconds("x", "x"))
+        panel.milliseconds(panel.toggle, "MapNotify")
+        time.sleep(0.3)
+        pasted.append(target.milliseconds("Return", "v"))
+        time.sleep(0.3)
+    needed = sorted(pasted)[ROUNDS // 2] - sorted(direct)[ROUNDS // 2]
+    print(f"Return to keystroke: {needed:.1f} ms, {needed - PASTE_DELAYS:.1f} ms over the delays that it keeps")
+
+
 def report_growth(title, before, after):
     print(f"{title}: {totals(after)}; by what grew most, resident (anonymous), in KB:")
     grown = {}
@@ -112,6 +157,8 @@ def main():
         idle = memory(pid)
         print(f"before the first open, {payload / (1 << 20):.1f} MB of payload: {totals(idle)}")
 
+        # Before anybody waits for a window to be mapped.
+        target = Target(desktop)
         panel = Panel(desktop)
         first = panel.milliseconds(panel.toggle, "MapNotify")
         time.sleep(SETTLE_SECONDS)
@@ -128,6 +175,9 @@ def main():
         print(f"first open, asked on the bus: {first:.1f} ms")
         report_growth("after the first open", idle, opened)
         report_growth(f"after {2 * ROUNDS} more", opened, memory(pid))
+        panel.milliseconds(panel.toggle, "UnmapNotify")
+        measure_pasting(target, panel)
+        panel.milliseconds(panel.toggle, "MapNotify")
 
         time.sleep(SETTLE_SECONDS)
         before = activity(pid)
@@ -137,6 +187,7 @@ def main():
         print(f"open and idle for {idle_seconds:g} s: {switches} context switches, "
               f"{after[1] - before[1]} clock ticks of CPU")
         panel.close()
+        target.close()
         vellumix.terminate()
 
 

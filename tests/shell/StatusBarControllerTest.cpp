@@ -186,6 +186,13 @@ TEST_F(FloatingPanelTest, AnEntryIsPastedWhereThePanelWasOpenedFromAndThenWhereT
     desktop.workspace.front = elsewhere;
     application->statusBar()->toggleFromStatusItem();
     EXPECT_EQ(goesTo("two"), 8);
+
+    auto& store = application->store();
+    store.add(textItem("three"));
+    application->pasteAndClose(store.items()->front());
+    store.remove(store.items()->front());
+    desktop.runLoop.advance(1);
+    EXPECT_EQ(desktop.syntheticKeys.posted.back().text, String("three")) << "deleted in the meantime";
 }
 
 TEST_F(FloatingPanelTest, StandsInTheMiddleAndThenWhereItWasLeftAlwaysOnTheScreen) {

@@ -47,6 +47,23 @@ TEST_F(Hosting, DrawsOnlyWhatChangesAndAtMostSixtyTimesASecond) {
     EXPECT_EQ(host->tree().semantics().frame.size, (Size{300, 200}));
 }
 
+TEST_F(Hosting, AKeyIsForWhatTheOneJustBeforeItHasChanged) {
+    Published<int> shownNumber(0);
+    struct Counter {
+        Published<int>& number;
+        View body() const {
+            const int drawn = number.get();
+            return Text(std::to_string(drawn)).onKey([&number = number, drawn](const KeyEvent&) {
+                number.set(drawn + 1);
+                return true;
+            });
+        }
+    };
+    auto& told = *open(Counter{shownNumber}).delegate();
+    for (int presses = 0; presses < 3; ++presses) told.keyPressed({.text = "x"});
+    EXPECT_EQ(shownNumber.get(), 3) << "no frame was due in between";
+}
+
 TEST_F(Hosting, AnAlphaRunIsReplacedWithoutItsCompletion) {
     open(Text("content"));
     int first = 0;

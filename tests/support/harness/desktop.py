@@ -57,7 +57,7 @@ class PrivateDesktop:
             if screen:
                 self.start_screen()
             if window_manager:
-                self._start_window_manager()
+                self.start_window_manager()
             if bus:
                 self._start_bus(services)
                 if keyring:
@@ -139,7 +139,7 @@ class PrivateDesktop:
             raise Failure(f"the virtual screen did not start: {self.log('Xvfb').read_text()}")
         self.environment["DISPLAY"] = f":{number}"
 
-    def _start_window_manager(self):
+    def start_window_manager(self):
         self.window_manager = self.start("openbox")
         wait_for("the window manager is there",
                  lambda: "0x" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").stdout)

@@ -53,6 +53,11 @@ TEST_F(WindowTest, WhatIsDrawnIsOnTheScreenWithRoundCornersAndNothingAtAlphaNoug
     ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == background; }));
     panel->setAlphaValue(0.5);
     ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0xAAAAAA; }));
+    panel->orderOut();
+    panel->setAlphaValue(0);
+    panel->orderFrontRegardless();
+    EXPECT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0xAAAAAA; })) << "no fade to wait for";
+    panel->setAlphaValue(1);
 
     // Another window comes over it and goes: nobody but this program has its content.
     {

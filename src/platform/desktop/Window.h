@@ -104,8 +104,9 @@ public:
     /// The room around the frame in which the window can draw its own shadow; nothing without a compositor,
     /// and where the desktop draws the shadow.
     virtual Insets shadowInsets() const = 0;
-    /// Whether transparent pixels show what is behind. Without it, `setAlphaValue` shows nothing between 0
-    /// and 1, and the window cuts its corners itself, by the radius it was given.
+    /// Whether transparent pixels show what is behind. Without it, a window is wholly there once it is
+    /// ordered front, and gone when its alpha value comes to 0; and it cuts its corners itself, by the radius
+    /// it was given.
     virtual bool isTranslucent() const = 0;
     virtual void setCornerRadius(double radius) = 0;
 

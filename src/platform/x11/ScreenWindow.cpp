@@ -179,6 +179,7 @@ void ScreenWindow::cutShape() {
 void ScreenWindow::setAlphaValue(double alpha) {
     alpha = std::clamp(alpha, 0.0, 1.0);
     if (std::exchange(_alpha, alpha) == alpha) return;
+    _hasFadedOut = _isVisible && alpha == 0;
     showAlpha();
 }
 
@@ -197,6 +198,8 @@ void ScreenWindow::showAlpha() {
 
 void ScreenWindow::orderFrontRegardless() {
     _isVisible = true;
+    // A window that is about to fade in is there at once where nothing can be faded.
+    _hasFadedOut = false;
     _release.reset();
     showNow();
     if (_isMapped) {
@@ -206,7 +209,7 @@ void ScreenWindow::orderFrontRegardless() {
 }
 
 void ScreenWindow::showNow() {
-    if (isFloating() && _alpha == 0 && !_server.hasCompositor()) {
+    if (isFloating() && _hasFadedOut && !_server.hasCompositor()) {
         unmap();
         return;
     }

@@ -89,6 +89,8 @@ private:
     NSWindowDelegate* _delegate = nullptr;
     Rect _frame;
     double _alpha = 1;
+    /// The alpha value has come to 0 while the window was to be seen.
+    bool _hasFadedOut = false;
     double _cornerRadius = 0;
     Cursor _cursor = Cursor::arrow;
     std::optional<Rect> _textInput;

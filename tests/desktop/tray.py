@@ -84,9 +84,11 @@ class StatusItem(unittest.TestCase):
         self.assertEqual(vellumix.terminate(), 0)
 
     def until_embedded(self, desktop, tray):
-        width, height, left, top = wait_for("the tray has an icon", lambda: (tray.icon() or (0,))[0] > 8 and tray.icon())
-        area = f"{width}x{height}+{left}+{top}"
-        wait_for("the tray shows the icon", lambda: self.contrast(desktop, area) > 140)
+        def is_shown():
+            # The tray may still be moving, and the icon with it.
+            width, height, left, top = tray.icon() or (0, 0, 0, 0)
+            return width > 8 and self.contrast(desktop, f"{width}x{height}+{left}+{top}") > 140
+        wait_for("the tray shows the icon", is_shown)
 
     @staticmethod
     def picture(desktop, name, dark):
@@ -99,7 +101,7 @@ class StatusItem(unittest.TestCase):
         raw = desktop.folder / "panel.gray"
         desktop.run("import", "-window", "root", "-crop", area, "-depth", "8", f"gray:{raw}")
         levels = raw.read_bytes()
-        return max(levels) - min(levels)
+        return max(levels, default=0) - min(levels, default=0)
 
 
 if __name__ == "__main__":

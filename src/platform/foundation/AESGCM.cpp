@@ -1,31 +1,24 @@
 #include "platform/foundation/AESGCM.h"
 
-#include <openssl/crypto.h>
-#include <openssl/rand.h>
+#include <sys/random.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
-#include "platform/foundation/OpenSSLHandles.h"
+#include "platform/foundation/GcryptHandles.h"
 
 namespace vellumix {
 
-namespace {
-
-/// Before the first use of the library: without its configuration, which an environment variable could
-/// replace, and which costs start-up time and memory for nothing that we use.
-void prepareLibrary() {
-    static const bool isPrepared = OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
-    if (!isPrepared) std::abort();
-}
-
-}  // namespace
-
-void wipe(std::span<std::uint8_t> bytes) { OPENSSL_cleanse(bytes.data(), bytes.size()); }
+void wipe(std::span<std::uint8_t> bytes) { explicit_bzero(bytes.data(), bytes.size()); }
 
 void fillRandom(std::span<std::uint8_t> bytes) {
-    prepareLibrary();
-    if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) std::abort();
+    while (!bytes.empty()) {
+        const auto filled = getrandom(bytes.data(), bytes.size(), 0);
+        if (filled < 0 && errno != EINTR) std::abort();
+        if (filled > 0) bytes = bytes.subspan(static_cast<std::size_t>(filled));
+    }
 }
 
 SymmetricKey SymmetricKey::random() {
@@ -45,20 +38,29 @@ namespace aesgcm {
 
 namespace {
 
-/// EVP takes lengths as int.
-constexpr std::size_t largestStep = std::size_t{1} << 30;
+/// The client library of the keyring uses the same library, and whoever comes first prepares it.
+void prepareLibrary() {
+    static const bool isPrepared = [] {
+        if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) return true;
+        if (!gcry_check_version(GCRYPT_VERSION)) return false;
+        gcry_control(GCRYCTL_DISABLE_SECMEM_WARN);
+        return gcry_control(GCRYCTL_INITIALIZATION_FINISHED) == 0;
+    }();
+    if (!isPrepared) std::abort();
+}
 
-template <auto Update>
-bool updateInSteps(EVP_CIPHER_CTX* context, std::uint8_t* out, const std::uint8_t* in, std::size_t size) {
-    while (size > 0) {
-        const auto step = std::min(size, largestStep);
-        int written = 0;
-        if (Update(context, out, &written, in, static_cast<int>(step)) != 1) return false;
-        out += step;
-        in += step;
-        size -= step;
+/// Ready for one text; null where the library refuses.
+gcrypt::Cipher cipherFor(const SymmetricKey& key, std::span<const std::uint8_t> nonce) {
+    prepareLibrary();
+    gcry_cipher_hd_t opened = nullptr;
+    if (gcry_cipher_open(&opened, GCRY_CIPHER_AES256, GCRY_CIPHER_MODE_GCM, 0)) return nullptr;
+    gcrypt::Cipher cipher(opened);
+    const auto raw = key.raw();
+    if (gcry_cipher_setkey(opened, raw.data(), raw.size()) ||
+        gcry_cipher_setiv(opened, nonce.data(), nonce.size())) {
+        return nullptr;
     }
-    return true;
+    return cipher;
 }
 
 }  // namespace
@@ -77,20 +79,15 @@ const char* description(Error error) {
 
 std::optional<Error> sealInPlace(Bytes& buffer, std::size_t offset, const SymmetricKey& key) {
     if (buffer.size() < offset + nonceSize) return Error::incorrectParameterSize;
-    const openssl::CipherContext context(EVP_CIPHER_CTX_new());
     const std::span nonce(buffer.data() + offset, nonceSize);
     fillRandom(nonce);
-    if (!context ||
-        EVP_EncryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key.raw().data(), nonce.data()) != 1) {
-        return Error::cipherFailure;
-    }
+    const auto cipher = cipherFor(key, nonce);
+    if (!cipher) return Error::cipherFailure;
     const auto size = buffer.size() - offset - nonceSize;
     buffer.resize(buffer.size() + tagSize);
     auto* const text = buffer.data() + offset + nonceSize;
-    int rest = 0;
-    if (!updateInSteps<EVP_EncryptUpdate>(context.get(), text, text, size) ||
-        EVP_EncryptFinal_ex(context.get(), text + size, &rest) != 1 ||
-        EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_GET_TAG, tagSize, text + size) != 1) {
+    if ((size > 0 && gcry_cipher_encrypt(cipher.get(), text, size, nullptr, 0)) ||
+        gcry_cipher_gettag(cipher.get(), text + size, tagSize)) {
         // The only way here is a broken library after part of the text was enciphered: nothing left can be
         // trusted.
         std::abort();
@@ -100,21 +97,14 @@ std::optional<Error> sealInPlace(Bytes& buffer, std::size_t offset, const Symmet
 
 std::optional<Error> openInPlace(std::span<std::uint8_t> combined, const SymmetricKey& key) {
     if (combined.size() < overhead) return Error::incorrectParameterSize;
-    prepareLibrary();
     const auto nonce = combined.first(nonceSize);
     const auto text = combined.subspan(nonceSize, combined.size() - overhead);
     const auto tag = combined.last(tagSize);
-    const openssl::CipherContext context(EVP_CIPHER_CTX_new());
-    if (!context ||
-        EVP_DecryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key.raw().data(), nonce.data()) != 1) {
-        return Error::cipherFailure;
-    }
-    std::uint8_t none = 0;
-    int rest = 0;
+    const auto cipher = cipherFor(key, nonce);
+    if (!cipher) return Error::cipherFailure;
     const bool authentic =
-        updateInSteps<EVP_DecryptUpdate>(context.get(), text.data(), text.data(), text.size()) &&
-        EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_SET_TAG, tagSize, tag.data()) == 1 &&
-        EVP_DecryptFinal_ex(context.get(), &none, &rest) == 1;
+        (text.empty() || !gcry_cipher_decrypt(cipher.get(), text.data(), text.size(), nullptr, 0)) &&
+        !gcry_cipher_checktag(cipher.get(), tag.data(), tag.size());
     if (authentic) return std::nullopt;
     wipe(text);
     return Error::authenticationFailure;

@@ -8,7 +8,8 @@
 #include "platform/foundation/Data.h"
 
 /// AES-256 in Galois/Counter Mode (NIST SP 800-38D) with a 12-byte nonce, a 16-byte tag and no associated
-/// data, and the system's cryptographic randomness. By OpenSSL; any thread.
+/// data, and the system's cryptographic randomness. By libgcrypt, which the keyring's client library
+/// brings anyway; any thread.
 namespace vellumix {
 
 /// Overwrites memory in a way that the compiler keeps.

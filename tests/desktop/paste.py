@@ -139,8 +139,9 @@ class Paste(unittest.TestCase):
             # Its greeting, and later its question whether what was pasted is to be kept.
             self.keys("Escape")
             self.pick("Down")
-            self.assertEqual(self.desktop.run("xclip", "-selection", "clipboard", "-o", "-t", "image/png",
-                                              text=False).stdout, picture.read_bytes())
+            # It is written a moment after the panel has gone.
+            wait_for("the clipboard has the picture's own bytes", lambda: self.desktop.run(
+                "xclip", "-selection", "clipboard", "-o", "-t", "image/png", text=False).stdout == picture.read_bytes())
 
             def is_saved():
                 self.keys("ctrl+s")

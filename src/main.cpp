@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -347,7 +348,9 @@ int gallery(const std::string& folder) {
     SampleImageDecoder images;
     SampleFileIcons icons;
     const platform::Scope scope(withSamplePictures(desktop.platform(), images, icons));
-    if (paintGallery(folder)) return done;
+    std::error_code cause;
+    std::filesystem::create_directories(folder, cause);
+    if (!cause && paintGallery(folder)) return done;
     say("The pictures can't be written to " + folder + ".");
     return impossible;
 }

@@ -17,6 +17,7 @@
 #include "views/GallerySamples.h"
 #include "views/HeaderView.h"
 #include "views/Looks.h"
+#include "views/PasswordPrompt.h"
 #include "views/Pickers.h"
 #include "views/RootContainerView.h"
 
@@ -236,6 +237,12 @@ GallerySheet popUps() {
         .message = localized("autoClean.dialog.message"),
         .buttons = {{.title = localized("cancel"), .role = AlertButton::Role::cancel},
                     {.title = localized("clear")}}};
+    const auto prompt = [](const std::string& error) {
+        return PasswordPrompt::content({.reason = localized("auth.pasteItem"),
+                                        .cancelTitle = localized("cancel"),
+                                        .confirmTitle = localized("auth.enterPassword")},
+                                       "Password:", error);
+    };
     auto& renderer = Renderer::shared();
     const Size menu{200, 270};
     const Size small{300, 130};
@@ -248,6 +255,8 @@ GallerySheet popUps() {
              {"menu with a check mark", framed(menuContent(languages, {}, chrome), 190, 128), menu, {}},
              {"alert, destructive", alertContent(deletion, palette, renderer), {320, 130}, {}},
              {"alert with a message", alertContent(clean, palette, renderer), {320, 170}, {}},
+             {"password", prompt(""), {320, 210}, {}},
+             {"password, after a wrong one", prompt(localized("auth.failed")), {320, 210}, {}},
              {"help text",
               framed(helpContent({.text = localized("action.copy"), .palette = palette}, chrome), 60, 22),
               small,

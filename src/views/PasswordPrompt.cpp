@@ -125,6 +125,17 @@ struct PasswordPrompt::Form {
     }
 };
 
+View PasswordPrompt::content(Setting setting, const std::string& question, const std::string& error) {
+    const auto model = std::make_shared<Model>();
+    model->setting = std::move(setting);
+    model->shown.update([&](Model::Shown& now) {
+        now.question = question;
+        now.message = error;
+        now.isError = true;
+    });
+    return Form{model};
+}
+
 PasswordPrompt::PasswordPrompt(Setting setting) : _model(std::make_shared<Model>()) {
     _model->setting = std::move(setting);
     auto& windows = platform::current().windows;

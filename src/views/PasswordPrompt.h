@@ -35,6 +35,9 @@ public:
     /// Until the next message.
     void show(const std::string& message, bool isError);
 
+    /// What the window shows, without a window: a question, and what is wrong, if anything.
+    static view::View content(Setting setting, const std::string& question, const std::string& error);
+
 private:
     struct Model;
     struct Form;

@@ -66,14 +66,8 @@ struct Expected {
 
 class SoakTest : public view::HostedWindowTest {
 protected:
-#if defined(__SANITIZE_ADDRESS__)
-    static constexpr int operationsARound = 100;
-    /// After so few operations some buffers have still to find their size.
-    static constexpr std::size_t allowance = 128 * 1024;
-#else
     static constexpr int operationsARound = 667;
     static constexpr std::size_t allowance = 16 * 1024;
-#endif
 
     SoakTest() {
         desktop.authentication.refusal.reset();

@@ -54,6 +54,7 @@ TEST_F(WindowTest, WhatIsDrawnIsOnTheScreenWithRoundCornersAndNothingAtAlphaNoug
     panel->setAlphaValue(0.5);
     ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0xAAAAAA; }));
     panel->orderOut();
+    ASSERT_TRUE(wait([&] { return person.colourAt({200, 170}) == background; }));
     panel->setAlphaValue(0);
     panel->orderFrontRegardless();
     EXPECT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0xAAAAAA; })) << "no fade to wait for";

@@ -45,9 +45,4 @@ std::optional<unsigned> positionOfVirtualKey(std::uint32_t keyCode) {
     return found == std::end(virtualKeys) ? std::nullopt : std::optional(found->position);
 }
 
-std::optional<std::uint32_t> virtualKeyAtPosition(unsigned position) {
-    const auto* const found = std::ranges::find(virtualKeys, position, &VirtualKey::position);
-    return found == std::end(virtualKeys) ? std::nullopt : std::optional(found->code);
-}
-
 }  // namespace vellumix

@@ -26,8 +26,6 @@ inline constexpr CGEventFlags kCGEventFlagMaskCommand = 0x100000;
 
 /// The key's position as `KeyEvent` counts it; absent for a code that no board has.
 std::optional<unsigned> positionOfVirtualKey(std::uint32_t keyCode);
-/// The inverse of `positionOfVirtualKey`.
-std::optional<std::uint32_t> virtualKeyAtPosition(unsigned position);
 
 /// Combinations that reach the program whichever application is in front. Main thread only.
 class Hotkeys {
@@ -38,7 +36,7 @@ public:
     virtual Observation InstallEventHandler(std::function<void()> function) = 0;
     /// Takes the combination until the observation ends. Absent when another program has it, and when the
     /// desktop or its keyboard can't give it. Lock keys make no difference. While a window of the program has
-    /// the keyboard, the press may come there as a `KeyEvent` instead.
+    /// the keyboard, the press is taken before it.
     virtual std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode,
                                                            std::uint32_t modifiers) = 0;
 };

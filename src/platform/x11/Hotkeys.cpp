@@ -33,10 +33,9 @@ std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, s
     const auto position = positionOfVirtualKey(keyCode);
     if (!position) return std::nullopt;
     const Registration wanted{keyCodeOf(*position), modifiers};
-    const auto states = statesOf(wanted);
     // The server would let one program grab a key twice, and the first to let it go would end both.
     const bool isOurs = std::ranges::any_of(_registrations, [&](const Registration& one) {
-        return one.key == wanted.key && statesOf(one) == states;
+        return one.key == wanted.key && modifiersOf(one) == modifiersOf(wanted);
     });
     if (isOurs || !grab(wanted)) return std::nullopt;
     const auto at = _registrations.insert(_registrations.end(), wanted);
@@ -46,7 +45,7 @@ std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, s
     }));
 }
 
-std::vector<ModifierMap::Mask> Hotkeys::statesOf(const Registration& registration) const {
+ModifierMap::Mask Hotkeys::modifiersOf(const Registration& registration) const {
     using Mask = ModifierMap::Mask;
     const std::pair<std::uint32_t, Mask> bits[] = {
         {shiftKey, Mask{XCB_MOD_MASK_SHIFT}},
@@ -58,6 +57,12 @@ std::vector<ModifierMap::Mask> Hotkeys::statesOf(const Registration& registratio
     for (const auto& [carbon, mask] : bits) {
         if (registration.modifiers & carbon) wanted |= mask;
     }
+    return wanted;
+}
+
+std::vector<ModifierMap::Mask> Hotkeys::statesOf(const Registration& registration) const {
+    using Mask = ModifierMap::Mask;
+    const auto wanted = modifiersOf(registration);
     std::vector<Mask> states;
     // Every subset of the locks.
     for (Mask locks = _modifiers.locks();; locks = static_cast<Mask>((locks - 1) & _modifiers.locks())) {
@@ -103,10 +108,9 @@ bool Hotkeys::take(const xcb_key_press_event_t& event) {
         return event.event == _connection.root();
     }
     // The rest of the state are the buttons of the pointer and the layout.
-    const auto state = static_cast<ModifierMap::Mask>(event.state & 0xFF);
+    const int held = event.state & 0xFF & ~_modifiers.locks();
     const bool isOurs = std::ranges::any_of(_registrations, [&](const Registration& one) {
-        const auto states = statesOf(one);
-        return one.key == event.detail && std::ranges::find(states, state) != states.end();
+        return one.key == event.detail && held == modifiersOf(one);
     });
     if (!isOurs) return false;
     // A window of the program may take the keyboard or let it go between a press and its repetitions.

@@ -39,6 +39,9 @@ private:
     /// All grabs of the registration, or none.
     bool grab(const Registration& registration);
     void ungrab(const Registration& registration);
+    /// The modifiers of a registration, without the locks, and with them in every way in which they can
+    /// stand.
+    ModifierMap::Mask modifiersOf(const Registration& registration) const;
     std::vector<ModifierMap::Mask> statesOf(const Registration& registration) const;
 
     Connection& _connection;

@@ -27,6 +27,21 @@ namespace {
 using Kind = ClipboardItem::Kind;
 using Items = std::vector<ClipboardItem>;
 
+/// Entries as they were at one drawing of the list; all that goes with that drawing shares them.
+class Snapshot {
+public:
+    explicit Snapshot(Items items) : _items(std::make_shared<const Items>(std::move(items))) {}
+
+    const Items& operator*() const { return *_items; }
+    const Items* operator->() const { return _items.get(); }
+    friend bool operator==(const Snapshot& one, const Snapshot& other) {
+        return one._items == other._items || *one == *other;
+    }
+
+private:
+    std::shared_ptr<const Items> _items;
+};
+
 constexpr auto selectionCurve = Curve::easeInOut(0.15);
 constexpr auto firstRowCurve = Curve::easeInOut(0.18);
 constexpr double centred = 0.5;
@@ -193,22 +208,23 @@ void clamp(const Binding<int>& selectedIndex, std::size_t count) {
 }
 
 /// The keys of the list, for the entries that are displayed.
-KeyHandler listKeys(const Items& displayed, const Binding<int>& selectedIndex,
+KeyHandler listKeys(const Snapshot& displayed, const Binding<int>& selectedIndex,
                     const Binding<ScrollTarget>& target, const ListActions& actions) {
     return [displayed, selectedIndex, target, actions](const KeyEvent& event) {
         const auto moveSelection = [&](int delta) {
             const int wanted = selectedIndex.get() + delta;
-            if (wanted < 0 || wanted >= static_cast<int>(displayed.size())) return;
+            if (wanted < 0 || wanted >= static_cast<int>(displayed->size())) return;
             withAnimation(selectionCurve, [&] { selectedIndex.set(wanted); });
-            scrollTo(target, displayed[static_cast<std::size_t>(wanted)], centred, selectionCurve);
+            scrollTo(target, (*displayed)[static_cast<std::size_t>(wanted)], centred, selectionCurve);
         };
         const auto withSelected = [&](auto act) {
             const auto at = static_cast<std::size_t>(selectedIndex.get());
             // Held, as the action may draw the list anew.
-            if (at < displayed.size()) act(ClipboardItem(displayed[at]));
+            const auto held = displayed;
+            if (at < held->size()) act((*held)[at]);
         };
         const auto& modifiers = event.modifiers;
-        if (displayed.empty() || modifiers.hasControl || modifiers.hasCommand || modifiers.hasOption)
+        if (displayed->empty() || modifiers.hasControl || modifiers.hasCommand || modifiers.hasOption)
             return false;
         switch (event.key) {
             case Key::up:
@@ -267,18 +283,19 @@ KeyHandler searchKeys(const Binding<String>& query, const Binding<bool>& isSearc
 View ClipboardListView::body() const {
     const auto& theme = ThemeManager::shared();
     auto& store = **fromEnvironment<Store*>();
-    const auto& items = store.items().get();
-    const auto displayed = HistorySearch::shared().found(items, category, query);
+    const Snapshot items(store.items().get());
+    auto found = HistorySearch::shared().found(*items, category, query);
+    const auto displayed = found.size() == items->size() ? items : Snapshot(std::move(found));
     const ListActions actions(*this, store);
     const ToastPresenter messages(toast);
 
     const auto rows = [&] {
         const int selected = selectedIndex;
         const auto row = [actions, selected, displayed](std::size_t at) {
-            return View(card(displayed[at], static_cast<int>(at) == selected, actions));
+            return View(card((*displayed)[at], static_cast<int>(at) == selected, actions));
         };
-        const RowSource source{displayed.size(), [displayed](std::size_t at) { return rowID(displayed[at]); },
-                               row};
+        const RowSource source{displayed->size(),
+                               [displayed](std::size_t at) { return rowID((*displayed)[at]); }, row};
         return ScrollArea(
                    LazyVStack(Spacing(4), source).padding(Edge::horizontal, 16).padding(Edge::vertical, 8),
                    scrollTarget.get())
@@ -286,11 +303,11 @@ View ClipboardListView::body() const {
             .focusRing(std::nullopt);
     };
     const auto itemsChanged = [target = scrollTarget.binding(), selection = selectedIndex.binding(), items] {
-        if (items.empty()) return;
-        scrollTo(target, items.front(), atTheTop, firstRowCurve);
-        clamp(selection, items.size());
+        if (items->empty()) return;
+        scrollTo(target, items->front(), atTheTop, firstRowCurve);
+        clamp(selection, items->size());
     };
-    const auto displayedChanged = [selection = selectedIndex.binding(), count = displayed.size()] {
+    const auto displayedChanged = [selection = selectedIndex.binding(), count = displayed->size()] {
         clamp(selection, count);
     };
     // Once nothing is left of the search, the keys are the list's again: a blank copies, Delete deletes.
@@ -311,7 +328,7 @@ View ClipboardListView::body() const {
                                           .selectedFilter = category,
                                           .onClear = [&store] { store.clear(); },
                                           .isSearchFocused = isSearchFocused.binding()};
-    const auto list = displayed.empty() ? emptyState(!query.get().empty()) : View(rows());
+    const auto list = displayed->empty() ? emptyState(!query.get().empty()) : View(rows());
     return VStack(Spacing(0), toolbar, Divider(theme.borderColor()), list)
         .background(Rectangle(), theme.backgroundColor())
         .onChange(query.get().empty(), searchEnded)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "platform/desktop/Geometry.h"
@@ -29,48 +30,51 @@ inline Rect interpolated(const Rect& from, const Rect& to, double part) {
 /// way. Stays a colour where a spring overshoots.
 Color interpolated(const Color& from, const Color& to, double part);
 
-/// A value on its way to another. A function of the clock alone.
+/// A value on its way to another. A function of the clock alone. Most never move, so what moving takes is
+/// apart.
 template <class T>
 class Animated {
 public:
     Animated() = default;
-    explicit Animated(T value) : _from(value), _to(value) {}
+    explicit Animated(T value) : _to(value) {}
 
     /// Without a curve, or at the first value ever, it is there at once. Returns when it will rest: `now`
     /// where it doesn't move.
     double set(const T& target, const std::optional<Curve>& curve, double now) {
         if (!_isSet || (!curve && !(target == _to))) {
-            _curve.reset();
-            _from = _to = target;
-            _isSet = true;
+            jump(target);
         } else if (!(target == _to)) {
-            _from = at(now);
+            _motion = std::make_unique<const Motion>(Motion{at(now), *curve, now});
             _to = target;
-            _curve = curve;
-            _began = now;
         }
         return restsAt(now);
     }
     void jump(const T& value) {
-        _curve.reset();
-        _from = _to = value;
+        _motion.reset();
+        _to = value;
         _isSet = true;
     }
     T at(double now) const {
-        if (!_curve || now >= _began + _curve->duration()) return _to;
-        return interpolated(_from, _to, _curve->at(now - _began));
+        if (!isMovingAt(now)) return _to;
+        return interpolated(_motion->from, _to, _motion->curve.at(now - _motion->began));
     }
     const T& target() const { return _to; }
     bool isSet() const { return _isSet; }
-    double restsAt(double now) const {
-        return _curve && now < _began + _curve->duration() ? _began + _curve->duration() : now;
-    }
+    double restsAt(double now) const { return isMovingAt(now) ? _motion->ends() : now; }
 
 private:
-    T _from{};
+    struct Motion {
+        T from;
+        Curve curve;
+        double began;
+
+        double ends() const { return began + curve.duration(); }
+    };
+
+    bool isMovingAt(double now) const { return _motion && now < _motion->ends(); }
+
     T _to{};
-    std::optional<Curve> _curve;
-    double _began = 0;
+    std::unique_ptr<const Motion> _motion;
     bool _isSet = false;
 };
 

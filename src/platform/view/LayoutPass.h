@@ -34,7 +34,7 @@ public:
         child.windowOrigin = parent.windowOrigin + child.target.origin;
         move(child.frame, child.target);
         const auto outer = curve;
-        if (child.curveUpdate == update) curve = child.curve;
+        if (child.ownCurve && child.ownCurve->update == update) curve = child.ownCurve->curve;
         child.element->place(child, proposal, *this);
         curve = outer;
     }

@@ -72,9 +72,12 @@ public:
     bool isPressed = false;
     /// There for its states alone: neither placed nor drawn.
     bool isParked = false;
-    /// The curve of what changes below in the update with this number.
-    std::optional<Curve> curve;
-    int curveUpdate = -1;
+    /// The curve of what changes below in the update with this number; null where no update had one.
+    struct OwnCurve {
+        Curve curve;
+        int update;
+    };
+    std::unique_ptr<const OwnCurve> ownCurve;
 
     /// Where layout put it: in its parent, and in the window.
     Rect target;

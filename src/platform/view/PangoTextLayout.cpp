@@ -35,8 +35,8 @@ std::vector<double> letterWidths(const PangoLayoutLine* line) {
 
 }  // namespace
 
-PangoTextLayout::PangoTextLayout(std::vector<Part> parts, const TextOptions& options, bool isTruncated)
-    : _parts(std::move(parts)), _isTruncated(isTruncated) {
+PangoTextLayout::PangoTextLayout(std::vector<Part> parts, const TextOptions& options, Rest rest)
+    : _parts(std::move(parts)), _rest(rest) {
     for (const auto& part : _parts) addLines(part, _lines.empty() ? 0 : _lines.back().rect.maxY());
     double left = unbounded;
     double right = 0;

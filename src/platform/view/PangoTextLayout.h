@@ -18,13 +18,20 @@ public:
         std::size_t begin = 0;
         std::size_t length = 0;
     };
-    /// At least one part with at least one line.
-    PangoTextLayout(std::vector<Part> parts, const TextOptions& options, bool isTruncated);
+    enum class Rest {
+        none,
+        isLeftOut,
+        /// Left out, and it begins another line.
+        isLeftOutFromNextLine
+    };
+    /// At least one part with at least one line. `rest` is what the parts don't show.
+    PangoTextLayout(std::vector<Part> parts, const TextOptions& options, Rest rest);
 
     Size size() const override { return _size; }
     double baseline() const override { return _lines.front().baseline; }
     int lineCount() const override { return static_cast<int>(_lines.size()); }
-    bool isTruncated() const override { return _isTruncated; }
+    bool isTruncated() const override { return _rest != Rest::none; }
+    Rest rest() const { return _rest; }
     Rect caret(std::size_t offset) const override;
     std::size_t offsetAt(Point point) const override;
     std::vector<Rect> areas(std::size_t begin, std::size_t end) const override;
@@ -56,7 +63,7 @@ private:
     std::vector<Part> _parts;
     std::vector<Line> _lines;
     Size _size;
-    bool _isTruncated = false;
+    Rest _rest = Rest::none;
     bool _isOverflowing = false;
 };
 

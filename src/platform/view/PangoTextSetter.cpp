@@ -80,7 +80,16 @@ PangoTextSetter::PangoTextSetter(FontFamilies families)
 }
 
 std::shared_ptr<const TextLayout> PangoTextSetter::set(const String& text, const TextOptions& options) {
-    const auto visible = visibleText(text, options);
+    const auto visible = visibleText(text, options, usualLetters);
+    const auto layout = set(visible, options);
+    if (!visible.isCutByLetters || layout->rest() == PangoTextLayout::Rest::isLeftOutFromNextLine) {
+        return layout;
+    }
+    return set(visibleText(text, options, narrowestLetters), options);
+}
+
+std::shared_ptr<const PangoTextLayout> PangoTextSetter::set(const VisibleText& visible,
+                                                            const TextOptions& options) {
     const auto key = keyOf(visible, options);
     if (auto known = _layouts.objectForKey(key)) return known;
     auto layout = std::make_shared<const PangoTextLayout>(lines(visible, options));
@@ -110,6 +119,7 @@ handles::Object<PangoLayout> PangoTextSetter::layout(std::string_view text, cons
 }
 
 PangoTextLayout PangoTextSetter::lines(const VisibleText& visible, const TextOptions& options) {
+    using Rest = PangoTextLayout::Rest;
     // Pango counts the lines of each paragraph by itself, so the last line is set apart.
     std::vector<PangoTextLayout::Part> parts;
     auto body =
@@ -120,7 +130,7 @@ PangoTextLayout PangoTextSetter::lines(const VisibleText& visible, const TextOpt
         options.lineLimit <= 0 || (lineCount <= options.lineLimit && !visible.isCut) || lineCount == 0;
     if (isWhole) {
         parts.push_back({std::move(body), lineCount, 0, visible.text.size()});
-        return {std::move(parts), options, visible.isCut};
+        return {std::move(parts), options, visible.isCut ? Rest::isLeftOut : Rest::none};
     }
     const auto* last = pango_layout_get_line_readonly(body.get(), std::min(lineCount, options.lineLimit) - 1);
     const auto begin = static_cast<std::size_t>(last->start_index);
@@ -128,7 +138,8 @@ PangoTextLayout PangoTextSetter::lines(const VisibleText& visible, const TextOpt
     const int kept = std::min(lineCount, options.lineLimit) - 1;
     if (kept > 0) parts.push_back({std::move(body), kept, 0, begin});
     parts.push_back(std::move(tail));
-    return {std::move(parts), options, true};
+    return {std::move(parts), options,
+            lineCount > options.lineLimit ? Rest::isLeftOutFromNextLine : Rest::isLeftOut};
 }
 
 PangoTextLayout::Part PangoTextSetter::lastLine(const VisibleText& visible, std::size_t begin,

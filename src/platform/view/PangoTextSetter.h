@@ -30,6 +30,7 @@ private:
     /// In a direction that the text has, or in the one that it is given.
     handles::Object<PangoLayout> layout(std::string_view text, const TextOptions& options,
                                         std::optional<PangoDirection> direction = std::nullopt);
+    std::shared_ptr<const PangoTextLayout> set(const VisibleText& visible, const TextOptions& options);
     PangoTextLayout lines(const VisibleText& visible, const TextOptions& options);
     PangoTextLayout::Part lastLine(const VisibleText& visible, std::size_t begin, PangoDirection direction,
                                    const TextOptions& options);

@@ -10,11 +10,10 @@ namespace vellumix::view {
 
 namespace {
 
-std::size_t characterLimit(const TextOptions& options) {
-    constexpr double narrowest = 0.15;  // of the font's size
+std::size_t characterLimit(const TextOptions& options, double letters) {
     constexpr double least = 16;
     if (options.lineLimit <= 0 || !(options.maximumWidth < unbounded)) return longestText;
-    const double line = options.maximumWidth / (std::max(1.0, options.font.size) * narrowest) + least;
+    const double line = options.maximumWidth / (std::max(1.0, options.font.size) * letters) + least;
     return static_cast<std::size_t>(
         std::clamp(line * options.lineLimit, least, static_cast<double>(longestText)));
 }
@@ -60,10 +59,10 @@ std::size_t graphemeBoundary(const std::string& text, const std::vector<std::siz
 
 }  // namespace
 
-VisibleText visibleText(std::string_view text, const TextOptions& options) {
+VisibleText visibleText(std::string_view text, const TextOptions& options, double letters) {
     // What follows decides whether the cut goes through a grapheme.
     constexpr std::size_t following = 32;
-    const auto limit = characterLimit(options);
+    const auto limit = characterLimit(options, letters);
     VisibleText visible;
     visible.text.reserve(std::min(text.size(), 2 * limit));
     std::vector<std::size_t> starts;
@@ -94,6 +93,7 @@ VisibleText visibleText(std::string_view text, const TextOptions& options) {
         visible.text.pop_back();
     // A few line ends alone behind the last line aren't worth an ellipsis.
     const auto behind = text.substr(at);
+    visible.isCutByLetters = starts.size() > limit && limit < longestText;
     visible.isCut = behind.size() > limit || behind.find_first_not_of("\r\n") != std::string_view::npos;
     return visible;
 }

@@ -148,8 +148,8 @@ void TreeCore::describe(Node& node, const ChildList::Entry& entry, const std::op
     auto below = curve;
     if (!isNew) {
         if (const auto own = entry.view.element()->animation(*node.element); own && !_isSettling) {
-            node.curve = below = own;
-            node.curveUpdate = _update;
+            below = own;
+            node.ownCurve = std::make_unique<const Node::OwnCurve>(Node::OwnCurve{*own, _update});
         }
         if (auto reaction = entry.view.element()->reaction(*node.element)) {
             _reactions.push_back(std::move(reaction));

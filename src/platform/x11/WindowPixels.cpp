@@ -12,7 +12,7 @@ namespace vellumix::x11 {
 namespace {
 
 constexpr int bytesPerPixel = 4;
-/// Two alternate, and a third steps in while the server still reads both.
+/// One is drawn again and again, and others step in while the server still reads it.
 constexpr std::size_t sharedBuffers = 3;
 constexpr int largestSide = 16384;
 /// A PutImage request without its data (X protocol, appendix B), with the longer length field.
@@ -70,6 +70,12 @@ void WindowPixels::complete(xcb_shm_seg_t segment) {
     for (auto& buffer : _buffers) {
         if (buffer.segment == segment && buffer.readers > 0) --buffer.readers;
     }
+    const auto isRead = [](const Buffer& buffer) { return buffer.readers > 0; };
+    if (std::ranges::any_of(_buffers, isRead)) return;
+    for (auto at = _buffers.begin(); at != _buffers.end();) {
+        auto& buffer = *at++;
+        if (&buffer != _present && &buffer != _drawn) discard(buffer);
+    }
 }
 
 void WindowPixels::discard(Buffer& buffer) {
@@ -89,8 +95,10 @@ PixelBuffer WindowPixels::begin(int width, int height) {
         if (buffer.width != width || buffer.height != height) discard(buffer);
     }
     for (auto& buffer : _buffers) {
-        if (buffer.readers == 0 && &buffer != _present) _drawn = &buffer;
+        if (buffer.readers == 0 && (!_drawn || buffer.segment)) _drawn = &buffer;
     }
+    // What is in it goes with the first stroke.
+    if (_drawn == _present) _present = nullptr;
     const int stride = width * bytesPerPixel;
     const auto bytes = static_cast<std::size_t>(stride) * static_cast<std::size_t>(height);
     if (!_drawn) {

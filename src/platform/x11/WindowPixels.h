@@ -12,7 +12,8 @@
 namespace vellumix::x11 {
 
 /// The buffers of one window: shared with the server (MIT-SHM 1.2) where it is on this machine, else sent.
-/// Never waits for the server to have read one: it takes another meanwhile. Main thread.
+/// Never waits for the server to have read one: it takes another meanwhile, and keeps one when all are read.
+/// Main thread.
 class WindowPixels {
 public:
     /// `depth` is that of what will be drawn on, 24 or 32.
@@ -21,7 +22,7 @@ public:
     WindowPixels(const WindowPixels&) = delete;
     WindowPixels& operator=(const WindowPixels&) = delete;
 
-    /// A buffer of that size, in pixels, that nobody reads. Empty without memory.
+    /// A buffer of that size, in pixels, that nobody reads, often the present one. Empty without memory.
     PixelBuffer begin(int width, int height);
     /// Makes the buffer that was begun the present one; false when there is none.
     bool end();

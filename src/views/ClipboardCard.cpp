@@ -30,14 +30,11 @@ constexpr double tallestImage = 200;
 /// The beginning of a text, cut between two characters.
 String headOf(const String& text) {
     if (text.size() <= longestHead) return text;
-    // Letters are longer than this only where marks are piled up.
-    constexpr std::size_t longestLetter = 256;
-    auto from = longestHead - longestLetter;
-    const auto startsCodePoint = [&](std::size_t at) { return (text.view()[at] & 0xC0) != 0x80; };
-    while (from < longestHead - longestLetter + 3 && !startsCodePoint(from)) ++from;
-    const auto boundaries = graphemeBoundaries(text.view().substr(from, longestHead - from));
-    // The last character may go on behind the cut.
-    return text.view().substr(0, from + boundaries[boundaries.size() - 2]);
+    auto cut = graphemeBoundaryBefore(text.view(), longestHead);
+    // A pile of marks fills the whole head.
+    if (cut == 0) cut = longestHead;
+    while ((text.view()[cut] & 0xC0) == 0x80) --cut;
+    return text.view().substr(0, cut);
 }
 
 std::optional<String> transformableText(const ClipboardItem& item) {

@@ -41,8 +41,8 @@ TEST_F(HistorySearchTest, FindsWhateverTheCaseAndNotWithoutTheAccent) {
     };
     for (const auto& one : cases) {
         EXPECT_EQ(CaselessText(one.query).isIn(one.text), one.isFound) << one.text << " / " << one.query;
-        // Wherever it lies to the pieces in which a long text is searched.
-        for (const std::size_t before : {16380, 16383, 16384, 40000}) {
+        // Wherever it lies to the blocks and pieces in which a text is searched.
+        for (const std::size_t before : {1, 12, 15, 16, 17, 16380, 16383, 16384, 40000}) {
             const auto text = std::string(before, '.') + one.text + std::string(20000, 'i');
             EXPECT_EQ(CaselessText(one.query).isIn(text), one.isFound) << one.query << " after " << before;
         }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <limits>
 
 #include "platform/foundation/Base64.h"
@@ -215,6 +216,22 @@ TEST(Unicode, TextsThatReadTheSameAreEqual) {
     for (const auto& each : cases) {
         EXPECT_EQ(canonicallyEqual(each.a, each.b), each.equal) << each.a << ' ' << each.b;
         EXPECT_EQ(canonicallyEqual(each.b, each.a), each.equal) << each.b << ' ' << each.a;
+    }
+}
+
+TEST(Unicode, TheNearestLetterIsTheSameFromEverySide) {
+    for (const std::string text :
+         {"plain", "two\r\nlines\r\r\n\n", "e\u0301a\u0301\u0301b", "a\u200Db\u0903c", "1\uFE0F\u20E3 2",
+          "\U0001F469\U0001F3FD\u200D\U0001F4BBx", "\r", "x"}) {
+        const auto all = graphemeBoundaries(text);
+        for (std::size_t at = 0; at <= text.size(); ++at) {
+            const auto behind = std::ranges::upper_bound(all, at);
+            const auto before = std::ranges::lower_bound(all, at);
+            EXPECT_EQ(graphemeBoundaryAfter(text, at), behind == all.end() ? text.size() : *behind)
+                << text << ' ' << at;
+            EXPECT_EQ(graphemeBoundaryBefore(text, at), before == all.begin() ? 0 : *(before - 1))
+                << text << ' ' << at;
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -79,11 +80,12 @@ private:
     std::array<Fold, 0x800> _folds{};
 };
 
-/// Characters of three bytes that have no case, and compose with nothing before them: kana, ideographs and
-/// syllables of Hangul.
+/// Characters of three bytes that have no case, and compose with nothing before them: kana, ideographs, their
+/// punctuation and syllables of Hangul.
 bool isCaselessStarter(const char* character) {
     const auto code = (character[0] & 0x0FU) << 12 | (character[1] & 0x3FU) << 6 | (character[2] & 0x3FU);
-    return (code >= 0x3031 && code <= 0x9FFF && code != 0x3099 && code != 0x309A) ||
+    return (code >= 0x3000 && code <= 0x9FFF && !(code >= 0x302A && code <= 0x302F) && code != 0x3099 &&
+            code != 0x309A) ||
            (code >= 0xAC00 && code <= 0xD7A3);
 }
 
@@ -108,71 +110,128 @@ std::size_t pieceEnd(std::string_view text, std::size_t from) {
     return end;
 }
 
-/// Whether `blockSize` characters and the one behind them are all ASCII.
+/// How many ASCII characters a block begins with.
 constexpr std::size_t blockSize = 16;
-bool isASCIIBlock(std::string_view text, std::size_t at) {
-    if (at + blockSize >= text.size()) return false;
-    std::uint64_t words[blockSize / sizeof(std::uint64_t)];
-    std::memcpy(words, text.data() + at, blockSize);
-    return ((words[0] | words[1]) & 0x8080808080808080U) == 0 && isASCII(text[at + blockSize]);
+std::size_t leadingASCII(const char* block) {
+    for (std::size_t at = 0; at < blockSize; at += sizeof(std::uint64_t)) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, block + at, sizeof word);
+        if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+        const auto others = word & 0x8080808080808080U;
+        if (others != 0) return at + static_cast<std::size_t>(std::countr_zero(others)) / 8;
+    }
+    return blockSize;
 }
 
-/// Appends the folded form. Most characters fold one by one; those that others combine with go to the library
-/// together.
-void appendFolded(std::string_view text, std::string& into) {
-    const auto& folds = TwoByteFolds::shared();
-    auto used = into.size();
-    // No character grows to more than twice its bytes, but for those that the library folds.
-    const auto roomFor = [](std::size_t bytes) { return 2 * bytes + sizeof(TwoByteFolds::Fold); };
-    into.resize(used + roomFor(text.size()));
-    auto length = simpleLength(text, 0, folds);
-    for (std::size_t at = 0; at < text.size();) {
-        const auto* from = text.data() + at;
-        auto* const to = into.data() + used;
-        // The character behind the block may combine with its last.
-        if (length == 1 && isASCIIBlock(text, at)) {
-            std::transform(from, from + blockSize, to, foldedASCII);
-            at += blockSize;
-            used += blockSize;
-            continue;
+/// The folded form of a text as it grows, in a string that has the room for it.
+class Folding {
+public:
+    Folding(std::string_view text, std::string& into) : _text(text), _into(into), _used(into.size()) {
+        makeRoom();
+        while (_at < _text.size()) {
+            foldBlocks();
+            foldSimple();
         }
-        const auto next = simpleLength(text, at + length, folds);
-        if (length > 0 && (next > 0 || at + length == text.size())) {
-            if (length == 1) {
-                *to = foldedASCII(*from);
-                ++used;
-            } else if (length == 2) {
+        _into.resize(_used);
+    }
+
+private:
+    /// No character grows to more than twice its bytes, but for those that the library folds.
+    void makeRoom() {
+        const auto needed = _used + 2 * (_text.size() - _at) + blockSize;
+        if (needed > _into.size()) _into.resize(std::max(needed, _into.size() + _into.size() / 2));
+    }
+    void foldedTo(std::size_t at, const char* to) {
+        _at = at;
+        _used = static_cast<std::size_t>(to - _into.data());
+    }
+    // The two loops below work on copies: what they write could be any member, for all that the compiler
+    // knows.
+    void foldBlocks() {
+        const auto text = _text;
+        auto at = _at;
+        auto* to = _into.data() + _used;
+        std::size_t count = blockSize;
+        // All of a block costs less than a part of it.
+        for (; count == blockSize && at + blockSize <= text.size(); at += count, to += count) {
+            const auto* const block = text.data() + at;
+            std::transform(block, block + blockSize, to, foldedASCII);
+            count = leadingASCII(block);
+        }
+        if (count == blockSize) {
+            for (; at < text.size() && isASCII(text[at]); ++at) *to++ = foldedASCII(text[at]);
+        }
+        foldedTo(at, to);
+    }
+    /// Characters beyond ASCII and blanks among them, while they fold one by one.
+    void foldSimple() {
+        const auto text = _text;
+        const auto& folds = _folds;
+        auto at = _at;
+        auto* to = _into.data() + _used;
+        while (at < text.size()) {
+            const auto* const from = text.data() + at;
+            const auto length = simpleLength(text, at, folds);
+            if (length == 2) {
                 const auto& fold = folds[from];
                 std::memcpy(to, fold.bytes.data(), fold.bytes.size());
-                used += fold.length;
+                to += fold.length;
+            } else if (length == 1) {
+                if (at + 1 < text.size() && isASCII(from[1])) break;
+                *to++ = foldedASCII(*from);
+            } else if (length == 0) {
+                foldedTo(at, to);
+                return foldCombined();
             } else {
                 std::memcpy(to, from, length);
-                used += length;
+                to += length;
             }
             at += length;
-            length = next;
-            continue;
+        }
+        foldedTo(at, to);
+    }
+    /// A character that does not, and those beside it that may compose with it, by the library.
+    void foldCombined() {
+        auto begin = _at;
+        // The one before has been folded as if it stood alone.
+        if (begin > 0) {
+            do --begin;
+            while (begin > 0 && (_text[begin] & 0xC0) == 0x80);
+            const auto length = _at - begin;
+            _used -= length == 2 ? _folds[_text.data() + begin].length : length;
         }
         // Up to where two simple ones stand beside each other.
-        auto end = at + std::max<std::size_t>(1, length);
-        for (length = 0; end < text.size(); ++end) {
-            length = simpleLength(text, end, folds);
-            if (length > 0 && (end + length == text.size() || simpleLength(text, end + length, folds) > 0))
+        auto end = _at + 1;
+        for (; end < _text.size(); ++end) {
+            const auto length = simpleLength(_text, end, _folds);
+            if (length > 0 &&
+                (end + length == _text.size() || simpleLength(_text, end + length, _folds) > 0)) {
                 break;
+            }
         }
-        const auto combined = folded(text.substr(at, end - at));
-        at = end;
-        const auto needed = used + combined.size() + roomFor(text.size() - at);
-        if (needed > into.size()) into.resize(std::max(needed, into.size() + into.size() / 2));
-        std::ranges::copy(combined, into.data() + used);
-        used += combined.size();
+        const auto combined = folded(_text.substr(begin, end - begin));
+        _at = end;
+        _into.resize(std::max(_into.size(), _used + combined.size()));
+        std::ranges::copy(combined, _into.data() + _used);
+        _used += combined.size();
+        makeRoom();
     }
-    into.resize(used);
-}
+
+    const TwoByteFolds& _folds = TwoByteFolds::shared();
+    std::string_view _text;
+    std::string& _into;
+    std::size_t _at = 0;
+    std::size_t _used;
+};
+
+void appendFolded(std::string_view text, std::string& into) { Folding(text, into); }
 
 }  // namespace
 
-CaselessText::CaselessText(std::string_view text) { appendFolded(text, _folded); }
+CaselessText::CaselessText(std::string_view text) {
+    // Without the tables, which an empty query would need for nothing.
+    if (!text.empty()) appendFolded(text, _folded);
+}
 
 bool CaselessText::isIn(std::string_view text) const {
     if (_folded.empty()) return true;
@@ -180,7 +239,8 @@ bool CaselessText::isIn(std::string_view text) const {
     for (std::size_t from = 0; from < text.size();) {
         const auto end = pieceEnd(text, from);
         appendFolded(text.substr(from, end - from), window);
-        if (window.find(_folded) != std::string::npos) return true;
+        // The letters of a language share their first byte, which `find` would stop at again and again.
+        if (memmem(window.data(), window.size(), _folded.data(), _folded.size())) return true;
         // What a match that goes on in the next piece may have begun with.
         window.erase(0, window.size() - std::min(window.size(), _folded.size() - 1));
         from = end;

@@ -53,6 +53,14 @@ std::size_t codePointStart(std::string_view text, std::size_t at) {
     return at;
 }
 
+/// Whether a grapheme ends between two ASCII characters: always, but in a line end of two (Unicode Standard
+/// Annex 29, rule GB3). False where others are involved, and at both ends of the text.
+bool isBoundaryInASCII(std::string_view text, std::size_t at) {
+    if (at == 0 || at >= text.size()) return false;
+    const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    return isASCII(text[at - 1]) && isASCII(text[at]) && !(text[at - 1] == '\r' && text[at] == '\n');
+}
+
 template <class Map>
 std::string mapped(std::string_view text, Map map) {
     std::string result;
@@ -101,17 +109,22 @@ public:
 
 private:
     Breaks(std::string_view text, Kind kind, std::size_t begin, std::size_t end) : _begin(begin), _end(end) {
-        // Made once: loading the rules costs more than all the short texts of a window.
-        static const auto graphemes = make(Kind::grapheme);
-        static const auto words = make(Kind::word);
-        const auto& prototype = kind == Kind::grapheme ? graphemes : words;
-        if (prototype) _iterator.reset(prototype->clone());
+        if (const auto* prototype = shared(kind)) _iterator.reset(prototype->clone());
         UErrorCode status = U_ZERO_ERROR;
         utext_openUTF8(&_source, text.data() + begin, static_cast<std::int64_t>(end - begin), &status);
         if (_iterator) _iterator->setText(&_source, status);
         if (U_FAILURE(status)) _iterator.reset();
     }
 
+    /// Made once: loading the rules costs more than all the short texts of a window.
+    static const icu::BreakIterator* shared(Kind kind) {
+        if (kind == Kind::grapheme) {
+            static const auto graphemes = make(Kind::grapheme);
+            return graphemes.get();
+        }
+        static const auto words = make(Kind::word);
+        return words.get();
+    }
     static std::unique_ptr<icu::BreakIterator> make(Kind kind) {
         UErrorCode status = U_ZERO_ERROR;
         const auto& locale = icu::Locale::getRoot();
@@ -250,6 +263,7 @@ std::vector<std::size_t> graphemeBoundaries(std::string_view text) {
 
 std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset) {
     if (offset == 0) return 0;
+    if (isBoundaryInASCII(text, offset - 1)) return offset - 1;
     const Breaks graphemes(text, Breaks::Kind::grapheme, offset);
     if (!graphemes.isReady()) return 0;
     return graphemes.offsetBefore(graphemes->preceding(graphemes.place(offset)));
@@ -257,6 +271,7 @@ std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset) {
 
 std::size_t graphemeBoundaryAfter(std::string_view text, std::size_t offset) {
     if (offset >= text.size()) return text.size();
+    if (isBoundaryInASCII(text, offset + 1)) return offset + 1;
     const Breaks graphemes(text, Breaks::Kind::grapheme, offset);
     if (!graphemes.isReady()) return text.size();
     return graphemes.offsetAfter(graphemes->following(graphemes.place(offset)));

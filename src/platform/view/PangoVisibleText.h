@@ -24,8 +24,8 @@ struct VisibleText {
 /// thousand of them costs a millisecond.
 inline constexpr std::size_t longestText = 20'000;
 
-/// The mean width of letters, in parts of the font's size: what those of any language stay above, and what not
-/// even a line of full stops falls below.
+/// The mean width of letters, in parts of the font's size: what those of any language stay above, and what
+/// not even a line of full stops falls below.
 inline constexpr double usualLetters = 0.4;
 inline constexpr double narrowestLetters = 0.15;
 

@@ -25,13 +25,13 @@ AutoCleanScheduler::AutoCleanScheduler(Store& store, std::function<AutoCleanSett
                                        std::function<void(AutoCleanSettings)> setSettings)
     : _store(store), _getSettings(std::move(getSettings)), _setSettings(std::move(setSettings)) {}
 
-AutoCleanScheduler::Due AutoCleanScheduler::dueModes(const AutoCleanSettings& settings, Date now) {
-    const bool daily =
-        settings.modes.contains(AutoCleanMode::daily) && hasRunOut(settings.lastDailyRunAt, day, now);
-    const bool weekly =
-        settings.modes.contains(AutoCleanMode::weekly) && hasRunOut(settings.lastWeeklyRunAt, week, now);
-    if (daily) return weekly ? Due::both : Due::daily;
-    return weekly ? Due::weekly : Due::none;
+AutoCleanScheduler::DueModes AutoCleanScheduler::dueModes(const AutoCleanSettings& settings, Date now) {
+    return {
+        .daily =
+            settings.modes.contains(AutoCleanMode::daily) && hasRunOut(settings.lastDailyRunAt, day, now),
+        .weekly =
+            settings.modes.contains(AutoCleanMode::weekly) && hasRunOut(settings.lastWeeklyRunAt, week, now),
+    };
 }
 
 std::vector<ClipboardItem> AutoCleanScheduler::remainingItems(const AutoCleanSettings& settings,
@@ -57,7 +57,7 @@ void AutoCleanScheduler::invalidateTimer() { _timer.reset(); }
 
 void AutoCleanScheduler::cleanIfDue() {
     const auto due = dueModes(_getSettings(), RunLoop::main().now());
-    if (due != Due::none) performClean(due);
+    if (due.daily || due.weekly) performClean(due.daily, due.weekly);
 }
 
 bool AutoCleanScheduler::userConsents() {
@@ -72,7 +72,7 @@ bool AutoCleanScheduler::userConsents() {
     return answer == NSAlert::firstButtonReturn + 1;
 }
 
-void AutoCleanScheduler::performClean(Due due) {
+void AutoCleanScheduler::performClean(bool daily, bool weekly) {
     // The hourly check goes on while the question is open; a second question would ask nothing new, and a
     // clean behind the open one would take the answer out of the user's hands.
     if (_isAsking) return;
@@ -87,8 +87,8 @@ void AutoCleanScheduler::performClean(Due due) {
         _store.replaceAll(remainingItems(_getSettings(), _store.items().get()));
     }
     auto settings = _getSettings();
-    if (due == Due::daily || due == Due::both) settings.lastDailyRunAt = now;
-    if (due == Due::weekly || due == Due::both) settings.lastWeeklyRunAt = now;
+    if (daily) settings.lastDailyRunAt = now;
+    if (weekly) settings.lastWeeklyRunAt = now;
     settings.lastRunAt = now;
     _setSettings(std::move(settings));
     if (removes) NotificationCenter::defaultCenter().post(historyCleanedNotification);

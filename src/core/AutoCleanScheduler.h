@@ -26,14 +26,19 @@ public:
     /// Ends the schedule.
     void invalidateTimer();
 
-    enum class Due { none, daily, weekly, both };
-    /// One clean, which sets the last-run dates that `due` names. With `confirm`, the user is asked first,
-    /// and anything but consent leaves everything as it was. While such a question is open, further cleans do
-    /// nothing.
-    void performClean(Due due);
+    /// One clean, which sets the last-run dates of the periods that it stands for besides that of any run.
+    /// With `confirm`, the user is asked first, and anything but consent leaves everything as it was. While
+    /// such a question is open, further cleans do nothing.
+    void performClean(bool daily, bool weekly);
 
+    struct DueModes {
+        bool daily = false;
+        bool weekly = false;
+
+        friend bool operator==(const DueModes&, const DueModes&) = default;
+    };
     /// Which periods have run out at `now`.
-    static Due dueModes(const AutoCleanSettings& settings, Date now);
+    static DueModes dueModes(const AutoCleanSettings& settings, Date now);
     /// What a clean leaves, in order.
     static std::vector<ClipboardItem> remainingItems(const AutoCleanSettings& settings,
                                                      const std::vector<ClipboardItem>& items);

@@ -83,7 +83,7 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
 
     _watcher = std::make_unique<PasteboardWatcher>(_store);
     _watcher->start();
-    _statusBar = std::make_unique<StatusBarController>(*this);
+    _statusBar = std::make_unique<StatusBarController>(_store, *this);
     _statusBar->currentSize = popoverSize.get();
     if (!hotkeyCoordinator().updateHotkey(shortcut.get())) {
         Log("AppDelegate").error("Failed to register global hotkey on launch");
@@ -91,7 +91,7 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
 
     auto& scheduler = autoCleanScheduler();
     if (autoCleanSettings->modes.contains(AutoCleanMode::onLaunch)) {
-        scheduler.performClean(AutoCleanScheduler::Due::none);
+        scheduler.performClean(false, false);
     }
     scheduler.start();
 }

@@ -1,5 +1,6 @@
 #include "shell/AppearanceSettings.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <vector>
@@ -26,10 +27,14 @@ double squaredDistance(const view::Color& a, const view::Color& b) {
 
 }  // namespace
 
+std::string_view rawValue(BlockStyle style) { return style == BlockStyle::single ? "single" : "alternate"; }
+
 AppearanceSettings loadAppearanceSettings() {
-    const auto style = UserDefaults::standard().value<std::string>("appearance.blockStyle");
+    const auto stored = UserDefaults::standard().value<std::string>("appearance.blockStyle");
+    const auto* const style = std::ranges::find_if(
+        allBlockStyles, [&](BlockStyle each) { return stored == std::string(rawValue(each)); });
     return {
-        .blockStyle = style == "single" ? BlockStyle::single : BlockStyle::alternate,
+        .blockStyle = style == allBlockStyles.end() ? BlockStyle::alternate : *style,
         .colorA = loadColor("appearance.colorA"),
         .colorB = loadColor("appearance.colorB"),
         .singleColor = loadColor("appearance.singleColor"),

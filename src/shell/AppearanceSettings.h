@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <string_view>
 
 #include "platform/foundation/Data.h"
 #include "platform/view/Style.h"
@@ -10,6 +11,9 @@ namespace vellumix {
 
 /// How blocks of the list are coloured: in two colours by turns, or all in one.
 enum class BlockStyle { alternate, single };
+inline constexpr std::array allBlockStyles{BlockStyle::alternate, BlockStyle::single};
+/// As it is stored.
+std::string_view rawValue(BlockStyle style);
 
 /// The colours that a block may have.
 inline constexpr std::array<view::Color, 6> blockPalette{{

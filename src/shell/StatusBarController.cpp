@@ -40,8 +40,8 @@ std::optional<NSScreen> mainOrFirstScreen() {
 
 }  // namespace
 
-StatusBarController::StatusBarController(AppDelegate& application)
-    : _application(application), _statusItem(platform::current().statusBar.makeStatusItem()) {
+StatusBarController::StatusBarController(Store& store, AppDelegate& application)
+    : _store(store), _application(application), _statusItem(platform::current().statusBar.makeStatusItem()) {
     restoreFromDefaults();
     showTexts();
     _statusItem->setAction(_lifetime.weakly([this] { toggleFromStatusItem(); }));
@@ -144,7 +144,7 @@ void StatusBarController::panelHasGone() {
 
 void StatusBarController::buildPanel() {
     const auto root = _application.rootView()
-                          .environment(&_application.store())
+                          .environment(&_store)
                           .environment(&_application)
                           .environment(&_application.themeManager())
                           .environment(&_application.languageManager());

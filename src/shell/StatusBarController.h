@@ -13,6 +13,7 @@
 namespace vellumix {
 
 class AppDelegate;
+class Store;
 
 /// Owns the program's icon in the desktop's panel, with its menu, and the floating panel: shows, places and
 /// hides it, and remembers where it was. Main thread only.
@@ -27,8 +28,8 @@ public:
     /// Posted on the default centre before a hidden panel is shown.
     static constexpr auto panelOpens = "PanelOpens";
 
-    /// Restores size and place from the user defaults. `application` must outlive the controller.
-    explicit StatusBarController(AppDelegate& application);
+    /// Restores size and place from the user defaults. Both must outlive the controller.
+    StatusBarController(Store& store, AppDelegate& application);
 
     /// Shows the panel in front with the keyboard, on the main screen. While it is visible, it is placed and
     /// faded in anew.
@@ -59,6 +60,7 @@ private:
     /// Nothing that was opened for the panel stays open without it.
     void panelHasGone();
 
+    Store& _store;
     AppDelegate& _application;
     std::unique_ptr<NSStatusItem> _statusItem;
     std::unique_ptr<FloatingPanel> _floatingPanel;

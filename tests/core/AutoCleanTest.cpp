@@ -9,7 +9,7 @@
 namespace vellumix {
 namespace {
 
-using Due = AutoCleanScheduler::Due;
+using DueModes = AutoCleanScheduler::DueModes;
 
 class AutoCleanTest : public HeadlessTest {
 protected:
@@ -61,16 +61,16 @@ TEST_F(AutoCleanTest, PeriodsRunOutEachForItself) {
     const struct {
         std::set<AutoCleanMode> modes;
         double age;
-        Due due;
+        DueModes due;
     } cases[] = {
-        {{}, 1e9, Due::none},
-        {{AutoCleanMode::onLaunch}, 1e9, Due::none},
-        {{AutoCleanMode::daily}, 86399.9, Due::none},
-        {{AutoCleanMode::daily}, 86400, Due::daily},
-        {{AutoCleanMode::weekly}, 604799, Due::none},
-        {{AutoCleanMode::weekly}, 604800, Due::weekly},
-        {{AutoCleanMode::daily, AutoCleanMode::weekly}, 86400, Due::daily},
-        {{AutoCleanMode::daily, AutoCleanMode::weekly}, 604800, Due::both},
+        {{}, 1e9, {}},
+        {{AutoCleanMode::onLaunch}, 1e9, {}},
+        {{AutoCleanMode::daily}, 86399.9, {}},
+        {{AutoCleanMode::daily}, 86400, {.daily = true}},
+        {{AutoCleanMode::weekly}, 604799, {}},
+        {{AutoCleanMode::weekly}, 604800, {.weekly = true}},
+        {{AutoCleanMode::daily, AutoCleanMode::weekly}, 86400, {.daily = true}},
+        {{AutoCleanMode::daily, AutoCleanMode::weekly}, 604800, {true, true}},
     };
     for (const auto& each : cases) {
         AutoCleanSettings chosen;
@@ -113,10 +113,10 @@ TEST_F(AutoCleanTest, TheQuestionIsAskedOnceAndOnlyConsentCleans) {
 
     store.add(textItem("another"));
     desktop.alerts.answer = [](const NSAlert&) { return 1001; };
-    scheduler.performClean(Due::none);
+    scheduler.performClean(false, false);
     EXPECT_EQ(count(), 3U);
     const auto shown = desktop.alerts.shown;
-    scheduler.performClean(Due::weekly);
+    scheduler.performClean(false, true);
     EXPECT_EQ(desktop.alerts.shown, shown) << "nothing would go, so nothing is asked";
     EXPECT_EQ(settings.lastWeeklyRunAt, now());
 }

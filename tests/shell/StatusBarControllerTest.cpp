@@ -238,7 +238,7 @@ TEST_F(FloatingPanelTest, ComesBackWhereItWasAfterARestart) {
         defaults.set("panelRelativeY", PropertyValue(stored.y));
         defaults.set("hasCustomPosition", PropertyValue(true));
         AppDelegate delegate;
-        StatusBarController controller(delegate);
+        StatusBarController controller(delegate.store(), delegate);
         EXPECT_EQ(controller.currentSize, stored.size);
         controller.show();
         EXPECT_EQ(panel().frame().origin, stored.origin);

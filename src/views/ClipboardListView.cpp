@@ -220,8 +220,7 @@ KeyHandler listKeys(const Snapshot& displayed, const Binding<int>& selectedIndex
         const auto withSelected = [&](auto act) {
             const auto at = static_cast<std::size_t>(selectedIndex.get());
             // Held, as the action may draw the list anew.
-            const auto held = displayed;
-            if (at < held->size()) act((*held)[at]);
+            if (at < displayed->size()) act(ClipboardItem((*displayed)[at]));
         };
         const auto& modifiers = event.modifiers;
         if (displayed->empty() || modifiers.hasControl || modifiers.hasCommand || modifiers.hasOption)

@@ -26,20 +26,17 @@ View searchField(const Binding<String>& searchText, const std::optional<Binding<
     const auto clearLabel = localized("action.clearSearch");
     const bool isEmpty = searchText.get().empty();
     const auto clear = [searchText] { withAnimation(looks::hover, [&] { searchText.set({}); }); };
-    const TextField plainField(searchText);
+    const TextField plainField(searchText, {.prompt = prompt, .promptColor = theme.mutedTextColor()});
     const View field = isFocused ? plainField.focusable(*isFocused) : View(plainField);
     return HStack(
                Spacing(4),
                Symbol("magnifyingglass")
                    .font(Font::system(12, Font::Weight::medium))
                    .foreground(theme.mutedTextColor()),
-               ZStack(Alignment::leading(),
-                      // What the empty field is for is said by its label.
-                      {If(isEmpty, Text(prompt).foreground(theme.mutedTextColor()).lineLimit(1)),
-                       field.foreground(theme.primaryTextColor())
-                           .focusRing(std::nullopt)
-                           .semantics(Role::textField, prompt)})
-                   .font(ThemeManager::smallFont())
+               field.font(ThemeManager::smallFont())
+                   .foreground(theme.primaryTextColor())
+                   .focusRing(std::nullopt)
+                   .semantics(Role::textField, prompt)
                    .fillWidth(Alignment::leading()),
                If(!isEmpty,
                   Button(

@@ -174,6 +174,22 @@ TEST_F(TextFieldTest, WhatIsComposedIsNotYetText) {
     EXPECT_EQ(text, "");
 }
 
+TEST_F(TextFieldTest, ThePromptMakesRoomForTheFirstLetterThoughItIsOnlyComposed) {
+    show({.prompt = "Find"});
+    const auto drawn = [&] {
+        std::vector<double> widths;
+        for (const auto& each : tree->drawn<draw::Text>()) widths.push_back(each.layout->size().width);
+        return widths;
+    };
+    EXPECT_EQ(drawn(), std::vector{4 * 5.0});
+    tree->tree->textComposed({"zhong", 5});
+    tree->frame();
+    EXPECT_EQ(drawn(), std::vector{5 * 5.0});
+    tree->tree->textComposed({});
+    type("ab");
+    EXPECT_EQ(drawn(), std::vector{2 * 5.0});
+}
+
 TEST_F(TextFieldTest, ASecretStaysOne) {
     const auto secret = std::make_shared<SecretText>();
     showField(SecretField(secret));

@@ -35,17 +35,14 @@ protected:
     TreeUnderTest bars{themed(Bars{&clears}), {{520, 200}}};
 };
 
-TEST_F(ToolbarTest, TypedTextTakesThePlaceOfThePromptUntilItIsCleared) {
-    EXPECT_TRUE(bars.has(Role::text, "Search"));
+TEST_F(ToolbarTest, WhatWasTypedIsClearedByItsButton) {
     EXPECT_FALSE(bars.has(Role::button, "Clear search"));
     bars.click(Role::textField, "Search");
     bars.press(Key::character, {}, "q");
     EXPECT_EQ(bars.find(Role::textField, "Search").value, "q");
-    EXPECT_FALSE(bars.has(Role::text, "Search"));
     bars.click(Role::button, "Clear search");
     bars.frame(1);
     EXPECT_EQ(bars.find(Role::textField, "Search").value, "");
-    EXPECT_TRUE(bars.has(Role::text, "Search"));
     EXPECT_FALSE(bars.has(Role::button, "Clear search"));
     EXPECT_EQ(clears, 0);
     bars.click(Role::button, "Clear history");

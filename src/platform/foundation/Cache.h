@@ -1,10 +1,12 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
@@ -67,6 +69,28 @@ private:
     std::list<Entry> _order;
     std::unordered_map<std::string, typename std::list<Entry>::iterator> _byKey;
     std::size_t _totalCost = 0;
+};
+
+/// Composes keys in one string, so that a look into a cache asks for no memory.
+class CacheKey {
+public:
+    /// The parts, texts and whole numbers, with a blank behind each; it holds until the next call.
+    template <class... Parts>
+    const std::string& of(const Parts&... parts) {
+        _key.clear();
+        (append(parts), ...);
+        return _key;
+    }
+
+private:
+    void append(std::string_view text) { (_key += text) += ' '; }
+    template <std::integral Number>
+    void append(Number number) {
+        // No longer than what a string holds in itself, but for the longest numbers.
+        append(std::string_view(std::to_string(number)));
+    }
+
+    std::string _key;
 };
 
 }  // namespace vellumix

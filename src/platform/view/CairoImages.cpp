@@ -30,8 +30,7 @@ std::shared_ptr<const handles::Surface> CairoImages::scaled(const std::shared_pt
     const bool isOwnSize = bitmap->width == width && bitmap->height == height;
     if (isOwnSize || width > largestSide || height > largestSide)
         return std::make_shared<const handles::Surface>(surfaceOf(*bitmap));
-    const auto key = std::to_string(reinterpret_cast<std::uintptr_t>(bitmap.get())) + ' ' +
-                     std::to_string(width) + ' ' + std::to_string(height);
+    const auto& key = _key.of(reinterpret_cast<std::uintptr_t>(bitmap.get()), width, height);
     if (const auto known = _copies.objectForKey(key); known && known->source.lock() == bitmap)
         return known->surface;
     const auto source = surfaceOf(*bitmap);

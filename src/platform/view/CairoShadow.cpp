@@ -100,11 +100,9 @@ std::shared_ptr<const CairoShadow::Patch> CairoShadow::patch(int width, int heig
     patch.corner = inside + reach;
     if (patch.width > largestSide || patch.height > largestSide) return nullptr;
     // The corners of a capsule follow from its whole height, so they belong to the key.
-    std::string key;
-    for (const long number : {static_cast<long>(shape.kind), static_cast<long>(innerWidth),
-                              static_cast<long>(innerHeight), std::lround(std::min(shape.radius, 1e6) * 64),
-                              std::lround(deviation * 64), static_cast<long>(inside)})
-        key += std::to_string(number) + ' ';
+    const auto& key =
+        _key.of(static_cast<int>(shape.kind), innerWidth, innerHeight,
+                std::lround(std::min(shape.radius, 1e6) * 64), std::lround(deviation * 64), inside);
     if (auto known = _patches.objectForKey(key)) return known;
     patch.mask.reset(cairo_image_surface_create(CAIRO_FORMAT_A8, patch.width, patch.height));
     const handles::Context context(cairo_create(patch.mask.get()));

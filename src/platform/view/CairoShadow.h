@@ -33,6 +33,7 @@ private:
 
     static constexpr std::size_t countLimit = 64;
     static constexpr std::size_t byteLimit = std::size_t{4} << 20;
+    CacheKey _key;
     NSCache<Patch> _patches{countLimit, byteLimit};
 };
 

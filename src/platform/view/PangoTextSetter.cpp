@@ -48,19 +48,6 @@ std::size_t lineEnd(std::string_view text) {
     return std::min({text.find_first_of("\r\n"), text.find("\u2028"), text.find("\u2029")});
 }
 
-std::string keyOf(const VisibleText& visible, const TextOptions& options) {
-    std::string key;
-    for (const auto number :
-         {std::lround(options.font.size * PANGO_SCALE), static_cast<long>(options.font.weight),
-          static_cast<long>(options.font.design), static_cast<long>(options.font.isItalic),
-          static_cast<long>(pangoWidth(options.maximumWidth)), static_cast<long>(options.lineLimit),
-          static_cast<long>(options.alignment), static_cast<long>(visible.isCut)}) {
-        key += std::to_string(number);
-        key += ' ';
-    }
-    return key += visible.text;
-}
-
 }  // namespace
 
 PangoTextSetter::PangoTextSetter(FontFamilies families)
@@ -90,7 +77,10 @@ std::shared_ptr<const TextLayout> PangoTextSetter::set(const String& text, const
 
 std::shared_ptr<const PangoTextLayout> PangoTextSetter::set(const VisibleText& visible,
                                                             const TextOptions& options) {
-    const auto key = keyOf(visible, options);
+    const auto& key = _key.of(std::lround(options.font.size * PANGO_SCALE),
+                              static_cast<int>(options.font.weight), static_cast<int>(options.font.design),
+                              options.font.isItalic, pangoWidth(options.maximumWidth), options.lineLimit,
+                              static_cast<int>(options.alignment), visible.isCut, visible.text);
     if (auto known = _layouts.objectForKey(key)) return known;
     auto layout = std::make_shared<const PangoTextLayout>(lines(visible, options));
     // Of glyphs, clusters and breaks, for each byte of the text.

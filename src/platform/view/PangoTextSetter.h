@@ -39,6 +39,7 @@ private:
     handles::Object<PangoFontMap> _fontMap;
     handles::Object<PangoContext> _context;
     handles::Object<PangoContext> _rightToLeftContext;
+    CacheKey _key;
     NSCache<PangoTextLayout> _layouts{countLimit, byteLimit};
     std::uint64_t _shapedCharacterCount = 0;
 };

@@ -27,8 +27,7 @@ std::shared_ptr<const handles::Surface> SymbolMasks::mask(std::string_view name,
     constexpr int largestSide = 1024;
     if (side < 1 || side > largestSide) return nullptr;
     const double width = symbolStrokeWidth(weight, points);
-    const std::string key =
-        std::string(name) + ' ' + std::to_string(side) + ' ' + std::to_string(std::lround(width * 1000));
+    const auto& key = _key.of(name, side, std::lround(width * 1000));
     if (auto known = _masks.objectForKey(key)) return known;
     const auto drawing = symbolDrawing(name);
     if (!drawing) return nullptr;

@@ -22,6 +22,7 @@ public:
 private:
     static constexpr std::size_t countLimit = 512;
     static constexpr std::size_t byteLimit = std::size_t{2} << 20;
+    CacheKey _key;
     NSCache<handles::Surface> _masks{countLimit, byteLimit};
 };
 

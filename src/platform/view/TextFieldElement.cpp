@@ -54,6 +54,10 @@ public:
         auto& data = node.data<Data>();
         data.texts = &pass.texts;
         pass.move(data.color, node.environment->foreground);
+        pass.move(data.promptColor, _options.promptColor);
+        data.prompt = pass.texts.set(
+            _options.prompt,
+            {.font = node.environment->font, .maximumWidth = node.target.size.width, .lineLimit = 1});
         follow(node, data);
         show(node, data);
     }
@@ -172,6 +176,8 @@ private:
         MarkedText marked;
         TextSetter* texts = nullptr;
         Animated<Color> color;
+        Animated<Color> promptColor;
+        std::shared_ptr<const TextLayout> prompt;
         /// The place of the text that is to be in sight.
         std::size_t around = 0;
         FieldLine line;
@@ -239,6 +245,12 @@ private:
                 node.drawn.minY() + data.line.baseline() - data.line.layout()->baseline()};
     }
 
+    Point originOfPrompt(const Node& node, const Data& data) const {
+        const double free = node.drawn.size.width - data.prompt->size().width;
+        return {node.drawn.minX() + (isRightToLeft(node, data) ? free : 0),
+                node.drawn.minY() + data.line.baseline() - data.prompt->baseline()};
+    }
+
     std::size_t offsetAt(const Node& node, const Data& data, Point at) const {
         if (!data.line.layout()) return 0;
         // How far out of the field the pointer is sets the pace at which it scrolls, up to this.
@@ -278,7 +290,12 @@ private:
                                       data.line.shown().shownOffset(selected.end))) {
             recorder.add(draw::Fill{recorder.snapped(area), Rectangle(), selectionColor(node)});
         }
-        if (!data.line.shown().string().empty()) recorder.add(draw::Text{origin, data.line.layout(), color});
+        if (!data.line.shown().string().empty()) {
+            recorder.add(draw::Text{origin, data.line.layout(), color});
+        } else if (!_options.prompt.empty()) {
+            recorder.add(
+                draw::Text{originOfPrompt(node, data), data.prompt, data.promptColor.at(recorder.now())});
+        }
         const double underlineTop = origin.y + data.line.layout()->baseline() + 1;
         for (const auto& area : areas(data.line.shown().marked().begin, data.line.shown().marked().end)) {
             const Rect line{{area.minX(), underlineTop}, {area.size.width, 1}};

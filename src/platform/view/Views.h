@@ -103,6 +103,9 @@ struct Menu : View {
 struct TextFieldOptions {
     /// On the enter key, which else goes on to what is around the field.
     Action onSubmit;
+    /// What the field is for: shown while nothing is in it, nor being composed there.
+    String prompt;
+    Color promptColor;
 };
 
 /// A line of text that can be written in, in the font and colour of its environment, as wide as there is

@@ -83,13 +83,7 @@ struct InputMethod::Callbacks {
         self(data).draw(*change);
     }
     static void done(xcb_xim_t*, xcb_xic_t, void* data) { self(data).clearMarked(); }
-    static void heard(xcb_xim_t*, xcb_xic_t, void* data) {
-        auto& method = self(data);
-        if (!std::exchange(method._isWaiting, false)) return;
-        method._pending.pop_front();
-        // Once the library has finished with this answer.
-        method._connection.runLoop().post(method._lifetime.weakly([&method] { method.forwardNext(); }));
-    }
+    static void heard(xcb_xim_t*, xcb_xic_t, void* data) { self(data).heard(); }
     static void gone(xcb_xim_t*, void* data) { self(data).giveUp(); }
 };
 
@@ -129,12 +123,18 @@ void InputMethod::open() {
 }
 
 void InputMethod::openSoon() {
-    _context.reset();
+    forgetContext();
     _connection.runLoop().post(_lifetime.weakly([this] {
         if (_context) return;
         _method.reset();
         if (_caret) open();
     }));
+}
+
+void InputMethod::forgetContext() {
+    _context.reset();
+    _request = Request::none;
+    _isFocused = _isCaretStale = _isComposingStale = false;
 }
 
 void InputMethod::createContext(std::uint32_t style) {
@@ -149,39 +149,95 @@ void InputMethod::createContext(std::uint32_t style) {
 
 void InputMethod::contextCreated(xcb_xic_t context) {
     _context = context;
-    if (!_caret) return;
-    xcb_xim_set_ic_focus(_method.get(), context);
-    showCaret();
+    _isCaretStale = true;
+    goOnSoon();
 }
 
 void InputMethod::setCaret(std::optional<xcb_point_t> caret) {
     const auto before = std::exchange(_caret, caret);
-    if (caret) {
-        if (!_context) {
-            // Whoever doesn't answer may do so by the next time that somebody types.
-            if (!before) openSoon();
-            return;
-        }
-        if (!before) xcb_xim_set_ic_focus(_method.get(), *_context);
-        if (!before || before->x != caret->x || before->y != caret->y) showCaret();
+    if (caret && !_context) {
+        // Whoever doesn't answer may do so by the next time that somebody types.
+        if (!before) openSoon();
         return;
     }
-    if (!before) return;
-    _pending.resize(_isWaiting ? 1 : 0);
-    if (_isWaiting) _pending.front().isAnswered = true;
-    _marked.clear();
-    if (!_context) return;
-    xcb_xim_reset_ic(_method.get(), *_context, nullptr, nullptr);
-    xcb_xim_unset_ic_focus(_method.get(), *_context);
+    if (caret) {
+        if (before && before->x == caret->x && before->y == caret->y) return;
+        _isCaretStale = true;
+    } else {
+        if (!before) return;
+        const bool isWithServer = _request == Request::key;
+        _pending.resize(isWithServer ? 1 : 0);
+        if (isWithServer) _pending.front().isAnswered = true;
+        _marked.clear();
+        if (!_context) return;
+        _isComposingStale = true;
+    }
+    goOnSoon();
 }
 
-void InputMethod::showCaret(xcb_xim_set_ic_values_callback shown) {
+void InputMethod::goOnSoon() {
+    if (std::exchange(_goesOn, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _goesOn = false;
+        goOn();
+    }));
+}
+
+void InputMethod::goOn() {
+    if (!_context || _request != Request::none) return;
+    if (std::exchange(_isComposingStale, false)) {
+        // The library doesn't tell of the answer.
+        xcb_xim_reset_ic(_method.get(), *_context, nullptr, nullptr);
+    }
+    if (_isFocused != _caret.has_value()) {
+        _isFocused = _caret.has_value();
+        (_isFocused ? xcb_xim_set_ic_focus : xcb_xim_unset_ic_focus)(_method.get(), *_context);
+    }
+    if (!_caret) return;
+    while (_request == Request::none && !_pending.empty()) forwardNext();
+    if (_request == Request::none && _isCaretStale) {
+        begin(Request::caret);
+        showCaret();
+    }
+}
+
+void InputMethod::forwardNext() {
+    auto event = _pending.front().event;
+    event.event = _window;
+    xcb_xim_forward_event(_method.get(), *_context, &event);
+    if (isRelease(event)) {
+        _pending.pop_front();
+        return;
+    }
+    // Not every server says that it keeps a key; each answers a request, and in the order of them.
+    begin(Request::key);
+    showCaret();
+}
+
+void InputMethod::begin(Request request) {
+    _request = request;
+    _deadline = _connection.runLoop().oneShotTimer(answerSeconds, [this] {
+        const auto timer = std::move(_deadline);
+        if (_request == Request::none) return;
+        Log("InputMethod").error("The input method doesn't answer: keys are taken as typed");
+        giveUp();
+    });
+}
+
+void InputMethod::heard() {
+    _deadline.reset();
+    if (std::exchange(_request, Request::none) == Request::key) _pending.pop_front();
+    goOnSoon();
+}
+
+void InputMethod::showCaret() {
+    _isCaretStale = false;
     // The window that the keys come to lies just outside of the root's corner.
     const auto at = _caret.value_or(xcb_point_t{});
     xcb_point_t spot{static_cast<std::int16_t>(at.x + 1), static_cast<std::int16_t>(at.y + 1)};
     const auto attributes = xcb_xim_create_nested_list(_method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
-    xcb_xim_set_ic_values(_method.get(), *_context, shown, this, XCB_XIM_XNPreeditAttributes, &attributes,
-                          nullptr);
+    xcb_xim_set_ic_values(_method.get(), *_context, Callbacks::heard, this, XCB_XIM_XNPreeditAttributes,
+                          &attributes, nullptr);
     std::free(attributes.data);
 }
 
@@ -190,35 +246,15 @@ bool InputMethod::take(const xcb_key_press_event_t& event) {
         return false;
     }
     _pending.push_back({event});
-    forwardNext();
+    goOn();
     // Whoever keeps a release keeps nothing from anybody.
     return !isRelease(event);
 }
 
-void InputMethod::forwardNext() {
-    while (_context && !_isWaiting && !_pending.empty()) {
-        auto event = _pending.front().event;
-        event.event = _window;
-        xcb_xim_forward_event(_method.get(), *_context, &event);
-        if (isRelease(event)) {
-            _pending.pop_front();
-            continue;
-        }
-        // Not every server says that it keeps a key; each answers a request, and in the order of them.
-        _isWaiting = true;
-        showCaret(Callbacks::heard);
-        _deadline = _connection.runLoop().oneShotTimer(answerSeconds, [this] {
-            const auto timer = std::move(_deadline);
-            if (!_isWaiting) return;
-            Log("InputMethod").error("The input method doesn't answer: keys are taken as typed");
-            giveUp();
-        });
-    }
-}
-
 void InputMethod::givenBack(const xcb_key_press_event_t& event) {
     if (isRelease(event)) return;
-    if (_isWaiting && _pending.front().event.detail == event.detail) _pending.front().isAnswered = true;
+    if (_request == Request::key && _pending.front().event.detail == event.detail)
+        _pending.front().isAnswered = true;
     if (_caret) _handlers.typed(event);
 }
 
@@ -253,7 +289,6 @@ void InputMethod::clearMarked() {
 void InputMethod::giveUp() {
     openSoon();
     const auto alive = _lifetime.watch();
-    _isWaiting = false;
     const auto unanswered = std::exchange(_pending, {});
     clearMarked();
     for (const auto& key : unanswered) {

@@ -48,13 +48,23 @@ private:
     void openSoon();
     void createContext(std::uint32_t style);
     void contextCreated(xcb_xic_t context);
-    void showCaret(xcb_xim_set_ic_values_callback shown = nullptr);
     void givenBack(const xcb_key_press_event_t& event);
     void commit(std::uint32_t flags, std::string text, std::uint32_t symbol);
     void draw(const xcb_im_preedit_draw_fr_t& change);
     void clearMarked();
-    /// One press at a time, so that the order of what comes of them is that of the keys.
+    /// What is to be told to the server, in order. One request at a time: the library sends what was asked
+    /// for behind another only when somebody asks for more, and so what comes of keys has the order of the
+    /// keys.
+    void goOn();
+    /// Once the library has finished with the message that it is in.
+    void goOnSoon();
     void forwardNext();
+    void showCaret();
+    /// A request that the server will answer, or be given up for.
+    enum class Request { none, caret, key };
+    void begin(Request request);
+    void heard();
+    void forgetContext();
     void giveUp();
     std::string decoded(const char* text, std::size_t length) const;
 
@@ -67,10 +77,15 @@ private:
     std::uint32_t _style = 0;
     std::uint32_t _wantedEvents = 0;
     std::optional<xcb_point_t> _caret;
+    bool _isFocused = false;
+    /// The server doesn't know yet where the caret is, or that what was composed is dropped.
+    bool _isCaretStale = false;
+    bool _isComposingStale = false;
+    bool _goesOn = false;
     std::string _marked;
-    /// The first is with the server while it waits.
+    /// The first is with the server while the request is for a key.
     std::deque<PendingKey> _pending;
-    bool _isWaiting = false;
+    Request _request = Request::none;
     std::unique_ptr<NSTimer> _deadline;
     Observation _events;
     std::optional<Observation> _servers;

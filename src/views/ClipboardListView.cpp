@@ -291,7 +291,11 @@ View ClipboardListView::body() const {
     const auto rows = [&] {
         const int selected = selectedIndex;
         const auto row = [actions, selected, displayed](std::size_t at) {
-            return View(card((*displayed)[at], static_cast<int>(at) == selected, actions));
+            const auto& item = (*displayed)[at];
+            const bool isSelected = static_cast<int>(at) == selected;
+            // The actions of any drawing of the list do the same.
+            return View(Memo([item, isSelected, actions] { return card(item, isSelected, actions); }, item,
+                             isSelected));
         };
         const RowSource source{displayed->size(),
                                [displayed](std::size_t at) { return rowID((*displayed)[at]); }, row};

@@ -18,6 +18,47 @@ struct Counter {
     }
 };
 
+/// Rows by number, each of which tells when it is made.
+struct Rows {
+    std::vector<std::string>* made = nullptr;
+    State<std::string> suffix;
+    State<int> marked = 0;
+    State<double> size = 10.0;
+
+    View body() const {
+        const auto row = [this](int number) {
+            const bool isMarked = marked == number;
+            return Memo(
+                [made = made, number, isMarked] {
+                    made->push_back(std::to_string(number) + (isMarked ? "!" : ""));
+                    return Counter{.name = std::to_string(number) + (isMarked ? "!" : "")};
+                },
+                number, isMarked);
+        };
+        return VStack(Spacing(0), Button([marked = marked.binding()] { marked.set(2); }, Text("mark")),
+                      Button([suffix = suffix.binding()] { suffix.set("."); }, Text("end" + suffix.get())),
+                      Button([size = size.binding()] { size.set(12); }, Text("enlarge")),
+                      ForEach(
+                          std::vector{1, 2}, [](int number) { return std::to_string(number); }, row))
+            .font(Font::system(size));
+    }
+};
+
+TEST(State, AMemoIsMadeAnewForItsValuesAndTheEnvironmentAlone) {
+    std::vector<std::string> made;
+    TreeUnderTest tree(Rows{&made});
+    EXPECT_EQ(made, (std::vector<std::string>{"1", "2"}));
+    tree.click(Role::button, "2 0");
+    tree.click(Role::button, "end");
+    EXPECT_TRUE(tree.has(Role::button, "end."));
+    EXPECT_EQ(made.size(), 2U);
+    tree.click(Role::button, "mark");
+    EXPECT_EQ(made, (std::vector<std::string>{"1", "2", "2!"}));
+    EXPECT_TRUE(tree.has(Role::button, "2! 1")) << "its states stay";
+    tree.click(Role::button, "enlarge");
+    EXPECT_EQ(made.size(), 5U);
+}
+
 TEST(State, LastsAsLongAsPlaceTypeAndIdDo) {
     struct Case {
         const char* what;

@@ -66,6 +66,8 @@ public:
     virtual const char* name() const = 0;
     /// Two descriptions of different types are never of the same view.
     virtual const std::type_info& type() const { return typeid(*this); }
+    /// Whether it describes what the one before did, so that nothing below has to be described again.
+    virtual bool repeats(const Element&) const { return false; }
     /// The user's struct, for its states.
     virtual std::pair<const void*, std::size_t> value() const { return {nullptr, 0}; }
     virtual std::string explicitId() const { return {}; }

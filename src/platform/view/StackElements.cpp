@@ -185,6 +185,22 @@ private:
     double _minimum;
 };
 
+class MemoElement final : public Element {
+public:
+    MemoElement(std::function<View()> make, std::shared_ptr<const ComparedValue> values)
+        : _make(std::move(make)), _values(std::move(values)) {}
+    const char* name() const override { return "Memo"; }
+    void children(Node&, ChildList& list) const override { list.add(_make()); }
+    bool repeats(const Element& before) const override {
+        const auto* same = dynamic_cast<const MemoElement*>(&before);
+        return same && _values->equals(*same->_values);
+    }
+
+private:
+    std::function<View()> _make;
+    std::shared_ptr<const ComparedValue> _values;
+};
+
 class DividerElement final : public Element {
 public:
     explicit DividerElement(const Color& color) : _color(color) {}
@@ -210,6 +226,9 @@ VStack::VStack(Spacing spacing, Alignment alignment, std::vector<View> children)
     : View(std::make_shared<const StackElement>(Axis::vertical, spacing, alignment, std::move(children))) {}
 ZStack::ZStack(Alignment alignment, std::vector<View> children)
     : View(std::make_shared<const LayersElement>(alignment, std::move(children))) {}
+View Memo::memo(std::function<View()> make, std::shared_ptr<const ComparedValue> values) {
+    return View(std::make_shared<const MemoElement>(std::move(make), std::move(values)));
+}
 ForEach::ForEach(const RowSource& rows) : View(std::make_shared<const ForEachElement>(rows)) {}
 Spacer::Spacer(double minimum) : View(std::make_shared<const SpacerElement>(minimum)) {}
 Divider::Divider(const Color& color) : View(std::make_shared<const DividerElement>(color)) {}

@@ -142,7 +142,9 @@ void TreeCore::build(Node& node, const ChildList& list, const std::optional<Curv
 void TreeCore::describe(Node& node, const ChildList::Entry& entry, const std::optional<Curve>& curve) {
     const bool isNew = !node.element;
     const auto& environment = node.parent->innerEnvironment;
-    const bool isSame = node.element == entry.view.element() && node.environment &&
+    const auto& element = entry.view.element();
+    const bool isSame = !isNew && (node.element == element || element->repeats(*node.element)) &&
+                        node.environment &&
                         (node.environment == environment || *node.environment == *environment);
     if (isSame && !node.needsEvaluation) return;
     auto below = curve;

@@ -95,6 +95,18 @@ public:
     virtual ~ComparedValue() = default;
     virtual bool equals(const ComparedValue& other) const = 0;
 };
+template <class... Values>
+class ComparedValues final : public ComparedValue {
+public:
+    explicit ComparedValues(std::tuple<Values...> values) : _values(std::move(values)) {}
+    bool equals(const ComparedValue& other) const override {
+        const auto* same = dynamic_cast<const ComparedValues*>(&other);
+        return same && same->_values == _values;
+    }
+
+private:
+    std::tuple<Values...> _values;
+};
 
 /// Any view, as a value. A copy shares the description and costs a pointer. Empty, it takes no room and draws
 /// nothing.
@@ -200,15 +212,6 @@ public:
     View layoutPriority(double priority) const;
 
 private:
-    template <class... Values>
-    struct ComparedValues final : ComparedValue {
-        explicit ComparedValues(std::tuple<Values...> given) : values(std::move(given)) {}
-        bool equals(const ComparedValue& other) const override {
-            const auto* same = dynamic_cast<const ComparedValues*>(&other);
-            return same && same->values == values;
-        }
-        std::tuple<Values...> values;
-    };
     template <class T>
     static T plain(const T& value) {
         return value;

@@ -137,6 +137,19 @@ View If(bool condition, Make make) {
     return condition ? View(make()) : View();
 }
 
+/// A view that is made anew only when one of the values differs from the last time, or the environment does.
+/// What else the making uses must do the same as at the last time.
+struct Memo : View {
+    template <std::invocable Make, class... Values>
+    explicit Memo(Make make, Values... values)
+        : View(memo([make = std::move(make)] { return View(make()); },
+                    std::make_shared<const ComparedValues<Values...>>(
+                        std::tuple<Values...>(std::move(values)...)))) {}
+
+private:
+    static View memo(std::function<View()> make, std::shared_ptr<const ComparedValue> values);
+};
+
 /// Makes the rows of a list, each told from the others by an id that is its alone.
 struct RowSource {
     std::size_t count = 0;

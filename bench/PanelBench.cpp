@@ -11,13 +11,12 @@
 
 #include "bench/Allocations.h"
 #include "core/HistorySearch.h"
+#include "core/Store.h"
 #include "platform/foundation/RunLoop.h"
 #include "platform/headless/Desktop.h"
 #include "platform/view/HostingView.h"
 #include "platform/view/Views.h"
-#include "shell/ThemeManager.h"
-#include "views/ClipboardCard.h"
-#include "views/ClipboardToolbar.h"
+#include "views/ClipboardListView.h"
 #include "views/GallerySamples.h"
 #include "views/Looks.h"
 
@@ -31,35 +30,15 @@ using Items = std::vector<ClipboardItem>;
 constexpr int entryCount = 200;
 constexpr Size panelSize{520, 620};
 
-/// The toolbar over the cards that match what is searched for.
-struct Panel {
-    std::shared_ptr<const Items> items;
-    State<String> query;
-    State<Kind> category = Kind::all;
-
-    View body() const {
-        const auto found =
-            std::make_shared<const Items>(HistorySearch::shared().found(*items, category, query));
-        const RowSource rows{found->size(), [found](std::size_t at) { return (*found)[at].id.uuidString(); },
-                             [found](std::size_t at) { return View(card((*found)[at])); }};
-        return VStack(Spacing(0), ClipboardToolbar{.searchText = query, .selectedFilter = category},
-                      Divider(ThemeManager::shared().borderColor()),
-                      ScrollArea(LazyVStack(Spacing(4), rows).padding(Edge::horizontal, 16)))
-            .background(Rectangle(), ThemeManager::shared().backgroundColor());
-    }
-
-private:
-    static ClipboardCard card(const ClipboardItem& item) {
-        return {.item = item,
-                .onPaste = [item] {},
-                .onCopy = [item] {},
-                .onDelete = [item] {},
-                .onPin = [item] {},
-                .onLock = [item] {},
-                .onShareItems = [item] { return std::vector<SharedItem>(); },
-                .onTransform = [item](TextTransform, const String&) {}};
-    }
-};
+/// The list as the panel shows it, with nobody behind its buttons.
+View listOf(Store& store) {
+    const ClipboardListView list{
+        .onPasteAndClose = [](const ClipboardItem&) {},
+        .onLock = [](const ClipboardItem&) {},
+        .onUnlock = [](const ClipboardItem&) {},
+        .onRequestUnlock = [](const ClipboardItem&, const String&, const ClipboardListView::Answer&) {}};
+    return themed(View(list).environment(&store));
+}
 
 ClipboardItem written(Kind kind, std::string text) {
     ClipboardItem item{.id = UUID::random(), .date = RunLoop::main().now(), .kind = kind};
@@ -147,11 +126,11 @@ struct Series {
 /// A panel in a headless window.
 class Stage {
 public:
-    Stage(headless::Desktop& desktop, Renderer& renderer, const Items& items)
+    Stage(headless::Desktop& desktop, Renderer& renderer, Store& store)
         : _desktop(desktop),
           _window(desktop.windows.makeWindow(
               {.kind = NSWindow::Kind::panel, .frame = {{}, panelSize}, .title = {}})),
-          _view(*_window, themed(Panel{std::make_shared<const Items>(items)}), renderer) {}
+          _view(*_window, listOf(store), renderer) {}
 
     ViewTree& tree() { return _view.tree(); }
     void open() { _view.orderFront(); }
@@ -186,19 +165,21 @@ void type(ViewTree& tree, int round) {
 }
 
 void measureOpening(headless::Desktop& desktop, const Items& items, const std::string& what) {
+    Store store;
+    store.replaceAll(items);
     Series first;
     Series later;
     for (int round = 0; round < 9; ++round) {
         Renderer renderer;
         std::optional<Stage> stage;
         first.add([&] {
-            stage.emplace(desktop, renderer, items);
+            stage.emplace(desktop, renderer, store);
             stage->open();
         });
         for (int again = 0; again < 3; ++again) {
             stage.reset();
             later.add([&] {
-                stage.emplace(desktop, renderer, items);
+                stage.emplace(desktop, renderer, store);
                 stage->open();
             });
         }
@@ -209,8 +190,10 @@ void measureOpening(headless::Desktop& desktop, const Items& items, const std::s
 
 void measureScrolling(headless::Desktop& desktop, const Items& items, const std::string& what,
                       const char* meant) {
+    Store store;
+    store.replaceAll(items);
     Renderer renderer;
-    Stage stage(desktop, renderer, items);
+    Stage stage(desktop, renderer, store);
     stage.open();
     stage.settle();
     auto& tree = stage.tree();
@@ -223,13 +206,17 @@ void measureScrolling(headless::Desktop& desktop, const Items& items, const std:
                    tree.pointerMoved(overCards + Point{0, round % 2 == 0 ? 0.0 : 100.0});
                })
         .print(what + ": hover", meant);
+    stage.steps(rounds, [&](int round) { tree.keyPressed({.key = round % 2 == 0 ? Key::down : Key::up}); })
+        .print(what + ": arrow key", meant);
     stage.steps(rounds, [](int) {}).print(what + ": nothing has changed", meant);
 }
 
 void measureTyping(headless::Desktop& desktop, const std::string& sentence, const std::string& what) {
     const auto items = searchedHistory(sentence);
+    Store store;
+    store.replaceAll(items);
     Renderer renderer;
-    Stage stage(desktop, renderer, items);
+    Stage stage(desktop, renderer, store);
     stage.open();
     stage.tree().focusNext();
     // The first sign begins a search, and has the locked entries deciphered.

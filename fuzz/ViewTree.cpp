@@ -57,8 +57,9 @@ struct Writing {
 
     View body() const {
         const auto clear = text.binding();
-        const auto field = isSecret ? View(SecretField(secret))
-                                    : View(TextField(text, {.onSubmit = [clear] { clear.set({}); }}));
+        const auto field =
+            isSecret ? View(SecretField(secret))
+                     : View(TextField(text, {.onSubmit = [clear] { clear.set({}); }, .prompt = "one"}));
         return HStack(Spacing(1), isBound ? field.focusable(isFocused.binding()) : field,
                       Text(text.get()).selectable(), If(isFocused, Text("focused")));
     }
@@ -185,7 +186,7 @@ View randomView(Input& input, int depth) {
             const std::vector<unsigned> ids(input.next() % 6, input.next());
             return HStack(spacing(), ForEach(
                                          ids, [](unsigned id) { return std::to_string(id % 3); },
-                                         [row](unsigned) { return row; }));
+                                         [row](unsigned id) { return Memo([row] { return row; }, id); }));
         }
         default:
             return randomModified(input, depth);

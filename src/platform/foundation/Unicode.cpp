@@ -53,12 +53,34 @@ std::size_t codePointStart(std::string_view text, std::size_t at) {
     return at;
 }
 
-/// Whether a grapheme ends between two ASCII characters: always, but in a line end of two (Unicode Standard
-/// Annex 29, rule GB3). False where others are involved, and at both ends of the text.
-bool isBoundaryInASCII(std::string_view text, std::size_t at) {
+std::size_t codePointEnd(std::string_view text, std::size_t at) {
+    do ++at;
+    while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80);
+    return at;
+}
+
+/// Characters that join with none of their like: the letters and signs of Latin, Greek, Cyrillic and
+/// Armenian, kana and ideographs.
+bool standsAlone(UChar32 c) {
+    return (c >= 0 && c < 0x300) || (c >= 0x370 && c < 0x483) || (c >= 0x48A && c < 0x591) ||
+           (c >= 0x3041 && c <= 0x3096) || (c >= 0x309B && c <= 0x30FF) || (c >= 0x4E00 && c <= 0x9FFF);
+}
+
+/// Whether a grapheme ends between two characters of that kind: always, but in a line end of two (Unicode
+/// Standard Annex 29, rule GB3). False where others are involved, and at both ends of the text.
+bool isPlainBoundary(std::string_view text, std::size_t at) {
     if (at == 0 || at >= text.size()) return false;
-    const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-    return isASCII(text[at - 1]) && isASCII(text[at]) && !(text[at - 1] == '\r' && text[at] == '\n');
+    const auto begin = at - std::min<std::size_t>(at, U8_MAX_LENGTH);
+    const auto around = text.substr(begin, 2 * U8_MAX_LENGTH);
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(around.data());
+    const auto middle = static_cast<std::int32_t>(at - begin);
+    auto place = middle;
+    UChar32 before = 0;
+    UChar32 after = 0;
+    U8_PREV(bytes, 0, place, before);
+    place = middle;
+    U8_NEXT(bytes, place, static_cast<std::int32_t>(around.size()), after);
+    return standsAlone(before) && standsAlone(after) && !(before == '\r' && after == '\n');
 }
 
 template <class Map>
@@ -263,7 +285,9 @@ std::vector<std::size_t> graphemeBoundaries(std::string_view text) {
 
 std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset) {
     if (offset == 0) return 0;
-    if (isBoundaryInASCII(text, offset - 1)) return offset - 1;
+    // Most letters are found without loading the rules for all.
+    const auto previous = codePointStart(text, std::min(offset, text.size()) - 1);
+    if (isPlainBoundary(text, previous)) return previous;
     const Breaks graphemes(text, Breaks::Kind::grapheme, offset);
     if (!graphemes.isReady()) return 0;
     return graphemes.offsetBefore(graphemes->preceding(graphemes.place(offset)));
@@ -271,7 +295,8 @@ std::size_t graphemeBoundaryBefore(std::string_view text, std::size_t offset) {
 
 std::size_t graphemeBoundaryAfter(std::string_view text, std::size_t offset) {
     if (offset >= text.size()) return text.size();
-    if (isBoundaryInASCII(text, offset + 1)) return offset + 1;
+    const auto next = codePointEnd(text, offset);
+    if (isPlainBoundary(text, next)) return next;
     const Breaks graphemes(text, Breaks::Kind::grapheme, offset);
     if (!graphemes.isReady()) return text.size();
     return graphemes.offsetAfter(graphemes->following(graphemes.place(offset)));

@@ -56,6 +56,11 @@ class Tour:
         time.sleep(0.6)
         self.picture(name, "664x528+308+136")
 
+    def show_state(self):
+        """For whoever wonders why the tour stopped."""
+        self.picture("stopped")
+        print(self.vellumix.command("status").stdout, self.vellumix.log_text())
+
     def keys(self, *names):
         self.desktop.run("xdotool", "key", *names)
 
@@ -262,7 +267,11 @@ def main():
             for number, scene in enumerate(SCENES, 1):
                 place = scene.__doc__
                 print(f"\n{number}. {place}", flush=True)
-                scene(tour)
+                try:
+                    scene(tour)
+                except Failure:
+                    tour.show_state()
+                    raise
     except Failure as failure:
         print(f"\nThe tour stopped at: {place}\n{failure}", file=sys.stderr)
         return 1

@@ -35,6 +35,7 @@
 #include "platform/x11/Workspace.h"
 #include "shell/AppDelegate.h"
 #include "shell/CommandLine.h"
+#include "shell/LanguageManager.h"
 #include "shell/StatusReport.h"
 #include "views/Gallery.h"
 #include "views/GallerySamples.h"
@@ -101,8 +102,7 @@ class X11Display final : public Display {
 public:
     explicit X11Display(std::unique_ptr<x11::Connection> connection) : _connection(std::move(connection)) {
         if (!_workspace.hasWindowManager()) {
-            say("There is no window manager: excluded applications can't be told, and their copies are "
-                "recorded.");
+            say(localized("display.noWindowManager"));
         }
     }
     NSPasteboard& pasteboard() override { return _pasteboard; }
@@ -197,6 +197,36 @@ std::vector<std::string> preferredLanguages() {
     return languages;
 }
 
+std::string settingsPath(const linux_desktop::Paths& paths) {
+    return paths.configHome.value_or(paths.temporaryFolder) + "/Vellumix/settings.plist";
+}
+
+/// The texts of what is said without a platform: by the commands, and before the program has one. In the
+/// language that the user chose, like all others.
+class CommandTexts {
+public:
+    CommandTexts() {
+        auto& texts = Localization::current();
+        texts.preferredLanguages = preferredLanguages();
+        linux_desktop::PosixFileSystem files;
+        texts.folder =
+            chosenFolder(UserDefaults::stored(files, settingsPath(linux_desktop::Paths::ofUser())));
+    }
+
+private:
+    SharedInstances::Scope _instances;
+};
+
+/// What a start says and does where the program runs already.
+int handOver() {
+    if (linux_desktop::RunningInstance().ask(linux_desktop::RunningInstance::PanelRequest::show)) {
+        say(localized("command.panelIsOpen"));
+        return done;
+    }
+    say(localized("command.noAnswer"));
+    return impossible;
+}
+
 int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::hardenProcess();
     // Used on the threads of the loop, which end with it.
@@ -206,17 +236,8 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
 
     auto claim = linux_desktop::SessionService::claim();
     using Outcome = linux_desktop::SessionService::Outcome;
-    if (claim.outcome == Outcome::otherOwns) {
-        if (linux_desktop::RunningInstance().ask(linux_desktop::RunningInstance::PanelRequest::show)) {
-            say("Vellumix is running already; its panel is open now.");
-            return done;
-        }
-        say("Vellumix is running already, but doesn't answer.");
-        return impossible;
-    }
-    if (claim.outcome == Outcome::noBus) {
-        say("There is no session bus: the status can't be asked for, and the keyring can't be reached.");
-    }
+    if (claim.outcome == Outcome::otherOwns) return handOver();
+    if (claim.outcome == Outcome::noBus) say(localized("command.startWithoutBus"));
 
     const auto paths = linux_desktop::Paths::ofUser();
     const auto dataFolder = paths.dataHome.value_or(paths.temporaryFolder) + "/Vellumix";
@@ -226,12 +247,11 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         case linux_desktop::InstanceLock::Outcome::taken:
             break;
         case linux_desktop::InstanceLock::Outcome::heldByOther:
-            say("Another Vellumix is using " + dataFolder + " already.");
+            say(localized("command.folderInUse", dataFolder));
             return impossible;
         case linux_desktop::InstanceLock::Outcome::failed:
             // The history can still be kept in memory, and the folder may become writable.
-            say("The folder " + dataFolder +
-                " can't be written to: nothing that is copied will be kept beyond this session.");
+            say(localized("command.folderUnwritable", dataFolder));
             break;
     }
 
@@ -263,7 +283,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .applicationSupportDirectories =
             paths.dataHome ? std::vector{*paths.dataHome} : std::vector<std::string>(),
         .temporaryDirectory = paths.temporaryFolder,
-        .defaultsPath = paths.configHome.value_or(paths.temporaryFolder) + "/Vellumix/settings.plist",
+        .defaultsPath = settingsPath(paths),
         .preferredLanguages = preferredLanguages(),
         .fontFamilies = display->fontFamilies(),
     });
@@ -304,8 +324,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
 bool isPresent(const linux_desktop::RunningInstance& instance) {
     using Presence = linux_desktop::RunningInstance::Presence;
     if (instance.presence() == Presence::running) return true;
-    say(instance.presence() == Presence::noBus ? "There is no session bus to ask Vellumix on."
-                                               : "Vellumix is not running.");
+    say(localized(instance.presence() == Presence::noBus ? "command.noBus" : "command.notRunning"));
     return false;
 }
 
@@ -314,7 +333,7 @@ int printStatus(bool asJson) {
     if (!isPresent(instance)) return nothingRunning;
     const auto json = instance.status();
     if (!json) {
-        say("Vellumix is running, but doesn't answer.");
+        say(localized("command.noAnswer"));
         return impossible;
     }
     std::fputs(asJson ? (*json + '\n').c_str() : readableStatus(*json).c_str(), stdout);
@@ -326,12 +345,12 @@ int askForPanel(linux_desktop::RunningInstance::PanelRequest request) {
     linux_desktop::RunningInstance instance;
     if (instance.presence() == linux_desktop::RunningInstance::Presence::running) {
         if (instance.ask(request)) return done;
-        say("Vellumix is running, but doesn't answer.");
+        say(localized("command.noAnswer"));
         return impossible;
     }
     if (request == Request::hide) return isPresent(instance) ? done : nothingRunning;
     if (linux_desktop::startDetached({"--show"})) return done;
-    say("Vellumix could not be started.");
+    say(localized("command.cannotStart"));
     return impossible;
 }
 
@@ -339,7 +358,7 @@ int quit() {
     linux_desktop::RunningInstance instance;
     if (!isPresent(instance)) return nothingRunning;
     if (instance.quit()) return done;
-    say("Vellumix was asked to quit, but is still running.");
+    say(localized("command.stillRunning"));
     return impossible;
 }
 
@@ -351,7 +370,7 @@ int gallery(const std::string& folder) {
     std::error_code cause;
     std::filesystem::create_directories(folder, cause);
     if (!cause && paintGallery(folder)) return done;
-    say("The pictures can't be written to " + folder + ".");
+    say(localized("command.cannotPaint", folder));
     return impossible;
 }
 
@@ -359,14 +378,15 @@ int gallery(const std::string& folder) {
 
 int main(int count, char** words) {
     const std::vector<std::string> arguments(words + std::min(count, 1), words + count);
+    const CommandTexts texts;
     const auto line = CommandLine::parse(arguments);
     if (!line.error.empty()) {
-        say(line.error + " Try --help.");
+        say(line.error + ' ' + localized("command.tryHelp"));
         return wrongWords;
     }
     switch (line.command) {
         case CommandLine::Command::help:
-            std::fputs(CommandLine::help(), stdout);
+            std::fputs(CommandLine::help().c_str(), stdout);
             return done;
         case CommandLine::Command::version:
             std::puts("Vellumix " VELLUMIX_VERSION);

@@ -46,7 +46,7 @@ PasteboardWatcher* PasteboardWatcher::shared() { return latest().watcher; }
 
 void PasteboardWatcher::start() {
     stop();
-    _drops = _pb.observeDrops([this](const std::string& reason) { refuse(reason); });
+    _drops = _pb.observeDrops([this](RefusalReason reason) { refuse(reason); });
     if (_pb.capabilities().announcesChanges) {
         _changes = _pb.observeChanges([this] { poll(); });
     } else {
@@ -77,18 +77,18 @@ void PasteboardWatcher::poll() {
 
 bool PasteboardWatcher::isRefused() {
     if (RunLoop::main().now() <= suppressedUntil) {
-        refuse("just after a paste of our own");
+        refuse(RefusalReason::justAfterPaste);
         return true;
     }
     const auto types = _pb.types();
     if (std::ranges::any_of(types, [](const std::string& type) { return markerTypes().contains(type); })) {
-        refuse("marked as not to be recorded");
+        refuse(RefusalReason::marked);
         return true;
     }
     const auto application = platform::current().workspace.frontmostApplication();
     if (application && application->bundleIdentifier &&
         ExclusionSettings::shared().excludedBundleIds->contains(*application->bundleIdentifier)) {
-        refuse("copied in an excluded application");
+        refuse(RefusalReason::excludedApplication);
         return true;
     }
     return false;
@@ -107,7 +107,7 @@ Task PasteboardWatcher::captureImage(Data encoded) {
     const auto change = _changeCount;
     // What resumes after the conversion holds the watcher weakly: it may have gone by then.
     const auto finish = _lifetime.weakly([this, change](std::optional<Data> png) {
-        if (!png) return refuse("an image that can't be decoded");
+        if (!png) return refuse(RefusalReason::undecodableImage);
         auto item = freshItem(ClipboardItem::Kind::image);
         item._imageData = std::move(*png);
         record(std::move(item), change);
@@ -122,7 +122,7 @@ Task PasteboardWatcher::captureImage(Data encoded) {
 
 void PasteboardWatcher::captureText(const String& text) {
     const auto trimmed = trimmedOfWhitespaceAndNewlines(text);
-    if (trimmed.empty()) return refuse("only blanks");
+    if (trimmed.empty()) return refuse(RefusalReason::onlyBlanks);
     const auto kind = classify(trimmed);
     if (isRepeat(rawValue(kind), viewOf(trimmed))) return;
     auto item = freshItem(kind);
@@ -140,7 +140,7 @@ bool PasteboardWatcher::isRepeat(std::string_view label, ByteView content) {
         _lastHash = hash;
         return false;
     }
-    refuse("the same as the last capture");
+    refuse(RefusalReason::repeated);
     _pb.preserve(_changeCount);
     return true;
 }
@@ -152,8 +152,8 @@ void PasteboardWatcher::record(ClipboardItem item, std::int64_t change) {
     _pb.preserve(change);
 }
 
-void PasteboardWatcher::refuse(std::string reason) {
-    _lastRefusal = Refusal{RunLoop::main().now(), std::move(reason)};
+void PasteboardWatcher::refuse(RefusalReason reason) {
+    _lastRefusal = Refusal{RunLoop::main().now(), reason};
 }
 
 }  // namespace vellumix

@@ -29,8 +29,7 @@ public:
     };
     struct Refusal {
         Date date;
-        /// In words for a person; never content.
-        std::string reason;
+        RefusalReason reason;
     };
 
     /// What is on the pasteboard now isn't captured.
@@ -62,7 +61,7 @@ private:
     void captureText(const String& text);
     bool isRepeat(std::string_view label, ByteView content);
     void record(ClipboardItem item, std::int64_t change);
-    void refuse(std::string reason);
+    void refuse(RefusalReason reason);
 
     NSPasteboard& _pb;
     std::int64_t _changeCount;

@@ -1,6 +1,15 @@
 #include "shell/CommandLine.h"
 
+#include "platform/foundation/LocalizedText.h"
+
 namespace vellumix {
+
+namespace {
+
+constexpr std::string_view showWord = "--show";
+constexpr std::string_view resetWord = "-resetOnboarding";
+
+}  // namespace
 
 CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
     CommandLine line;
@@ -19,7 +28,7 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.command = Command::hide;
         } else if (word == "quit") {
             line.command = Command::quit;
-        } else if (word == "--show") {
+        } else if (word == showWord) {
             line.showsPanel = true;
         } else if (word == "gallery") {
             line.command = Command::gallery;
@@ -29,32 +38,40 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.json = true;
         } else if (word == "--platform=headless") {
             line.platform = PlatformChoice::headless;
-        } else if (word != "-resetOnboarding") {
-            line.error = "Unknown word on the command line: " + word;
+        } else if (word != resetWord) {
+            line.error = localized("command.unknownWord", word);
         }
     }
-    if (line.showsPanel && line.command != Command::run) line.error = "--show goes with no other command.";
-    if (line.json && line.command != Command::status) line.error = "--json goes with status.";
-    if (line.command == Command::gallery && line.folder.empty()) line.error = "gallery needs a folder.";
+    const bool isOther = line.command != Command::run;
+    if (line.showsPanel && isOther) line.error = localized("command.goesAlone", showWord);
+    if (line.json && line.command != Command::status) line.error = localized("command.onlyWithStatus");
+    if (line.command == Command::gallery && line.folder.empty()) line.error = localized("command.noFolder");
     return line;
 }
 
-const char* CommandLine::help() {
-    return "Vellumix remembers what you copy, enciphered, and finds it again.\n"
-           "\n"
-           "  vellumix                      start, in the present X11 session\n"
-           "  vellumix --show               start, and open the panel\n"
-           "  vellumix toggle               open or close the panel; starts the program if need be\n"
-           "  vellumix show | hide          open or close it; show starts the program if need be\n"
-           "  vellumix status [--json]      what is kept and what was last recorded or refused; never "
-           "content\n"
-           "  vellumix quit                 end the running program\n"
-           "  vellumix --platform=headless  start with no desktop at all\n"
-           "  vellumix -resetOnboarding     start, and forget that the introduction has been shown\n"
-           "  vellumix --version, --help\n"
-           "\n"
-           "Exit status: 0 done, 1 it can't be done, 2 the words are off, 3 nothing is running "
-           "that could be asked.\n";
+std::string CommandLine::help() {
+    struct Row {
+        std::string_view words;
+        std::string_view textKey;
+    };
+    constexpr Row rows[] = {
+        {"vellumix", "help.start"},
+        {"vellumix --show", "help.startShown"},
+        {"vellumix toggle", "help.toggle"},
+        {"vellumix show | hide", "help.showHide"},
+        {"vellumix status [--json]", "help.status"},
+        {"vellumix quit", "help.quit"},
+        {"vellumix --platform=headless", "help.headless"},
+        {"vellumix -resetOnboarding", "help.resetOnboarding"},
+        {"vellumix --version, --help", "help.about"},
+    };
+    constexpr std::size_t column = 30;
+    auto text = localized("help.summary") + "\n\n";
+    for (const auto& row : rows) {
+        text += "  " + std::string(row.words) + std::string(column - row.words.size(), ' ') +
+                localized(row.textKey) + '\n';
+    }
+    return text + '\n' + localized("help.exitStatus") + '\n';
 }
 
 }  // namespace vellumix

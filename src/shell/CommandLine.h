@@ -29,12 +29,13 @@ struct CommandLine {
     bool showsPanel = false;
     /// With `gallery`: the folder, which is there already.
     std::string folder;
-    /// Why the words can't be followed; empty when they can.
+    /// Why the words can't be followed, in the user's language; empty when they can.
     std::string error;
 
     /// `arguments` without the program's name.
     static CommandLine parse(const std::vector<std::string>& arguments);
-    static const char* help();
+    /// In the user's language.
+    static std::string help();
 };
 
 }  // namespace vellumix

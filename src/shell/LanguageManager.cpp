@@ -29,8 +29,7 @@ static_assert(std::size(rows) == std::size(allAppLanguages));
 
 const Row& row(AppLanguage language) { return rows[static_cast<std::size_t>(language)]; }
 
-AppLanguage storedLanguage() {
-    const auto stored = UserDefaults::standard().value<std::string>(languageKey);
+AppLanguage languageOf(const std::optional<std::string>& stored) {
     const auto found = std::ranges::find_if(
         allAppLanguages, [&](AppLanguage language) { return stored == rawValue(language); });
     return found == std::end(allAppLanguages) ? AppLanguage::system : *found;
@@ -50,10 +49,18 @@ std::string displayName(AppLanguage language) {
                                            : std::string(row(language).name);
 }
 
+std::optional<std::string> chosenFolder(const PropertyDictionary& settings) {
+    const auto found = settings.find(languageKey);
+    const auto* const stored = found == settings.end() ? nullptr : std::get_if<std::string>(&found->second);
+    const auto folder = stored ? resourceFolder(languageOf(*stored)) : std::nullopt;
+    return folder ? std::optional(std::string(*folder)) : std::nullopt;
+}
+
 LanguageManager& LanguageManager::shared() { return SharedInstances::current().get<LanguageManager>(); }
 
 LanguageManager::LanguageManager()
-    : currentLanguage(storedLanguage()), _ownChange(currentLanguage.observe([this] {
+    : currentLanguage(languageOf(UserDefaults::standard().value<std::string>(languageKey))),
+      _ownChange(currentLanguage.observe([this] {
           UserDefaults::standard().set(languageKey,
                                        PropertyValue(std::string(rawValue(currentLanguage.get()))));
           putInForce();

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Published.h"
 
 namespace vellumix {
@@ -23,6 +24,9 @@ std::optional<std::string_view> resourceFolder(AppLanguage language);
 /// The name by which the language is offered: its own, whatever language is chosen; that of `system` in the
 /// chosen language.
 std::string displayName(AppLanguage language);
+
+/// The folder of the language that settings hold as chosen; nothing where they follow the desktop.
+std::optional<std::string> chosenFolder(const PropertyDictionary& settings);
 
 /// The language of the program's texts, chosen by the user and kept in the user defaults. Main thread only.
 class LanguageManager {

@@ -1,10 +1,10 @@
 #include "shell/StatusReport.h"
 
 #include <algorithm>
-#include <map>
 
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/Json.h"
+#include "platform/foundation/LocalizedText.h"
 #include "shell/AppDelegate.h"
 
 namespace vellumix {
@@ -33,16 +33,76 @@ void writeEvent(JsonWriter& writer, std::string_view key, const std::optional<Da
     writer.endObject();
 }
 
-std::string textOf(const JsonValue* value) {
-    if (!value) return {};
-    if (const auto* text = std::get_if<std::string>(&value->value)) return *text;
-    if (const auto* number = std::get_if<JsonValue::Number>(&value->value)) return number->text;
+std::string textOf(const JsonValue& value) {
+    if (const auto* text = std::get_if<std::string>(&value.value)) return *text;
+    if (const auto* number = std::get_if<JsonValue::Number>(&value.value)) return number->text;
     return {};
 }
 
-std::string eventText(const JsonValue* event, std::string_view name) {
-    if (!event || !(*event)["date"]) return "none since the start";
-    return textOf((*event)[name]) + ", " + textOf((*event)["date"]);
+std::string kindText(const std::string& kind) { return localized("category." + kind); }
+
+std::string reasonText(const std::string& words) {
+    const auto reason = refusalReason(words);
+    return reason ? localizedText(*reason) : words;
+}
+
+std::string countsText(const JsonValue& entries) {
+    std::string text;
+    const auto* const kinds = std::get_if<JsonValue::Object>(&entries.value);
+    if (!kinds) return text;
+    for (const auto& [kind, number] : *kinds) {
+        if (!text.empty()) text += ", ";
+        text += kindText(kind) + ' ' + textOf(number);
+    }
+    return text;
+}
+
+std::string keychainText(const JsonValue& keychain) {
+    const auto words = textOf(keychain);
+    if (words == "key file") return localized("report.keyFile");
+    if (words == "none yet") return localized("report.noKeychain");
+    if (words == "in memory") return localized("report.inMemory");
+    // The name of a service.
+    return words;
+}
+
+std::string panelText(const JsonValue& panel) {
+    return localized(textOf(panel) == "visible" ? "report.visible" : "report.hidden");
+}
+
+std::string eventText(const JsonValue& event, std::string_view name,
+                      std::string (*shown)(const std::string&)) {
+    const auto* const date = event["date"];
+    const auto* const what = event[name];
+    return date && what ? shown(textOf(*what)) + ", " + textOf(*date) : localized("report.noneYet");
+}
+
+std::string captureText(const JsonValue& event) { return eventText(event, "kind", kindText); }
+std::string refusalText(const JsonValue& event) { return eventText(event, "reason", reasonText); }
+
+/// One line for a person: the name in the JSON object, the line's label, and how the value is told.
+struct Line {
+    std::string_view name;
+    std::string_view labelKey;
+    std::string (*shown)(const JsonValue&);
+};
+
+/// In the order in which they are printed. Each member of the object has one, or a reason to have none.
+constexpr Line lines[] = {
+    {"entries", "report.entries", countsText},
+    {"pinned", "report.pinned", textOf},
+    {"locked", "report.locked", textOf},
+    {"file", "report.file", textOf},
+    {"keychain", "report.keychain", keychainText},
+    {"panel", "report.panel", panelText},
+    {"lastCapture", "report.lastCapture", captureText},
+    {"lastRefusal", "report.lastRefusal", refusalText},
+};
+
+/// As wide as a terminal shows the labels, which are letters of the Latin alphabet, accents included.
+std::size_t widthOf(std::string_view label) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(label, [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
 }  // namespace
@@ -78,30 +138,25 @@ std::string statusReport(AppDelegate& application) {
     writeEvent(writer, "lastCapture", capture ? std::optional(capture->date) : std::nullopt, "kind",
                capture ? rawValue(capture->kind) : "");
     writeEvent(writer, "lastRefusal", refusal ? std::optional(refusal->date) : std::nullopt, "reason",
-               refusal ? std::string_view(refusal->reason) : "");
+               refusal ? rawValue(refusal->reason) : "");
     writer.endObject();
     return std::string(asText(out));
 }
 
 std::string readableStatus(std::string_view json) {
     const auto status = JsonValue::parse(json);
-    const auto* const entries = status ? (*status)["entries"] : nullptr;
-    const auto* const kinds = entries ? std::get_if<JsonValue::Object>(&entries->value) : nullptr;
-    if (!kinds) return {};
-    std::string counts;
-    for (const auto& [kind, number] : *kinds) {
-        if (!counts.empty()) counts += ", ";
-        counts += textOf(&number) + ' ' + kind;
+    if (!status || !(*status)["entries"]) return {};
+    std::size_t column = 0;
+    for (const auto& line : lines) column = std::max(column, widthOf(localized(line.labelKey)));
+    auto text = localized("report.running") + '\n';
+    for (const auto& line : lines) {
+        const auto* const value = (*status)[line.name];
+        // A program of another version may not tell everything.
+        if (!value) continue;
+        const auto label = localized(line.labelKey);
+        text += label + ':' + std::string(column - widthOf(label) + 2, ' ') + line.shown(*value) + '\n';
     }
-    return "Vellumix is running.\n"
-           "Entries:       " +
-           counts + "\n" + "Pinned:        " + textOf((*status)["pinned"]) + "\n" +
-           "Locked:        " + textOf((*status)["locked"]) + "\n" +
-           "File:          " + textOf((*status)["file"]) + "\n" +
-           "Keychain:      " + textOf((*status)["keychain"]) + "\n" +
-           "Panel:         " + textOf((*status)["panel"]) + "\n" +
-           "Last capture:  " + eventText((*status)["lastCapture"], "kind") + "\n" +
-           "Last refusal:  " + eventText((*status)["lastRefusal"], "reason") + "\n";
+    return text;
 }
 
 }  // namespace vellumix

@@ -9,10 +9,11 @@ class AppDelegate;
 
 /// What the program says about itself: one JSON object with "entries" (kind to count), "pinned", "locked",
 /// "file", "keychain", "panel" ("visible" or "hidden"), "lastCapture" ({"date", "kind"} or null) and
-/// "lastRefusal" ({"date", "reason"} or null). Dates are ISO 8601 in UTC. Never content.
+/// "lastRefusal" ({"date", "reason"} or null). Dates are ISO 8601 in UTC. Never content. What it says is the
+/// same in every language.
 std::string statusReport(AppDelegate& application);
 
-/// The same in lines for a person; empty when the text is no such object.
+/// The same in lines for a person, in the user's language; empty when the text is no such object.
 std::string readableStatus(std::string_view json);
 
 }  // namespace vellumix

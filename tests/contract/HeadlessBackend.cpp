@@ -21,7 +21,7 @@ public:
     void copyMarked(const std::string& text, const std::string& marker) override {
         _pasteboard.copyElsewhere({.text = String(text), .otherTypes = {marker}});
     }
-    void copyNothing() override { _pasteboard.dropElsewhere("never came"); }
+    void copyNothing() override { _pasteboard.dropElsewhere(RefusalReason::noAnswer); }
     void clear() override { _pasteboard.clearElsewhere(); }
     void die() override { _pasteboard.ownerDies(); }
 

@@ -1,7 +1,10 @@
 #!/usr/bin/python3
 """What the program says to its arguments, to a second start, and to a desktop on which something is missing."""
 
+import plistlib
+import tempfile
 import unittest
+from pathlib import Path
 
 from harness import applications
 from harness.desktop import PrivateDesktop
@@ -21,6 +24,19 @@ class WithoutAnything(unittest.TestCase):
         version = self.ask("--version")
         self.assertEqual((version.returncode, version.stderr), (0, ""))
         self.assertRegex(version.stdout, r"\d+\.\d+\.\d+\n$")
+
+    def test_it_speaks_the_language_of_the_desktop_unless_another_was_chosen(self):
+        with tempfile.TemporaryDirectory() as home:
+            def answer(*arguments):
+                return run([binary(), *arguments], {"PATH": "/usr/bin", "HOME": home, "LANG": "pt_BR.UTF-8"})
+            self.assertIn("encerra o programa em execução", answer("--help").stdout)
+            self.assertIn("Palavra desconhecida", answer("--nonsense").stderr)
+            settings = Path(home, ".config/Vellumix/settings.plist")
+            settings.parent.mkdir(parents=True)
+            settings.write_bytes(plistlib.dumps({"settings.language": "es"}))
+            self.assertIn("cierra el programa en ejecución", answer("--help").stdout)
+            self.assertIn("No hay bus de sesión", answer("status").stderr)
+            self.assertEqual(list(settings.parent.iterdir()), [settings])
 
     def test_a_word_that_it_does_not_know_is_named_in_one_line(self):
         for words in (["--nonsense"], ["status", "--nonsense"], ["--json"]):
@@ -86,6 +102,7 @@ class OneInstance(unittest.TestCase):
             self.assertEqual(second.returncode, 0, second.stderr)
             self.assertEqual(vellumix.status()["panel"], "visible")
             vellumix.command("hide")
+            wait_for("the panel is hidden", lambda: vellumix.status()["panel"] == "hidden")
             self.assertIsNone(vellumix.process.poll())
             vellumix.until_recorded("text", lambda: applications.copy_with_xclip(desktop, "still of the first"))
 
@@ -108,7 +125,7 @@ class OneInstance(unittest.TestCase):
             self.assertEqual((status["file"], status["keychain"]), (str(vellumix.file), "Secret Service"))
             self.assertEqual(status["lastCapture"]["kind"], "link")
             readable = vellumix.command("status").stdout
-            self.assertIn("1 link", readable)
+            self.assertIn("Link 1", readable)
             for text in (readable, str(status), vellumix.log_text()):
                 self.assertNotIn("example.org", text)
 

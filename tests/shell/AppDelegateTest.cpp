@@ -1,7 +1,10 @@
 #include "shell/AppDelegate.h"
 
+#include <algorithm>
+
 #include "platform/foundation/Json.h"
 #include "shell/CommandLine.h"
+#include "shell/LanguageManager.h"
 #include "shell/StatusReport.h"
 #include "support/HeadlessTest.h"
 
@@ -87,11 +90,43 @@ TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
     EXPECT_EQ(std::get<std::string>((*(*status)["lastRefusal"])["reason"]->value),
               "marked as not to be recorded");
     const auto lines = readableStatus(json);
-    EXPECT_NE(lines.find("1 link"), std::string::npos);
+    EXPECT_NE(lines.find("Link 1"), std::string::npos);
     for (const auto* content : {"secret", "example", "password"}) {
         EXPECT_EQ((json + lines).find(content), std::string::npos);
     }
     EXPECT_EQ(readableStatus("{}"), "");
+}
+
+TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {
+    AppDelegate application;
+    application.applicationDidFinishLaunching(started());
+    copy("one");
+    copy("one");
+    const auto json = statusReport(application);
+    const auto members = std::get<JsonValue::Object>(JsonValue::parse(json)->value);
+    const struct {
+        AppLanguage language;
+        std::string link;
+        std::string refusal;
+    } cases[] = {{AppLanguage::en, "Link 0", "Last refusal:  the same as the last capture, "},
+                 {AppLanguage::ptBR, "Link 0", "Última recusa:    igual ao último registro, "},
+                 {AppLanguage::es, "Enlace 0", "Último rechazo:   igual que el último registro, "}};
+    for (const auto& one : cases) {
+        LanguageManager::shared().currentLanguage.set(one.language);
+        EXPECT_EQ(statusReport(application), json) << "what programs read is the same in every language";
+        const auto lines = readableStatus(json);
+        EXPECT_NE(lines.find(one.link), std::string::npos) << lines;
+        EXPECT_NE(lines.find(one.refusal), std::string::npos) << lines;
+        EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(lines, '\n')), 1 + members.size()) << lines;
+        // A key without a text is shown as it is.
+        for (const auto* prefix : {"report.", "category.", "help."}) {
+            EXPECT_EQ((lines + CommandLine::help()).find(prefix), std::string::npos) << prefix;
+        }
+        for (const auto reason : allRefusalReasons) {
+            EXPECT_FALSE(localizedText(reason).starts_with("refusal.")) << rawValue(reason);
+            EXPECT_EQ(refusalReason(rawValue(reason)), reason);
+        }
+    }
 }
 
 TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
@@ -122,6 +157,7 @@ TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
 }
 
 TEST(CommandLine, Words) {
+    const SharedInstances::Scope instances;
     using Command = CommandLine::Command;
     EXPECT_EQ(CommandLine::parse({}).command, Command::run);
     EXPECT_EQ(CommandLine::parse({"-resetOnboarding"}).error, "");
@@ -129,7 +165,10 @@ TEST(CommandLine, Words) {
     EXPECT_EQ(CommandLine::parse({"quit"}).command, Command::quit);
     EXPECT_EQ(CommandLine::parse({"--platform=headless"}).platform, CommandLine::PlatformChoice::headless);
     EXPECT_NE(CommandLine::parse({"--json"}).error, "");
-    EXPECT_NE(CommandLine::parse({"stauts"}).error, "");
+    for (const auto& wrong :
+         std::vector<std::vector<std::string>>{{"stauts"}, {"toggle", "--show"}, {"gallery"}}) {
+        EXPECT_NE(CommandLine::parse(wrong).error, "") << wrong.front();
+    }
 }
 
 }  // namespace

@@ -53,7 +53,7 @@ protected:
 struct HostileCase {
     const char* name;
     std::vector<Answer> answers;
-    std::string reason;
+    RefusalReason reason;
     /// The deadline that is to end it; the others never come.
     x11::TransferLimits limits = {.answerSeconds = never, .pieceSeconds = never, .fetchSeconds = never};
 };
@@ -65,9 +65,9 @@ TEST_F(HostileTest, OwnersThatNeverGiveWhatTheyAnnounce) {
     const x11::TransferLimits shortFetch{.answerSeconds = never, .pieceSeconds = never, .fetchSeconds = 0.2};
     const std::string text = "UTF8_STRING";
     const std::string bytes(1000, 'x');
-    const std::string late = "the owner didn't answer in time";
-    const std::string tooLarge = "larger than 128 MiB";
-    const std::string unreadable = "no readable type";
+    const auto late = RefusalReason::noAnswer;
+    const auto tooLarge = RefusalReason::tooLarge;
+    const auto unreadable = RefusalReason::noReadableType;
     const std::vector<HostileCase> cases{
         {"no answer to the hint",
          {{.target = "x-kde-passwordManagerHint", .bytes = "", .manner = Manner::silent}},
@@ -134,7 +134,7 @@ TEST_F(HostileTest, OwnersThatNeverGiveWhatTheyAnnounce) {
          tooLarge},
         {"two thousand targets, perhaps with a marker at the end",
          {{.target = "TARGETS", .bytes = std::string(8000, '\1'), .type = "ATOM", .format = 32}},
-         "more targets than any program announces"},
+         RefusalReason::tooManyTargets},
         {"targets that don't exist, one of them twice",
          {{.target = "TARGETS", .bytes = std::string(8, '\x7f'), .type = "ATOM", .format = 32}},
          unreadable},
@@ -173,7 +173,7 @@ TEST_F(HostileTest, AHangingOwnerHoldsNobodyUp) {
         drops.clear();
         expectNextCopy();
         ASSERT_TRUE(dropComes());
-        EXPECT_EQ(drops, std::vector<std::string>{"changed while it was read"});
+        EXPECT_EQ(drops, std::vector{RefusalReason::overtaken});
         // A write of our own is as good.
         peer->copy({{.target = step, .bytes = "", .manner = Manner::silent}});
         ASSERT_TRUE(wait([&] { return pasteboard->activeTransfers() == 1; }));
@@ -197,7 +197,7 @@ TEST_F(HostileTest, AnOwnerThatDiesWithinAnIncrementalValue) {
     pasteboard->preserve(pasteboard->changeCount());
     peer->copy({answer});
     ASSERT_TRUE(dropComes(atOnce));
-    EXPECT_EQ(drops.front(), "the owner ended while it was read");
+    EXPECT_EQ(drops.front(), RefusalReason::ownerEnded);
     EXPECT_EQ(pasteboard->activeTransfers(), 0U);
     // What was copied before is not what a person expects to paste now.
     peer.reset();
@@ -215,7 +215,7 @@ TEST_F(HostileTest, AChangeInTheMiddleIsTheNextCopy) {
                      }}});
         EXPECT_EQ(nextText(atOnce), "second");
         ASSERT_TRUE(dropComes());
-        EXPECT_EQ(drops, std::vector<std::string>{"changed while it was read"});
+        EXPECT_EQ(drops, std::vector{RefusalReason::overtaken});
         EXPECT_EQ(pasteboard->activeTransfers(), 0U);
     }
 }

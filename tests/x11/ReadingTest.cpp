@@ -2,6 +2,7 @@
 
 #include <numeric>
 
+#include "platform/foundation/SharedInstances.h"
 #include "x11/X11Test.h"
 
 namespace vellumix::tests {
@@ -93,7 +94,7 @@ TEST_F(ReadingTest, GivesExactlyOnePayloadFromTheAllowList) {
         }
         EXPECT_EQ(peer->asked().front(), "x-kde-passwordManagerHint");
     }
-    EXPECT_TRUE(drops.empty()) << drops.front();
+    EXPECT_TRUE(drops.empty()) << rawValue(drops.front());
     EXPECT_EQ(peer->errors(), 0);
 }
 
@@ -185,6 +186,7 @@ TEST_F(ReadingTest, AnObserverMayDestroyThePasteboard) {
 
 TEST(DisplayTest, NoDisplayIsOneSentence) {
     linux_desktop::GLibRunLoop runLoop;
+    const SharedInstances::Scope instances;
     for (const char* name : {"", ":4294967"}) {
         setenv("DISPLAY", name, 1);
         std::string error;

@@ -42,7 +42,7 @@ TEST_F(RealProgramsTest, TextComesIn) {
             EXPECT_TRUE(program->waitForEnd()) << "a program that lost the clipboard didn't end";
         }
     }
-    EXPECT_TRUE(drops.empty()) << drops.front();
+    EXPECT_TRUE(drops.empty()) << rawValue(drops.front());
 }
 
 TEST_F(RealProgramsTest, TextGoesOut) {

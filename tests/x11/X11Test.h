@@ -47,7 +47,7 @@ protected:
             ++changesSeen;
             if (onChange) onChange();
         });
-        dropped = pasteboard->observeDrops([this](const std::string& reason) { drops.push_back(reason); });
+        dropped = pasteboard->observeDrops([this](RefusalReason reason) { drops.push_back(reason); });
         settle();
     }
 
@@ -113,7 +113,7 @@ protected:
     std::unique_ptr<Peer> peer;
     int changesSeen = 0;
     std::function<void()> onChange;
-    std::vector<std::string> drops;
+    std::vector<RefusalReason> drops;
     Observation changes;
     Observation dropped;
 };

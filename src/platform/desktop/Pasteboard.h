@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/desktop/RefusalReason.h"
 #include "platform/foundation/Data.h"
 #include "platform/foundation/Observation.h"
 #include "platform/foundation/String.h"
@@ -45,8 +46,8 @@ public:
     virtual std::int64_t changeCount() const = 0;
     /// Called from the main loop after `changeCount` has grown, never inside a write.
     virtual Observation observeChanges(std::function<void()> observer) = 0;
-    /// Called when another program's content was dropped, with a reason that names no content.
-    virtual Observation observeDrops(std::function<void(const std::string& reason)> observer) = 0;
+    /// Called when another program's content was dropped.
+    virtual Observation observeDrops(std::function<void(RefusalReason)> observer) = 0;
 
     /// The names of what the content is offered as: the three type names above where they can be read,
     /// markers, and the owner's own names. Marked content has no readable types, as its payload is never

@@ -95,4 +95,12 @@ Bundle Localization::bundle() const {
 
 std::string localized(std::string_view key) { return Localization::current().bundle().localizedString(key); }
 
+std::string localized(std::string_view key, std::string_view argument) {
+    constexpr std::string_view place = "%@";
+    auto text = localized(key);
+    const auto at = text.find(place);
+    if (at != std::string::npos) text.replace(at, place.size(), argument);
+    return text;
+}
+
 }  // namespace vellumix

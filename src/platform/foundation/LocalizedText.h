@@ -42,5 +42,7 @@ struct Localization {
 
 /// The text of a key in the chosen language. Looked up anew at each call. Main thread.
 std::string localized(std::string_view key);
+/// The same with another text, such as a path, in the place of its "%@".
+std::string localized(std::string_view key, std::string_view argument);
 
 }  // namespace vellumix

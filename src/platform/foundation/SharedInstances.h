@@ -18,6 +18,10 @@ public:
     /// Called by the platform's scope alone; returns what was in force.
     static SharedInstances* install(SharedInstances* instances);
 
+    /// Instances in force for its own lifetime, where there is no platform; what was in force before comes
+    /// back.
+    class Scope;
+
     SharedInstances() = default;
     SharedInstances(const SharedInstances&) = delete;
     SharedInstances& operator=(const SharedInstances&) = delete;
@@ -42,6 +46,18 @@ public:
 private:
     std::unordered_map<std::type_index, void*> _byType;
     std::vector<std::shared_ptr<void>> _instances;
+};
+
+class SharedInstances::Scope {
+public:
+    Scope() : _outer(install(&_instances)) {}
+    ~Scope() { install(_outer); }
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+private:
+    SharedInstances _instances;
+    SharedInstances* _outer;
 };
 
 }  // namespace vellumix

@@ -30,6 +30,12 @@ UserDefaults::UserDefaults(FileSystem& files, std::string path)
     if (_isUnreadable) log.error("Settings can't be read, defaults are used: " + _path);
 }
 
+PropertyDictionary UserDefaults::stored(FileSystem& files, const std::string& path) {
+    Bytes content;
+    if (files.read(path, content)) return {};
+    return readPropertyList(content).value_or(PropertyDictionary());
+}
+
 UserDefaults& UserDefaults::standard() { return *installed; }
 UserDefaults* UserDefaults::install(UserDefaults* defaults) { return std::exchange(installed, defaults); }
 

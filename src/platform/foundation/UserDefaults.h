@@ -24,6 +24,10 @@ public:
     /// moves it aside and says so in the log.
     UserDefaults(FileSystem& files, std::string path);
 
+    /// What the file holds, for a process that only looks: nothing is made, moved or removed. Empty when it
+    /// can't be read.
+    static PropertyDictionary stored(FileSystem& files, const std::string& path);
+
     /// Those of the platform in force.
     static UserDefaults& standard();
     /// Called by the platform's scope alone; returns what was in force.

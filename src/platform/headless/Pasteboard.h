@@ -30,7 +30,7 @@ public:
     Observation observeChanges(std::function<void()> observer) override {
         return _changes.add(std::move(observer));
     }
-    Observation observeDrops(std::function<void(const std::string&)> observer) override {
+    Observation observeDrops(std::function<void(RefusalReason)> observer) override {
         return _drops.add(std::move(observer));
     }
     std::vector<std::string> types() const override;
@@ -50,7 +50,7 @@ public:
     /// The program that copied last ends. Preserved content stays.
     void ownerDies();
     /// Another program's content never arrives.
-    void dropElsewhere(const std::string& reason) { _drops.notify(reason); }
+    void dropElsewhere(RefusalReason reason) { _drops.notify(reason); }
     /// What another program gets when it pastes, markers and all.
     Content offered() const { return _isOffered ? _content : Content(); }
 
@@ -64,7 +64,7 @@ private:
     bool _isOffered = true;
     bool _isPreserved = false;
     ObserverList<> _changes;
-    ObserverList<const std::string&> _drops;
+    ObserverList<RefusalReason> _drops;
     Lifetime _lifetime;
 };
 

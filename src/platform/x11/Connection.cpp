@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/foundation/LocalizedText.h"
+
 namespace vellumix::x11 {
 
 namespace {
@@ -32,14 +34,14 @@ struct Connection::Start {
 std::unique_ptr<Connection> Connection::open(linux_desktop::GLibRunLoop& runLoop, std::string& error) {
     const char* display = std::getenv("DISPLAY");
     if (!display || !*display) {
-        error = "There is no X11 display: DISPLAY isn't set.";
+        error = localized("display.none");
         return nullptr;
     }
     int screenNumber = 0;
     xcb::ConnectionHandle handle(xcb_connect(nullptr, &screenNumber));
     auto* const connection = handle.get();
     if (xcb_connection_has_error(connection)) {
-        error = "The X11 display \"" + std::string(display) + "\" can't be reached.";
+        error = localized("display.unreachable", display);
         return nullptr;
     }
     // Everything is asked for before the first answer is awaited: a start costs two trips to the server.
@@ -55,7 +57,7 @@ std::unique_ptr<Connection> Connection::open(linux_desktop::GLibRunLoop& runLoop
                                    connection, xcb_xfixes_query_version(connection, 5, 0))
                              : nullptr;
     if (!version || version->major_version < 1) {
-        error = "The X server has no XFixes extension, by which it announces copies.";
+        error = localized("display.noXFixes");
         return nullptr;
     }
     start.xfixesFirstEvent = xfixes->first_event;

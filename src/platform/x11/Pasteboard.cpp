@@ -13,7 +13,7 @@ namespace vellumix::x11 {
 namespace {
 
 constexpr Log pasteboardLog("Pasteboard");
-constexpr const char* overtaken = "changed while it was read";
+using enum RefusalReason;
 
 std::string thisHost() {
     std::array<char, 256> name{};
@@ -55,7 +55,7 @@ Observation Pasteboard::observeChanges(std::function<void()> observer) {
     return _changeObservers.add(std::move(observer));
 }
 
-Observation Pasteboard::observeDrops(std::function<void(const std::string&)> observer) {
+Observation Pasteboard::observeDrops(std::function<void(RefusalReason)> observer) {
     return _dropObservers.add(std::move(observer));
 }
 
@@ -144,7 +144,7 @@ void Pasteboard::handleNext() {
 void Pasteboard::handle(const Change& change) {
     if (change.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER) {
         if (_ownChangesDue > 0) return;
-        abandonReading("the owner ended while it was read");
+        abandonReading(ownerEnded);
         _holder = Holder::endedProgram;
         _endedHolderTime = change.selection_timestamp;
         return offerPreserved();
@@ -186,7 +186,7 @@ void Pasteboard::endReading(SelectionReader::Outcome outcome) {
     show(std::move(*outcome.content));
 }
 
-void Pasteboard::abandonReading(const std::string& reason) {
+void Pasteboard::abandonReading(RefusalReason reason) {
     if (!std::exchange(_isReading, false)) return;
     _reader.reset();
     _manager.readingEnded();
@@ -211,8 +211,8 @@ void Pasteboard::announce() {
     }));
 }
 
-void Pasteboard::reportDrop(const std::string& reason) {
-    pasteboardLog.info("A copy was dropped: " + reason + ".");
+void Pasteboard::reportDrop(RefusalReason reason) {
+    pasteboardLog.info("A copy was dropped: " + std::string(rawValue(reason)) + ".");
     _connection.runLoop().post(_lifetime.weakly([this, reason] { _dropObservers.notify(reason); }));
 }
 

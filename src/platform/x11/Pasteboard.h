@@ -29,7 +29,7 @@ public:
     Capabilities capabilities() const override { return {.announcesChanges = true}; }
     std::int64_t changeCount() const override { return _changeCount; }
     Observation observeChanges(std::function<void()> observer) override;
-    Observation observeDrops(std::function<void(const std::string&)> observer) override;
+    Observation observeDrops(std::function<void(RefusalReason)> observer) override;
 
     std::vector<std::string> types() const override;
     std::vector<URL> readFileURLs() const override { return _visible.files; }
@@ -67,10 +67,10 @@ private:
     void handle(const Change& change);
     void beginReading(xcb_timestamp_t time);
     void endReading(SelectionReader::Outcome outcome);
-    void abandonReading(const std::string& reason);
+    void abandonReading(RefusalReason reason);
     void show(Content content);
     void announce();
-    void reportDrop(const std::string& reason);
+    void reportDrop(RefusalReason reason);
     void offerOurs();
     void offerPreserved();
 
@@ -97,7 +97,7 @@ private:
     /// The present reading, or the last one that brought something.
     std::unique_ptr<SelectionReader> _reader;
     ObserverList<> _changeObservers;
-    ObserverList<const std::string&> _dropObservers;
+    ObserverList<RefusalReason> _dropObservers;
     Observation _events;
     Lifetime _lifetime;
 };

@@ -15,9 +15,7 @@ constexpr std::size_t hintBytes = 64;
 constexpr std::size_t targetsBytes = 4096;
 
 using Excess = Conversion::Excess;
-
-constexpr const char* noAnswer = "the owner didn't answer in time";
-constexpr const char* noReadableType = "no readable type";
+using enum RefusalReason;
 
 }  // namespace
 
@@ -66,7 +64,7 @@ void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
     const bool isList = value.format == 32 && (value.type == XCB_ATOM_ATOM || value.type == atoms.targets);
     if (ending == Ending::tooLarge && (isList || value.type == XCB_ATOM_NONE)) {
         // A marker may stand at its end.
-        return end({{}, "more targets than any program announces"});
+        return end({{}, tooManyTargets});
     }
     if (isList) _targets = atomsOf(value.bytes);
     const bool announcesHint =
@@ -100,7 +98,7 @@ void SelectionReader::payloadCame(Ending ending, ConvertedValue value) {
         case Ending::late:
             return end({{}, noAnswer});
         case Ending::tooLarge:
-            return end({{}, "larger than " + std::to_string(_limits.payloadBytes >> 20) + " MiB"});
+            return end({{}, RefusalReason::tooLarge});
         case Ending::refused:
             break;
         case Ending::value:

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/desktop/RefusalReason.h"
 #include "platform/x11/Content.h"
 #include "platform/x11/Conversion.h"
 #include "platform/x11/PayloadChoice.h"
@@ -22,8 +23,8 @@ class SelectionReader {
 public:
     struct Outcome {
         std::optional<Content> content;
-        /// Why there is no content; empty when there is.
-        std::string reason;
+        /// Why there is no content, where there is none.
+        RefusalReason reason = RefusalReason::noReadableType;
     };
     using Completion = std::function<void(Outcome)>;
 

@@ -218,7 +218,11 @@ private:
 };
 
 /// What a start says and does where the program runs already.
-int handOver() {
+int handOver(const CommandLine& line) {
+    if (line.resetsOnboarding) {
+        say(localized("command.cannotReset"));
+        return impossible;
+    }
     if (linux_desktop::RunningInstance().ask(linux_desktop::RunningInstance::PanelRequest::show)) {
         say(localized("command.panelIsOpen"));
         return done;
@@ -236,7 +240,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
 
     auto claim = linux_desktop::SessionService::claim();
     using Outcome = linux_desktop::SessionService::Outcome;
-    if (claim.outcome == Outcome::otherOwns) return handOver();
+    if (claim.outcome == Outcome::otherOwns) return handOver(line);
     if (claim.outcome == Outcome::noBus) say(localized("command.startWithoutBus"));
 
     const auto paths = linux_desktop::Paths::ofUser();

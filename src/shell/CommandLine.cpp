@@ -38,12 +38,15 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.json = true;
         } else if (word == "--platform=headless") {
             line.platform = PlatformChoice::headless;
-        } else if (word != resetWord) {
+        } else if (word == resetWord) {
+            line.resetsOnboarding = true;
+        } else {
             line.error = localized("command.unknownWord", word);
         }
     }
     const bool isOther = line.command != Command::run;
     if (line.showsPanel && isOther) line.error = localized("command.goesAlone", showWord);
+    if (line.resetsOnboarding && isOther) line.error = localized("command.goesAlone", resetWord);
     if (line.json && line.command != Command::status) line.error = localized("command.onlyWithStatus");
     if (line.command == Command::gallery && line.folder.empty()) line.error = localized("command.noFolder");
     return line;

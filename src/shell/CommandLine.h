@@ -29,6 +29,8 @@ struct CommandLine {
     bool showsPanel = false;
     /// With `gallery`: the folder, which is there already.
     std::string folder;
+    /// With `run`: forget that the introduction has been shown.
+    bool resetsOnboarding = false;
     /// Why the words can't be followed, in the user's language; empty when they can.
     std::string error;
 

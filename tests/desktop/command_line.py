@@ -103,6 +103,11 @@ class OneInstance(unittest.TestCase):
             self.assertEqual(vellumix.status()["panel"], "visible")
             vellumix.command("hide")
             wait_for("the panel is hidden", lambda: vellumix.status()["panel"] == "hidden")
+            # The introduction is reset at a start, and this was none.
+            reset = vellumix.command("-resetOnboarding")
+            self.assertEqual((reset.returncode, reset.stderr.count("\n")), (1, 1), reset.stderr)
+            self.assertIn("-resetOnboarding", reset.stderr)
+            self.assertEqual(vellumix.status()["panel"], "hidden")
             self.assertIsNone(vellumix.process.poll())
             vellumix.until_recorded("text", lambda: applications.copy_with_xclip(desktop, "still of the first"))
 

@@ -165,8 +165,8 @@ TEST(CommandLine, Words) {
     EXPECT_EQ(CommandLine::parse({"quit"}).command, Command::quit);
     EXPECT_EQ(CommandLine::parse({"--platform=headless"}).platform, CommandLine::PlatformChoice::headless);
     EXPECT_NE(CommandLine::parse({"--json"}).error, "");
-    for (const auto& wrong :
-         std::vector<std::vector<std::string>>{{"stauts"}, {"toggle", "--show"}, {"gallery"}}) {
+    for (const auto& wrong : std::vector<std::vector<std::string>>{
+             {"stauts"}, {"toggle", "--show"}, {"toggle", "-resetOnboarding"}, {"gallery"}}) {
         EXPECT_NE(CommandLine::parse(wrong).error, "") << wrong.front();
     }
 }

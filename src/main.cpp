@@ -296,7 +296,6 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     application.setRootView([] { return view::View(RootContainerView{}); });
     const auto terminate = [&] { application.terminate(); };
     const auto signals = runLoop.onTerminationSignal(terminate);
-    const auto sessionResign = display->windows().observeSessionResign([&] { authentication.cancelAll(); });
     const auto displayEnd = display->observeEnd([&] {
         Log("AppDelegate").error("The display has ended, and the program ends with it");
         application.terminate();

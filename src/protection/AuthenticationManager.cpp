@@ -48,4 +48,6 @@ void AuthenticationManager::authenticate(const std::string& reason, Completion c
         });
 }
 
+void AuthenticationManager::breakOff() { platform::current().authentication.cancelAll(); }
+
 }  // namespace vellumix

@@ -32,6 +32,8 @@ public:
     /// The prompt shows `reason`, already localised. Completes once: inside the call where no prompt is
     /// shown, else in a later turn of the main loop; never when the program ends before the answer.
     void authenticate(const std::string& reason, Completion completion);
+    /// Takes every prompt off the screen; what they were for completes as cancelled.
+    void breakOff();
 };
 
 }  // namespace vellumix

@@ -15,14 +15,22 @@ void LockCoordinator::requestAccess(const ClipboardItem& item, const std::string
     if (!current) return completion({Result::Status::failed, std::nullopt});
     if (!current->locked) return completion({Result::Status::success, std::nullopt});
     _authManager.authenticate(
-        reason, _lifetime.weakly([this, item, completion = std::move(completion)](const Result& result) {
-            if (result.status == Result::Status::success) {
-                _store.setLocked(item, false);
-                temporarilyUnlocked.insert(item.id);
-                restartTimer();
-            }
-            completion(result);
-        }));
+        reason, _lifetime.weakly(
+                    [this, item, breaks = _breaks, completion = std::move(completion)](const Result& result) {
+                        // The owner's answer may have been under way already.
+                        if (breaks != _breaks) return completion({Result::Status::cancelled, result.error});
+                        if (result.status == Result::Status::success) {
+                            _store.setLocked(item, false);
+                            temporarilyUnlocked.insert(item.id);
+                            restartTimer();
+                        }
+                        completion(result);
+                    }));
+}
+
+void LockCoordinator::breakOff() {
+    ++_breaks;
+    _authManager.breakOff();
 }
 
 void LockCoordinator::restartTimer() {

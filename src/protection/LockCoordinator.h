@@ -28,6 +28,8 @@ public:
     /// the coordinator ends first.
     void requestAccess(const ClipboardItem& item, const std::string& reason,
                        AuthenticationManager::Completion completion);
+    /// Requests that wait for the owner complete as cancelled, whatever the owner still answers.
+    void breakOff();
     /// Locks every temporarily unlocked entry that is still there and open.
     void relockAll();
 
@@ -42,6 +44,8 @@ private:
     Store& _store;
     AuthenticationManager& _authManager;
     std::unique_ptr<NSTimer> _autoLockTimer;
+    /// How often requests were broken off.
+    int _breaks = 0;
     Lifetime _lifetime;
 };
 

@@ -114,10 +114,10 @@ bool AppDelegate::updateGlobalShortcut(const Shortcut& wanted) {
     return true;
 }
 
-void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelVisible() ? hidePanel() : showPanel(); }
+void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelOpen() ? hidePanel() : showPanel(); }
 
 void AppDelegate::showPanel() {
-    if (!_statusBar || (_statusBar->isPanelVisible() && !_statusBar->isPanelGoing())) return;
+    if (!_statusBar || _statusBar->isPanelOpen()) return;
     previousApp = platform::current().workspace.frontmostApplication();
     _statusBar->show();
     if (!previousApp) return;

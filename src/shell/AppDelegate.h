@@ -76,10 +76,10 @@ public:
     /// Makes it the shortcut of the panel, now and at later starts. False when the desktop refuses it; then
     /// the old one stays.
     bool updateGlobalShortcut(const Shortcut& wanted);
-    /// Hides the panel with a fade, or notes the front application in `previousApp` and shows the panel. What
-    /// the hotkey does; nothing before launch.
+    /// Hides the panel with a fade, or notes the front application in `previousApp` and shows the panel, also
+    /// one that is fading out. What the hotkey does; nothing before launch.
     void togglePanel();
-    /// As `togglePanel` while the panel is hidden; a visible one stays.
+    /// As `togglePanel` while the panel is hidden or fades out; an open one stays.
     void showPanel();
     void hidePanel();
 

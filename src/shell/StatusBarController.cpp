@@ -88,7 +88,7 @@ std::vector<StatusMenuEntry> StatusBarController::menu() {
     };
 }
 
-void StatusBarController::toggleFromStatusItem() { isPanelVisible() ? hide() : show(); }
+void StatusBarController::toggleFromStatusItem() { isPanelOpen() ? hide() : show(); }
 
 void StatusBarController::show() {
     if (!_floatingPanel) buildPanel();
@@ -121,9 +121,9 @@ void StatusBarController::positionPanel() {
 }
 
 void StatusBarController::hide() {
-    if (!isPanelVisible()) return;
+    if (!isPanelOpen()) return;
     _isHiding = true;
-    _floatingPanel->removeClickMonitor();
+    panelGoes();
     _floatingPanel->hostingView().animateAlpha(0, view::Curve::easeIn(hideSeconds), _lifetime.weakly([this] {
         _floatingPanel->hostingView().orderOut();
         onMain(_lifetime.weakly([this] { panelHasGone(); }));
@@ -132,9 +132,16 @@ void StatusBarController::hide() {
 
 void StatusBarController::hideImmediately() {
     if (!isPanelVisible()) return;
-    _floatingPanel->removeClickMonitor();
+    panelGoes();
     _floatingPanel->hostingView().orderOut();
     panelHasGone();
+}
+
+void StatusBarController::panelGoes() {
+    _floatingPanel->removeClickMonitor();
+    // What is seen of it from now on is a picture: keys and presses are for the window behind it.
+    _floatingPanel->hostingView().withdraw();
+    _application.lockCoordinator().breakOff();
 }
 
 void StatusBarController::panelHasGone() {
@@ -169,7 +176,7 @@ void StatusBarController::buildPanel() {
     _panelObserverTokens.push_back(hosting.observeResize(later([this] { panelChangedFrame(true); })));
     _panelObserverTokens.push_back(hosting.observeMove(later([this] { panelChangedFrame(false); })));
     _panelObserverTokens.push_back(hosting.observeClose(later([this] {
-        _floatingPanel->removeClickMonitor();
+        panelGoes();
         panelHasGone();
     })));
 }

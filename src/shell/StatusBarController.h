@@ -34,7 +34,8 @@ public:
     /// Shows the panel in front with the keyboard, on the main screen. While it is visible, it is placed and
     /// faded in anew.
     void show();
-    /// Fades the panel out. It is visible until it has gone.
+    /// Fades the panel out. It is visible until it has gone, and takes no key and no press from now on; a
+    /// question of its own that is open is broken off.
     void hide();
     /// Takes the panel away at once.
     void hideImmediately();
@@ -43,8 +44,8 @@ public:
     /// Null until the first `show`.
     FloatingPanel* floatingPanel() { return _floatingPanel.get(); }
     bool isPanelVisible() const { return _floatingPanel && _floatingPanel->window().isVisible(); }
-    /// Whether it is visible, but fading out.
-    bool isPanelGoing() const { return isPanelVisible() && _isHiding; }
+    /// Whether it is visible, and not fading out.
+    bool isPanelOpen() const { return isPanelVisible() && !_isHiding; }
 
     /// Of the panel, in points.
     Size currentSize{420, 620};
@@ -57,6 +58,8 @@ private:
     void positionPanel();
     void panelChangedFrame(bool hasResized);
     void persistPanelFrame();
+    /// The person has done with it, and it may still be seen.
+    void panelGoes();
     /// Nothing that was opened for the panel stays open without it.
     void panelHasGone();
 

@@ -14,8 +14,13 @@ public:
         if (key && key->delegate()) key->delegate()->keyPressed({.position = position});
     }
     void click(Point at) override {
-        for (auto* window : _windows.windows()) {
-            if (!window->isVisible() || !window->frame().contains(at) || !window->delegate()) continue;
+        const auto& windows = _windows.windows();
+        for (auto found = windows.rbegin(); found != windows.rend(); ++found) {
+            auto* const window = *found;
+            if (!window->isVisible() || window->ignoresMouseEvents || !window->frame().contains(at) ||
+                !window->delegate()) {
+                continue;
+            }
             const auto insets = window->shadowInsets();
             const Point inside = at - window->frame().origin + Point{insets.leading, insets.top};
             window->delegate()->pointerPressed({.at = inside});

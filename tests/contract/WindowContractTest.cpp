@@ -61,6 +61,34 @@ TEST_P(WindowContract, AMenuTakesTheKeyboardFromThePanelAndGivesItBack) {
     EXPECT_EQ(panelLog.keys.size(), 2U);
 }
 
+TEST_P(WindowContract, AWindowThatGivesUpTheKeyboardAndThePointerIsOnlySeen) {
+    const auto behind = make(NSWindow::Kind::panel);
+    WindowLog behindLog(*behind);
+    behind->orderFrontRegardless();
+    behind->makeKeyWindow();
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    panel->makeKeyWindow();
+    ASSERT_TRUE(backend->wait([&] { return log.keyStates == "+"; }));
+
+    panel->resignKeyWindow();
+    panel->setIgnoresMouseEvents(true);
+    EXPECT_TRUE(panel->isVisible());
+    ASSERT_TRUE(backend->wait([&] { return log.keyStates == "+-" && behindLog.keyStates == "+-+"; }));
+    backend->typeKey(KEY_A);
+    backend->click({150, 140});
+    ASSERT_TRUE(backend->wait([&] { return behindLog.keys.size() == 1 && behindLog.releases == 1; }));
+    EXPECT_TRUE(log.keys.empty() && log.presses.empty());
+
+    panel->setIgnoresMouseEvents(false);
+    panel->makeKeyWindow();
+    ASSERT_TRUE(backend->wait([&] { return log.keyStates == "+-+"; }));
+    backend->click({150, 140});
+    ASSERT_TRUE(backend->wait([&] { return log.releases == 1; }));
+    EXPECT_EQ(behindLog.releases, 1);
+}
+
 TEST_P(WindowContract, AFrameTakesEffectAtOnceAndIsToldLater) {
     const auto panel = make(NSWindow::Kind::panel);
     WindowLog log(*panel);

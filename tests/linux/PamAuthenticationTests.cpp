@@ -126,13 +126,13 @@ TEST_F(PamAuthenticationTest, ThePersonMayBreakOffWhetherAskedOrNot) {
     EXPECT_LT(loop.uptime() - before, 2) << "a module that hangs is not waited for";
 }
 
-TEST_F(PamAuthenticationTest, TheDesktopBreaksOffWhatIsOpen) {
+TEST_F(PamAuthenticationTest, TheProgramBreaksOffWhatIsOpen) {
     begin();
     begin();
     runUntil([this] { return person.seen.size() == 2; });
     service.cancelAll();
     EXPECT_EQ(replies, 2);
-    EXPECT_EQ(code, LAError::systemCancel);
+    EXPECT_EQ(code, LAError::appCancel);
     EXPECT_FALSE(person.sees);
     service.cancelAll();
     EXPECT_EQ(replies, 2);

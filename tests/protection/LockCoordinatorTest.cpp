@@ -77,6 +77,21 @@ TEST_F(LockCoordinatorTest, EveryAnswerButYesLeavesTheEntryLocked) {
     EXPECT_FALSE(coordinator->hasPendingAutoLock());
 }
 
+TEST_F(LockCoordinatorTest, WhatIsBrokenOffIsCancelledAlsoWhenTheOwnerHasJustAnswered) {
+    request(entry(one));
+    request(entry(two));
+    desktop.authentication.answer(true);
+    coordinator->breakOff();
+    EXPECT_TRUE(desktop.authentication.prompts.empty()) << "nobody is asked any more";
+    desktop.runLoop.advance(0);
+    ASSERT_EQ(results.size(), 2U);
+    for (const auto& result : results) EXPECT_EQ(result.status, Status::cancelled);
+    EXPECT_TRUE(entry(one).locked);
+    EXPECT_TRUE(coordinator->temporarilyUnlocked.empty());
+    unlock(two);
+    EXPECT_EQ(results.back().status, Status::success) << "the next one is asked as ever";
+}
+
 TEST_F(LockCoordinatorTest, WhatIsOpenOrGoneNeedsNoPrompt) {
     const auto gone = entry(two);
     store.remove(gone);

@@ -2,6 +2,7 @@
 
 #include "platform/foundation/UserDefaults.h"
 #include "platform/view/Renderer.h"
+#include "platform/view/Views.h"
 #include "shell/AppDelegate.h"
 #include "support/HeadlessTest.h"
 
@@ -76,6 +77,7 @@ protected:
     bool isShown() const { return desktop.windows.shown(NSWindow::Kind::panel) != nullptr; }
 
     std::unique_ptr<AppDelegate> application;
+    int taps = 0;
 };
 
 TEST_F(FloatingPanelTest, FadesInWithTheKeyboardAndLeavesTheFrontApplicationInFront) {
@@ -112,8 +114,56 @@ TEST_F(FloatingPanelTest, ShownAgainWhileItFadesOutItStays) {
     EXPECT_FALSE(isShown());
 }
 
-TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAlone) {
+TEST_F(FloatingPanelTest, WhileItFadesOutItTakesNothingAndTheHotkeyBringsItBack) {
     launch();
+    application->setRootView([this] {
+        return view::View(view::Button([this] { ++taps; }, view::ShapeView(view::Rectangle())))
+            .frame({.maximumWidth = unbounded, .maximumHeight = unbounded});
+    });
+    showWhole();
+    const auto press = [&] {
+        const Point at{260 + 24, 225 + 24};
+        panel().delegate()->pointerPressed({.at = at});
+        panel().delegate()->pointerReleased(at, PointerButton::primary);
+        panel().delegate()->keyPressed({.key = Key::tab});
+        panel().delegate()->keyPressed({.key = Key::space, .text = " "});
+        panel().delegate()->keyPressed({.modifiers = {.hasControl = true}, .character = "q"});
+    };
+    desktop.runLoop.postAfter(0, press);
+    desktop.runLoop.run();
+    EXPECT_EQ(taps, 2) << "as long as it is open, and then the program would end";
+
+    panel().delegate()->keyPressed({.key = Key::escape});
+    ASSERT_TRUE(isShown());
+    EXPECT_EQ(desktop.windows.keyWindow(), nullptr) << "the keys are the next window's at once";
+    EXPECT_TRUE(panel().ignoresMouseEvents);
+    desktop.runLoop.postAfter(0.05, press);
+    bool ranOn = false;
+    desktop.runLoop.postAfter(0.1, [&] {
+        ranOn = true;
+        application->terminate();
+    });
+    desktop.runLoop.run();
+    EXPECT_TRUE(ranOn);
+    EXPECT_EQ(taps, 2);
+
+    ASSERT_TRUE(isShown()) << "still fading";
+    ASSERT_TRUE(desktop.hotkeys.press({9, cmdKey | optionKey}));
+    desktop.runLoop.advance(0.3);
+    ASSERT_TRUE(isShown());
+    EXPECT_TRUE(panel().isKeyWindow());
+    EXPECT_FALSE(panel().ignoresMouseEvents);
+    EXPECT_EQ(panel().alphaValue(), 1);
+    desktop.runLoop.postAfter(0, press);
+    desktop.runLoop.run();
+    EXPECT_EQ(taps, 4);
+}
+
+TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAloneAndItsQuestionGoesToo) {
+    desktop.authentication.refusal.reset();
+    launch();
+    application->store().add(textItem("secret"));
+    application->store().setLocked(application->store().items()->front(), true);
     const std::pair<const char*, std::function<void()>> causes[] = {
         {"a press elsewhere",
          [&] {
@@ -129,13 +179,22 @@ TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAlo
              EXPECT_FALSE(isShown()) << "without a fade";
          }},
         {"the icon", [&] { desktop.statusBar.icon()->action(); }},
+        {"a paste", [&] { application->pasteAndClose(textItem("open")); }},
+        {"the desktop", [&] { panel().delegate()->closeRequested(); }},
     };
     for (const auto& [name, cause] : causes) {
         showWhole();
         desktop.windows.pressElsewhere(panel().frame().centre());
         desktop.runLoop.advance(0.3);
         ASSERT_TRUE(isShown()) << name;
+        std::optional<AuthenticationManager::Result::Status> answer;
+        application->lockCoordinator().requestAccess(application->store().items()->front(), "Because.",
+                                                     [&](const auto& result) { answer = result.status; });
+        ASSERT_EQ(desktop.authentication.prompts.size(), 1U) << name;
         cause();
+        desktop.runLoop.advance(0.02);
+        EXPECT_TRUE(desktop.authentication.prompts.empty()) << name << ": as soon as it goes";
+        EXPECT_EQ(answer, AuthenticationManager::Result::Status::cancelled) << name;
         desktop.runLoop.advance(0.3);
         EXPECT_FALSE(isShown()) << name;
         EXPECT_FALSE(desktop.windows.isMonitoringMouse()) << name;

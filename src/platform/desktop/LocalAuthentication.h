@@ -52,6 +52,8 @@ public:
     virtual ~LocalAuthentication() = default;
     /// A new one for each question. It doesn't outlive the service.
     virtual std::unique_ptr<LAContext> makeContext() = 0;
+    /// Takes every prompt off the screen; their replies are errors with the code `appCancel`.
+    virtual void cancelAll() = 0;
 };
 
 }  // namespace vellumix

@@ -122,6 +122,10 @@ public:
     /// Takes the keyboard, as soon as the desktop gives it.
     virtual void makeKeyWindow() = 0;
     virtual bool isKeyWindow() const = 0;
+    /// Gives up the keyboard as `orderOut` does, and stays where it is.
+    virtual void resignKeyWindow() = 0;
+    /// Lets the pointer through to what is behind, which gets its presses from now on. False at first.
+    virtual void setIgnoresMouseEvents(bool ignores) = 0;
 
     virtual void setCursor(Cursor cursor) = 0;
     /// Where text is being typed, for the input method: the caret, as a delegate's points. Nothing while keys

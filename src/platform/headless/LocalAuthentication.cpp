@@ -26,6 +26,12 @@ private:
 
 std::unique_ptr<LAContext> LocalAuthentication::makeContext() { return std::make_unique<Context>(*this); }
 
+void LocalAuthentication::cancelAll() {
+    for (const auto& prompt : std::exchange(prompts, {})) {
+        prompt.reply(false, LAError{.code = LAError::appCancel});
+    }
+}
+
 bool LocalAuthentication::answer(bool isSuccess, std::optional<LAError> error) {
     if (prompts.empty()) return false;
     const auto prompt = std::move(prompts.front());

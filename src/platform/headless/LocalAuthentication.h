@@ -21,6 +21,7 @@ public:
     };
 
     std::unique_ptr<LAContext> makeContext() override;
+    void cancelAll() override;
     /// Answers the oldest prompt; false when there is none.
     bool answer(bool isSuccess, std::optional<LAError> error = std::nullopt);
 

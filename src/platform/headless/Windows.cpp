@@ -66,6 +66,10 @@ void Window::orderFrontRegardless() {
 
 void Window::orderOut() {
     _isVisible = false;
+    resignKeyWindow();
+}
+
+void Window::resignKeyWindow() {
     const bool hadKeyboard = isKeyWindow();
     std::erase(_server._keyOrder, this);
     if (!hadKeyboard) return;

@@ -37,6 +37,8 @@ public:
     void orderOut() override;
     void makeKeyWindow() override;
     bool isKeyWindow() const override;
+    void resignKeyWindow() override;
+    void setIgnoresMouseEvents(bool ignores) override { ignoresMouseEvents = ignores; }
     void setCursor(Cursor wanted) override { cursor = wanted; }
     void setTextInput(std::optional<Rect> caret) override { textInput = caret; }
     PixelBuffer beginDrawing() override;
@@ -48,6 +50,7 @@ public:
     Options options;
     double cornerRadius = 0;
     Cursor cursor = Cursor::arrow;
+    bool ignoresMouseEvents = false;
     std::optional<Rect> textInput;
     /// How often something was drawn.
     int drawings = 0;

@@ -248,7 +248,7 @@ PamAuthentication::~PamAuthentication() {
 void PamAuthentication::cancelAll() {
     // A reply may ask anew.
     for (const auto& each : std::vector(_state->exchanges)) {
-        if (const auto exchange = each.lock()) exchange->end(false, LAError{.code = LAError::systemCancel});
+        if (const auto exchange = each.lock()) exchange->end(false, LAError{.code = LAError::appCancel});
     }
 }
 

@@ -30,11 +30,8 @@ public:
     /// Takes the prompts off the screen; their replies are dropped.
     ~PamAuthentication() override;
 
-    /// Breaks off every prompt for the desktop, whose session goes out of the person's sight: the replies are
-    /// errors of the system's cancelling.
-    void cancelAll();
-
     std::unique_ptr<LAContext> makeContext() override;
+    void cancelAll() override;
 
 private:
     struct State;

@@ -139,6 +139,8 @@ void HostingView::orderFront() {
     if (!_window.isVisible()) _tree->settle();
     drawNow();
     if (alive.expired()) return;
+    _isWithdrawn = false;
+    _window.setIgnoresMouseEvents(false);
     _window.orderFrontRegardless();
     // What wants a window over this one waits until it is shown.
     _presenter->treeDidChange();
@@ -146,12 +148,22 @@ void HostingView::orderFront() {
     waitForNextChange();
 }
 
+void HostingView::withdraw() {
+    const auto alive = _lifetime.watch();
+    _isWithdrawn = true;
+    _drag.reset();
+    // Before what has the keyboard closes, so that it doesn't come back here on its way.
+    _window.resignKeyWindow();
+    _window.setIgnoresMouseEvents(true);
+    _presenter->closeAll();
+    if (!alive.expired()) pointerLeft();
+    if (!alive.expired()) updateKeyState();
+}
+
 void HostingView::orderOut() {
     const auto alive = _lifetime.watch();
     _changeTimer.reset();
-    _drag.reset();
-    _presenter->closeAll();
-    if (!alive.expired()) pointerLeft();
+    withdraw();
     if (!alive.expired()) _window.orderOut();
 }
 
@@ -203,6 +215,7 @@ void HostingView::updateCursor() {
 }
 
 void HostingView::pointerMoved(Point at) {
+    if (_isWithdrawn) return;
     _pointer = at;
     if (_drag) return _window.setFrame(_drag->frameAt(onScreen(at)));
     if (_presenter->pointerMoved(onScreen(at))) return;
@@ -220,6 +233,7 @@ void HostingView::pointerLeft() {
 }
 
 void HostingView::pointerPressed(const PointerPress& press) {
+    if (_isWithdrawn) return;
     _pointer = press.at;
     if (_presenter->pointerPressed()) return;
     const auto frame = content();
@@ -232,6 +246,7 @@ void HostingView::pointerPressed(const PointerPress& press) {
 }
 
 void HostingView::pointerReleased(Point at, PointerButton button) {
+    if (_isWithdrawn) return;
     if (button == PointerButton::primary && _drag) {
         pointerMoved(at);
         _drag.reset();
@@ -243,10 +258,11 @@ void HostingView::pointerReleased(Point at, PointerButton button) {
 }
 
 void HostingView::scrolled(Point at, double down, double) {
-    if (!_presenter->scrolled()) _tree->scrolled(at, down);
+    if (!_isWithdrawn && !_presenter->scrolled()) _tree->scrolled(at, down);
 }
 
 void HostingView::keyPressed(const KeyEvent& event) {
+    if (_isWithdrawn) return;
     const auto alive = _lifetime.watch();
     // Quick hands don't wait for a frame: a key is for what the one before it has brought about.
     if (_window.isVisible() && _tree->needsFrame()) drawNow();
@@ -255,7 +271,9 @@ void HostingView::keyPressed(const KeyEvent& event) {
     if (const auto handler = _onUnhandledKey) handler(event);
 }
 
-void HostingView::textComposed(const MarkedText& text) { _tree->textComposed(text); }
+void HostingView::textComposed(const MarkedText& text) {
+    if (!_isWithdrawn) _tree->textComposed(text);
+}
 
 void HostingView::keyStateChanged(bool) { updateKeyState(); }
 

@@ -62,6 +62,9 @@ public:
     void drawNow();
     /// Shows the window with its first frame in it, without the keyboard.
     void orderFront();
+    /// The window is on its way off the screen: what it has opened closes, and it takes neither key nor press
+    /// until it is ordered front again.
+    void withdraw();
     /// Hides the window, and what it has opened.
     void orderOut();
     /// Tells those who observe the closing, and hides the window.
@@ -132,6 +135,7 @@ private:
     double _nextFrame = 0;
     bool _isFrameRequested = false;
     bool _isKey = false;
+    bool _isWithdrawn = false;
     /// The window holds less than the tree's last frame.
     bool _isPixelLost = true;
     Lifetime _lifetime;

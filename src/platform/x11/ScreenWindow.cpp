@@ -173,7 +173,7 @@ void ScreenWindow::cutShape() {
                                 static_cast<std::uint16_t>(std::max(size.width - 2 * margin, 0)),
                                 static_cast<std::uint16_t>(std::max(size.height - 2 * margin, 0))};
     xcb_shape_rectangles(xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, _id, 0, 0,
-                         _kind == Kind::toolTip ? 0 : 1, &input);
+                         _kind == Kind::toolTip || _ignoresMouseEvents ? 0 : 1, &input);
 }
 
 void ScreenWindow::setAlphaValue(double alpha) {
@@ -254,9 +254,8 @@ void ScreenWindow::standAbovePanels() {
 
 void ScreenWindow::orderOut() {
     if (!std::exchange(_isVisible, false)) return;
-    _wantsActivation = false;
     unmap();
-    _server._keys.remove(*this);
+    resignKeyWindow();
     _release = _connection.runLoop().oneShotTimer(keepPixelsSeconds, [this] { _pixels.release(); });
 }
 
@@ -268,6 +267,15 @@ void ScreenWindow::makeKeyWindow() {
     }
     _wantsActivation = true;
     if (_isViewable) activate();
+}
+
+void ScreenWindow::resignKeyWindow() {
+    _wantsActivation = false;
+    _server._keys.remove(*this);
+}
+
+void ScreenWindow::setIgnoresMouseEvents(bool ignores) {
+    if (std::exchange(_ignoresMouseEvents, ignores) != ignores) cutShape();
 }
 
 void ScreenWindow::activate() {

@@ -30,6 +30,8 @@ public:
     void orderOut() override;
     void makeKeyWindow() override;
     bool isKeyWindow() const override { return _server._keys.key() == this; }
+    void resignKeyWindow() override;
+    void setIgnoresMouseEvents(bool ignores) override;
     void setCursor(Cursor cursor) override;
     void setTextInput(std::optional<Rect> caret) override;
     PixelBuffer beginDrawing() override;
@@ -94,6 +96,7 @@ private:
     double _cornerRadius = 0;
     Cursor _cursor = Cursor::arrow;
     std::optional<Rect> _textInput;
+    bool _ignoresMouseEvents = false;
     bool _isVisible = false;
     bool _isMapped = false;
     bool _isViewable = false;

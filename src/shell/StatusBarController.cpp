@@ -88,10 +88,17 @@ std::vector<StatusMenuEntry> StatusBarController::menu() {
     };
 }
 
-void StatusBarController::toggleFromStatusItem() { isPanelOpen() ? hide() : show(); }
+void StatusBarController::toggleFromStatusItem() {
+    const bool hasHidden = _hidingPress && _hidingPress->isUnderWay();
+    _hidingPress.reset();
+    if (isPanelOpen()) return hide();
+    // The click's press was one beside the panel, and has done what the click is to do.
+    if (!hasHidden) show();
+}
 
 void StatusBarController::show() {
     if (!_floatingPanel) buildPanel();
+    _hidingPress.reset();
     _isHiding = false;
     positionPanel();
     if (!isPanelVisible()) NotificationCenter::defaultCenter().post(panelOpens);
@@ -156,7 +163,10 @@ void StatusBarController::buildPanel() {
                           .environment(&_application.themeManager())
                           .environment(&_application.languageManager());
     _floatingPanel = std::make_unique<FloatingPanel>(currentSize, root);
-    _floatingPanel->onClickOutside = _lifetime.weakly([this] { hide(); });
+    _floatingPanel->onClickOutside = _lifetime.weakly([this] {
+        hide();
+        _hidingPress.emplace();
+    });
 
     auto& hosting = _floatingPanel->hostingView();
     hosting.onUnhandledKey([this](const KeyEvent& event) {

@@ -9,6 +9,7 @@
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Observation.h"
 #include "shell/FloatingPanel.h"
+#include "shell/HidingPress.h"
 
 namespace vellumix {
 
@@ -76,6 +77,7 @@ private:
     /// The last known place as fractions of the free room, from the left and from the top, 0 to 1 each.
     std::optional<Point> _relativePosition;
     bool _isHiding = false;
+    std::optional<HidingPress> _hidingPress;
     Observation _languageChange;
     Lifetime _lifetime;
 };

@@ -25,9 +25,11 @@ public:
             const Point inside = at - window->frame().origin + Point{insets.leading, insets.top};
             window->delegate()->pointerPressed({.at = inside});
             window->delegate()->pointerReleased(inside, PointerButton::primary);
+            _windows.releaseButton();
             return;
         }
         _windows.pressElsewhere(at);
+        _windows.releaseButton();
     }
     bool wait(const std::function<bool()>& condition) override {
         settle();

@@ -111,20 +111,27 @@ TEST_P(WindowContract, APressElsewhereIsToldAndOneOnOurOwnWindowIsNot) {
     WindowLog log(*panel);
     panel->orderFrontRegardless();
     int elsewhere = 0;
+    int releases = 0;
     auto monitor = backend->windows().addGlobalMonitorForMouseDown([&] { ++elsewhere; });
+    auto releaseMonitor = backend->windows().addGlobalMonitorForMouseUp([&] { ++releases; });
     backend->settle();
     backend->click({150, 140});
     ASSERT_TRUE(backend->wait([&] { return log.presses.size() == 1 && log.releases == 1; }));
     const auto insets = panel->shadowInsets();
     EXPECT_EQ(log.presses[0].at, (Point{50 + insets.leading, 40 + insets.top}));
     backend->click({500, 400});
-    ASSERT_TRUE(backend->wait([&] { return elsewhere == 1; }));
+    ASSERT_TRUE(backend->wait([&] { return elsewhere == 1 && releases == 2; })) << "and any release";
     EXPECT_EQ(log.presses.size(), 1U);
     monitor.cancel();
     backend->settle();
     backend->click({500, 400});
-    backend->settle();
+    ASSERT_TRUE(backend->wait([&] { return releases == 3; }));
     EXPECT_EQ(elsewhere, 1);
+    releaseMonitor.cancel();
+    backend->settle();
+    backend->click({500, 400});
+    backend->settle();
+    EXPECT_EQ(releases, 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, WindowContract,

@@ -34,6 +34,19 @@ class StatusItem(unittest.TestCase):
                 self.assertEqual(vellumix.exit_code(), 0)
                 wait_for("the icon has gone", lambda: not tray.items())
 
+    def test_a_click_that_takes_its_time_opens_and_closes(self):
+        desktop = self.desktop()
+        tray = Tray(desktop).start()
+        vellumix = Vellumix(desktop).start()
+        tray.until_item()
+        wait_for("the panel draws the icon", lambda: self.contrast(desktop) > 140)
+        for state in ("visible", "hidden", "visible", "hidden"):
+            # Held for longer than the fade takes.
+            desktop.run("xdotool", "mousemove", "16", "16", "mousedown", "1", "sleep", "0.3", "mouseup", "1")
+            wait_for(f"the panel is {state}", lambda state=state: vellumix.status()["panel"] == state)
+            desktop.run("xdotool", "sleep", "0.3")
+            self.assertEqual(vellumix.status()["panel"], state, "and stays so")
+
     def test_panels_come_and_go(self):
         desktop = self.desktop()
         vellumix = Vellumix(desktop).start()

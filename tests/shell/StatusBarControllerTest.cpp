@@ -197,6 +197,8 @@ TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAlo
         EXPECT_EQ(answer, AuthenticationManager::Result::Status::cancelled) << name;
         desktop.runLoop.advance(0.3);
         EXPECT_FALSE(isShown()) << name;
+        desktop.windows.releaseButton();
+        desktop.runLoop.advance(2);
         EXPECT_FALSE(desktop.windows.isMonitoringMouse()) << name;
     }
     desktop.windows.refusesMonitors = true;
@@ -204,6 +206,40 @@ TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAlo
     application->togglePanel();
     desktop.runLoop.advance(0.3);
     EXPECT_FALSE(isShown()) << "where presses elsewhere can't be seen";
+}
+
+TEST_F(FloatingPanelTest, AClickOnTheIconIsOneThoughItsPressIsBesideThePanel) {
+    launch();
+    const Point icon{5, 5};
+    const auto activate = [&] {
+        desktop.statusBar.icon()->action();
+        desktop.runLoop.advance(0.3);
+        return isShown();
+    };
+    for (const double held : {0.0, 0.1, 0.3, 5.0}) {
+        showWhole();
+        desktop.windows.pressElsewhere(icon);
+        desktop.runLoop.advance(held);
+        desktop.windows.releaseButton();
+        desktop.runLoop.advance(0.1);
+        EXPECT_FALSE(activate()) << held;
+        EXPECT_TRUE(activate()) << held << ": the next click";
+    }
+    showWhole();
+    desktop.windows.pressElsewhere(icon);
+    EXPECT_FALSE(activate()) << "where the press is told at once";
+
+    showWhole();
+    for (const auto at : {Point{900, 5}, icon}) {
+        desktop.windows.pressElsewhere(at);
+        desktop.windows.releaseButton();
+        desktop.runLoop.advance(0.1);
+    }
+    EXPECT_TRUE(activate()) << "a press somewhere else, and then a click on the icon";
+    desktop.windows.pressElsewhere({900, 5});
+    desktop.windows.releaseButton();
+    desktop.runLoop.advance(3);
+    EXPECT_TRUE(activate()) << "by the icon's key, which presses nothing";
 }
 
 TEST_F(FloatingPanelTest, TheHotkeyOpensItAndClosesIt) {

@@ -166,6 +166,8 @@ public:
     /// Each press of the primary or secondary button that isn't on a window of the program. Empty where the
     /// desktop doesn't tell.
     virtual Observation addGlobalMonitorForMouseDown(std::function<void()> handler) = 0;
+    /// Each release of the primary or secondary button, wherever it is. Empty where the desktop doesn't tell.
+    virtual Observation addGlobalMonitorForMouseUp(std::function<void()> handler) = 0;
 };
 
 }  // namespace vellumix

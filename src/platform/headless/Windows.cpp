@@ -113,6 +113,10 @@ Observation WindowServer::addGlobalMonitorForMouseDown(std::function<void()> han
     return refusesMonitors ? Observation() : _mouseHandlers.add(std::move(handler));
 }
 
+Observation WindowServer::addGlobalMonitorForMouseUp(std::function<void()> handler) {
+    return refusesMonitors ? Observation() : _releaseHandlers.add(std::move(handler));
+}
+
 Window* WindowServer::keyWindow() const { return _keyOrder.empty() ? nullptr : _keyOrder.back(); }
 
 Window* WindowServer::shown(NSWindow::Kind kind) const {

@@ -89,6 +89,7 @@ public:
         return _sessionObservers.add(std::move(observer));
     }
     Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override;
+    Observation addGlobalMonitorForMouseUp(std::function<void()> handler) override;
 
     /// The windows that are there, the one in front last.
     const std::vector<Window*>& windows() const { return _windows; }
@@ -103,7 +104,9 @@ public:
     void resignSession() { _sessionObservers.notify(); }
     /// Somebody presses a button on another program's window, or on nothing.
     void pressElsewhere(Point at);
-    bool isMonitoringMouse() const { return !_mouseHandlers.empty(); }
+    /// Somebody lets a button go, wherever it was pressed.
+    void releaseButton() { _releaseHandlers.notify(); }
+    bool isMonitoringMouse() const { return !_mouseHandlers.empty() || !_releaseHandlers.empty(); }
 
     std::vector<NSScreen> monitors{{{{0, 0}, {1280, 800}}, {{0, 28}, {1280, 772}}}};
     /// Which of them the active window is on.
@@ -125,6 +128,7 @@ private:
     ObserverList<> _spaceObservers;
     ObserverList<> _sessionObservers;
     ObserverList<> _mouseHandlers;
+    ObserverList<> _releaseHandlers;
 };
 
 }  // namespace vellumix::headless

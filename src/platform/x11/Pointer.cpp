@@ -74,14 +74,29 @@ void Pointer::select(xcb_window_t window) {
 }
 
 Observation Pointer::observePressElsewhere(std::function<void()> handler) {
+    return observeRaw(_elsewhere, std::move(handler));
+}
+
+Observation Pointer::observeRelease(std::function<void()> handler) {
+    return observeRaw(_releases, std::move(handler));
+}
+
+Observation Pointer::observeRaw(ObserverList<>& observers, std::function<void()> handler) {
     if (!_isPresent) return {};
-    if (_elsewhere.empty()) selectEvents(_connection.root(), XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS);
-    auto inner = std::make_shared<Observation>(_elsewhere.add(std::move(handler)));
+    auto inner = std::make_shared<Observation>(observers.add(std::move(handler)));
+    selectRaw();
     return Observation(_lifetime.weakly([this, inner] {
         inner->cancel();
-        // Otherwise each click on the display would wake this program for nothing.
-        if (_elsewhere.empty()) selectEvents(_connection.root(), 0);
+        selectRaw();
     }));
+}
+
+void Pointer::selectRaw() {
+    const std::uint32_t presses = _elsewhere.empty() ? 0 : XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+    const std::uint32_t releases = _releases.empty() ? 0 : XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
+    if (std::exchange(_rawEvents, presses | releases) != _rawEvents) {
+        selectEvents(_connection.root(), _rawEvents);
+    }
 }
 
 Point Pointer::location() const {
@@ -102,7 +117,10 @@ void Pointer::handle(const xcb_generic_event_t& event) {
             moved(event);
             break;
         case XCB_INPUT_RAW_BUTTON_PRESS:
-            pressedSomewhere(event);
+            clickedSomewhere(event, false);
+            break;
+        case XCB_INPUT_RAW_BUTTON_RELEASE:
+            clickedSomewhere(event, true);
             break;
         case XCB_INPUT_ENTER: {
             const auto& enter = xcb::as<xcb_input_enter_event_t>(event);
@@ -250,9 +268,10 @@ std::vector<Pointer::ScrollAxis> Pointer::axesOf(const xcb_input_xi_device_info_
     return axes;
 }
 
-void Pointer::pressedSomewhere(const xcb_generic_event_t& event) {
+void Pointer::clickedSomewhere(const xcb_generic_event_t& event, bool isRelease) {
     const auto button = buttonOf(xcb::as<xcb_input_raw_button_press_event_t>(event).detail);
     if (!button || *button == PointerButton::middle) return;
+    if (isRelease) return _releases.notify();
     auto* const xcb = _connection.xcb();
     const auto reply = xcb::await<xcb_query_pointer_reply>(xcb, xcb_query_pointer(xcb, _connection.root()));
     if (!reply || _surroundings.isOurs(reply->child)) return;

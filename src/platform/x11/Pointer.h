@@ -32,6 +32,8 @@ public:
     void select(xcb_window_t window);
     /// Each press of the primary or secondary button elsewhere. Empty without the extension.
     Observation observePressElsewhere(std::function<void()> handler);
+    /// Each release of them, wherever it is. Empty without the extension.
+    Observation observeRelease(std::function<void()> handler);
     /// In pixels of the root window.
     Point location() const;
 
@@ -56,7 +58,11 @@ private:
     void handle(const xcb_generic_event_t& event);
     void pressed(const xcb_generic_event_t& event, bool isRelease);
     void moved(const xcb_generic_event_t& event);
-    void pressedSomewhere(const xcb_generic_event_t& event);
+    Observation observeRaw(ObserverList<>& observers, std::function<void()> handler);
+    /// Asks for what happens anywhere as long as somebody wants to know: otherwise each click on the display
+    /// would wake this program for nothing.
+    void selectRaw();
+    void clickedSomewhere(const xcb_generic_event_t& event, bool isRelease);
     /// Where the wheels of all devices stand, from which the next turns count.
     void readAxes();
     static std::vector<ScrollAxis> axesOf(const xcb_input_xi_device_info_t& device);
@@ -66,9 +72,12 @@ private:
     Surroundings _surroundings;
     std::uint8_t _opcode = 0;
     bool _isPresent = false;
+    /// What is asked for on the root window.
+    std::uint32_t _rawEvents = 0;
     std::map<std::uint16_t, std::vector<ScrollAxis>> _axes;
     Click _lastClick;
     ObserverList<> _elsewhere;
+    ObserverList<> _releases;
     Observation _events;
     Lifetime _lifetime;
 };

@@ -48,6 +48,9 @@ public:
     Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override {
         return _pointer.observePressElsewhere(std::move(handler));
     }
+    Observation addGlobalMonitorForMouseUp(std::function<void()> handler) override {
+        return _pointer.observeRelease(std::move(handler));
+    }
 
     /// What the desktop says of fonts and icons.
     const DesktopSettings& settings() const { return _settings.settings(); }

@@ -32,6 +32,10 @@ std::size_t expectedSize(const std::vector<ClipboardItem>& items) {
     return total + base64::escapedSizeLimit(largest);
 }
 
+std::size_t textSize(const std::optional<String>& text) {
+    return text ? JsonWriter::stringSize(text->view()) : 0;
+}
+
 bool encodeRecord(const ClipboardItem& item, JsonWriter& writer) {
     if (!std::isfinite(item.date.secondsSinceReference)) return false;
     const auto blob = [&](std::string_view key, const std::optional<Data>& data) {
@@ -149,6 +153,18 @@ private:
 };
 
 }  // namespace
+
+std::size_t recordSizeLimit(const ClipboardItem& item) {
+    const auto blobs = {&item._imageData, &item.encryptedText, &item.encryptedImageData,
+                        &item.encryptedFileURL};
+    auto size = recordFrame + textSize(item._text);
+    if (item._fileURL) size += JsonWriter::stringSize(item._fileURL->absoluteString());
+    for (const auto* blob : blobs) {
+        // One sign in 64 is a slash, as a compressed or an enciphered picture has them.
+        if (*blob) size += base64::encodedSize((*blob)->size()) * 65 / 64;
+    }
+    return size;
+}
 
 bool encodeHistory(const std::vector<ClipboardItem>& items, Bytes& out) {
     out.reserve(out.size() + expectedSize(items));

@@ -14,6 +14,9 @@ namespace vellumix {
 /// number).
 bool encodeHistory(const std::vector<ClipboardItem>& items, Bytes& out);
 
+/// The bytes that the entry's record takes in the array, or a few more.
+std::size_t recordSizeLimit(const ClipboardItem& item);
+
 /// Reads the array. Unknown keys are ignored; a missing required key, a wrong type or an unknown kind fails
 /// the whole. Returns the reason of a failure, which names no content, or an empty string.
 std::string decodeHistory(ByteView json, std::vector<ClipboardItem>& items);

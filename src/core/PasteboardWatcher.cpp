@@ -4,6 +4,7 @@
 #include <set>
 
 #include "core/ExclusionSettings.h"
+#include "core/HistoryBounds.h"
 #include "core/Store.h"
 #include "core/TextClassification.h"
 #include "platform/desktop/Platform.h"
@@ -29,6 +30,18 @@ const std::set<std::string_view>& markerTypes() {
 
 ClipboardItem freshItem(ClipboardItem::Kind kind) {
     return {.id = UUID::random(), .date = RunLoop::main().now(), .kind = kind};
+}
+
+std::size_t contentSize(const ClipboardItem& item) {
+    return (item._text ? item._text->size() : 0) + (item._imageData ? item._imageData->size() : 0);
+}
+
+/// Why the entry is too much for the history, if it is.
+std::optional<RefusalReason> excessOf(const ClipboardItem& item, const Store& store) {
+    const auto size = contentSize(item);
+    if (size > bounds::entry) return RefusalReason::tooLarge;
+    if (size <= bounds::alwaysRecorded || store.hasRoomFor(item)) return std::nullopt;
+    return RefusalReason::historyIsFull;
 }
 
 }  // namespace
@@ -146,6 +159,11 @@ bool PasteboardWatcher::isRepeat(std::string_view label, ByteView content) {
 }
 
 void PasteboardWatcher::record(ClipboardItem item, std::int64_t change) {
+    if (const auto reason = excessOf(item, _store)) {
+        // No capture: a second try, with room made for it, isn't a repeat.
+        _lastHash.reset();
+        return refuse(*reason);
+    }
     _lastCapture = Capture{item.date, item.kind};
     _store.add(std::move(item));
     // Only what is recorded may outlive its owner: the rest was not ours to keep.

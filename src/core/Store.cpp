@@ -26,8 +26,9 @@ bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked;
 
 }  // namespace
 
-Store::Store(std::optional<URL> url)
+Store::Store(std::optional<URL> url, std::size_t sizeLimit)
     : _url(url ? std::move(*url) : defaultURL()),
+      _sizeLimit(sizeLimit),
       _file(std::make_shared<HistoryFile>(platform::current().files, _url.path())),
       _saveQueue(RunLoop::main().serialQueue(saveQueueLabel)) {
     load();

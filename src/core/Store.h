@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/ClipboardItem.h"
+#include "core/HistoryBounds.h"
 #include "core/HistoryFile.h"
 #include "platform/foundation/Published.h"
 #include "platform/foundation/RunLoop.h"
@@ -26,7 +27,8 @@ public:
     /// Loads the file at once; an unreadable one gives an empty history and stays on disk. With no URL, the
     /// file is "Vellumix/history.json" in the first application-support folder, or else in the temporary
     /// folder, made if missing.
-    explicit Store(std::optional<URL> url = std::nullopt);
+    /// `sizeLimit` is for `hasRoomFor`.
+    explicit Store(std::optional<URL> url = std::nullopt, std::size_t sizeLimit = bounds::history);
 
     const Published<std::vector<ClipboardItem>>& items() const { return _items; }
     Observation observeItems(std::function<void()> observer) { return _items.observe(std::move(observer)); }
@@ -45,6 +47,8 @@ public:
     void clear();
     void replaceAll(std::vector<ClipboardItem> items);
     std::optional<ClipboardItem> item(const UUID& id) const;
+    /// Whether the file stays within `sizeLimit` bytes with this entry added.
+    bool hasRoomFor(const ClipboardItem& item) const;
 
     /// Writes the present list before it returns, in place of any save that waits. Does nothing when nothing
     /// has changed since the start: an end needs no key then, and an unreadable file stays in its place.
@@ -59,16 +63,19 @@ public:
 private:
     void load();
     void scheduleSave();
-    std::optional<Bytes> sealedItems() const;
+    std::optional<Bytes> sealedItems();
     template <class Change>
     void changeFound(const ClipboardItem& item, Change change);
 
     Published<std::vector<ClipboardItem>> _items;
     const URL _url;
+    const std::size_t _sizeLimit;
     const std::shared_ptr<HistoryFile> _file;
     const std::unique_ptr<SerialQueue> _saveQueue;
     std::shared_ptr<WorkItem> _pendingSave;
     bool _hasChanged = false;
+    /// What the present list takes in the file, in bytes.
+    std::size_t _fileSize = 0;
 };
 
 }  // namespace vellumix

@@ -38,7 +38,12 @@ void Store::load() {
         log.error("Failed to decode history: " + reason);
         return _file->markUnreadable();
     }
+    _fileSize = content.size();
     _items.set(std::move(items));
+}
+
+bool Store::hasRoomFor(const ClipboardItem& item) const {
+    return _fileSize + recordSizeLimit(item) <= _sizeLimit;
 }
 
 Bytes Store::sealHistory(Bytes payload) {
@@ -51,9 +56,10 @@ Bytes Store::sealHistory(Bytes payload) {
     return payload;
 }
 
-std::optional<Bytes> Store::sealedItems() const {
+std::optional<Bytes> Store::sealedItems() {
     Bytes payload(sealRoom);
     if (!encodeHistory(_items.get(), payload)) return std::nullopt;
+    _fileSize = payload.size();
     return sealHistory(std::move(payload));
 }
 

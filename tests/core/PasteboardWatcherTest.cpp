@@ -1,6 +1,7 @@
 #include "core/PasteboardWatcher.h"
 
 #include "core/ExclusionSettings.h"
+#include "core/HistoryBounds.h"
 #include "core/Store.h"
 #include "core/TextClassification.h"
 #include "support/HeadlessTest.h"
@@ -125,6 +126,38 @@ TEST_F(PasteboardWatcherTest, OnlyWhatWasRecordedOutlivesItsOwner) {
     copyText("kept");
     desktop.pasteboard.clearElsewhere();
     EXPECT_FALSE(desktop.pasteboard.offered().text) << "a deliberate clear stays one";
+}
+
+TEST_F(PasteboardWatcherTest, AnEntryIsBounded) {
+    copy({.text = String(std::string(bounds::entry + 1, 'x'))});
+    EXPECT_EQ(refusal(), RefusalReason::tooLarge);
+    EXPECT_TRUE(texts().empty());
+    copy({.text = String(std::string(bounds::entry, 'x'))});
+    EXPECT_EQ(store.items()->size(), 1U);
+}
+
+TEST_F(PasteboardWatcherTest, AFullHistoryTakesOnlyWhatIsSmall) {
+    Store bounded(std::nullopt, 8 * bounds::alwaysRecorded);
+    PasteboardWatcher over(bounded);
+    watcher.stop();
+    over.start();
+    // A control character takes six bytes of the file.
+    const auto text = [](char sign) { return String(std::string(bounds::alwaysRecorded + 1, sign)); };
+    bounded.replaceAll({textItem(std::string(bounds::alwaysRecorded, '\x01')), textItem("old")});
+    copy({.text = text('a')});
+    EXPECT_EQ(bounded.items()->size(), 3U);
+    copy({.text = text('b')});
+    ASSERT_TRUE(over.lastRefusal());
+    EXPECT_EQ(over.lastRefusal()->reason, RefusalReason::historyIsFull);
+    EXPECT_EQ(bounded.items()->size(), 3U);
+    desktop.pasteboard.ownerDies();
+    EXPECT_FALSE(desktop.pasteboard.offered().text) << "what is refused is kept nowhere";
+    copyText("a word");
+    EXPECT_EQ(bounded.items()->size(), 4U);
+
+    bounded.remove(bounded.items().get()[2]);
+    copy({.text = text('b')});
+    EXPECT_EQ(bounded.items()->size(), 4U) << "with room made for it, the second try is no repeat";
 }
 
 TEST_F(PasteboardWatcherTest, ADropIsARefusalWithItsReason) {

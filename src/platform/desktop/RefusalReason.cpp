@@ -25,6 +25,7 @@ constexpr Row rows[] = {
     {"no readable type", "refusal.noReadableType"},
     {"more targets than any program announces", "refusal.tooManyTargets"},
     {"larger than what is recorded", "refusal.tooLarge"},
+    {"the history is full", "refusal.historyIsFull"},
     {"changed while it was read", "refusal.overtaken"},
     {"the owner ended while it was read", "refusal.ownerEnded"},
 };

@@ -19,6 +19,7 @@ enum class RefusalReason : std::uint8_t {
     noReadableType,
     tooManyTargets,
     tooLarge,
+    historyIsFull,
     overtaken,
     ownerEnded,
 };
@@ -27,7 +28,8 @@ inline constexpr RefusalReason allRefusalReasons[] = {
     RefusalReason::justAfterPaste,   RefusalReason::marked,         RefusalReason::excludedApplication,
     RefusalReason::undecodableImage, RefusalReason::onlyBlanks,     RefusalReason::repeated,
     RefusalReason::noAnswer,         RefusalReason::noReadableType, RefusalReason::tooManyTargets,
-    RefusalReason::tooLarge,         RefusalReason::overtaken,      RefusalReason::ownerEnded,
+    RefusalReason::tooLarge,         RefusalReason::historyIsFull,  RefusalReason::overtaken,
+    RefusalReason::ownerEnded,
 };
 
 /// The English words by which the log and the JSON of the status tell it, in every language; never content.

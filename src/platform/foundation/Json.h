@@ -26,6 +26,8 @@ public:
     void endObject() { close('}'); }
     void key(std::string_view name);
     void string(std::string_view text);
+    /// The bytes that `string` writes.
+    static std::size_t stringSize(std::string_view text);
     /// The shortest text that reads back to the same double; the number must be finite.
     void number(double value);
     void boolean(bool value);

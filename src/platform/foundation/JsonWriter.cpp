@@ -16,6 +16,28 @@ namespace {
 
 constexpr bool needsEscape(unsigned char c) { return c < 0x20 || c == '"' || c == '\\' || c == '/'; }
 
+/// What stands behind the backslash for a character that needs one; 0 where that is its code.
+constexpr char escapeLetter(unsigned char c) {
+    switch (c) {
+        case '\b':
+            return 'b';
+        case '\f':
+            return 'f';
+        case '\n':
+            return 'n';
+        case '\r':
+            return 'r';
+        case '\t':
+            return 't';
+        case '"':
+        case '\\':
+        case '/':
+            return static_cast<char>(c);
+        default:
+            return 0;
+    }
+}
+
 /// How many bytes at the start can be copied as they are.
 std::size_t plainPrefix(std::string_view text) {
     std::size_t at = 0;
@@ -64,32 +86,10 @@ void JsonWriter::quoted(std::string_view text) {
         if (text.empty()) break;
         const auto c = static_cast<unsigned char>(text[0]);
         text.remove_prefix(1);
-        _out.push_back('\\');
-        switch (c) {
-            case '\b':
-                _out.push_back('b');
-                break;
-            case '\f':
-                _out.push_back('f');
-                break;
-            case '\n':
-                _out.push_back('n');
-                break;
-            case '\r':
-                _out.push_back('r');
-                break;
-            case '\t':
-                _out.push_back('t');
-                break;
-            case '"':
-            case '\\':
-            case '/':
-                _out.push_back(c);
-                break;
-            default: {
-                const std::array<char, 5> code{'u', '0', '0', digits[c >> 4], digits[c & 0x0F]};
-                put({code.data(), code.size()});
-            }
+        if (const char letter = escapeLetter(c)) {
+            put({std::array{'\\', letter}.data(), 2});
+        } else {
+            put({std::array{'\\', 'u', '0', '0', digits[c >> 4], digits[c & 0x0F]}.data(), 6});
         }
     }
     _out.push_back('"');
@@ -100,6 +100,16 @@ void JsonWriter::key(std::string_view name) {
     quoted(name);
     _out.push_back(':');
     _needsComma = false;
+}
+
+std::size_t JsonWriter::stringSize(std::string_view text) {
+    std::size_t size = text.size() + 2;
+    while (true) {
+        text.remove_prefix(plainPrefix(text));
+        if (text.empty()) return size;
+        size += escapeLetter(static_cast<unsigned char>(text[0])) ? 1 : 5;
+        text.remove_prefix(1);
+    }
 }
 
 void JsonWriter::string(std::string_view text) {

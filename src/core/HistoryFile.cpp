@@ -14,7 +14,7 @@ HistoryFile::HistoryFile(FileSystem& files, std::string path) : _files(files), _
 Bytes HistoryFile::read() {
     removeLeftovers(_files, _path);
     Bytes content;
-    const auto error = _files.read(_path, content);
+    const auto error = _files.read(_path, sizeLimit, content);
     if (error) content.clear();
     // A file that is there and can't be opened now may hold everything; replacing it needs no right to read
     // it.

@@ -11,6 +11,9 @@ namespace vellumix {
 /// After the read it is touched on the save queue alone.
 class HistoryFile {
 public:
+    /// In bytes. A larger file isn't read, and counts as one that can't be.
+    static constexpr std::size_t sizeLimit = std::size_t{1536} << 20;
+
     HistoryFile(FileSystem& files, std::string path);
 
     /// The whole file; empty when it is missing, empty or can't be read. Clears away what a killed write left

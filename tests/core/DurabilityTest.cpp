@@ -19,8 +19,8 @@ public:
     InterruptedFileSystem(FileSystem& files, int at, std::function<bool()> passesOn)
         : _files(files), _at(at), _passesOn(std::move(passesOn)) {}
 
-    std::error_code read(const std::string& path, Bytes& content) override {
-        return _files.read(path, content);
+    std::error_code read(const std::string& path, std::size_t limit, Bytes& content) override {
+        return _files.read(path, limit, content);
     }
     std::error_code openForWriting(const std::string& path, Handle& handle) override {
         return step([&] { return _files.openForWriting(path, handle); });

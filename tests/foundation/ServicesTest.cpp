@@ -125,10 +125,28 @@ TEST_F(ServicesTest, SettingsOfEveryTypeSurvive) {
     EXPECT_FALSE(UserDefaults(desktop.files, settings).object("flag"));
 }
 
-TEST_F(ServicesTest, ATornSettingsFileIsKeptAside) {
-    for (const std::string torn : {"", "<?xml version=\"1.0\"?><plist><dict><key>a</key>", "bplist00garbage",
-                                   "{ a = 1; }", "<?xml version=\"1.0\"?><plist><array/></plist>"}) {
-        SCOPED_TRACE(torn);
+TEST_F(ServicesTest, ASettingsFileThatCannotBeReadIsKeptAside) {
+    const std::string begin = "<?xml version=\"1.0\"?><plist><dict><key>a</key>";
+    const auto times = [](int count, const std::string& part) {
+        std::string text;
+        for (int number = 0; number < count; ++number) text += part;
+        return text;
+    };
+    const std::string cases[] = {
+        "",
+        begin,
+        "bplist00garbage",
+        "{ a = 1; }",
+        "<?xml version=\"1.0\"?><plist><array/></plist>",
+        // What the library would end the program over, keep it waiting for, or take its memory with.
+        begin + times(60'000, "<array>") + times(60'000, "</array>") + "</dict></plist>",
+        begin + times(29'000, "<dict><key>b</key>") + "<true/>" + times(29'000, "</dict>") +
+            "</dict></plist>",
+        begin + "<string>" + times(200'000, "&amp;") + "</string></dict></plist>",
+        begin + "<string>" + std::string(1 << 20, 'x') + "</string></dict></plist>",
+    };
+    for (const auto& torn : cases) {
+        SCOPED_TRACE(torn.substr(0, 100));
         desktop.files.files.clear();
         desktop.files.makeFolder(folderOf(settings));
         desktop.files.files[settings] = Bytes(torn.begin(), torn.end());

@@ -133,6 +133,13 @@ TEST(Base64, EscapedAndPlainAgreeForAllLengthsAndBytes) {
     }
 }
 
+#ifndef __SANITIZE_ADDRESS__
+TEST(Data, MemoryThatCannotBeHadIsAnExceptionLikeAnyOther) {
+    constexpr std::size_t moreThanAnyMachineHas = std::size_t{1} << 50;
+    EXPECT_THROW(Bytes{}.reserve(moreThanAnyMachineHas), std::bad_alloc);
+}
+#endif
+
 TEST(Hasher, FeedsAreDistinctAndChunksAreNot) {
     const auto hash = [](std::initializer_list<std::string_view> parts) {
         Hasher hasher(Hasher::Key{1, 2});

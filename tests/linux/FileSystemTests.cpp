@@ -21,13 +21,14 @@ namespace vellumix::linux_desktop {
 namespace {
 
 constexpr uid_t nobody = 65534;
+constexpr std::size_t plenty = std::size_t{1} << 30;
 
 class FileSystemTest : public testing::Test {
 protected:
     std::string path(const char* name) const { return folder.path() + '/' + name; }
     std::string contentOf(const std::string& file) {
         Bytes content;
-        EXPECT_FALSE(files.read(file, content)) << file;
+        EXPECT_FALSE(files.read(file, plenty, content)) << file;
         return std::string(asText(content));
     }
     static mode_t modeOf(const std::string& file) {
@@ -76,10 +77,10 @@ TEST_F(FileSystemTest, ReadsWholeRegularFilesOnly) {
     std::iota(large.begin(), large.end(), std::uint8_t{0});
     ASSERT_FALSE(writeAtomically(files, path("large"), large));
     Bytes content(7);
-    ASSERT_FALSE(files.read(path("large"), content));
+    ASSERT_FALSE(files.read(path("large"), plenty, content));
     EXPECT_EQ(content, large);
     std::ofstream(path("empty"));
-    ASSERT_FALSE(files.read(path("empty"), content));
+    ASSERT_FALSE(files.read(path("empty"), plenty, content));
     EXPECT_TRUE(content.empty());
 
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
@@ -96,12 +97,37 @@ TEST_F(FileSystemTest, ReadsWholeRegularFilesOnly) {
         {"/dev/zero", std::errc::invalid_argument},
     };
     for (const auto& one : refused) {
-        EXPECT_TRUE(files.read(one.path, content) == one.reason) << one.path;
+        EXPECT_TRUE(files.read(one.path, plenty, content) == one.reason) << one.path;
         EXPECT_TRUE(content.empty());
     }
     // The kernel says 0 bytes of these, and yet they have content.
-    ASSERT_FALSE(files.read("/proc/self/status", content));
+    ASSERT_FALSE(files.read("/proc/self/status", plenty, content));
     EXPECT_TRUE(asText(content).starts_with("Name:"));
+}
+
+TEST_F(FileSystemTest, NoMemoryIsTakenForWhatIsTooLarge) {
+    std::ofstream(path("three")) << "123";
+    std::ofstream(path("huge"));
+    // Sparse, and yet more than the machine has memory for.
+    ASSERT_EQ(::truncate(path("huge").c_str(), off_t{1} << 40), 0);
+    const struct {
+        std::string path;
+        std::size_t limit;
+        std::error_code error;
+    } cases[]{
+        {path("three"), 3, {}},
+        {path("three"), 2, std::make_error_code(std::errc::file_too_large)},
+        {path("huge"), plenty, std::make_error_code(std::errc::file_too_large)},
+        // Of these the kernel doesn't say beforehand how much they hold.
+        {"/proc/self/status", 10, std::make_error_code(std::errc::file_too_large)},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.path);
+        Bytes content(7);
+        EXPECT_EQ(files.read(one.path, one.limit, content), one.error);
+        EXPECT_EQ(content.size(), one.error ? 0U : 3U);
+        EXPECT_LT(content.capacity(), 100'000U);
+    }
 }
 
 TEST_F(FileSystemTest, NeverWritesThroughALinkOrIntoAPipe) {

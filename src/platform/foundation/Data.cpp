@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <cstdlib>
+#include <new>
 
 namespace vellumix {
 
@@ -10,8 +11,7 @@ void* allocateLarge(std::size_t size) {
     static constexpr std::size_t hugePage = std::size_t{2} << 20;
     const auto whole = (size + hugePage - 1) / hugePage * hugePage;
     auto* const memory = std::aligned_alloc(hugePage, whole);
-    // Without memory for the history there is nothing left that the program could do.
-    if (!memory) std::abort();
+    if (!memory) throw std::bad_alloc();
     // Advice: a system without huge pages gives ordinary ones.
     ::madvise(memory, whole, MADV_HUGEPAGE);
     return memory;

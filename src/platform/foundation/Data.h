@@ -12,6 +12,7 @@
 namespace vellumix {
 
 /// Memory in huge pages where the system has them: a page fault for every 4 KB costs more than filling them.
+/// Throws std::bad_alloc where there is none, as `new` does.
 void* allocateLarge(std::size_t size);
 void freeLarge(void* memory);
 

@@ -19,8 +19,9 @@ public:
 
     virtual ~FileSystem() = default;
 
-    /// The whole regular file; anything else is an error.
-    virtual std::error_code read(const std::string& path, Bytes& content) = 0;
+    /// The whole regular file; anything else is an error, and so is one of more than `limit` bytes
+    /// (`file_too_large`), for which no memory is taken. An error leaves nothing in `content`.
+    virtual std::error_code read(const std::string& path, std::size_t limit, Bytes& content) = 0;
     /// Opens for writing, made or emptied, readable by its owner alone (0600) whatever the umask; never
     /// through a symbolic link.
     virtual std::error_code openForWriting(const std::string& path, Handle& handle) = 0;

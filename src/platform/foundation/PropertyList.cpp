@@ -87,12 +87,28 @@ plist_t nodeOf(const PropertyValue& value) {
     return std::visit(Maker{}, value);
 }
 
+/// The library frees nested values by recursion, and its work on a text grows with the square of the
+/// references in it: whoever may write the file could end every start, or keep it waiting for seconds. A
+/// value nests by these elements alone, so that their number bounds the depth whatever stands round them.
+bool isHarmless(std::string_view text) {
+    constexpr std::size_t mostContainers = 100;
+    constexpr std::size_t mostReferences = 4096;
+    std::size_t containers = 0;
+    std::size_t references = 0;
+    for (std::size_t at = 0; (at = text.find_first_of("<&", at)) != std::string_view::npos; ++at) {
+        const auto rest = text.substr(at + 1);
+        if (text[at] == '&') ++references;
+        if (text[at] == '<' && (rest.starts_with("array") || rest.starts_with("dict"))) ++containers;
+    }
+    return containers <= mostContainers && references <= mostReferences;
+}
+
 }  // namespace
 
 std::optional<PropertyDictionary> readPropertyList(ByteView bytes) {
     // The library takes a binary form and text too; a settings file is XML, and less is open to a hostile
     // one.
-    if (!asText(bytes).starts_with("<?xml")) return std::nullopt;
+    if (!asText(bytes).starts_with("<?xml") || !isHarmless(asText(bytes))) return std::nullopt;
     plist_t parsed = nullptr;
     plist_from_xml(reinterpret_cast<const char*>(bytes.data()), static_cast<std::uint32_t>(bytes.size()),
                    &parsed);

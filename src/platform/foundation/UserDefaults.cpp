@@ -9,6 +9,8 @@ namespace {
 constexpr Log log("Defaults");
 /// Long enough for the keys that one action of a person changes, too short for the person to notice.
 constexpr double writeDelay = 0.05;
+/// In bytes; some hundred times what the program and a person write there.
+constexpr std::size_t sizeLimit = std::size_t{1} << 20;
 
 UserDefaults* installed = nullptr;
 
@@ -20,7 +22,7 @@ UserDefaults::UserDefaults(FileSystem& files, std::string path)
       _queue(RunLoop::main().serialQueue("com.tarnwick.Vellumix.Defaults.Save")) {
     removeLeftovers(_files, _path);
     Bytes content;
-    if (const auto error = _files.read(_path, content)) {
+    if (const auto error = _files.read(_path, sizeLimit, content)) {
         _isUnreadable = error != std::errc::no_such_file_or_directory;
     } else if (auto values = readPropertyList(content)) {
         _values = std::move(*values);
@@ -32,7 +34,7 @@ UserDefaults::UserDefaults(FileSystem& files, std::string path)
 
 PropertyDictionary UserDefaults::stored(FileSystem& files, const std::string& path) {
     Bytes content;
-    if (files.read(path, content)) return {};
+    if (files.read(path, sizeLimit, content)) return {};
     return readPropertyList(content).value_or(PropertyDictionary());
 }
 

@@ -6,10 +6,12 @@ namespace {
 std::error_code failure(std::errc code) { return std::make_error_code(code); }
 }  // namespace
 
-std::error_code MemoryFileSystem::read(const std::string& path, Bytes& content) {
+std::error_code MemoryFileSystem::read(const std::string& path, std::size_t limit, Bytes& content) {
+    content.clear();
     if (folders.contains(path)) return failure(std::errc::is_a_directory);
     const auto found = files.find(path);
     if (found == files.end()) return failure(std::errc::no_such_file_or_directory);
+    if (found->second.size() > limit) return failure(std::errc::file_too_large);
     content = bytesOf(found->second);
     return {};
 }

@@ -12,6 +12,8 @@ namespace {
 constexpr Log logger("Encryption");
 constexpr std::string_view secretServiceWord = "secret-service";
 constexpr std::string_view keyFileWord = "key-file";
+/// More than a word and its line end, in bytes.
+constexpr std::size_t wordLimit = 64;
 
 std::string choicePath(const std::string& folder) { return folder + "/keychain"; }
 
@@ -31,7 +33,7 @@ ChosenKeychain::ChosenKeychain(FileSystem& files, std::string folder, KeychainPa
 
 ChosenKeychain::Choice ChosenKeychain::readChoice() {
     Bytes content;
-    const auto error = _files.read(choicePath(_folder), content);
+    const auto error = _files.read(choicePath(_folder), wordLimit, content);
     if (error == std::errc::no_such_file_or_directory) return Choice::none;
     const auto word = withoutLineEnd(asText(content));
     if (!error && word == secretServiceWord) return Choice::secretService;

@@ -8,6 +8,9 @@ namespace vellumix::linux_desktop {
 
 namespace {
 
+/// More than a key has, so that one of the wrong size is seen to be one.
+constexpr std::size_t sizeLimit = 64;
+
 void logFailure(const std::error_code& error) { Log("Encryption").error("key file: " + error.message()); }
 
 OSStatus statusOf(const std::error_code& error) {
@@ -30,7 +33,7 @@ bool KeyFileKeychain::holds(const KeychainItem& item) const { return _files.exis
 
 Keychain::Match KeyFileKeychain::SecItemCopyMatching(const KeychainItem& item) {
     Bytes content;
-    const auto status = statusOf(_files.read(pathOf(item), content));
+    const auto status = statusOf(_files.read(pathOf(item), sizeLimit, content));
     if (status != errSecSuccess) return {status, std::nullopt};
     return {status, std::move(content)};
 }

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <new>
-#include <stdexcept>
 
 #include "platform/linux/PosixHandles.h"
 
@@ -64,12 +63,15 @@ std::error_code fill(int file, Bytes& content, std::size_t& filled) {
     return {};
 }
 
-std::error_code readAll(const posix::Descriptor& file, std::size_t expected, Bytes& content) {
+std::error_code readAll(const posix::Descriptor& file, std::size_t expected, std::size_t limit,
+                        Bytes& content) {
+    if (expected > limit) return failure(EFBIG);
     std::size_t filled = 0;
     // One byte more than the file has, so that its end is seen without a second buffer.
     content.resize(expected + 1);
     for (;;) {
         if (const auto error = fill(file.get(), content, filled)) return error;
+        if (filled > limit) return failure(EFBIG);
         if (filled < content.size()) break;
         content.resize(content.size() + growthStep);
     }
@@ -88,18 +90,18 @@ std::error_code makeOneFolder(const std::string& path) {
 
 }  // namespace
 
-std::error_code PosixFileSystem::read(const std::string& path, Bytes& content) {
+std::error_code PosixFileSystem::read(const std::string& path, std::size_t limit, Bytes& content) {
     content.clear();
     posix::Descriptor file;
     struct stat facts {};
-    if (const auto error = openRegular(path, O_RDONLY, file, facts)) return error;
+    auto error = openRegular(path, O_RDONLY, file, facts);
     try {
-        return readAll(file, static_cast<std::size_t>(facts.st_size), content);
+        if (!error) error = readAll(file, static_cast<std::size_t>(facts.st_size), limit, content);
     } catch (const std::bad_alloc&) {
-        return failure(ENOMEM);
-    } catch (const std::length_error&) {
-        return failure(EFBIG);
+        error = failure(ENOMEM);
     }
+    if (error) content = Bytes();
+    return error;
 }
 
 std::error_code PosixFileSystem::openForWriting(const std::string& path, Handle& handle) {

@@ -8,7 +8,7 @@ namespace vellumix::linux_desktop {
 /// refused by everything that opens it.
 class PosixFileSystem final : public FileSystem {
 public:
-    std::error_code read(const std::string& path, Bytes& content) override;
+    std::error_code read(const std::string& path, std::size_t limit, Bytes& content) override;
     std::error_code openForWriting(const std::string& path, Handle& handle) override;
     std::error_code openNew(const std::string& path, Handle& handle) override;
     std::error_code write(Handle handle, ByteView bytes) override;

@@ -1,11 +1,15 @@
 #include "platform/view/Renderer.h"
 
 #include "platform/desktop/Platform.h"
+#include "platform/view/CairoPainter.h"
 #include "platform/view/PangoTextSetter.h"
 
 namespace vellumix::view {
 
 Renderer& Renderer::shared() { return SharedInstances::current().get<Renderer>(); }
+
+Renderer::Renderer() : _painter(std::make_unique<CairoPainter>()) {}
+Renderer::~Renderer() = default;
 
 TextSetter& Renderer::texts() {
     if (!_texts) _texts = std::make_unique<PangoTextSetter>(platform::current().fontFamilies);
@@ -14,7 +18,7 @@ TextSetter& Renderer::texts() {
 
 void Renderer::paint(const DrawingList& drawing, const PixelBuffer& pixels, double scale) {
     CairoSurface surface(pixels.memory, pixels.width, pixels.height, pixels.stride);
-    _painter.paint(drawing, surface, scale, {{}, {pixels.width / scale, pixels.height / scale}});
+    _painter->paint(drawing, surface, scale, {{}, {pixels.width / scale, pixels.height / scale}});
 }
 
 }  // namespace vellumix::view

@@ -3,10 +3,12 @@
 #include <memory>
 
 #include "platform/desktop/Window.h"
-#include "platform/view/CairoPainter.h"
+#include "platform/view/Drawing.h"
 #include "platform/view/TextLayout.h"
 
 namespace vellumix::view {
+
+class CairoPainter;
 
 /// What all windows draw with: one setter of texts and one painter, and what these remember. Main thread
 /// only.
@@ -14,6 +16,9 @@ class Renderer {
 public:
     /// That of the platform in force.
     static Renderer& shared();
+
+    Renderer();
+    ~Renderer();
 
     /// Sets texts in the fonts of the platform in force, unless it was given another setter.
     TextSetter& texts();
@@ -24,7 +29,7 @@ public:
 
 private:
     std::unique_ptr<TextSetter> _texts;
-    CairoPainter _painter;
+    std::unique_ptr<CairoPainter> _painter;
 };
 
 }  // namespace vellumix::view

@@ -5,9 +5,9 @@
 #include <fstream>
 
 #include "linux/TestProcess.h"
-#include "platform/linux/GLibHandles.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/IconThemeFileIcons.h"
+#include "platform/linux/PixbufHandles.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "platform/foundation/Base64.h"
-#include "platform/linux/GLibHandles.h"
 #include "platform/linux/PixbufDecoder.h"
+#include "platform/linux/PixbufHandles.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -4,8 +4,8 @@
 #include <array>
 #include <string>
 
-#include "platform/linux/GLibHandles.h"
 #include "platform/linux/PixbufDecoder.h"
+#include "platform/linux/PixbufHandles.h"
 #include "platform/linux/PixbufImages.h"
 
 namespace vellumix::linux_desktop {

@@ -1,21 +1,13 @@
 #pragma once
 
-#include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gio/gio.h>
-
-// The functions that work on object paths and so need no proxy of each item; unchanged since libsecret 0.16.
-#define SECRET_API_SUBJECT_TO_CHANGE
-#include <libsecret/secret.h>
-
-#include <malloc.h>
 
 #include <memory>
 #include <utility>
 
-#include "platform/foundation/AESGCM.h"
 #include "platform/foundation/HandleDeleter.h"
 
-/// The handles of GLib, GIO, libsecret and gdk-pixbuf that this folder owns, one a line.
+/// The handles of GLib and GIO that this folder owns, one a line.
 namespace vellumix::linux_desktop::glib {
 
 template <class T>
@@ -39,22 +31,9 @@ struct CloseConnection {
         g_object_unref(connection);
     }
 };
-/// For secrets in memory of GLib's: libsecret passes it no size.
-inline void wipeAndFree(gpointer memory) {
-    wipe({static_cast<std::uint8_t*>(memory), malloc_usable_size(memory)});
-    g_free(memory);
-}
 struct PopContext {
     void operator()(GMainContext* context) const { g_main_context_pop_thread_default(context); }
 };
-struct EndLoader {
-    /// Closed, as it must be; a loader closed before is left as it is.
-    void operator()(GdkPixbufLoader* loader) const {
-        gdk_pixbuf_loader_close(loader, nullptr);
-        g_object_unref(loader);
-    }
-};
-using Loader = std::unique_ptr<GdkPixbufLoader, EndLoader>;
 
 /// Detached from its context when it goes.
 using Source = std::unique_ptr<GSource, EndSource>;
@@ -70,7 +49,6 @@ using Text = std::unique_ptr<char, HandleDeleter<g_free>>;
 using KeyFile = std::unique_ptr<GKeyFile, HandleDeleter<g_key_file_unref>>;
 using TextList = std::unique_ptr<char*, HandleDeleter<g_strfreev>>;
 using Attributes = std::unique_ptr<GHashTable, HandleDeleter<g_hash_table_unref>>;
-using Secret = std::unique_ptr<SecretValue, HandleDeleter<secret_value_unref>>;
 using Error = std::unique_ptr<GError, HandleDeleter<g_error_free>>;
 
 /// A watch for the owner of a name on a bus.

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/desktop/Bitmap.h"
-#include "platform/linux/GLibHandles.h"
+#include "platform/linux/PixbufHandles.h"
 
 namespace vellumix::linux_desktop {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/desktop/ImageDecoder.h"
-#include "platform/linux/GLibHandles.h"
+#include "platform/linux/PixbufHandles.h"
 
 /// How bytes of strangers get to gdk-pixbuf: PNG, JPEG, TIFF, BMP, GIF and WebP alone, told by their first
 /// bytes. Other loaders that happen to be installed aren't given any. Any thread; blocking.

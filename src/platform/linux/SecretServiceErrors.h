@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/GLibHandles.h"
+#include "platform/linux/SecretHandles.h"
 #include "platform/linux/SecretServiceKeychain.h"
 
 namespace vellumix::linux_desktop {

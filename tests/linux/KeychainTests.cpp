@@ -374,7 +374,7 @@ TEST_F(KeychainTest, AnOpenQuestionGoesWithTheProgram) {
 }  // namespace
 }  // namespace vellumix::linux_desktop
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VELLUMIX_ADDRESS_SANITIZER
 extern "C" const char* __asan_default_options();
 extern "C" const char* __lsan_default_suppressions();
 /// The libraries are built without frame pointers, which the suppression below needs to find its function.

@@ -14,9 +14,9 @@
 #include "views/PasswordPrompt.h"
 #include "views/RootContainerView.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef VELLUMIX_ADDRESS_SANITIZER
 // The compiler's package brings the function without its header.
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT(*-reserved-identifier)
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace vellumix {
@@ -27,7 +27,7 @@ using view::Role;
 
 /// What the program and its libraries hold, in bytes.
 std::size_t heldMemory() {
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef VELLUMIX_ADDRESS_SANITIZER
     return __sanitizer_get_current_allocated_bytes();
 #else
     const auto memory = mallinfo2();

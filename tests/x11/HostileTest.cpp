@@ -20,7 +20,7 @@ constexpr double atOnce = 1;
 constexpr std::uint32_t megabyte = 1'000'000;
 
 // The sanitizers keep freed memory for a while.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VELLUMIX_ADDRESS_SANITIZER
 constexpr bool isSanitized = true;
 #else
 constexpr bool isSanitized = false;

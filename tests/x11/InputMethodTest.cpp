@@ -10,7 +10,7 @@
 #include "x11/Person.h"
 #include "x11/PrivateDisplay.h"
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VELLUMIX_ADDRESS_SANITIZER
 extern "C" const char* __lsan_default_suppressions();
 /// libxcb-imdkit 1.0 keeps each key that it forwarded to a server for good, 80 bytes.
 extern "C" const char* __lsan_default_suppressions() { return "leak:xcb_xim_forward_event\n"; }

@@ -1,5 +1,6 @@
 #include "core/HistoryFile.h"
 
+#include "core/HistoryBounds.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/RunLoop.h"
 
@@ -14,7 +15,7 @@ HistoryFile::HistoryFile(FileSystem& files, std::string path) : _files(files), _
 Bytes HistoryFile::read() {
     removeLeftovers(_files, _path);
     Bytes content;
-    const auto error = _files.read(_path, sizeLimit, content);
+    const auto error = _files.read(_path, bounds::historyFile, content);
     if (error) content.clear();
     // A file that is there and can't be opened now may hold everything; replacing it needs no right to read
     // it.

@@ -11,13 +11,10 @@ namespace vellumix {
 /// After the read it is touched on the save queue alone.
 class HistoryFile {
 public:
-    /// In bytes. A larger file isn't read, and counts as one that can't be.
-    static constexpr std::size_t sizeLimit = std::size_t{1536} << 20;
-
     HistoryFile(FileSystem& files, std::string path);
 
-    /// The whole file; empty when it is missing, empty or can't be read. Clears away what a killed write left
-    /// behind.
+    /// The whole file; empty when it is missing, empty, larger than `bounds::historyFile`, or can't be read.
+    /// Clears away what a killed write left behind.
     Bytes read();
     /// What was read turned out to be of no use. The first write moves it aside, to
     /// "history.unreadable-<time>.json", and says so in the log; where it can't be moved, nothing is written.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bitset>
+#include <cstdint>
 
 #include "platform/foundation/URL.h"
 
@@ -32,14 +33,6 @@ constexpr std::size_t pairOf(char first, char second) {
            static_cast<unsigned char>(second);
 }
 
-/// The first two characters of each token.
-constexpr auto tokenPairs = [] {
-    std::array<std::size_t, tokenCount> pairs{};
-    for (std::size_t index = 0; index < tokenCount; ++index)
-        pairs[index] = pairOf(token(index)[0], token(index)[1]);
-    return pairs;
-}();
-
 /// The pairs of characters with which tokens begin: one look for each character of the text instead of one
 /// search of the whole text for each token.
 const std::bitset<65536>& tokenStarts() {
@@ -52,11 +45,40 @@ const std::bitset<65536>& tokenStarts() {
     return starts;
 }
 
+/// The tokens by their first characters.
+struct TokensByFirst {
+    std::array<std::uint8_t, tokenCount> order{};
+    /// Where those of a first character begin in the order; they end where those of the next begin.
+    std::array<std::uint8_t, 129> begin{};
+};
+
+constexpr auto tokensByFirst = [] {
+    TokensByFirst tokens;
+    std::uint8_t count = 0;
+    for (std::size_t first = 0; first < 128; ++first) {
+        tokens.begin[first] = count;
+        for (std::size_t index = 0; index < tokenCount; ++index) {
+            if (token(index)[0] == static_cast<char>(first))
+                tokens.order[count++] = static_cast<std::uint8_t>(index);
+        }
+    }
+    tokens.begin[128] = count;
+    return tokens;
+}();
+
+/// Sign by sign, as most differ in the first few.
+bool startsWith(std::string_view text, std::string_view token) {
+    std::size_t same = 0;
+    while (same < std::min(text.size(), token.size()) && text[same] == token[same]) ++same;
+    return same == token.size();
+}
+
 }  // namespace
 
 ClipboardItem::Kind classify(std::string_view trimmed) {
-    const auto url = URL::parse(trimmed);
-    if (url && (url->scheme() == "http" || url->scheme() == "https")) return ClipboardItem::Kind::link;
+    // Asked first, as a text of megabytes is seldom an address.
+    const bool hasScheme = trimmed.starts_with("http:") || trimmed.starts_with("https:");
+    if (hasScheme && URL::parse(trimmed)) return ClipboardItem::Kind::link;
     return looksLikeCode(trimmed) ? ClipboardItem::Kind::code : ClipboardItem::Kind::text;
 }
 
@@ -67,11 +89,11 @@ bool looksLikeCode(std::string_view text) {
     std::size_t strong = 0;
     std::size_t weak = 0;
     for (std::size_t at = 0; at + 1 < text.size(); ++at) {
-        const auto pair = pairOf(text[at], text[at + 1]);
-        if (!starts[pair]) continue;
-        for (std::size_t index = 0; index < tokenCount; ++index) {
-            if (tokenPairs[index] != pair || found[index] || !text.substr(at).starts_with(token(index)))
-                continue;
+        if (!starts[pairOf(text[at], text[at + 1])]) continue;
+        const auto first = static_cast<unsigned char>(text[at]);
+        for (auto place = tokensByFirst.begin[first]; place < tokensByFirst.begin[first + 1U]; ++place) {
+            const auto index = tokensByFirst.order[place];
+            if (found[index] || !startsWith(text.substr(at), token(index))) continue;
             found.set(index);
             ++(index < strongTokens.size() ? strong : weak);
         }

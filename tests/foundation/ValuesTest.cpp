@@ -219,11 +219,28 @@ TEST(Unicode, TextsThatReadTheSameAreEqual) {
         {"ﬁ", "fi", false},
         {"дом", "дым", false},
         {"a\u0301", "a", false},
+        {"a\u0301b", "\u00e1\u0323b", false},
+        {"\u1112\u1161\u11ab, e\u0323\u0302.", "\ud558\u11ab, \u1ec7.", true},
     };
     for (const auto& each : cases) {
         EXPECT_EQ(canonicallyEqual(each.a, each.b), each.equal) << each.a << ' ' << each.b;
         EXPECT_EQ(canonicallyEqual(each.b, each.a), each.equal) << each.b << ' ' << each.a;
     }
+}
+
+/// A letter with so many marks, of classes that go down and up again.
+std::string pile(std::size_t count) {
+    std::string text = "Z";
+    for (std::size_t at = 0; at < count; ++at) text += at % 2 == 0 ? "\u0301" : "\u0323";
+    return text;
+}
+
+TEST(Unicode, TooManyMarksAreNotPutInOrder) {
+    EXPECT_TRUE(canonicallyEqual("Z\u0323" + pile(28).substr(1), "\u1e92" + pile(28).substr(1)));
+    EXPECT_FALSE(canonicallyEqual(pile(40), pile(40) + "\u0301"));
+    EXPECT_TRUE(canonicallyEqual(pile(40) + "e\u0301", pile(40) + "\u00e9")) << "what follows is";
+    EXPECT_EQ(withoutDiacritics(pile(1000) + "e\u0301"), "Ze");
+    EXPECT_EQ(withoutDiacritics("\ud55c\u302e\u302f"), "\ud55c\u302e\u302f") << "no marks above or below";
 }
 
 TEST(Unicode, TheNearestLetterIsTheSameFromEverySide) {
@@ -246,6 +263,7 @@ TEST(Unicode, TheNearestLetterIsTheSameFromEverySide) {
 
 TEST(Unicode, IllFormedTextIsRepairedAndBlanksAreTrimmed) {
     EXPECT_EQ(repairedUTF8("a\xff\xc3\x28z"), "a\uFFFD\uFFFD(z");
+    EXPECT_EQ(repairedUTF8("\xED\xA0\x80\xE2\x82x\xF0\x9F\x98"), "\uFFFD\uFFFD\uFFFD\uFFFDx\uFFFD");
     EXPECT_EQ(fromLatin1("caf\xe9"), "café");
     EXPECT_EQ(trimmedOfWhitespaceAndNewlines("\u00a0\u2029 a\u200b \u3000\r\n"), "a\u200b");
     EXPECT_EQ(trimmedOfWhitespaceAndNewlines(" \u2003\n"), "");

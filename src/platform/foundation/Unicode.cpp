@@ -3,11 +3,8 @@
 #include <unicode/brkiter.h>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
-#include <unicode/normalizer2.h>
 #include <unicode/ubrk.h>
 #include <unicode/uchar.h>
-#include <unicode/unistr.h>
-#include <unicode/unorm.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
 
@@ -20,18 +17,9 @@ namespace vellumix {
 
 namespace {
 
-icu::UnicodeString utf16(std::string_view text) {
-    return icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
-}
-
-std::string utf8(const icu::UnicodeString& text) {
-    std::string result;
-    return text.toUTF8String(result);
-}
-
 bool isBlank(UChar32 c) {
-    return (c >= 0x09 && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029 ||
-           u_charType(c) == U_SPACE_SEPARATOR;
+    if (c < 0x80) return c == ' ' || (c >= 0x09 && c <= 0x0D);
+    return c == 0x85 || c == 0x2028 || c == 0x2029 || u_charType(c) == U_SPACE_SEPARATOR;
 }
 
 UChar32 codePointAt(std::string_view text, std::size_t at, std::size_t* next = nullptr) {
@@ -43,9 +31,23 @@ UChar32 codePointAt(std::string_view text, std::size_t at, std::size_t* next = n
     return c;
 }
 
-const icu::Normalizer2* decomposition() {
-    UErrorCode status = U_ZERO_ERROR;
-    return icu::Normalizer2::getNFDInstance(status);
+/// How many bytes are well formed, from the beginning.
+std::size_t validUTF8Length(std::string_view text) {
+    std::size_t at = 0;
+    while (at < text.size()) {
+        std::uint64_t eight = 0;
+        if (at + sizeof eight <= text.size()) {
+            std::memcpy(&eight, text.data() + at, sizeof eight);
+            if ((eight & 0x8080808080808080) == 0) {
+                at += sizeof eight;
+                continue;
+            }
+        }
+        const auto length = characterLength(text, at);
+        if (length == 0) break;
+        at += length;
+    }
+    return at;
 }
 
 std::size_t codePointStart(std::string_view text, std::size_t at) {
@@ -96,9 +98,9 @@ bool isRightToLeft(UCharDirection direction) {
     return direction == U_RIGHT_TO_LEFT || direction == U_RIGHT_TO_LEFT_ARABIC;
 }
 
-/// How far boundaries are looked for, in bytes. Going back over a row of flags takes ICU the square of its
-/// length.
-constexpr std::size_t reach = 100'000;
+/// How far boundaries are looked for, in bytes. In a text without any, ICU looks at all of that, and going
+/// back over a row of flags takes it the square of its length.
+constexpr std::size_t reach = 8'000;
 
 /// The boundaries of a text round an offset, by places of ICU: bytes from the beginning of what is looked at.
 /// The text must outlive it.
@@ -163,34 +165,21 @@ private:
 
 }  // namespace
 
-bool isValidUTF8(std::string_view text) {
-    std::size_t at = 0;
-    while (at < text.size()) {
-        std::uint64_t eight = 0;
-        if (at + sizeof eight <= text.size()) {
-            std::memcpy(&eight, text.data() + at, sizeof eight);
-            if ((eight & 0x8080808080808080) == 0) {
-                at += sizeof eight;
-                continue;
-            }
-        }
-        if (static_cast<unsigned char>(text[at]) < 0x80) {
-            ++at;
-            continue;
-        }
-        auto offset = static_cast<std::int32_t>(at);
-        UChar32 c = 0;
-        U8_NEXT(reinterpret_cast<const std::uint8_t*>(text.data()), offset,
-                static_cast<std::int32_t>(text.size()), c);
-        if (c < 0) return false;
-        at = static_cast<std::size_t>(offset);
-    }
-    return true;
-}
+bool isValidUTF8(std::string_view text) { return validUTF8Length(text) == text.size(); }
 
 std::string repairedUTF8(std::string_view text) {
-    if (isValidUTF8(text)) return std::string(text);
-    return utf8(utf16(text));
+    constexpr std::string_view replacement = "\uFFFD";
+    std::string repaired;
+    repaired.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const auto valid = validUTF8Length(text.substr(at));
+        repaired += text.substr(at, valid);
+        at += valid;
+        if (at == text.size()) break;
+        codePointAt(text, at, &at);
+        repaired += replacement;
+    }
+    return repaired;
 }
 
 std::string fromLatin1(std::string_view bytes) {
@@ -206,27 +195,6 @@ std::string fromLatin1(std::string_view bytes) {
         }
     }
     return text;
-}
-
-bool canonicallyEqual(std::string_view a, std::string_view b) {
-    const auto shorter = std::min(a.size(), b.size());
-    auto at = static_cast<std::size_t>(
-        std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(shorter), b.begin()).first -
-        a.begin());
-    if (at == shorter && a.size() == b.size()) return true;
-    at = codePointStart(a.size() > b.size() ? a : b, at);
-    // Two different code points that take part in no composition or reordering end the comparison here, so
-    // that unlike texts of megabytes cost no more than their common beginning.
-    const auto inertAt = [at](std::string_view text) {
-        return at == text.size() || decomposition()->isInert(codePointAt(text, at));
-    };
-    if (inertAt(a) && inertAt(b)) return false;
-    const auto left = utf16(a);
-    const auto right = utf16(b);
-    UErrorCode status = U_ZERO_ERROR;
-    return unorm_compare(left.getBuffer(), left.length(), right.getBuffer(), right.length(), 0, &status) ==
-               0 &&
-           U_SUCCESS(status);
 }
 
 std::string_view trimmedOfWhitespaceAndNewlines(std::string_view text) {
@@ -349,21 +317,6 @@ bool containsRightToLeft(std::string_view text) {
         if (isRightToLeft(u_charDirection(codePointAt(text, at, &at)))) return true;
     }
     return false;
-}
-
-std::string withoutDiacritics(std::string_view text) {
-    UErrorCode status = U_ZERO_ERROR;
-    const auto decomposed = decomposition()->normalize(utf16(text), status);
-    if (U_FAILURE(status)) return std::string(text);
-    icu::UnicodeString kept;
-    for (std::int32_t at = 0; at < decomposed.length(); at = decomposed.moveIndex32(at, 1)) {
-        const auto c = decomposed.char32At(at);
-        if (u_charType(c) != U_NON_SPACING_MARK) kept.append(c);
-    }
-    // Composed again, so that what carries no mark (Hangul, for one) comes back as it was.
-    const auto* composition = icu::Normalizer2::getNFCInstance(status);
-    const auto composed = composition->normalize(kept, status);
-    return U_SUCCESS(status) ? utf8(composed) : std::string(text);
 }
 
 }  // namespace vellumix

@@ -91,7 +91,7 @@ public:
 
     void fill() {
         _isFull = true;
-        _store->replaceAll(bench::fullHistory());
+        _store->replaceAll(bench::historyOf(20, std::size_t{1} << 20));
     }
 
     void time(const char* what, double budget, const std::function<std::vector<Peer::Answer>()>& content) {

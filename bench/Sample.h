@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -31,19 +32,23 @@ inline ClipboardItem textEntry() {
     return item;
 }
 
-inline ClipboardItem imageEntry() {
-    Bytes bytes(1 << 20);
-    std::ranges::generate(bytes, [] { return static_cast<std::uint8_t>(randomness()()); });
+inline ClipboardItem imageEntry(std::size_t size) {
+    Bytes bytes(size);
+    std::independent_bits_engine<std::mt19937_64, 64, std::uint64_t> words(randomness()());
+    for (std::size_t at = 0; at < size; at += sizeof(std::uint64_t)) {
+        const auto word = words();
+        std::memcpy(bytes.data() + at, &word, std::min(sizeof word, size - at));
+    }
     ClipboardItem item{
         .id = UUID::random(), .date = RunLoop::main().now(), .kind = ClipboardItem::Kind::image};
     item._imageData = Data(std::move(bytes));
     return item;
 }
 
-/// 180 texts of 1 to 5 KB and 20 images of 1 MB.
-inline std::vector<ClipboardItem> fullHistory() {
+/// 180 texts of 1 to 5 KB and images of that many bytes.
+inline std::vector<ClipboardItem> historyOf(int imageCount, std::size_t imageSize) {
     std::vector<ClipboardItem> items;
-    std::generate_n(std::back_inserter(items), 20, imageEntry);
+    std::generate_n(std::back_inserter(items), imageCount, [&] { return imageEntry(imageSize); });
     std::generate_n(std::back_inserter(items), 180, textEntry);
     return items;
 }

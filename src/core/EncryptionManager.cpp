@@ -1,5 +1,7 @@
 #include "core/EncryptionManager.h"
 
+#include <algorithm>
+
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/NotificationCenter.h"
@@ -56,29 +58,49 @@ void EncryptionManager::postFailure(const char* operation, const std::string& re
                                              {{"operation", operation}, {"reason", reason}});
 }
 
-bool EncryptionManager::encryptInPlace(Bytes& buffer, std::size_t offset) {
+std::optional<aesgcm::Sealing> EncryptionManager::beginSealing() {
     const auto key = getOrCreateKey();
     if (!key) {
         log.error("encrypt: failed to get or create key");
         postFailure("encrypt", "key-unavailable");
-        return false;
+        return std::nullopt;
     }
-    if (const auto error = aesgcm::sealInPlace(buffer, offset, *key)) {
-        const std::string reason = aesgcm::description(*error);
-        log.error("encrypt: AES-GCM seal failed: " + reason);
-        postFailure("encrypt", reason);
-        return false;
-    }
-    return true;
+    auto sealing = aesgcm::Sealing::begin(*key);
+    if (!sealing) sealFailed(aesgcm::Error::cipherFailure);
+    return sealing;
+}
+
+EncryptionManager::Outcome EncryptionManager::sealFailed(aesgcm::Error error) {
+    const std::string reason = aesgcm::description(error);
+    log.error("encrypt: AES-GCM seal failed: " + reason);
+    postFailure("encrypt", reason);
+    return Outcome::failed;
+}
+
+EncryptionManager::Outcome EncryptionManager::encrypt(const ByteSource& plaintext, BlockBuffer& out) {
+    auto sealing = beginSealing();
+    if (!sealing) return Outcome::failed;
+    if (!out.append(sealing->nonce())) return Outcome::noPlaintext;
+    std::optional<aesgcm::Error> error;
+    const auto encipher = [&](ByteView part, std::uint8_t* to) { return !(error = sealing->add(part, to)); };
+    const bool isWhole = plaintext([&](ByteView piece) { return out.append(piece, encipher); });
+    if (error) return sealFailed(*error);
+    if (!isWhole) return Outcome::noPlaintext;
+    std::array<std::uint8_t, aesgcm::tagSize> tag;
+    if ((error = sealing->finish(tag))) return sealFailed(*error);
+    return out.append(tag) ? Outcome::done : Outcome::noPlaintext;
 }
 
 std::optional<Data> EncryptionManager::encrypt(ByteView data) {
-    Bytes buffer;
-    buffer.reserve(data.size() + aesgcm::overhead);
-    buffer.resize(aesgcm::nonceSize);
-    append(buffer, data);
-    if (!encryptInPlace(buffer, 0)) return std::nullopt;
-    return Data(std::move(buffer));
+    auto sealing = beginSealing();
+    if (!sealing) return std::nullopt;
+    Bytes blob(data.size() + aesgcm::overhead);
+    std::ranges::copy(sealing->nonce(), blob.begin());
+    auto error = sealing->add(data, blob.data() + aesgcm::nonceSize);
+    if (!error) error = sealing->finish(std::span(blob).last<aesgcm::tagSize>());
+    if (!error) return Data(std::move(blob));
+    sealFailed(*error);
+    return std::nullopt;
 }
 
 std::optional<SymmetricKey> EncryptionManager::keyToDecrypt() {

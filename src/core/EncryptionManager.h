@@ -7,6 +7,7 @@
 
 #include "platform/desktop/Keychain.h"
 #include "platform/foundation/AESGCM.h"
+#include "platform/foundation/BlockBuffer.h"
 #include "platform/foundation/Data.h"
 
 namespace vellumix {
@@ -24,13 +25,20 @@ public:
     static constexpr const char* keychainAccount = "encryption-key";
     static constexpr const char* failedNotification = "EncryptionFailed";
 
+    enum class Outcome {
+        done,
+        /// As told; what was appended is of no use.
+        failed,
+        /// The plaintext didn't come whole, or there was no memory: nothing has been told.
+        noPlaintext,
+    };
+
     static EncryptionManager& shared();
 
     /// A blob in combined form: nonce, ciphertext, tag.
     std::optional<Data> encrypt(ByteView data);
-    /// The same in place: the plaintext stands behind `offset` and the nonce's 12 bytes of room; from
-    /// `offset` on the buffer then holds the blob. False leaves the plaintext as it was.
-    bool encryptInPlace(Bytes& buffer, std::size_t offset);
+    /// The same, piece by piece: appends the blob of what `plaintext` gives.
+    Outcome encrypt(const ByteSource& plaintext, BlockBuffer& out);
     /// The plaintext of a blob in combined form.
     std::optional<Bytes> decrypt(ByteView data);
     /// The plaintexts of several blobs, in order, with one read of the key; nothing in the place of one that
@@ -50,6 +58,9 @@ private:
     /// The key for deciphering; without one, that has been told.
     std::optional<SymmetricKey> keyToDecrypt();
     std::optional<ByteView> open(std::span<std::uint8_t> combined, const SymmetricKey& key);
+    /// Ready to encipher; when it isn't, that has been told.
+    std::optional<aesgcm::Sealing> beginSealing();
+    Outcome sealFailed(aesgcm::Error error);
     LoadedKey loadKeyFromKeychain();
     bool saveKeyToKeychain(const SymmetricKey& key);
     void postFailure(const char* operation, const std::string& reason);

@@ -14,24 +14,6 @@ namespace {
 /// The most room that a record needs beside its payload.
 constexpr std::size_t recordFrame = 320;
 
-std::size_t sizeOf(const std::optional<Data>& data) { return data ? data->size() : 0; }
-
-/// Room for the whole array, so that a history of megabytes is written into one allocation. What escapes add
-/// beyond an eighth makes the buffer grow like any other.
-std::size_t expectedSize(const std::vector<ClipboardItem>& items) {
-    std::size_t total = 2;
-    std::size_t largest = 0;
-    for (const auto& item : items) {
-        const auto blobs = sizeOf(item._imageData) + sizeOf(item.encryptedText) +
-                           sizeOf(item.encryptedImageData) + sizeOf(item.encryptedFileURL);
-        const auto text = (item._text ? item._text->size() : 0) +
-                          (item._fileURL ? item._fileURL->absoluteString().size() : 0);
-        total += recordFrame + base64::encodedSize(blobs) * 17 / 16 + text * 9 / 8;
-        largest = std::max(largest, blobs);
-    }
-    return total + base64::escapedSizeLimit(largest);
-}
-
 std::size_t textSize(const std::optional<String>& text) {
     return text ? JsonWriter::stringSize(text->view()) : 0;
 }
@@ -166,15 +148,15 @@ std::size_t recordSizeLimit(const ClipboardItem& item) {
     return size;
 }
 
-bool encodeHistory(const std::vector<ClipboardItem>& items, Bytes& out) {
-    out.reserve(out.size() + expectedSize(items));
-    JsonWriter writer(out);
+bool encodeHistory(const std::vector<ClipboardItem>& items, const ByteTaker& take) {
+    Bytes scratch;
+    JsonWriter writer(scratch, take);
     writer.beginArray();
     for (const auto& item : items) {
         if (!encodeRecord(item, writer)) return false;
     }
     writer.endArray();
-    return true;
+    return writer.end();
 }
 
 std::string decodeHistory(ByteView json, std::vector<ClipboardItem>& items) {

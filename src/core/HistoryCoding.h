@@ -4,15 +4,15 @@
 #include <vector>
 
 #include "core/ClipboardItem.h"
-#include "platform/foundation/Data.h"
+#include "platform/foundation/BlockBuffer.h"
 
 /// The history as a JSON array of records, one for each entry.
 namespace vellumix {
 
-/// Appends the array to `out`, compact, with the keys of each record in the order of the fields and no key
-/// for an absent payload. False, with `out` of no use, when an entry can't be written (a date that is no
-/// number).
-bool encodeHistory(const std::vector<ClipboardItem>& items, Bytes& out);
+/// Gives the array to `take` in pieces, compact, with the keys of each record in the order of the fields and
+/// no key for an absent payload. False, with what was given of no use, when an entry can't be written (a date
+/// that is no number) or a piece wasn't taken.
+bool encodeHistory(const std::vector<ClipboardItem>& items, const ByteTaker& take);
 
 /// The bytes that the entry's record takes in the array, or a few more.
 std::size_t recordSizeLimit(const ClipboardItem& item);

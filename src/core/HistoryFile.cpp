@@ -39,8 +39,8 @@ bool HistoryFile::makeRoom() {
     return true;
 }
 
-void HistoryFile::write(ByteView content) {
-    if (makeRoom()) writeAtomically(_files, _path, content);
+void HistoryFile::write(const std::vector<ByteView>& parts) {
+    if (makeRoom()) writeAtomically(_files, _path, parts);
 }
 
 }  // namespace vellumix

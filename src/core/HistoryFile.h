@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/foundation/FileSystem.h"
 
@@ -20,7 +21,7 @@ public:
     /// "history.unreadable-<time>.json", and says so in the log; where it can't be moved, nothing is written.
     void markUnreadable() { _isUnreadable = true; }
     /// Replaces the content atomically; a failure is silent, and the file keeps what it held.
-    void write(ByteView content);
+    void write(const std::vector<ByteView>& parts);
 
 private:
     bool makeRoom();

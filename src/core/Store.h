@@ -8,6 +8,7 @@
 #include "core/ClipboardItem.h"
 #include "core/HistoryBounds.h"
 #include "core/HistoryFile.h"
+#include "platform/foundation/BlockBuffer.h"
 #include "platform/foundation/Published.h"
 #include "platform/foundation/RunLoop.h"
 
@@ -23,6 +24,9 @@ public:
     static constexpr std::size_t limit = 200;
     /// Seconds from the last mutation to the write.
     static constexpr double saveDebounce = 0.35;
+    /// Seconds that the memory of a save is kept for the next one: people copy several things in a row, and
+    /// between such rows nothing stays beside the history itself.
+    static constexpr double memoryLingers = 2;
 
     /// Loads the file at once; an unreadable one gives an empty history and stays on disk. With no URL, the
     /// file is "Vellumix/history.json" in the first application-support folder, or else in the temporary
@@ -54,16 +58,15 @@ public:
     /// has changed since the start: an end needs no key then, and an unreadable file stays in its place.
     void saveNow();
 
-    /// The bytes of the file for a payload that stands behind `sealRoom` bytes: the magic and the enciphered
-    /// blob, or the plain payload when it can't be enciphered.
-    static Bytes sealHistory(Bytes payload);
-    /// Room for the magic and the nonce.
-    static constexpr std::size_t sealRoom = 16;
+    /// Appends the bytes of the file for the payload that `json` gives, twice if need be: the magic and the
+    /// enciphered blob, or the plain payload when it can't be enciphered. False when it doesn't come whole or
+    /// there is no memory.
+    static bool sealHistory(const ByteSource& json, BlockBuffer& out);
 
 private:
     void load();
     void scheduleSave();
-    std::optional<Bytes> sealedItems();
+    std::shared_ptr<const BlockBuffer> sealedItems();
     template <class Change>
     void changeFound(const ClipboardItem& item, Change change);
 
@@ -73,6 +76,9 @@ private:
     const std::shared_ptr<HistoryFile> _file;
     const std::unique_ptr<SerialQueue> _saveQueue;
     std::shared_ptr<WorkItem> _pendingSave;
+    /// The memory of the snapshots that are or were to be written.
+    const std::shared_ptr<BlockPool> _blocks = std::make_shared<BlockPool>();
+    std::shared_ptr<WorkItem> _pendingRelease;
     bool _hasChanged = false;
     /// What the present list takes in the file, in bytes.
     std::size_t _fileSize = 0;

@@ -12,7 +12,6 @@ namespace {
 
 constexpr Log log("Store");
 constexpr std::array<std::uint8_t, 4> magic{'V', 'L', 'X', '1'};
-static_assert(Store::sealRoom == magic.size() + aesgcm::nonceSize);
 
 bool hasMagic(ByteView content) {
     return content.size() >= magic.size() && sameBytes(content.first(magic.size()), magic);
@@ -46,30 +45,34 @@ bool Store::hasRoomFor(const ClipboardItem& item) const {
     return _fileSize + recordSizeLimit(item) <= _sizeLimit;
 }
 
-Bytes Store::sealHistory(Bytes payload) {
-    if (EncryptionManager::shared().encryptInPlace(payload, magic.size())) {
-        std::ranges::copy(magic, payload.begin());
-        return payload;
-    }
+bool Store::sealHistory(const ByteSource& json, BlockBuffer& out) {
+    if (!out.append(magic)) return false;
+    const auto outcome = EncryptionManager::shared().encrypt(json, out);
+    if (outcome != EncryptionManager::Outcome::failed) return outcome == EncryptionManager::Outcome::done;
     log.error("Encryption unavailable — writing history as plaintext");
-    payload.erase(payload.begin(), payload.begin() + sealRoom);
-    return payload;
+    out.clear();
+    return json([&](ByteView piece) { return out.append(piece); });
 }
 
-std::optional<Bytes> Store::sealedItems() {
-    Bytes payload(sealRoom);
-    if (!encodeHistory(_items.get(), payload)) return std::nullopt;
-    _fileSize = payload.size();
-    return sealHistory(std::move(payload));
+std::shared_ptr<const BlockBuffer> Store::sealedItems() {
+    auto sealed = std::make_shared<BlockBuffer>(_blocks);
+    const auto json = [&](const ByteTaker& take) { return encodeHistory(_items.get(), take); };
+    if (!sealHistory(json, *sealed)) return nullptr;
+    _fileSize = sealed->size();
+    return sealed;
 }
 
 void Store::scheduleSave() {
     _hasChanged = true;
     if (_pendingSave) _pendingSave->cancel();
+    if (_pendingRelease) _pendingRelease->cancel();
     auto sealed = sealedItems();
-    if (!sealed) return;
-    _pendingSave = _saveQueue->asyncAfter(
-        saveDebounce, [file = _file, content = Data(std::move(*sealed))] { file->write(content); });
+    if (sealed) {
+        _pendingSave = _saveQueue->asyncAfter(
+            saveDebounce, [file = _file, sealed = std::move(sealed)] { file->write(sealed->parts()); });
+    }
+    _pendingRelease =
+        _saveQueue->asyncAfter(saveDebounce + memoryLingers, [blocks = _blocks] { blocks->release(); });
 }
 
 void Store::saveNow() {
@@ -77,7 +80,7 @@ void Store::saveNow() {
     if (_pendingSave) _pendingSave->cancel();
     const auto sealed = sealedItems();
     if (!sealed) return;
-    _saveQueue->sync([&] { _file->write(*sealed); });
+    _saveQueue->sync([&] { _file->write(sealed->parts()); });
 }
 
 }  // namespace vellumix

@@ -31,6 +31,15 @@ constexpr std::string_view record =
     R"({"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","date":800000000.25,"kind":"all","pinned":true,"locked":false,)"
     R"("text":"a\/b \"c\"\n","fileURL":"file:\/\/\/a%20b","imageData":"\/\/8=","isEncrypted":false})";
 
+Bytes encoded(const std::vector<ClipboardItem>& items) {
+    Bytes json;
+    EXPECT_TRUE(encodeHistory(items, [&](ByteView piece) {
+        append(json, piece);
+        return true;
+    }));
+    return json;
+}
+
 TEST_F(HistoryFileTest, ARecordIsWrittenAsItWasRead) {
     const auto json = "[" + std::string(record) + "]";
     put(json);
@@ -40,11 +49,9 @@ TEST_F(HistoryFileTest, ARecordIsWrittenAsItWasRead) {
     EXPECT_EQ(*item.text(), "a/b \"c\"\n");
     EXPECT_EQ(item.fileURL()->path(), "/a b");
     EXPECT_EQ(item.imageData(), Data(std::string_view("\xFF\xFF")));
-    Bytes written;
-    ASSERT_TRUE(encodeHistory(store.items().get(), written));
     // The one difference: keys come in the order of the fields.
     EXPECT_EQ(
-        asText(written),
+        asText(encoded(store.items().get())),
         R"([{"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","date":800000000.25,"kind":"all","pinned":true,)"
         R"("locked":false,"text":"a\/b \"c\"\n","imageData":"\/\/8=","fileURL":"file:\/\/\/a%20b","isEncrypted":false}])");
 }
@@ -136,6 +143,27 @@ TEST_F(HistoryFileTest, EveryFlippedBitAndEveryTruncationIsNoticed) {
     EXPECT_FALSE(isRefused(whole));
 }
 
+TEST_F(HistoryFileTest, ContentOfManyPiecesReadsBackAsItWas) {
+    std::vector<ClipboardItem> items;
+    // Around the sizes at which the writer hands on a piece and a block is full, and with signs that grow.
+    for (const std::size_t size : {24'575, 24'576, 24'577, 32'767, 32'769, 70'000, 3'000'000}) {
+        std::string bytes(size, 'x');
+        for (std::size_t at = 0; at < size; ++at) bytes[at] = static_cast<char>(at * at % 251);
+        items.push_back(imageItem(bytes));
+        for (auto& c : bytes) c = static_cast<char>(c & 0x7F);
+        items.push_back(textItem(bytes));
+    }
+    for (const bool hasKey : {true, false}) {
+        desktop.files.files.clear();
+        if (!hasKey) desktop.keychain.refusal = errSecInteractionNotAllowed;
+        Store store;
+        store.replaceAll(items);
+        store.saveNow();
+        EXPECT_EQ(history().starts_with("VLX1"), hasKey);
+        EXPECT_TRUE(Store().items().get() == items);
+    }
+}
+
 TEST_F(HistoryFileTest, TheSaveWaitsForABurstAndQuittingDoesNot) {
     Store store;
     for (int number = 0; number < 5; ++number) {
@@ -194,9 +222,7 @@ TEST_F(HistoryFileTest, AStartAndAnEndWithALockedKeyringLeaveTheHistoryInItsPlac
 TEST_F(HistoryFileTest, AHistoryLargerThanTheLimitIsKeptUntilTheNextEntry) {
     std::vector<ClipboardItem> many;
     for (int number = 0; number < 100'000; ++number) many.push_back(textItem(std::to_string(number)));
-    Bytes json;
-    ASSERT_TRUE(encodeHistory(many, json));
-    put(asText(json));
+    put(asText(encoded(many)));
     Store store;
     EXPECT_EQ(store.items()->size(), 100'000U);
     store.add(textItem("new"));

@@ -1,7 +1,10 @@
 #include <algorithm>
 #include <limits>
+#include <new>
+#include <set>
 
 #include "platform/foundation/Base64.h"
+#include "platform/foundation/BlockBuffer.h"
 #include "platform/foundation/Hasher.h"
 #include "platform/foundation/Json.h"
 #include "platform/foundation/URL.h"
@@ -272,6 +275,38 @@ TEST(Unicode, IllFormedTextIsRepairedAndBlanksAreTrimmed) {
 TEST(Date, ReadsAsCalendarTime) {
     EXPECT_EQ(Date{}.iso8601(), "2001-01-01T00:00:00Z");
     EXPECT_EQ(Date::fromUnix(1795381200.9).iso8601(true), "20261122T210000Z");
+}
+
+// Memory.
+
+TEST(BytesTest, WhatNoMachineHasIsAnErrorAndNotAnEnd) {
+    for (const std::size_t size : {std::size_t{1} << 47, std::numeric_limits<std::size_t>::max() / 2})
+        EXPECT_THROW(Bytes{}.reserve(size), std::bad_alloc);
+}
+
+TEST(BlockBufferTest, ItsBlocksAreKeptForTheNextBuffer) {
+    const auto pool = std::make_shared<BlockPool>();
+    const std::string text(3'000'000, 'x');
+    const auto placesOf = [&] {
+        BlockBuffer buffer(pool);
+        EXPECT_TRUE(buffer.append(viewOf("head ")));
+        EXPECT_TRUE(buffer.append(viewOf(text)));
+        EXPECT_EQ(buffer.size(), text.size() + 5);
+        std::string content;
+        std::set<const void*> places;
+        for (const auto part : buffer.parts()) {
+            content += asText(part);
+            places.insert(part.data());
+        }
+        EXPECT_EQ(content, "head " + text);
+        return places;
+    };
+    const auto first = placesOf();
+    EXPECT_GT(first.size(), 2U);
+    EXPECT_EQ(placesOf(), first);
+    const auto block = pool->take(std::size_t{64} << 10);
+    EXPECT_TRUE(first.contains(block.data()));
+    EXPECT_FALSE(placesOf().contains(block.data()));
 }
 
 }  // namespace

@@ -77,22 +77,36 @@ const char* description(Error error) {
     return "";
 }
 
-std::optional<Error> sealInPlace(Bytes& buffer, std::size_t offset, const SymmetricKey& key) {
-    if (buffer.size() < offset + nonceSize) return Error::incorrectParameterSize;
-    const std::span nonce(buffer.data() + offset, nonceSize);
-    fillRandom(nonce);
-    const auto cipher = cipherFor(key, nonce);
-    if (!cipher) return Error::cipherFailure;
-    const auto size = buffer.size() - offset - nonceSize;
-    buffer.resize(buffer.size() + tagSize);
-    auto* const text = buffer.data() + offset + nonceSize;
-    if ((size > 0 && gcry_cipher_encrypt(cipher.get(), text, size, nullptr, 0)) ||
-        gcry_cipher_gettag(cipher.get(), text + size, tagSize)) {
-        // The only way here is a broken library after part of the text was enciphered: nothing left can be
-        // trusted.
-        std::abort();
+struct Sealing::State {
+    std::array<std::uint8_t, nonceSize> nonce;
+    gcrypt::Cipher cipher;
+};
+
+Sealing::Sealing(std::unique_ptr<State> state) : _state(std::move(state)) {}
+Sealing::Sealing(Sealing&&) noexcept = default;
+Sealing::~Sealing() = default;
+
+std::optional<Sealing> Sealing::begin(const SymmetricKey& key) {
+    auto state = std::make_unique<State>();
+    fillRandom(state->nonce);
+    state->cipher = cipherFor(key, state->nonce);
+    if (!state->cipher) return std::nullopt;
+    return Sealing(std::move(state));
+}
+
+ByteView Sealing::nonce() const { return _state->nonce; }
+
+std::optional<Error> Sealing::add(ByteView piece, std::uint8_t* out) {
+    if (piece.empty() ||
+        !gcry_cipher_encrypt(_state->cipher.get(), out, piece.size(), piece.data(), piece.size())) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    return Error::cipherFailure;
+}
+
+std::optional<Error> Sealing::finish(std::span<std::uint8_t, tagSize> tag) {
+    if (!gcry_cipher_gettag(_state->cipher.get(), tag.data(), tag.size())) return std::nullopt;
+    return Error::cipherFailure;
 }
 
 std::optional<Error> openInPlace(std::span<std::uint8_t> combined, const SymmetricKey& key) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 
@@ -48,10 +49,25 @@ enum class Error { incorrectParameterSize, authenticationFailure, cipherFailure 
 /// A sentence for the log.
 const char* description(Error error);
 
-/// Enciphers `buffer[offset + nonceSize ..]` in place with a fresh nonce, which goes to `buffer[offset ..]`,
-/// and appends the tag: from `offset` on the buffer then holds a combined blob. An error leaves the plaintext
-/// as it was.
-std::optional<Error> sealInPlace(Bytes& buffer, std::size_t offset, const SymmetricKey& key);
+/// Enciphers one plaintext, which comes in pieces, under a fresh nonce.
+class Sealing {
+public:
+    /// Nothing where the library refuses.
+    static std::optional<Sealing> begin(const SymmetricKey& key);
+    Sealing(Sealing&&) noexcept;
+    ~Sealing();
+
+    ByteView nonce() const;
+    /// Writes the ciphertext of the next piece, which is as long. After an error nothing more works.
+    std::optional<Error> add(ByteView piece, std::uint8_t* out);
+    /// The tag of all pieces.
+    std::optional<Error> finish(std::span<std::uint8_t, tagSize> tag);
+
+private:
+    struct State;
+    explicit Sealing(std::unique_ptr<State> state);
+    std::unique_ptr<State> _state;
+};
 
 /// Deciphers a combined blob (nonce, ciphertext, tag) in place: its middle then holds the plaintext. An error
 /// wipes it.

@@ -2,21 +2,39 @@
 
 #include <sys/mman.h>
 
-#include <cstdlib>
 #include <new>
 
 namespace vellumix {
 
-void* allocateLarge(std::size_t size) {
-    static constexpr std::size_t hugePage = std::size_t{2} << 20;
+namespace {
+
+constexpr std::size_t hugePage = std::size_t{2} << 20;
+
+/// Nothing for what no machine has.
+std::size_t wholePages(std::size_t size) {
     const auto whole = (size + hugePage - 1) / hugePage * hugePage;
-    auto* const memory = std::aligned_alloc(hugePage, whole);
-    if (!memory) throw std::bad_alloc();
-    // Advice: a system without huge pages gives ordinary ones.
-    ::madvise(memory, whole, MADV_HUGEPAGE);
-    return memory;
+    return whole < size ? 0 : whole;
 }
 
-void freeLarge(void* memory) { std::free(memory); }
+}  // namespace
+
+void* allocateLarge(std::size_t size) {
+    const auto whole = wholePages(size);
+    const auto mapped = whole + hugePage;
+    auto* const start =
+        whole == 0 ? MAP_FAILED
+                   : ::mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (start == MAP_FAILED) throw std::bad_alloc();
+    // Only an aligned range is given in huge pages; what lies before and behind it goes back.
+    auto* const from = static_cast<char*>(start);
+    const auto before = (hugePage - reinterpret_cast<std::uintptr_t>(from) % hugePage) % hugePage;
+    if (before > 0) ::munmap(from, before);
+    ::munmap(from + before + whole, hugePage - before);
+    // Advice: a system without huge pages gives ordinary ones.
+    ::madvise(from + before, whole, MADV_HUGEPAGE);
+    return from + before;
+}
+
+void freeLarge(void* memory, std::size_t size) { ::munmap(memory, wholePages(size)); }
 
 }  // namespace vellumix

@@ -14,7 +14,7 @@ namespace vellumix {
 /// Memory in huge pages where the system has them: a page fault for every 4 KB costs more than filling them.
 /// Throws std::bad_alloc where there is none, as `new` does.
 void* allocateLarge(std::size_t size);
-void freeLarge(void* memory);
+void freeLarge(void* memory, std::size_t size);
 
 /// Leaves the elements of a grown vector unwritten, as buffers of megabytes are filled by their reader
 /// anyway, and takes large buffers in huge pages.
@@ -37,7 +37,7 @@ struct UninitialisedAllocator : std::allocator<T> {
     }
     void deallocate(T* memory, std::size_t count) {
         if (count * sizeof(T) < largeFrom) return std::allocator<T>::deallocate(memory, count);
-        freeLarge(memory);
+        freeLarge(memory, count * sizeof(T));
     }
     template <class U>
     void construct(U* place) {

@@ -19,10 +19,16 @@ std::string folderOf(const std::string& path) {
 }
 
 std::error_code writeAtomically(FileSystem& files, const std::string& path, ByteView content) {
+    return writeAtomically(files, path, std::vector{content});
+}
+
+std::error_code writeAtomically(FileSystem& files, const std::string& path,
+                                const std::vector<ByteView>& parts) {
     const auto temporary = temporaryPath(path);
     FileSystem::Handle handle{};
     if (const auto error = files.openForWriting(temporary, handle)) return error;
-    auto error = files.write(handle, content);
+    std::error_code error;
+    for (auto part = parts.begin(); !error && part != parts.end(); ++part) error = files.write(handle, *part);
     if (!error) error = files.sync(handle);
     const auto closeError = files.close(handle);
     if (!error) error = closeError;

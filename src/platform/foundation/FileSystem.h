@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "platform/foundation/Data.h"
 
@@ -48,6 +49,9 @@ std::string folderOf(const std::string& path);
 /// a temporary file beside it, synced, renamed over it, and the folder synced. On an error the temporary file
 /// is gone.
 std::error_code writeAtomically(FileSystem& files, const std::string& path, ByteView content);
+/// The same for content in parts.
+std::error_code writeAtomically(FileSystem& files, const std::string& path,
+                                const std::vector<ByteView>& parts);
 
 /// Removes the temporary file that a write killed halfway left behind.
 void removeLeftovers(FileSystem& files, const std::string& path);

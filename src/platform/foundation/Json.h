@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/Data.h"
+#include "platform/foundation/BlockBuffer.h"
 
 /// JSON (RFC 8259).
 namespace vellumix {
@@ -19,6 +19,12 @@ namespace vellumix {
 class JsonWriter {
 public:
     explicit JsonWriter(Bytes& out) : _out(out) {}
+    /// Hands on what is written in pieces of about `pieceSize` bytes, small enough to be still in the
+    /// processor's cache; `scratch` holds the present one, and `end` hands on the last.
+    JsonWriter(Bytes& scratch, const ByteTaker& take) : _out(scratch), _take(&take) {}
+    static constexpr std::size_t pieceSize = std::size_t{32} << 10;
+    /// False when a piece wasn't taken; none is offered after that.
+    bool end() { return handOn(); }
 
     void beginArray() { open('['); }
     void endArray() { close(']'); }
@@ -40,9 +46,13 @@ private:
     void close(char bracket);
     void separate();
     void put(std::string_view text);
+    void passOn();
+    bool handOn();
     void quoted(std::string_view text);
 
     Bytes& _out;
+    const ByteTaker* _take = nullptr;
+    bool _isTaken = true;
     bool _needsComma = false;
 };
 

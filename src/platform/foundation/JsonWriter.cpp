@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -58,7 +59,25 @@ std::size_t plainPrefix(std::string_view text) {
 
 }  // namespace
 
-void JsonWriter::put(std::string_view text) { append(_out, viewOf(text)); }
+bool JsonWriter::handOn() {
+    if (_take && _isTaken && !_out.empty()) _isTaken = (*_take)(_out);
+    if (_take) _out.clear();
+    return _isTaken;
+}
+
+/// Called after every write that may be a long one.
+void JsonWriter::passOn() {
+    if (_take && _out.size() >= pieceSize) handOn();
+}
+
+void JsonWriter::put(std::string_view text) {
+    while (!text.empty()) {
+        const auto piece = text.substr(0, pieceSize);
+        append(_out, viewOf(piece));
+        passOn();
+        text.remove_prefix(piece.size());
+    }
+}
 
 void JsonWriter::separate() {
     if (_needsComma) _out.push_back(',');
@@ -141,11 +160,17 @@ void JsonWriter::null() {
 void JsonWriter::base64(ByteView bytes) {
     separate();
     _out.push_back('"');
-    const auto at = _out.size();
-    // Half of the characters can't all be slashes in what is worth keeping, but the room must be there.
-    _out.resize(at + base64::escapedSizeLimit(bytes.size()));
-    const auto* const end = base64::encodeEscaped(bytes, _out.data() + at);
-    _out.resize(static_cast<std::size_t>(end - _out.data()));
+    // Whole groups of three, so that the slices join without padding.
+    constexpr auto slice = pieceSize / 4 * 3;
+    while (!bytes.empty()) {
+        const auto piece = bytes.first(std::min(slice, bytes.size()));
+        const auto at = _out.size();
+        _out.resize(at + base64::escapedSizeLimit(piece.size()));
+        const auto* const end = base64::encodeEscaped(piece, _out.data() + at);
+        _out.resize(static_cast<std::size_t>(end - _out.data()));
+        passOn();
+        bytes = bytes.subspan(piece.size());
+    }
     _out.push_back('"');
 }
 

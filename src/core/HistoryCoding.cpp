@@ -54,10 +54,35 @@ bool encodeRecord(const ClipboardItem& item, JsonWriter& writer) {
     return true;
 }
 
+/// Where decoded blobs go: to the front of the text that they are read from, one behind the other. The key
+/// and its brackets keep the first of them far enough ahead of what is still to be read.
+class BlobPlace {
+public:
+    explicit BlobPlace(Bytes content)
+        : _content(std::make_shared<Bytes>(std::move(content))), _end(_content->data()) {}
+    /// What has been read needs no memory but that of the blobs.
+    ~BlobPlace() { returnPages({_end, _content->data() + _content->size()}); }
+
+    std::optional<Data> read(JsonReader& reader) {
+        auto* end = _end;
+        if (!reader.base64(end)) return std::nullopt;
+        const std::span blob(_end, end);
+        // A small one would hold its page, and with it its neighbours.
+        constexpr std::size_t worthSharing = std::size_t{64} << 10;
+        if (blob.size() < worthSharing) return Data(ByteView(blob));
+        _end = end;
+        return Data(_content, blob);
+    }
+
+private:
+    std::shared_ptr<Bytes> _content;
+    std::uint8_t* _end;
+};
+
 /// Reads one record, member by member.
 class RecordReader {
 public:
-    explicit RecordReader(JsonReader& reader) : _reader(reader) {}
+    RecordReader(JsonReader& reader, BlobPlace& blobs) : _reader(reader), _blobs(blobs) {}
 
     bool read(ClipboardItem& item) {
         return _reader.object([&](std::string_view key) { return member(key, item); }) &&
@@ -123,14 +148,13 @@ private:
     }
     bool readBlob(std::optional<Data>& value) {
         return optional(value, [&] {
-            Bytes bytes;
-            if (!_reader.base64(bytes)) return false;
-            value = Data(std::move(bytes));
-            return true;
+            value = _blobs.read(_reader);
+            return value.has_value();
         });
     }
 
     JsonReader& _reader;
+    BlobPlace& _blobs;
     std::bitset<requiredCount> _found;
 };
 
@@ -159,11 +183,13 @@ bool encodeHistory(const std::vector<ClipboardItem>& items, const ByteTaker& tak
     return writer.end();
 }
 
-std::string decodeHistory(ByteView json, std::vector<ClipboardItem>& items) {
+std::string decodeHistory(Bytes content, ByteView json, std::vector<ClipboardItem>& items) {
     JsonReader reader(json);
+    BlobPlace blobs(std::move(content));
     std::vector<ClipboardItem> decoded;
-    const bool isWhole =
-        reader.array([&] { return RecordReader(reader).read(decoded.emplace_back()); }) && reader.end();
+    const bool isWhole = reader.array([&] {
+        return RecordReader(reader, blobs).read(decoded.emplace_back());
+    }) && reader.end();
     if (!isWhole) return reader.error();
     items = std::move(decoded);
     return {};

@@ -17,8 +17,10 @@ bool encodeHistory(const std::vector<ClipboardItem>& items, const ByteTaker& tak
 /// The bytes that the entry's record takes in the array, or a few more.
 std::size_t recordSizeLimit(const ClipboardItem& item);
 
-/// Reads the array. Unknown keys are ignored; a missing required key, a wrong type or an unknown kind fails
-/// the whole. Returns the reason of a failure, which names no content, or an empty string.
-std::string decodeHistory(ByteView json, std::vector<ClipboardItem>& items);
+/// Reads the array that `json`, a part of `content`, holds. Unknown keys are ignored; a missing required key,
+/// a wrong type or an unknown kind fails the whole. Returns the reason of a failure, which names no content,
+/// or an empty string. The pictures are decoded where they stand and stay in `content`, as memory for them
+/// would cost more than the rest of the reading.
+std::string decodeHistory(Bytes content, ByteView json, std::vector<ClipboardItem>& items);
 
 }  // namespace vellumix

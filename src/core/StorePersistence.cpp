@@ -32,12 +32,13 @@ void Store::load() {
         }
         payload = *plaintext;
     }
+    _fileSize = content.size();
     std::vector<ClipboardItem> items;
-    if (const auto reason = decodeHistory(payload, items); !reason.empty()) {
+    if (const auto reason = decodeHistory(std::move(content), payload, items); !reason.empty()) {
         log.error("Failed to decode history: " + reason);
+        _fileSize = 0;
         return _file->markUnreadable();
     }
-    _fileSize = content.size();
     _items.set(std::move(items));
 }
 

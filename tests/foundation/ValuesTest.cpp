@@ -117,11 +117,12 @@ TEST(Base64, EscapedAndPlainAgreeForAllLengthsAndBytes) {
         EXPECT_EQ(asText(escaped), expected);
         EXPECT_EQ(base64::decode(plain), bytes);
 
-        const auto quoted = expected + "\"rest";
-        auto text = viewOf(quoted);
-        Bytes decoded;
-        EXPECT_TRUE(base64::decodeEscaped(text, decoded));
-        EXPECT_EQ(decoded, bytes);
+        // In its own place, with no more room than is promised.
+        auto buffer = bytesOf(viewOf("{\"key12345\":" + expected + "\"rest"));
+        auto text = ByteView(buffer).subspan(12);
+        auto* end = buffer.data();
+        EXPECT_TRUE(base64::decodeEscaped(text, end));
+        EXPECT_TRUE(sameBytes({buffer.data(), end}, bytes)) << expected;
         EXPECT_EQ(asText(text), "rest");
 
         // Mostly slashes in every third buffer.
@@ -129,10 +130,12 @@ TEST(Base64, EscapedAndPlainAgreeForAllLengthsAndBytes) {
         bytes.push_back(length % 3 ? static_cast<std::uint8_t>(state >> 24) : 0xFF);
     }
     for (const auto* bad : {"QUJD", "QUJ\"", "QU=D\"", "QUJDRA\"", "QUJDRB==\"", "QUJD\\n\"", "QUJD \"",
-                            "QUJDQUJDQUJDQUJDQUJDQUJ?\"", "=\"", "====\""}) {
+                            "QUJDQUJDQUJDQUJDQUJDQUJ?\"", "QUJDQU\\nJDQUJDQUJDQUJDQUJD\"",
+                            "QUJDQU\\\\JDQUJDQUJDQUJDQUJD\"", "QUJDQUJDQUJDQUJ\\", "=\"", "====\""}) {
         auto text = viewOf(bad);
-        Bytes decoded;
-        EXPECT_FALSE(base64::decodeEscaped(text, decoded)) << bad;
+        Bytes decoded(base64::decodedSizeLimit(text.size()));
+        auto* end = decoded.data();
+        EXPECT_FALSE(base64::decodeEscaped(text, end)) << bad;
     }
 }
 
@@ -282,6 +285,20 @@ TEST(Date, ReadsAsCalendarTime) {
 TEST(BytesTest, WhatNoMachineHasIsAnErrorAndNotAnEnd) {
     for (const std::size_t size : {std::size_t{1} << 47, std::numeric_limits<std::size_t>::max() / 2})
         EXPECT_THROW(Bytes{}.reserve(size), std::bad_alloc);
+}
+
+TEST(DataTest, APartThatGoesReturnsItsPagesAndLeavesItsNeighbour) {
+    constexpr std::size_t half = 100'000;
+    const auto whole = std::make_shared<Bytes>(bytesOf(viewOf(std::string(2 * half, 'x'))));
+    const std::span all(*whole);
+    std::optional<Data> first(std::in_place, whole, all.first(half));
+    const Data second(whole, all.last(half));
+    auto copy = first;
+    first.reset();
+    EXPECT_EQ(std::ranges::count(all, 'x'), 2 * half) << "a copy needs it";
+    copy.reset();
+    EXPECT_LT(std::ranges::count(all.first(half), 'x'), 20'000);
+    EXPECT_TRUE(sameBytes(second, viewOf(std::string(half, 'x'))));
 }
 
 TEST(BlockBufferTest, ItsBlocksAreKeptForTheNextBuffer) {

@@ -114,11 +114,21 @@ __attribute__((target("ssse3,popcnt"))) std::uint8_t* encodeBlocks(ByteView& byt
     return out;
 }
 
-/// Decodes blocks of sixteen characters while all are of the alphabet and none is a slash, which comes
-/// escaped. `out` must have room for sixteen bytes beyond each block's twelve.
+/// Decodes sixteen characters at a time until one is of neither the alphabet nor an escaped slash. Each block
+/// stores sixteen bytes at `out`, of which twelve count.
 __attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::uint8_t*& out) {
-    while (text.size() >= 16) {
-        const auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data()));
+    const auto places = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    while (text.size() >= 17) {
+        auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data()));
+        // A picture has a slash in every fourth block: its backslash is closed up.
+        std::size_t backslash = 16;
+        if (const auto found = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\')))) {
+            backslash = static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(found)));
+            if (text[backslash + 1] != '/') return;
+            const auto next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + 1));
+            const auto isBefore = _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(backslash)), places);
+            block = _mm_or_si128(_mm_and_si128(isBefore, block), _mm_andnot_si128(isBefore, next));
+        }
         const auto between = [&](char first, char last) __attribute__((target("ssse3,popcnt"))) {
             return _mm_and_si128(_mm_cmpgt_epi8(block, _mm_set1_epi8(static_cast<char>(first - 1))),
                                  _mm_cmplt_epi8(block, _mm_set1_epi8(static_cast<char>(last + 1))));
@@ -127,22 +137,27 @@ __attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::u
         const auto lower = between('a', 'z');
         const auto digit = between('0', '9');
         const auto plus = _mm_cmpeq_epi8(block, _mm_set1_epi8('+'));
-        const auto known = _mm_or_si128(_mm_or_si128(upper, lower), _mm_or_si128(digit, plus));
-        const auto offset = _mm_or_si128(_mm_or_si128(_mm_and_si128(upper, _mm_set1_epi8(-'A')),
-                                                      _mm_and_si128(lower, _mm_set1_epi8(26 - 'a'))),
-                                         _mm_or_si128(_mm_and_si128(digit, _mm_set1_epi8(52 - '0')),
-                                                      _mm_and_si128(plus, _mm_set1_epi8(62 - '+'))));
+        const auto slash = _mm_cmpeq_epi8(block, _mm_set1_epi8('/'));
+        const auto known =
+            _mm_or_si128(_mm_or_si128(upper, lower), _mm_or_si128(_mm_or_si128(digit, slash), plus));
+        const auto letters = _mm_or_si128(_mm_and_si128(upper, _mm_set1_epi8(-'A')),
+                                          _mm_and_si128(lower, _mm_set1_epi8(26 - 'a')));
+        const auto signs = _mm_or_si128(_mm_and_si128(plus, _mm_set1_epi8(62 - '+')),
+                                        _mm_and_si128(slash, _mm_set1_epi8(63 - '/')));
+        const auto offset =
+            _mm_or_si128(letters, _mm_or_si128(signs, _mm_and_si128(digit, _mm_set1_epi8(52 - '0'))));
         const auto sextets = _mm_add_epi8(block, offset);
         const auto pairs = _mm_maddubs_epi16(sextets, _mm_set1_epi32(0x01400140));
         const auto groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
         const auto packed =
             _mm_shuffle_epi8(groups, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
         // Up to the group with the first other character, all is well.
         const auto others = ~static_cast<unsigned>(_mm_movemask_epi8(known)) & 0xFFFF;
         const auto groupsDone = others ? static_cast<std::size_t>(__builtin_ctz(others)) / 4 : 4;
+        if (groupsDone == 0) return;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
         out += 3 * groupsDone;
-        text = text.subspan(4 * groupsDone);
+        text = text.subspan(4 * groupsDone + (backslash < 4 * groupsDone ? 1 : 0));
         if (others) return;
     }
 }
@@ -209,28 +224,23 @@ std::uint8_t* encodeEscaped(ByteView bytes, std::uint8_t* out) {
     return out;
 }
 
-bool decodeEscaped(ByteView& text, Bytes& out) {
-    const auto* const quote = static_cast<const std::uint8_t*>(std::memchr(text.data(), '"', text.size()));
-    if (!quote) return false;
-    auto inside = text.first(static_cast<std::size_t>(quote - text.data()));
-    text = text.subspan(inside.size() + 1);
-
-    out.resize(inside.size() / 4 * 3 + 20);
-    auto* end = out.data();
+bool decodeEscaped(ByteView& text, std::uint8_t*& out) {
     std::array<std::uint8_t, 4> sextets{};
     std::size_t count = 0;
     std::size_t padding = 0;
-    while (!inside.empty()) {
-        if (hasBlocks && count == 0 && padding == 0) decodeBlocks(inside, end);
-        // One group by hand: the slash that stopped the blocks, or the end.
-        while (!inside.empty()) {
-            std::uint8_t c = inside[0];
+    while (true) {
+        if (hasBlocks && count == 0 && padding == 0) decodeBlocks(text, out);
+        // One group by hand: the end, or what is no Base64.
+        do {
+            if (text.empty()) return false;
+            std::uint8_t c = text[0];
             if (c == '\\') {
-                if (inside.size() < 2 || inside[1] != '/') return false;
+                if (text.size() < 2 || text[1] != '/') return false;
                 c = '/';
-                inside = inside.subspan(1);
+                text = text.subspan(1);
             }
-            inside = inside.subspan(1);
+            text = text.subspan(1);
+            if (c == '"') return closeGroup(sextets, count, padding, out);
             if (c == '=') {
                 ++padding;
                 continue;
@@ -238,16 +248,10 @@ bool decodeEscaped(ByteView& text, Bytes& out) {
             const auto value = values[c];
             if (value == invalid || padding > 0) return false;
             sextets[count++] = value;
-            if (count == 4) break;
-        }
-        if (count == 4) {
-            if (!closeGroup(sextets, 4, padding, end)) return false;
-            count = 0;
-        }
+        } while (count < 4);
+        if (!closeGroup(sextets, count, padding, out)) return false;
+        count = 0;
     }
-    if (!closeGroup(sextets, count, padding, end)) return false;
-    out.resize(static_cast<std::size_t>(end - out.data()));
-    return true;
 }
 
 }  // namespace vellumix::base64

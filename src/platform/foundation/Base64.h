@@ -22,8 +22,10 @@ std::uint8_t* encodeEscaped(ByteView bytes, std::uint8_t* out);
 constexpr std::size_t escapedSizeLimit(std::size_t size) { return 2 * encodedSize(size) + 16; }
 
 /// Decodes the inside of a JSON string up to its closing quote, reading `\/` as `/`. Moves `text` behind the
-/// quote. False for what `decode` refuses, any other escape, or a missing quote; `out` then holds nothing of
-/// use.
-bool decodeEscaped(ByteView& text, Bytes& out);
+/// quote and `out` behind what was written. `out` may point into the same memory, 12 bytes or more before the
+/// text; else it must have room for `decodedSizeLimit(text.size())`. False for what `decode` refuses, any
+/// other escape, or a missing quote; what was written is then of no use.
+bool decodeEscaped(ByteView& text, std::uint8_t*& out);
+constexpr std::size_t decodedSizeLimit(std::size_t size) { return size / 4 * 3 + 16; }
 
 }  // namespace vellumix::base64

@@ -1,6 +1,7 @@
 #include "platform/foundation/Data.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <new>
 
@@ -36,5 +37,17 @@ void* allocateLarge(std::size_t size) {
 }
 
 void freeLarge(void* memory, std::size_t size) { ::munmap(memory, wholePages(size)); }
+
+void returnPages(std::span<std::uint8_t> range) {
+    static const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto begin = reinterpret_cast<std::uintptr_t>(range.data());
+    const auto first = (begin + page - 1) / page * page;
+    const auto last = (begin + range.size()) / page * page;
+    if (first < last) ::madvise(range.data() + (first - begin), last - first, MADV_DONTNEED);
+}
+
+Data::Data(std::shared_ptr<Bytes> whole, std::span<std::uint8_t> part)
+    : _view(part),
+      _owner(part.data(), [whole = std::move(whole), part](const void*) { returnPages(part); }) {}
 
 }  // namespace vellumix

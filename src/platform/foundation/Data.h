@@ -84,22 +84,34 @@ inline Bytes bytesOf(ByteView view) {
 class Data {
 public:
     Data() = default;
-    explicit Data(Bytes bytes)
-        : _bytes(bytes.empty() ? nullptr : std::make_shared<const Bytes>(std::move(bytes))) {}
+    explicit Data(Bytes bytes) {
+        if (bytes.empty()) return;
+        auto owner = std::make_shared<const Bytes>(std::move(bytes));
+        _view = *owner;
+        _owner = std::move(owner);
+    }
     explicit Data(ByteView bytes) : Data(bytesOf(bytes)) {}
     explicit Data(std::string_view text) : Data(viewOf(text)) {}
+    /// A part of a larger buffer, which stays as long as any part of it does; the pages of a part that goes
+    /// are returned to the system before.
+    Data(std::shared_ptr<Bytes> whole, std::span<std::uint8_t> part);
 
-    ByteView view() const { return _bytes ? ByteView(*_bytes) : ByteView(); }
-    operator ByteView() const { return view(); }
-    std::size_t size() const { return _bytes ? _bytes->size() : 0; }
-    bool empty() const { return size() == 0; }
+    ByteView view() const { return _view; }
+    operator ByteView() const { return _view; }
+    std::size_t size() const { return _view.size(); }
+    bool empty() const { return _view.empty(); }
 
     friend bool operator==(const Data& a, const Data& b) {
-        return a._bytes == b._bytes || sameBytes(a.view(), b.view());
+        return (a._view.data() == b._view.data() && a.size() == b.size()) || sameBytes(a._view, b._view);
     }
 
 private:
-    std::shared_ptr<const Bytes> _bytes;
+    ByteView _view;
+    std::shared_ptr<const void> _owner;
 };
+
+/// Returns the pages that lie whole in the range to the system; their content is gone, and they can be used
+/// again.
+void returnPages(std::span<std::uint8_t> range);
 
 }  // namespace vellumix

@@ -79,8 +79,8 @@ public:
     bool numberText(std::string& text);
     bool boolean(bool& value);
     bool null();
-    /// A string of strict Base64.
-    bool base64(Bytes& bytes);
+    /// A string of strict Base64, decoded to `out` as by `base64::decodeEscaped`.
+    bool base64(std::uint8_t*& out);
     bool skip();
     /// True when only white space is left.
     bool end();

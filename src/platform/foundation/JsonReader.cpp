@@ -233,9 +233,9 @@ bool JsonReader::boolean(bool& value) {
 
 bool JsonReader::null() { return literal("null"); }
 
-bool JsonReader::base64(Bytes& bytes) {
+bool JsonReader::base64(std::uint8_t*& out) {
     if (!take('"')) return fail("not a string");
-    return base64::decodeEscaped(_rest, bytes) || fail("not Base64");
+    return base64::decodeEscaped(_rest, out) || fail("not Base64");
 }
 
 bool JsonReader::skip() {

@@ -7,6 +7,7 @@
 #include "platform/linux/PixbufDecoder.h"
 #include "platform/linux/PixbufHandles.h"
 #include "platform/linux/PixbufImages.h"
+#include "platform/linux/PixbufLoading.h"
 
 namespace vellumix::linux_desktop {
 namespace {
@@ -123,8 +124,25 @@ TEST(ImageTest, WhatIsNoWholeImageIsRefused) {
     }
 }
 
-TEST(ImageTest, HugeHeadersAllocateNothing) {
-    constexpr std::uint32_t side = 30'000;
+TEST(ImageTest, TheDecodingOfAPictureHasADeadline) {
+    // Several steps long.
+    const Pixbuf picture(gdk_pixbuf_new(GDK_COLORSPACE_RGB, false, 8, 200, 200));
+    gdk_pixbuf_fill(picture.get(), 0x2060A0FF);
+    gchar* bytes = nullptr;
+    gsize size = 0;
+    ASSERT_TRUE(gdk_pixbuf_save_to_buffer(picture.get(), &bytes, &size, "bmp", nullptr, nullptr));
+    const glib::Text owned(bytes);
+    const auto whole = wholeImage(Data(ByteView(reinterpret_cast<const std::uint8_t*>(bytes), size)));
+    ASSERT_TRUE(whole);
+    EXPECT_TRUE(loadPixbuf(*whole));
+    EXPECT_FALSE(loadPixbuf(*whole, nullptr, 0));
+}
+
+/// Pictures whose heads are larger than what follows them could fill.
+class HugeHeaderTest : public testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(HugeHeaderTest, AllocatesNothing) {
+    const auto side = GetParam();
     const auto bmp = "BM"s + littleEndian(54, 4) + littleEndian(0, 4) + littleEndian(54, 4) +
                      littleEndian(40, 4) + littleEndian(side, 4) + littleEndian(side, 4) +
                      littleEndian(1, 2) + littleEndian(24, 2) + std::string(24, '\0') +
@@ -154,7 +172,6 @@ TEST(ImageTest, HugeHeadersAllocateNothing) {
     png.replace(12, 21, chunk + bigEndian(~crc, 4));
     ASSERT_TRUE(isCompletePNG(viewOf(png)));
 
-    // Decoding any of these would take 0.9 GB or more.
     PixbufImages images;
     rusage start{};
     ::getrusage(RUSAGE_SELF, &start);
@@ -170,6 +187,9 @@ TEST(ImageTest, HugeHeadersAllocateNothing) {
     ::getrusage(RUSAGE_SELF, &end);
     EXPECT_LT(end.ru_maxrss - start.ru_maxrss, 16 * 1024) << "kilobytes of memory";
 }
+
+// One beyond the number of pixels, and one beyond what a file of 5 KB can hold.
+INSTANTIATE_TEST_SUITE_P(Sides, HugeHeaderTest, testing::Values(30'000, 7'000));
 
 }  // namespace
 }  // namespace vellumix::linux_desktop

@@ -11,11 +11,22 @@ class NSBitmapImageRep {
 public:
     virtual ~NSBitmapImageRep() = default;
     /// The image as PNG. Bytes that are a whole PNG come back as they are. Nothing when they can't be decoded
-    /// or the image has more than `pixelLimit` pixels; memory stays bounded for any input.
+    /// or the image has more pixels than `isWithinPixelLimit` allows; memory and time stay bounded for any
+    /// input.
     virtual std::optional<Data> pngRepresentation(const Data& encoded) = 0;
 
-    /// 100 megapixels: 400 MB while decoding, and more than any screen or camera copy.
-    static constexpr std::uint64_t pixelLimit = 100'000'000;
+    /// 70 megapixels: 280 MB while decoding. A screen of 8K has 33, a camera 61, and a photo of more is
+    /// larger as PNG than an entry may be.
+    static constexpr std::uint64_t pixelLimit = 70'000'000;
+    /// The most pixels that a byte of an image can stand for: Deflate (RFC 1951) makes at most 1032 bytes of
+    /// one, and each of those is eight pixels of one bit. What claims more was made to fill the memory.
+    static constexpr std::uint64_t pixelsPerByte = 8 * 1032;
+    /// Told from the head of an image of `byteCount` bytes, before memory is taken for its pixels.
+    static constexpr bool isWithinPixelLimit(std::uint64_t width, std::uint64_t height,
+                                             std::uint64_t byteCount) {
+        return width > 0 && height > 0 && height <= pixelLimit / width &&
+               width * height / pixelsPerByte <= byteCount;
+    }
 };
 
 /// In pixels; both above 0.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <utility>
 
@@ -31,11 +32,16 @@ constexpr auto pngSignature = "\x89PNG\r\n\x1A\n"sv;
 /// The last chunk of every PNG, behind its length: type and CRC.
 constexpr auto pngEnd = "IEND\xAE\x42\x60\x82"sv;
 
-bool isWithinLimit(std::uint64_t width, std::uint64_t height) {
-    return width > 0 && height > 0 && height <= NSBitmapImageRep::pixelLimit / width;
+bool isWithinLimit(const PNGSize& size, ByteView encoded) {
+    return NSBitmapImageRep::isWithinPixelLimit(size.width, size.height, encoded.size());
 }
 
-bool isWithinLimit(const PNGSize& size) { return isWithinLimit(size.width, size.height); }
+/// Seconds that this thread has used.
+double processorTime() {
+    std::timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
 
 /// A PNG is taken or refused as it is: its loader would make a picture of half a file. Bytes behind the end
 /// aren't part of the picture and are left out.
@@ -44,7 +50,7 @@ std::optional<Data> wholePNG(const Data& encoded) {
     const auto end = text.find(pngEnd);
     if (end == std::string_view::npos) return std::nullopt;
     const auto picture = encoded.view().first(end + pngEnd.size());
-    if (!isCompletePNG(picture) || !isWithinLimit(*pngSize(picture))) return std::nullopt;
+    if (!isCompletePNG(picture) || !isWithinLimit(*pngSize(picture), picture)) return std::nullopt;
     return picture.size() == encoded.size() ? encoded : Data(picture);
 }
 
@@ -107,12 +113,17 @@ public:
     SizeChoice chooseSize;
     /// Ends as soon as there is a picture, whose pixels are still to come.
     bool needsHeadOnly = false;
+    double seconds = decodingSeconds;
 
-    /// False for what can't be decoded, and at an early end.
+    /// False for what can't be decoded, at the deadline, and at an early end.
     bool read(ByteView bytes) {
-        constexpr std::size_t step = std::size_t{64} * 1024;
+        // Small, as one step can hold the work of many seconds.
+        constexpr std::size_t step = std::size_t{4} * 1024;
         if (!_loader) return false;
+        _byteCount = bytes.size();
+        const auto deadline = processorTime() + seconds;
         while (!bytes.empty() && !_isAtEnd) {
+            if (processorTime() > deadline) return false;
             const auto part = bytes.first(std::min(step, bytes.size()));
             if (!gdk_pixbuf_loader_write(_loader.get(), part.data(), part.size(), nullptr)) return false;
             bytes = bytes.subspan(part.size());
@@ -127,8 +138,9 @@ private:
     /// Called before the loader allocates the pixels; an empty size makes it give up.
     static void didLearnSize(GdkPixbufLoader* loader, int width, int height, gpointer data) {
         auto& self = *static_cast<Loading*>(data);
-        const bool isAllowed = isWithinLimit(static_cast<std::uint64_t>(std::max(width, 0)),
-                                             static_cast<std::uint64_t>(std::max(height, 0)));
+        const bool isAllowed = NSBitmapImageRep::isWithinPixelLimit(
+            static_cast<std::uint64_t>(std::max(width, 0)), static_cast<std::uint64_t>(std::max(height, 0)),
+            self._byteCount);
         const auto size = !isAllowed        ? ImageDecoder::PixelSize()
                           : self.chooseSize ? self.chooseSize({width, height})
                                             : ImageDecoder::PixelSize{width, height};
@@ -143,6 +155,7 @@ private:
     }
 
     glib::Loader _loader;
+    std::size_t _byteCount = 0;
     bool _isAtEnd = false;
     bool _liesOnItsSide = false;
 };
@@ -166,8 +179,9 @@ std::optional<WholeImage> wholeImage(const Data& encoded) {
     return WholeImage{.loader = loader, .bytes = encoded};
 }
 
-glib::Object<GdkPixbuf> loadPixbuf(const WholeImage& image, const SizeChoice& chooseSize) {
+glib::Object<GdkPixbuf> loadPixbuf(const WholeImage& image, const SizeChoice& chooseSize, double seconds) {
     Loading loading(image.loader);
+    loading.seconds = seconds;
     loading.chooseSize = chooseSize;
     if (!loading.read(image.bytes)) return nullptr;
     const auto pixbuf = loading.picture();
@@ -178,7 +192,7 @@ std::optional<ImageDecoder::PixelSize> sizeFromHead(const Data& encoded) {
     const auto text = asText(encoded);
     if (text.starts_with(pngSignature)) {
         const auto size = pngSize(encoded);
-        if (!size || !isWithinLimit(*size)) return std::nullopt;
+        if (!size || !isWithinLimit(*size, encoded)) return std::nullopt;
         return ImageDecoder::PixelSize{static_cast<int>(size->width), static_cast<int>(size->height)};
     }
     const auto name = loaderFor(text);

@@ -1,6 +1,7 @@
 #include "core/PasteboardWatcher.h"
 
 #include <algorithm>
+#include <new>
 #include <set>
 
 #include "core/ExclusionSettings.h"
@@ -78,7 +79,14 @@ void PasteboardWatcher::poll() {
     if (change == _changeCount) return;
     _changeCount = change;
     if (isRefused()) return;
+    try {
+        capture();
+    } catch (const std::bad_alloc&) {
+        refuse(RefusalReason::noMemory);
+    }
+}
 
+void PasteboardWatcher::capture() {
     const auto files = _pb.readFileURLs();
     if (!files.empty()) return captureFile(files.front());
     if (auto image = _pb.dataForType(NSPasteboardTypeTIFF)) {

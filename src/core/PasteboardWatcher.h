@@ -56,6 +56,7 @@ public:
 
 private:
     bool isRefused();
+    void capture();
     void captureFile(const URL& url);
     Task captureImage(Data encoded);
     void captureText(const String& text);

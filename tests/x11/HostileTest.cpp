@@ -1,6 +1,8 @@
 // Other programs with bad manners. After each of them the next normal copy is recorded at once, and nothing
 // of the bad one stays behind.
 
+#include <sys/resource.h>
+
 #include <fstream>
 
 #include "x11/X11Test.h"
@@ -26,13 +28,18 @@ constexpr bool isSanitized = true;
 constexpr bool isSanitized = false;
 #endif
 
-std::size_t residentBytes() {
-    std::ifstream statistics("/proc/self/statm");
-    std::size_t total = 0;
+struct Memory {
+    std::size_t mapped = 0;
     std::size_t resident = 0;
-    statistics >> total >> resident;
-    return resident * 4096;
+};
+/// Of this process, in bytes.
+Memory memoryNow() {
+    std::ifstream statistics("/proc/self/statm");
+    Memory memory;
+    statistics >> memory.mapped >> memory.resident;
+    return {memory.mapped * 4096, memory.resident * 4096};
 }
+std::size_t residentBytes() { return memoryNow().resident; }
 
 }  // namespace
 
@@ -157,6 +164,23 @@ TEST_F(HostileTest, OwnersThatNeverGiveWhatTheyAnnounce) {
         }
         peer = std::make_unique<Peer>(runLoop);
     }
+}
+
+TEST_F(HostileTest, MemoryThatCantBeHadCostsTheCopyAlone) {
+    open({.answerSeconds = never, .pieceSeconds = never, .fetchSeconds = never});
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit tight{memoryNow().mapped + 64 * megabyte, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &tight), 0);
+    peer->copy({{.target = "UTF8_STRING",
+                 .bytes = "much",
+                 .manner = Manner::incremental,
+                 .announced = 100 * megabyte}});
+    const bool hasDropped = dropComes();
+    ::setrlimit(RLIMIT_AS, &before);
+    ASSERT_TRUE(hasDropped);
+    EXPECT_EQ(drops, std::vector{RefusalReason::noMemory});
+    expectNextCopy();
 }
 
 TEST_F(HostileTest, AHangingOwnerHoldsNobodyUp) {

@@ -28,6 +28,7 @@ constexpr Row rows[] = {
     {"the history is full", "refusal.historyIsFull"},
     {"changed while it was read", "refusal.overtaken"},
     {"the owner ended while it was read", "refusal.ownerEnded"},
+    {"not enough memory", "refusal.noMemory"},
 };
 static_assert(std::size(rows) == std::size(allRefusalReasons));
 

@@ -22,6 +22,7 @@ enum class RefusalReason : std::uint8_t {
     historyIsFull,
     overtaken,
     ownerEnded,
+    noMemory,
 };
 
 inline constexpr RefusalReason allRefusalReasons[] = {
@@ -29,7 +30,7 @@ inline constexpr RefusalReason allRefusalReasons[] = {
     RefusalReason::undecodableImage, RefusalReason::onlyBlanks,     RefusalReason::repeated,
     RefusalReason::noAnswer,         RefusalReason::noReadableType, RefusalReason::tooManyTargets,
     RefusalReason::tooLarge,         RefusalReason::historyIsFull,  RefusalReason::overtaken,
-    RefusalReason::ownerEnded,
+    RefusalReason::ownerEnded,       RefusalReason::noMemory,
 };
 
 /// The English words by which the log and the JSON of the status tell it, in every language; never content.

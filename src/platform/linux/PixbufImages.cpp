@@ -1,5 +1,7 @@
 #include "platform/linux/PixbufImages.h"
 
+#include <new>
+
 #include "platform/linux/PixbufLoading.h"
 
 namespace vellumix::linux_desktop {
@@ -10,8 +12,12 @@ std::optional<Data> encodePNG(GdkPixbuf* pixbuf) {
     Bytes png;
     const auto append = [](const gchar* bytes, gsize size, GError**, gpointer target) -> gboolean {
         auto& out = *static_cast<Bytes*>(target);
-        vellumix::append(out, {reinterpret_cast<const std::uint8_t*>(bytes), size});
-        return TRUE;
+        try {
+            vellumix::append(out, {reinterpret_cast<const std::uint8_t*>(bytes), size});
+            return TRUE;
+        } catch (const std::bad_alloc&) {
+            return FALSE;
+        }
     };
     if (!gdk_pixbuf_save_to_callback(pixbuf, append, &png, "png", nullptr, nullptr)) return std::nullopt;
     return Data(std::move(png));

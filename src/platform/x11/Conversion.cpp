@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace vellumix::x11 {
@@ -15,21 +16,6 @@ constexpr std::size_t unitBytes = 4;
 
 std::size_t lengthOf(const xcb_get_property_reply_t& reply) {
     return static_cast<std::size_t>(xcb_get_property_value_length(&reply));
-}
-
-void append(Bytes& bytes, const void* more, std::size_t size) {
-    if (size == 0) return;
-    const auto end = bytes.size();
-    if (end + size > bytes.capacity()) {
-        // One copy of memory; the vector itself would move byte by byte.
-        Bytes larger;
-        larger.reserve(std::max(end + size, 2 * bytes.capacity()));
-        larger.resize(end);
-        if (end > 0) std::memcpy(larger.data(), bytes.data(), end);
-        bytes.swap(larger);
-    }
-    bytes.resize(end + size);
-    std::memcpy(bytes.data() + end, more, size);
 }
 
 }  // namespace
@@ -99,14 +85,28 @@ void Conversion::read() {
     if (_value.bytes.size() + length + reply->bytes_after > _request.limit) {
         return _request.excess == Excess::drain ? drain(*reply) : end(Ending::tooLarge);
     }
-    if (_phase == Phase::readingWhole && _offset == 0) _value.bytes.reserve(length + reply->bytes_after);
-    append(_value.bytes, xcb_get_property_value(reply.get()), length);
+    const auto size = _value.bytes.size();
+    const auto expected = _phase == Phase::readingWhole ? reply->bytes_after : 0;
+    if (!reserve(size + length + expected)) return end(Ending::noMemory);
+    append(_value.bytes, {static_cast<const std::uint8_t*>(xcb_get_property_value(reply.get())), length});
     if (_phase == Phase::readingPiece && _offset == 0 && length == 0) return end(Ending::value);
     _offset += length;
     if (reply->bytes_after == 0) return propertyIsRead();
     _connection.runLoop().post(_lifetime.weakly([this] {
         if (_phase != Phase::ended) read();
     }));
+}
+
+/// In steps that double, so that a value of many pieces is copied seldom. False where there is no memory.
+bool Conversion::reserve(std::size_t size) {
+    auto& bytes = _value.bytes;
+    if (size <= bytes.capacity()) return true;
+    try {
+        bytes.reserve(std::max(size, 2 * bytes.capacity()));
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 void Conversion::begin(const xcb_get_property_reply_t& reply) {
@@ -119,7 +119,7 @@ void Conversion::begin(const xcb_get_property_reply_t& reply) {
     if (reply.bytes_after > 0) {
         xcb_delete_property(_connection.xcb(), _request.requestor, _connection.atoms().conversion);
     }
-    _value.bytes.reserve(std::min<std::size_t>(announced, _request.limit));
+    if (!reserve(std::min<std::size_t>(announced, _request.limit))) return end(Ending::noMemory);
     _phase = Phase::awaitingPiece;
     await(_limits.pieceSeconds);
 }

@@ -32,6 +32,8 @@ public:
         refused,
         late,
         tooLarge,
+        /// There is no memory for it.
+        noMemory,
     };
     /// With `tooLarge` the value has at most its type; otherwise only `value` brings one.
     using Completion = std::function<void(Ending, ConvertedValue)>;
@@ -73,6 +75,7 @@ private:
 
     void handle(const xcb_generic_event_t& event);
     void read();
+    bool reserve(std::size_t size);
     void begin(const xcb_get_property_reply_t& reply);
     void propertyIsRead();
     void drain(const xcb_get_property_reply_t& reply);

@@ -55,6 +55,8 @@ void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
     switch (ending) {
         case Ending::late:
             return end({{}, noAnswer});
+        case Ending::noMemory:
+            return end({{}, RefusalReason::noMemory});
         case Ending::refused:
         case Ending::tooLarge:
         case Ending::value:
@@ -99,6 +101,8 @@ void SelectionReader::payloadCame(Ending ending, ConvertedValue value) {
             return end({{}, noAnswer});
         case Ending::tooLarge:
             return end({{}, RefusalReason::tooLarge});
+        case Ending::noMemory:
+            return end({{}, RefusalReason::noMemory});
         case Ending::refused:
             break;
         case Ending::value:

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "platform/foundation/RunLoop.h"
 #include "platform/view/Views.h"
 
 namespace vellumix {
@@ -21,9 +22,12 @@ public:
     /// Shows the text of a key in place of any other. Whatever is shown `seconds` later goes, even if it is
     /// another message by then.
     void show(const char* key, double seconds) const;
-    /// What shows that message.
+    /// What shows that message on a later turn of the loop: what is told of an action that is under way comes
+    /// after what the action says of itself.
     Action presenting(const char* key, double seconds) const {
-        return [presenter = *this, key, seconds] { presenter.show(key, seconds); };
+        return [presenter = *this, key, seconds] {
+            onMain([presenter, key, seconds] { presenter.show(key, seconds); });
+        };
     }
 
 private:

@@ -148,9 +148,36 @@ TEST_F(ListTest, AnEarlierMessageTakesALaterOneWithIt) {
     list->press(Key::space);
     pass(1.0);
     NotificationCenter::defaultCenter().post("EncryptionFailed");
+    desktop.runLoop.advance(0);
     EXPECT_TRUE(shows(localized("error.encryption.failed")));
     pass(0.6);
     EXPECT_FALSE(shows(localized("error.encryption.failed")));
+}
+
+TEST_F(ListTest, AFailureIsSaidAfterWhatTheActionSaysOfItself) {
+    open({"one", "two", "three"});
+    store.setLocked(store.items()->front(), true);
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    const std::pair<const char*, std::function<void()>> actions[] = {
+        {"message.itemLocked", [&] { list->click(Role::button, localized("action.lock")); }},
+        {"message.copied", [&] { list->click(Role::button, localized("action.copy")); }},
+        {"message.itemRemoved",
+         [&] {
+             list->press(Key::deleteForward);
+             list->tree->alert()->description.buttons.back().action();
+         }},
+    };
+    for (const auto& [toast, act] : actions) {
+        desktop.log.lines.clear();
+        act();
+        ASSERT_TRUE(desktop.log.contains("Encryption: ")) << toast;
+        EXPECT_TRUE(shows(localized(toast))) << toast;
+        desktop.runLoop.advance(0);
+        EXPECT_TRUE(shows(localized("error.encryption.failed"))) << toast;
+        pass(1.4);
+        EXPECT_TRUE(shows(localized("error.encryption.failed"))) << toast << ": it stays";
+        pass(3);
+    }
 }
 
 TEST_F(ListTest, TransformsGoToThePasteboardAndFailuresDoNot) {

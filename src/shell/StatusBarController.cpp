@@ -170,7 +170,7 @@ void StatusBarController::buildPanel() {
 
     auto& hosting = _floatingPanel->hostingView();
     hosting.onUnhandledKey([this](const KeyEvent& event) {
-        if (event.modifiers.hasControl && event.character == "q") {
+        if (event.modifiers == KeyModifiers{.hasControl = true} && event.character == "q") {
             _application.terminate();
             return true;
         }

@@ -159,6 +159,25 @@ TEST_F(FloatingPanelTest, WhileItFadesOutItTakesNothingAndTheHotkeyBringsItBack)
     EXPECT_EQ(taps, 4);
 }
 
+TEST_F(FloatingPanelTest, ControlAndQAloneEndsTheProgram) {
+    launch();
+    showWhole();
+    const KeyModifiers others[] = {{.hasShift = true, .hasControl = true},
+                                   {.hasControl = true, .hasOption = true},
+                                   {.hasControl = true, .hasCommand = true}};
+    bool ranOn = false;
+    desktop.runLoop.postAfter(0, [&] {
+        for (const auto& held : others) panel().delegate()->keyPressed({.modifiers = held, .character = "q"});
+    });
+    desktop.runLoop.postAfter(0.1, [&] {
+        ranOn = true;
+        panel().delegate()->keyPressed({.modifiers = {.hasControl = true}, .character = "q"});
+    });
+    desktop.runLoop.postAfter(0.2, [] { FAIL() << "it goes on"; });
+    desktop.runLoop.run();
+    EXPECT_TRUE(ranOn);
+}
+
 TEST_F(FloatingPanelTest, ClosesByAPressElsewhereEscapeAndChangesOfTheDesktopAloneAndItsQuestionGoesToo) {
     desktop.authentication.refusal.reset();
     launch();

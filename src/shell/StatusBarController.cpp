@@ -1,6 +1,9 @@
 #include "shell/StatusBarController.h"
 
 #include <algorithm>
+#include <iterator>
+#include <numeric>
+#include <set>
 
 #include "core/HistorySearch.h"
 #include "platform/desktop/Platform.h"
@@ -20,6 +23,8 @@ constexpr auto heightKey = "panelHeight";
 constexpr auto relativeXKey = "panelRelativeX";
 constexpr auto relativeYKey = "panelRelativeY";
 constexpr auto hasCustomPositionKey = "hasCustomPosition";
+constexpr auto spanningXKey = "panelSpanningX";
+constexpr auto spanningYKey = "panelSpanningY";
 
 constexpr double showSeconds = 0.2;
 constexpr double hideSeconds = 0.15;
@@ -36,6 +41,43 @@ std::optional<NSScreen> mainOrFirstScreen() {
     if (const auto main = windows.mainScreen()) return main;
     const auto screens = windows.screens();
     return screens.empty() ? std::nullopt : std::optional(screens.front());
+}
+
+/// Takes over what a side of the panel has become, unless it is as long as its screen allows.
+void takeLength(double shown, double& wanted, double& cutOff) {
+    if (cutOff > 0 && shown == wanted - cutOff) return;
+    wanted = shown;
+    cutOff = 0;
+}
+
+/// Whether monitors show the whole of the rectangle, and none of them does so alone.
+bool spansMonitors(const Rect& rect) {
+    const auto screens = platform::current().windows.screens();
+    std::set<double> columns{rect.minX(), rect.maxX()};
+    std::set<double> rows{rect.minY(), rect.maxY()};
+    for (const auto& screen : screens) {
+        const auto& visible = screen.visibleFrame;
+        if (visible.minX() <= rect.minX() && visible.maxX() >= rect.maxX() && visible.minY() <= rect.minY() &&
+            visible.maxY() >= rect.maxY())
+            return false;
+        const auto shown = visible.intersection(rect);
+        if (shown.isEmpty()) continue;
+        columns.insert({shown.minX(), shown.maxX()});
+        rows.insert({shown.minY(), shown.maxY()});
+    }
+    const auto isShown = [&](Point point) {
+        return std::ranges::any_of(
+            screens, [&](const NSScreen& screen) { return screen.visibleFrame.contains(point); });
+    };
+    // Between two edges that follow each other, all points lie on the same monitors.
+    for (auto right = std::next(columns.begin()); right != columns.end(); ++right) {
+        for (auto bottom = std::next(rows.begin()); bottom != rows.end(); ++bottom) {
+            if (!isShown(
+                    {std::midpoint(*std::prev(right), *right), std::midpoint(*std::prev(bottom), *bottom)}))
+                return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -69,6 +111,9 @@ void StatusBarController::restoreFromDefaults() {
     if (!defaults.boolForKey(hasCustomPositionKey)) return;
     const Point place{defaults.doubleForKey(relativeXKey), defaults.doubleForKey(relativeYKey)};
     if (isFraction(place.x) && isFraction(place.y)) _relativePosition = place;
+    const auto x = defaults.value<double>(spanningXKey);
+    const auto y = defaults.value<double>(spanningYKey);
+    if (x && y) _spanningPosition = Point{*x, *y};
 }
 
 void StatusBarController::showTexts() {
@@ -118,13 +163,26 @@ void StatusBarController::positionPanel() {
     const auto screen = mainOrFirstScreen();
     if (!screen) return;
     const auto& visible = screen->visibleFrame;
-    Point origin{visible.centre().x - currentSize.width * 0.5, visible.centre().y - currentSize.height * 0.5};
+    if (_spanningPosition) {
+        // Fractions of one screen can't say this place. It holds as long as the monitors stand as they did.
+        const Rect spanning{*_spanningPosition, currentSize};
+        if (!spanning.intersection(visible).isEmpty() && spansMonitors(spanning)) {
+            _currentPosition = _spanningPosition;
+            _cutOff = {};
+            return _floatingPanel->window().setFrame(spanning);
+        }
+    }
+    // A larger panel would have its header, or its end, where nobody sees it.
+    const Size size{std::min(currentSize.width, visible.size.width),
+                    std::min(currentSize.height, visible.size.height)};
+    _cutOff = {currentSize.width - size.width, currentSize.height - size.height};
+    Point origin{visible.centre().x - size.width * 0.5, visible.centre().y - size.height * 0.5};
     if (_relativePosition) {
-        origin = {visible.minX() + _relativePosition->x * (visible.size.width - currentSize.width),
-                  visible.minY() + _relativePosition->y * (visible.size.height - currentSize.height)};
+        origin = {visible.minX() + _relativePosition->x * (visible.size.width - size.width),
+                  visible.minY() + _relativePosition->y * (visible.size.height - size.height)};
         _currentPosition = origin;
     }
-    _floatingPanel->window().setFrame({origin, currentSize});
+    _floatingPanel->window().setFrame({origin, size});
 }
 
 void StatusBarController::hide() {
@@ -193,7 +251,10 @@ void StatusBarController::buildPanel() {
 
 void StatusBarController::panelChangedFrame(bool hasResized) {
     const auto frame = _floatingPanel->window().frame();
-    if (hasResized) currentSize = frame.size;
+    if (hasResized) {
+        takeLength(frame.size.width, currentSize.width, _cutOff.width);
+        takeLength(frame.size.height, currentSize.height, _cutOff.height);
+    }
     _currentPosition = frame.origin;
     persistPanelFrame();
 }
@@ -214,6 +275,14 @@ void StatusBarController::persistPanelFrame() {
     defaults.set(relativeXKey, PropertyValue(_relativePosition->x));
     defaults.set(relativeYKey, PropertyValue(_relativePosition->y));
     defaults.set(hasCustomPositionKey, PropertyValue(true));
+    _spanningPosition = spansMonitors(_floatingPanel->window().frame()) ? _currentPosition : std::nullopt;
+    if (_spanningPosition) {
+        defaults.set(spanningXKey, PropertyValue(_spanningPosition->x));
+        defaults.set(spanningYKey, PropertyValue(_spanningPosition->y));
+    } else {
+        defaults.remove(spanningXKey);
+        defaults.remove(spanningYKey);
+    }
 }
 
 }  // namespace vellumix

@@ -48,7 +48,7 @@ public:
     /// Whether it is visible, and not fading out.
     bool isPanelOpen() const { return isPanelVisible() && !_isHiding; }
 
-    /// Of the panel, in points.
+    /// Of the panel, in points, on a screen that has room for it.
     Size currentSize{420, 620};
 
 private:
@@ -76,6 +76,10 @@ private:
     std::optional<Point> _currentPosition;
     /// The last known place as fractions of the free room, from the left and from the top, 0 to 1 each.
     std::optional<Point> _relativePosition;
+    /// The panel's origin, where it was left across several monitors.
+    std::optional<Point> _spanningPosition;
+    /// What of `currentSize` the screen has no room for.
+    Size _cutOff;
     bool _isHiding = false;
     std::optional<HidingPress> _hidingPress;
     Observation _languageChange;

@@ -333,6 +333,83 @@ TEST_F(FloatingPanelTest, StandsInTheMiddleAndThenWhereItWasLeftAlwaysOnTheScree
     EXPECT_TRUE(isShown()) << "without any screen at its old frame";
 }
 
+TEST_F(FloatingPanelTest, IsNeverLargerThanItsScreenAndAsLargeAsBeforeOnOneThatHasRoom) {
+    const NSScreen large{{{0, 0}, {1920, 1080}}, {{0, 0}, {1920, 1080}}};
+    const NSScreen small{{{0, 0}, {1024, 768}}, {{0, 30}, {1024, 738}}};
+    desktop.windows.monitors = {large};
+    launch();
+    showWhole();
+    panel().setFrame({{100, 20}, {600, 1000}});
+    desktop.runLoop.advance(0.1);
+    const auto showOn = [&](const NSScreen& screen) {
+        application->statusBar()->hideImmediately();
+        desktop.windows.monitors = {screen};
+        showWhole();
+    };
+    showOn(small);
+    EXPECT_EQ(panel().frame().minY(), 30);
+    EXPECT_EQ(panel().frame().size, (Size{600, 738}));
+    EXPECT_EQ(UserDefaults::standard().doubleForKey("panelHeight"), 1000);
+    showOn(large);
+    EXPECT_EQ(panel().frame().size, (Size{600, 1000}));
+
+    showOn(small);
+    panel().setFrame({panel().frame().origin, {500, 738}});
+    desktop.runLoop.advance(0.1);
+    showOn(large);
+    EXPECT_EQ(panel().frame().size, (Size{500, 1000})) << "only the side that the person has changed";
+    showOn(small);
+    for (const double height : {600.0, 738.0}) {
+        panel().setFrame({panel().frame().origin, {500, height}});
+        desktop.runLoop.advance(0.1);
+    }
+    showOn(large);
+    EXPECT_EQ(panel().frame().size, (Size{500, 738})) << "chosen, though it is all there was";
+}
+
+TEST_F(FloatingPanelTest, APlaceAcrossTwoMonitorsIsOneAsLongAsBothAreThere) {
+    const NSScreen left{{{0, 0}, {1280, 800}}, {{0, 28}, {1280, 772}}};
+    const NSScreen right{{{1280, 0}, {1920, 1080}}, {{1280, 0}, {1920, 1080}}};
+    const NSScreen under{{{0, 800}, {1280, 800}}, {{0, 800}, {1280, 800}}};
+    desktop.windows.monitors = {left, right, under};
+    launch();
+    showWhole();
+    const auto leaveAt = [&](Point origin) {
+        panel().setFrame({origin, {520, 450}});
+        desktop.runLoop.advance(0.1);
+        application->statusBar()->hideImmediately();
+    };
+    const auto shownAgain = [&] {
+        showWhole();
+        return panel().frame().origin;
+    };
+    const Point across{1000, 200};
+    leaveAt(across);
+    EXPECT_EQ(shownAgain(), across);
+    leaveAt(across);
+    desktop.windows.activeMonitor = 1;
+    EXPECT_EQ(shownAgain(), across) << "the active window is on the other one of them";
+    leaveAt(across);
+    {
+        AppDelegate delegate;
+        StatusBarController restarted(delegate.store(), delegate);
+        restarted.currentSize = {520, 450};
+        restarted.show();
+        EXPECT_EQ(panel().frame().origin, across) << "after a restart";
+        restarted.hideImmediately();
+    }
+    desktop.windows.activeMonitor = 2;
+    EXPECT_TRUE(under.visibleFrame.contains(shownAgain())) << "on a third one it is as anywhere";
+    desktop.windows.activeMonitor = 0;
+
+    leaveAt(across);
+    desktop.windows.monitors = {left};
+    EXPECT_EQ(shownAgain(), (Point{760, 200})) << "without the other one, inside of what there is";
+    desktop.windows.monitors = {left, right, under};
+    leaveAt({1000, 700});
+    EXPECT_EQ(shownAgain(), (Point{760, 28})) << "a corner of it would be nowhere";
+}
+
 TEST_F(FloatingPanelTest, ComesBackWhereItWasAfterARestart) {
     struct Case {
         double width, height, x, y;

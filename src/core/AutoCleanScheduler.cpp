@@ -77,21 +77,20 @@ void AutoCleanScheduler::performClean(bool daily, bool weekly) {
     // clean behind the open one would take the answer out of the user's hands.
     if (_isAsking) return;
     const auto now = RunLoop::main().now();
-    const auto countRemaining = [this] {
-        return remainingItems(_getSettings(), _store.items().get()).size();
+    const auto removes = [this] {
+        return remainingItems(_getSettings(), _store.items().get()).size() < _store.items()->size();
     };
-    const bool removes = countRemaining() < _store.items()->size();
-    if (removes) {
-        if (_getSettings().confirm && !userConsents()) return;
-        // Computed after the answer: what was copied, pinned or locked while the question was open counts.
-        _store.replaceAll(remainingItems(_getSettings(), _store.items().get()));
-    }
+    if (removes() && _getSettings().confirm && !userConsents()) return;
+    // Computed after the answer: what was copied, pinned, locked or deleted while the question was open
+    // counts.
+    const bool hasRemoved = removes();
+    if (hasRemoved) _store.replaceAll(remainingItems(_getSettings(), _store.items().get()));
     auto settings = _getSettings();
     if (daily) settings.lastDailyRunAt = now;
     if (weekly) settings.lastWeeklyRunAt = now;
     settings.lastRunAt = now;
     _setSettings(std::move(settings));
-    if (removes) NotificationCenter::defaultCenter().post(historyCleanedNotification);
+    if (hasRemoved) NotificationCenter::defaultCenter().post(historyCleanedNotification);
 }
 
 }  // namespace vellumix

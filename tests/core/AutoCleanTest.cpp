@@ -110,6 +110,7 @@ TEST_F(AutoCleanTest, TheQuestionIsAskedOnceAndOnlyConsentCleans) {
     desktop.runLoop.advance(3600);
     EXPECT_EQ(desktop.alerts.shown, 2) << "cancelled, so still due, and asked once however long it is open";
     EXPECT_EQ(count(), 3U) << "what was pinned while the question was open stays";
+    EXPECT_EQ(cleaned, 0) << "nothing was left to remove";
 
     store.add(textItem("another"));
     desktop.alerts.answer = [](const NSAlert&) { return 1001; };

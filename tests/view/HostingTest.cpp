@@ -110,11 +110,24 @@ TEST_F(Hosting, ABackgroundMovesTheWindowAndAnEdgeResizesItWithinLimits) {
     hand.pointerMoved({124 + 60, 124 + 60});
     EXPECT_EQ(window->frame(), (Rect{{110, 95}, {300, 200}}));
 
-    hand.pointerMoved({22, 22});
-    EXPECT_EQ(told.cursor, Cursor::resizeDiagonalDown);
-    hand.pointerPressed({.at = {22, 22}});
-    hand.pointerMoved({122, 12});
-    hand.pointerReleased({22 + 80, 22}, PointerButton::primary);
+    for (const double inside : {-5.0, 1.0, 7.0, 10.0, 12.0}) {
+        const double near = 24 + inside;
+        const std::pair<Point, Cursor> corners[] = {
+            {{near, near}, Cursor::resizeDiagonalDown},
+            {{348 - near, 248 - near}, Cursor::resizeDiagonalDown},
+            {{348 - near, near}, Cursor::resizeDiagonalUp},
+            {{near, 248 - near}, Cursor::resizeDiagonalUp},
+        };
+        for (const auto& [at, cursor] : corners) {
+            hand.pointerMoved(at);
+            EXPECT_EQ(told.cursor, cursor) << inside << " points inside of a corner";
+        }
+    }
+    hand.pointerMoved({24 + 8, 24 + 40});
+    EXPECT_EQ(told.cursor, Cursor::arrow) << "no corner, and too far from the edge";
+    hand.pointerPressed({.at = {33, 33}});
+    hand.pointerMoved({133, 23});
+    hand.pointerReleased({33 + 80, 33}, PointerButton::primary);
     EXPECT_EQ(window->frame().maxX(), 410);
     EXPECT_EQ(window->frame().size, (Size{280, 210}));
     desktop.runLoop.settle();

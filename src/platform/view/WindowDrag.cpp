@@ -12,14 +12,10 @@ ResizeEdges resizeEdgesAt(Point at, const Rect& frame) {
         return ResizeEdges{at.x < frame.minX() + distance, at.x >= frame.maxX() - distance,
                            at.y < frame.minY() + distance, at.y >= frame.maxY() - distance};
     };
-    const auto near = edges(reach);
-    if (!near.any()) return {};
-    // At an edge, the corner begins sooner.
+    // A round corner lies well inside of the rectangle's, so that the whole square there is one.
     const auto wide = edges(corner);
-    return {wide.left && (near.left || near.top || near.bottom),
-            wide.right && (near.right || near.top || near.bottom),
-            wide.top && (near.top || near.left || near.right),
-            wide.bottom && (near.bottom || near.left || near.right)};
+    const bool isCorner = (wide.left || wide.right) && (wide.top || wide.bottom);
+    return isCorner ? wide : edges(reach);
 }
 
 Cursor resizeCursor(const ResizeEdges& edges) {

@@ -25,7 +25,8 @@ struct ResizeEdges {
     bool any() const { return left || right || top || bottom; }
 };
 
-/// The edges at a point: within 6 points of them on either side, and around the corners a little more.
+/// The edges at a point: within 6 points of them on either side, and both that meet within 14 points of a
+/// corner.
 ResizeEdges resizeEdgesAt(Point at, const Rect& frame);
 /// The arrow where there are none.
 Cursor resizeCursor(const ResizeEdges& edges);

@@ -48,18 +48,18 @@ TEST(Painter, AHairlineIsOneCrispPixelAtEveryScale) {
     }
 }
 
-TEST(Painter, ALineCoversTheEdgeOfTheFillBelowIt) {
+TEST(Painter, ALineOfAnyWidthStaysInsideTheEdgeOfTheFillBelowIt) {
     const Rect rect{{20.4, 20.4}, {40.4, 30.4}};
     for (const double scale : scales) {
         const auto fill = painted({draw::Fill{rect, rounded(8), black}}, scale);
-        const auto both =
-            painted({draw::Fill{rect, rounded(8), black}, draw::Stroke{rect, rounded(8), black, 1}}, scale);
-        int widened = 0;
-        for (int y = 0; y < 200; ++y)
-            for (int x = 0; x < 200; ++x) widened += alphaAt(fill, x, y) == 0 && alphaAt(both, x, y) > 128;
-        // The two pixels of scale 2 lie on either side of the edge.
-        if (scale < 1.5) {
-            EXPECT_EQ(widened, 0) << scale;
+        for (const double width : {1.0, 1.5, 2.0, 3.0}) {
+            const auto both = painted(
+                {draw::Fill{rect, rounded(8), black}, draw::Stroke{rect, rounded(8), black, width}}, scale);
+            int widened = 0;
+            for (int y = 0; y < 200; ++y) {
+                for (int x = 0; x < 200; ++x) widened += alphaAt(fill, x, y) == 0 && alphaAt(both, x, y) > 0;
+            }
+            EXPECT_EQ(widened, 0) << width << " wide at scale " << scale;
         }
     }
 }

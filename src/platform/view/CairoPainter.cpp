@@ -115,10 +115,11 @@ private:
         if (!(stroke.width > 0) || !(stroke.width * _scale < farthest) || stroke.color.alpha <= 0) return;
         const double width = std::max(1.0, std::round(stroke.width * _scale));
         if (!isVisible(outset(pixels, width + 1)) || pixels.isEmpty()) return;
-        const double inset = std::fmod(width, 2) == 0 ? 0 : 0.5;
+        // Inside of its rectangle, so that what is outlined is as large by any width of the line.
+        const double inset = width / 2;
         Rect outline = snapped(pixels);
         // A line that fills its rectangle is the rectangle.
-        if (outline.size.width <= 2 * inset || outline.size.height <= 2 * inset)
+        if (outline.size.width <= width || outline.size.height <= width)
             return execute(draw::Fill{stroke.rect, stroke.shape, stroke.color});
         outline = outline.inset(inset);
         appendShape(_context, outline, scaled(stroke.shape, inset));

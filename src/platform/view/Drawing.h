@@ -40,7 +40,7 @@ struct Stroke {
     Rect rect;
     Shape shape;
     Color color;
-    /// Centred on the outline.
+    /// Inside of the outline.
     double width = 1;
 };
 struct Shadow {

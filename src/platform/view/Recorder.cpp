@@ -24,8 +24,9 @@ void Recorder::record(Node& node, Point parentOrigin) {
     node.element->record(node, *this);
     const auto& ring = node.environment->focusRing;
     if (&node != focused || !ring) return;
-    constexpr double distance = 2;
-    add(draw::Stroke{node.drawn.inset(-distance), *ring, node.environment->accent, 2});
+    constexpr double gap = 1;
+    constexpr double width = 2;
+    add(draw::Stroke{node.drawn.inset(-gap - width), *ring, node.environment->accent, width});
 }
 
 void Recorder::recordChildren(Node& node) {

@@ -46,6 +46,8 @@ constexpr auto selectionCurve = Curve::easeInOut(0.15);
 constexpr auto firstRowCurve = Curve::easeInOut(0.18);
 constexpr double centred = 0.5;
 constexpr double atTheTop = 0;
+/// All rows, with the room above the first and under the last.
+constexpr auto rowsID = "rows";
 
 std::string rowID(const ClipboardItem& item) { return item.id.uuidString(); }
 
@@ -194,11 +196,16 @@ View emptyState(bool isSearching) {
         .frame({.maximumWidth = unbounded, .maximumHeight = unbounded});
 }
 
-/// Scrolls to a row, as often as it is asked for.
-void scrollTo(const Binding<ScrollTarget>& target, const ClipboardItem& item, double anchor,
-              const Curve& curve) {
-    withAnimation(
-        curve, [&] { target.set({.id = rowID(item), .anchor = anchor, .serial = target.get().serial + 1}); });
+/// Scrolls as often as it is asked for.
+void scrollTo(const Binding<ScrollTarget>& target, std::string id, double anchor, const Curve& curve) {
+    withAnimation(curve, [&] {
+        target.set({.id = std::move(id), .anchor = anchor, .serial = target.get().serial + 1});
+    });
+}
+
+/// To the first row, and the room above it.
+void scrollToTheTop(const Binding<ScrollTarget>& target) {
+    scrollTo(target, rowsID, atTheTop, firstRowCurve);
 }
 
 /// Keeps the selection within so many entries. Without any it waits until there are some again.
@@ -215,7 +222,7 @@ KeyHandler listKeys(const Snapshot& displayed, const Binding<int>& selectedIndex
             const int wanted = selectedIndex.get() + delta;
             if (wanted < 0 || wanted >= static_cast<int>(displayed->size())) return;
             withAnimation(selectionCurve, [&] { selectedIndex.set(wanted); });
-            scrollTo(target, (*displayed)[static_cast<std::size_t>(wanted)], centred, selectionCurve);
+            scrollTo(target, rowID((*displayed)[static_cast<std::size_t>(wanted)]), centred, selectionCurve);
         };
         const auto withSelected = [&](auto act) {
             const auto at = static_cast<std::size_t>(selectedIndex.get());
@@ -299,15 +306,17 @@ View ClipboardListView::body() const {
         };
         const RowSource source{displayed->size(),
                                [displayed](std::size_t at) { return rowID((*displayed)[at]); }, row};
-        return ScrollArea(
-                   LazyVStack(Spacing(4), source).padding(Edge::horizontal, 16).padding(Edge::vertical, 8),
-                   scrollTarget.get())
+        return ScrollArea(LazyVStack(Spacing(4), source)
+                              .padding(Edge::vertical, 8)
+                              .id(rowsID)
+                              .padding(Edge::horizontal, 16),
+                          scrollTarget.get())
             .focusable(listFocused)
             .focusRing(std::nullopt);
     };
     const auto itemsChanged = [target = scrollTarget.binding(), selection = selectedIndex.binding(), items] {
         if (items->empty()) return;
-        scrollTo(target, items->front(), atTheTop, firstRowCurve);
+        scrollToTheTop(target);
         clamp(selection, items->size());
     };
     const auto displayedChanged = [selection = selectedIndex.binding(), count = displayed->size()] {
@@ -320,12 +329,11 @@ View ClipboardListView::body() const {
     // Who opens the panel has copied something since, or wants something else than the last time: all of it
     // is there, from the newest on.
     const auto beginAnew = [query = query.binding(), category = category.binding(),
-                            selection = selectedIndex.binding(), target = scrollTarget.binding(), &store] {
+                            selection = selectedIndex.binding(), target = scrollTarget.binding()] {
         query.set(String());
         category.set(Kind::all);
         selection.set(0);
-        const auto& all = store.items().get();
-        if (!all.empty()) scrollTo(target, all.front(), atTheTop, firstRowCurve);
+        scrollToTheTop(target);
     };
     const auto toolbar = ClipboardToolbar{.searchText = query,
                                           .selectedFilter = category,

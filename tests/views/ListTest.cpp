@@ -4,6 +4,7 @@
 #include "core/TextTransform.h"
 #include "platform/foundation/LocalizedText.h"
 #include "platform/foundation/NotificationCenter.h"
+#include "shell/StatusBarController.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
 #include "views/ClipboardListView.h"
@@ -205,9 +206,16 @@ TEST_F(ListTest, NewEntriesComeIntoSightAndTheSelectionStaysInside) {
     for (int press = 0; press < 40; ++press) list->press(Key::down);
     pass(1);
     EXPECT_NE(cards().find("[entry 40]"), std::string::npos) << "scrolled to";
+    const double top = 8 + list->find(Role::scrollArea, "").frame.minY();
     store.add(textItem("fresh"));
     pass(1);
     EXPECT_EQ(cards().find("fresh"), 0u);
+    EXPECT_EQ(list->find(Role::listItem, "fresh").frame.minY(), top) << "with the room above it";
+    list->tree->scrolled({200, 300}, 500);
+    pass(1);
+    NotificationCenter::defaultCenter().post(StatusBarController::panelOpens);
+    pass(1);
+    EXPECT_EQ(list->find(Role::listItem, "fresh").frame.minY(), top) << "each time that the panel opens";
     store.clear();
     pass(1);
     EXPECT_TRUE(shows(localized("empty.noItems")));

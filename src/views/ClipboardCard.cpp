@@ -112,10 +112,11 @@ View ClipboardCard::content() const {
 View ClipboardCard::metaRow() const {
     const auto pin =
         HStack(Spacing(2), Symbol("pin.fill").font(Font::system(8)), Text(localized("status.pinned")));
-    return HStack(Spacing(8), Text(relativeTimestamp(item)).layoutPriority(1), If(item.pinned, pin))
+    // An age without its unit says nothing; where there is little room, it takes more lines.
+    return HStack(Spacing(8), Text(relativeTimestamp(item)).layoutPriority(1),
+                  If(item.pinned, pin.lineLimit(1)))
         .font(ThemeManager::captionFont())
-        .foreground(ThemeManager::shared().mutedTextColor())
-        .lineLimit(1);
+        .foreground(ThemeManager::shared().mutedTextColor());
 }
 
 View ClipboardCard::actionRow() const {

@@ -88,6 +88,22 @@ TEST_F(CardTest, ThumbnailPastesAndTheRestExpands) {
     EXPECT_EQ(done, "paste delete ");
 }
 
+TEST_F(CardTest, AnAgeKeepsItsUnitHoweverNarrowTheCardIs) {
+    auto item = textItem("a");
+    desktop.runLoop.advance(59 * 60);
+    for (const bool isPinned : {false, true}) {
+        item.pinned = isPinned;
+        auto card = show(item);
+        for (double width = 460; width >= 288; width -= 4) {
+            card.tree->setSurface({{width, 400}});
+            // The text, the age, and beside a pin the word that says the same.
+            const auto texts = card.drawn<draw::Text>();
+            ASSERT_EQ(texts.size(), isPinned ? 3U : 2U);
+            EXPECT_FALSE(texts[1].layout->isTruncated()) << width;
+        }
+    }
+}
+
 TEST_F(CardTest, TickStaysOneSecondFromTheFirstCopy) {
     auto card = show(textItem("a"));
     const auto fillOfButton = [&] {

@@ -25,7 +25,8 @@ View FlatCheckbox::body() const {
                   HStack(Spacing(8), box,
                          Text(label)
                              .font(ThemeManager::bodyFont())
-                             .foreground(isHovering ? theme.primaryTextColor() : theme.secondaryTextColor())))
+                             .foreground(isHovering ? theme.primaryTextColor() : theme.secondaryTextColor()))
+                      .fillWidth(Alignment::leading()))
         .onHover(isHovering, Cursor::pointingHand)
         .animation(looks::hover, isHovering)
         .semantics({.role = Role::checkbox, .label = label, .state = {.isChecked = isSet}});

@@ -14,7 +14,7 @@ struct FlatDivider {
     view::View body() const;
 };
 
-/// Turns its binding over, by the box or by the label.
+/// A whole row that turns its binding over.
 struct FlatCheckbox {
     std::string label;
     view::Binding<bool> isOn;

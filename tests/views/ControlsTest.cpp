@@ -56,6 +56,7 @@ TEST_F(ControlsTest, CheckboxTurnsItsBindingOver) {
     box.tree->focusNext();
     box.press(Key::space);
     EXPECT_FALSE(isOn.get());
+    EXPECT_EQ(box.find(Role::checkbox, "Daily").frame.size.width, 200) << "the whole row";
 }
 
 TEST_F(ControlsTest, LanguagesKeepTheirNamesAndTheDesktopsIsTranslated) {

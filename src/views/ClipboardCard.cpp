@@ -7,6 +7,7 @@
 #include "platform/foundation/LocalizedText.h"
 #include "platform/foundation/RunLoop.h"
 #include "platform/foundation/Unicode.h"
+#include "platform/view/ChosenRow.h"
 #include "platform/view/Views.h"
 #include "shell/RelativeTimestamp.h"
 #include "shell/ThemeManager.h"
@@ -57,11 +58,14 @@ View ClipboardCard::body() const {
     const auto thumbnail = thumbnailOf(item).onTap(onPaste).semantics(
         Role::image, item.locked ? name : String(captionOf(item.kind)));
     return HStack(Spacing(12), thumbnail, textColumn(), actionRow())
+        .focusRing(RoundedRectangle(6))
         .padding(Edge::horizontal, 12)
         .padding(Edge::vertical, isExpanded ? 12 : 8)
         .frame({.minimumHeight = 56})
         .background(RoundedRectangle(8), fill, outline)
         .onTap(toggle)
+        .focusRing(RoundedRectangle(10))
+        .environment(ChosenRow{isSelected})
         .onHover(isHovering, Cursor::pointingHand)
         .animation(looks::hover, isHovering, isSelected)
         .animation(Curve::easeInOut(0.25), isExpanded)

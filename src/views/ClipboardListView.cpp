@@ -216,9 +216,11 @@ void clamp(const Binding<int>& selectedIndex, std::size_t count) {
 
 /// The keys of the list, for the entries that are displayed.
 KeyHandler listKeys(const Snapshot& displayed, const Binding<int>& selectedIndex,
-                    const Binding<ScrollTarget>& target, const ListActions& actions) {
-    return [displayed, selectedIndex, target, actions](const KeyEvent& event) {
+                    const Binding<ScrollTarget>& target, const Action& takeFocus,
+                    const ListActions& actions) {
+    return [displayed, selectedIndex, target, takeFocus, actions](const KeyEvent& event) {
         const auto moveSelection = [&](int delta) {
+            takeFocus();
             const int wanted = selectedIndex.get() + delta;
             if (wanted < 0 || wanted >= static_cast<int>(displayed->size())) return;
             withAnimation(selectionCurve, [&] { selectedIndex.set(wanted); });
@@ -326,6 +328,10 @@ View ClipboardListView::body() const {
     const auto searchEnded = [focus = listFocused.binding(), query = query.binding()] {
         if (query.get().empty()) focus.set(true);
     };
+    // From a button of one entry the arrows go on to another entry; a search goes on beside them.
+    const auto takeFocus = [focus = listFocused.binding(), isSearching = isSearchFocused.binding()] {
+        if (!isSearching.get()) focus.set(true);
+    };
     // Who opens the panel has copied something since, or wants something else than the last time: all of it
     // is there, from the newest on.
     const auto beginAnew = [query = query.binding(), category = category.binding(),
@@ -345,7 +351,7 @@ View ClipboardListView::body() const {
         .onChange(query.get().empty(), searchEnded)
         .onChange(items, itemsChanged)
         .onChange(displayed, displayedChanged)
-        .onKey(listKeys(displayed, selectedIndex, scrollTarget, actions))
+        .onKey(listKeys(displayed, selectedIndex, scrollTarget, takeFocus, actions))
         .onKey(searchKeys(query, isSearchFocused))
         .overlay(Toast{toast}, Alignment::top())
         .onReceive(StatusBarController::panelOpens, beginAnew)

@@ -88,6 +88,29 @@ TEST_F(CardTest, ThumbnailPastesAndTheRestExpands) {
     EXPECT_EQ(done, "paste delete ");
 }
 
+TEST_F(CardTest, KeysAndAssistiveTechnologyExpandAndPasteToo) {
+    auto card = show(textItem("one\ntwo\nthree"));
+    const auto cardNode = [&] { return card.find(Role::listItem, "one\ntwo\nthree"); };
+    card.press(Key::tab);
+    EXPECT_TRUE(cardNode().state.isFocused);
+    EXPECT_EQ(card.drawn<draw::Stroke>().back().rect, cardNode().frame.inset(-3)) << "the ring shows it";
+    card.press(Key::space);
+    EXPECT_TRUE(cardNode().state.isExpanded);
+    card.press(Key::enter);
+    EXPECT_FALSE(cardNode().state.isExpanded);
+    card.press(Key::tab);
+    card.press(Key::enter);
+    EXPECT_EQ(done, "paste ");
+
+    ASSERT_EQ(cardNode().actions.size(), 1U);
+    cardNode().actions.front().perform();
+    EXPECT_TRUE(cardNode().state.isExpanded);
+    const auto thumbnail = card.find(Role::image, "Text");
+    ASSERT_EQ(thumbnail.actions.size(), 1U);
+    thumbnail.actions.front().perform();
+    EXPECT_EQ(done, "paste paste ");
+}
+
 TEST_F(CardTest, AnAgeKeepsItsUnitHoweverNarrowTheCardIs) {
     auto item = textItem("a");
     desktop.runLoop.advance(59 * 60);

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "core/Store.h"
 #include "core/TextTransform.h"
 #include "platform/foundation/LocalizedText.h"
@@ -113,6 +115,35 @@ TEST_F(ListTest, TypingAnywhereSearchesAndTheArrowsGoOnFromThere) {
     EXPECT_EQ(done, "paste apple JUICE ") << "selected again, as it was";
     list->click(Role::radioButton, localized("category.link"));
     EXPECT_EQ(cards(), "");
+}
+
+TEST_F(ListTest, KeysGoIntoTheSelectedEntryAndOnToTheNext) {
+    open({"one", "two", "three"});
+    const auto entry = [&](const char* text) { return list->find(Role::listItem, text).state; };
+    list->press(Key::down);
+    for (const auto key : {Key::right, Key::tab}) {
+        list->press(key);
+        EXPECT_TRUE(entry("two").isFocused);
+        const bool wasExpanded = entry("two").isExpanded;
+        list->press(Key::space);
+        EXPECT_NE(entry("two").isExpanded, wasExpanded);
+        list->press(Key::up);
+        EXPECT_FALSE(entry("two").isFocused) << "the keys are the list's again";
+        list->press(Key::down);
+    }
+    list->press(Key::right);
+    list->press(Key::right);
+    list->press(Key::enter);
+    EXPECT_EQ(done, "paste two ") << "by its thumbnail";
+    EXPECT_EQ(reasons.size(), 1U) << "and nothing was copied meanwhile";
+    const auto rings = list->drawn<draw::Stroke>();
+    EXPECT_TRUE(std::ranges::any_of(rings, [&](const draw::Stroke& ring) {
+        const auto thumbnail = list->find(Role::listItem, "two").children.front();
+        return ring.width == 2 && ring.rect == thumbnail.frame.inset(-3);
+    })) << "the focus is to be seen";
+    list->press(Key::down);
+    list->press(Key::space);
+    EXPECT_EQ(desktop.pasteboard.stringForType(NSPasteboardTypeString), String("three"));
 }
 
 TEST_F(ListTest, AccessComesBeforeEveryUseOfAnEntry) {

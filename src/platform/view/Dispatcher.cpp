@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/view/ChosenRow.h"
 #include "platform/view/InputElement.h"
 #include "platform/view/TreeCore.h"
 
@@ -58,6 +59,20 @@ std::optional<Binding<bool>> focusBindingOf(const std::shared_ptr<Node>& focus) 
 std::shared_ptr<Node> focusOf(const std::shared_ptr<Node>& node) {
     const auto* field = takesFocus(*node) ? nullptr : fieldIn(*node);
     return field ? const_cast<Node*>(field)->shared_from_this() : node;
+}
+
+bool isInChosenRow(const Node& node) {
+    const auto* row = static_cast<const ChosenRow*>(node.environment->find(typeid(ChosenRow)));
+    return row && row->isChosen;
+}
+/// What takes the focus for the chosen row of a list in here; null inside of one, and where there is none.
+std::shared_ptr<Node> chosenRowIn(const Node& around) {
+    if (isInChosenRow(around)) return nullptr;
+    const auto nodes = allNodes(const_cast<Node&>(around));
+    const auto found = std::find_if(nodes.begin(), nodes.end(), [](const auto& node) {
+        return isInChosenRow(*node) && takesFocus(*node);
+    });
+    return found == nodes.end() ? nullptr : *found;
 }
 
 bool isChord(const KeyModifiers& modifiers) {
@@ -261,7 +276,7 @@ bool Dispatcher::runFocusKeys(const KeyEvent& event) {
     const auto* handlers = node ? enabledHandlersOf(*node) : nullptr;
     if (!handlers || isChord(event.modifiers)) return false;
     const bool isPress = event.key == Key::space || event.key == Key::enter;
-    if (isPress && handlers->isButton) return tap(*node);
+    if (isPress && handlers->onTap) return tap(*node);
     if (!handlers->menu || !(isPress || event.key == Key::down)) return false;
     openMenu(*node, false);
     return true;
@@ -273,9 +288,15 @@ bool Dispatcher::runWindowKeys(const KeyEvent& event) {
         moveFocus(event.modifiers.hasShift ? -1 : 1);
         return focus() != nullptr;
     }
-    if (focus() && (event.key == Key::left || event.key == Key::right)) {
-        const bool isMirrored = focus()->environment->direction == LayoutDirection::rightToLeft;
-        return moveFocusAmongSiblings((event.key == Key::right) != isMirrored ? 1 : -1);
+    if (event.key == Key::left || event.key == Key::right) {
+        const auto& at = focus() ? *focus() : _core.root();
+        const bool isMirrored = at.environment->direction == LayoutDirection::rightToLeft;
+        const bool isForward = (event.key == Key::right) != isMirrored;
+        const auto row = isForward ? chosenRowIn(at) : nullptr;
+        if (!row) return focus() && moveFocusAmongSiblings(isForward ? 1 : -1);
+        setFocus(row, true);
+        reveal(*row);
+        return true;
     }
     if (event.key == Key::enter) return runWindowAction(WindowAction::accept);
     if (event.key == Key::escape) return runWindowAction(WindowAction::cancel);
@@ -306,7 +327,8 @@ void Dispatcher::moveFocus(int by) {
     const auto found = std::find(order.begin(), order.end(), _focus.lock());
     const int outside = by > 0 ? -1 : count;
     const int before = found == order.end() ? outside : static_cast<int>(found - order.begin());
-    const auto node = order[static_cast<std::size_t>((before + by + count) % count)];
+    auto node = order[static_cast<std::size_t>((before + by + count) % count)];
+    if (const auto row = by > 0 && focus() ? chosenRowIn(*focus()) : nullptr) node = row;
     setFocus(node, true);
     if (node->hasFocus && node->element->input()) node->element->input()->focusedByKeys(*node);
     reveal(*node);

@@ -19,7 +19,7 @@ struct Handlers {
     KeyHandler onKey;
     Focus focus = Focus::none;
     std::optional<Binding<bool>> isFocused;
-    /// The space and enter keys tap it.
+    /// It is one thing, named by what is in it.
     bool isButton = false;
     WindowAction windowAction = WindowAction::none;
     String help;

@@ -7,6 +7,15 @@ namespace vellumix::view {
 
 namespace {
 
+SemanticNode groupOf(const Node& node, std::vector<SemanticNode> inside) {
+    SemanticNode group;
+    group.role = Role::group;
+    group.frame = node.visible;
+    group.state.isDisabled = !node.environment->isEnabled;
+    group.children = std::move(inside);
+    return group;
+}
+
 class InteractionElement final : public Wrapper {
 public:
     InteractionElement(View content, Handlers handlers)
@@ -40,6 +49,10 @@ public:
             button.actions.push_back({"press", [weak = node.weak_from_this()] { press(weak); }});
             into.push_back(std::move(button));
             return;
+        }
+        if (_handlers.onTap) {
+            if (inside.size() != 1) inside = {groupOf(node, std::move(inside))};
+            inside.front().actions.push_back({"press", [weak = node.weak_from_this()] { press(weak); }});
         }
         if (node.hasFocus && inside.size() == 1) inside.front().state.isFocused = true;
         for (auto& one : inside) {
@@ -84,15 +97,7 @@ public:
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         std::vector<SemanticNode> inside;
         Wrapper::describe(node, inside);
-        SemanticNode said;
-        if (inside.size() == 1) {
-            said = std::move(inside.front());
-        } else {
-            said.role = Role::group;
-            said.frame = node.visible;
-            said.state.isDisabled = !node.environment->isEnabled;
-            said.children = std::move(inside);
-        }
+        auto said = inside.size() == 1 ? std::move(inside.front()) : groupOf(node, std::move(inside));
         if (_semantics.role != Role::none) said.role = _semantics.role;
         if (!_semantics.label.empty()) said.label = _semantics.label;
         if (!_semantics.value.empty()) said.value = _semantics.value;
@@ -130,6 +135,7 @@ View View::onHover(const State<bool>& isOver, std::optional<Cursor> cursor) cons
 View View::onTap(Action action) const {
     Handlers handlers;
     handlers.onTap = std::move(action);
+    handlers.focus = Handlers::Focus::byKeysAlone;
     return interacting(*this, std::move(handlers));
 }
 View View::onClickOutside(Action action) const {

@@ -25,12 +25,16 @@ struct MenuModel {
     /// Null once the menu has gone, which one of them may bring about while it runs.
     std::function<void(std::size_t)> onChoice;
     std::function<void(std::size_t, bool)> onHover;
+    std::function<void(const KeyEvent&)> onKey;
 
     void choose(std::size_t item) const {
         if (const auto handler = onChoice) handler(item);
     }
     void hover(std::size_t item, bool isOver) const {
         if (const auto handler = onHover) handler(item, isOver);
+    }
+    void press(const KeyEvent& event) const {
+        if (const auto handler = onKey) handler(event);
     }
     bool has(bool (*kind)(const MenuItem&)) const { return std::ranges::any_of(items, kind); }
 };
@@ -64,11 +68,9 @@ struct MenuRow {
                    column(model->has([](const MenuItem& one) { return !one.symbol.empty(); }), symbol),
                    Text(item.title).font(Font::system(13)).lineLimit(1).padding(Edge::trailing, 12))
                 .foreground(item.isEnabled ? plain : palette.secondaryText.withOpacity(0.6));
-        const auto semantics =
-            Semantics{.role = Role::menuItem,
-                      .label = item.title,
-                      .state = {.isSelected = isLit, .isChecked = item.isChecked},
-                      .actions = {{"press", [model = model, at = at] { model->choose(at); }}}};
+        const auto semantics = Semantics{.role = Role::menuItem,
+                                         .label = item.title,
+                                         .state = {.isSelected = isLit, .isChecked = item.isChecked}};
         return content.padding(Edge::horizontal, 8)
             .frame({.height = rowHeight, .maximumWidth = unbounded, .alignment = Alignment::leading()})
             .background(RoundedRectangle(5), isLit ? palette.accent : Color::clear())
@@ -109,6 +111,11 @@ struct MenuWindow {
         const auto list = ScrollArea(MenuList{model}, target).clip(RoundedRectangle(cornerRadius));
         return floating(list, cornerRadius, model->palette, chrome)
             .foreground(model->palette.text)
+            // All of them: the rows have no focus, and those of the window would give them one.
+            .onKey([model = model](const KeyEvent& event) {
+                model->press(event);
+                return true;
+            })
             .semantics(Role::menu, "");
     }
 };
@@ -130,6 +137,7 @@ PopUpMenu::PopUpMenu(const MenuRequest& request, const Rect& anchor, const Rect&
     _model->palette = request.palette;
     _model->onChoice = [this](std::size_t item) { choose(item); };
     _model->onHover = [this](std::size_t item, bool isOver) { hover(item, isOver); };
+    _model->onKey = [this](const KeyEvent& event) { keyPressed(event); };
     auto size = fittingSize(MenuList{_model}, renderer);
     size.width = std::min(std::max({size.width, anchor.size.width, minimumWidth}), bounds.size.width);
     size.height = std::min(size.height, bounds.size.height);
@@ -142,10 +150,6 @@ PopUpMenu::PopUpMenu(const MenuRequest& request, const Rect& anchor, const Rect&
         renderer);
     auto& host = _window->host();
     host.window().setCornerRadius(cornerRadius);
-    host.onUnhandledKey([this](const KeyEvent& event) {
-        keyPressed(event);
-        return true;
-    });
     _keyState = host.observeKeyState([this](bool isKey) {
         if (!isKey) close();
     });
@@ -158,6 +162,7 @@ PopUpMenu::PopUpMenu(const MenuRequest& request, const Rect& anchor, const Rect&
 PopUpMenu::~PopUpMenu() {
     _model->onChoice = nullptr;
     _model->onHover = nullptr;
+    _model->onKey = nullptr;
     _window->host().orderOut();
 }
 

@@ -366,6 +366,15 @@ void Peer::setRootWindow(const std::string& property, std::uint32_t window) {
     xcb_flush(_xcb.get());
 }
 
+void Peer::tellsWindows() {
+    const auto window = newWindow();
+    for (const auto place : {window, _root}) {
+        xcb_change_property(_xcb.get(), XCB_PROP_MODE_REPLACE, place, atom("_NET_SUPPORTING_WM_CHECK"),
+                            XCB_ATOM_WINDOW, 32, 1, &window);
+    }
+    xcb_flush(_xcb.get());
+}
+
 std::uint32_t Peer::makeWindow(const std::map<std::string, std::string>& texts, std::uint32_t process) {
     const auto window = newWindow();
     for (const auto& [property, text] : texts) {

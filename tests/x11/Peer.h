@@ -111,6 +111,8 @@ public:
 
     bool hasRootProperty(const std::string& property);
     void setRootWindow(const std::string& property, std::uint32_t window);
+    /// Says that a window manager runs, as this program does until it dies.
+    void tellsWindows();
     /// A window with these properties, as an application would have it.
     std::uint32_t makeWindow(const std::map<std::string, std::string>& texts, std::uint32_t process);
 

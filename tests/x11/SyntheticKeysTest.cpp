@@ -64,6 +64,7 @@ class SyntheticKeysTest : public X11Test {
 protected:
     std::string windowClass(const std::string& name) { return std::string("instance\0", 9) + name + '\0'; }
     void bringToFront(const std::string& name) {
+        peer->tellsWindows();
         static std::uint32_t process = 100;
         peer->setRootWindow("_NET_ACTIVE_WINDOW",
                             peer->makeWindow({{"WM_CLASS", windowClass(name)}}, ++process));

@@ -38,6 +38,7 @@ constexpr Entry entries[] = {
     {"VELLUMIX_CLOCK", &Atoms::clock},
     {"_NET_ACTIVE_WINDOW", &Atoms::activeWindow},
     {"_NET_SUPPORTING_WM_CHECK", &Atoms::windowManagerCheck},
+    {"WM_STATE", &Atoms::managedState},
     {"_NET_WM_PID", &Atoms::windowProcess},
     {"_GTK_APPLICATION_ID", &Atoms::gtkApplicationID},
     {"_KDE_NET_WM_DESKTOP_FILE", &Atoms::kdeDesktopFile},

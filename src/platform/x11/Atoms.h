@@ -39,6 +39,7 @@ struct Atoms {
     // Windows of applications (Extended Window Manager Hints 1.5, and what desktops have added).
     xcb_atom_t activeWindow;
     xcb_atom_t windowManagerCheck;
+    xcb_atom_t managedState;
     xcb_atom_t windowProcess;
     xcb_atom_t gtkApplicationID;
     xcb_atom_t kdeDesktopFile;

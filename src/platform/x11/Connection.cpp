@@ -88,6 +88,11 @@ bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
     return xcb::typeOf(event) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
 }
 
+bool Connection::isOurs(xcb_window_t window) const {
+    const auto* setup = xcb_get_setup(xcb());
+    return (window & ~setup->resource_id_mask) == setup->resource_id_base;
+}
+
 Observation Connection::observe(xcb_window_t window, EventHandler handler) {
     auto inner = std::make_shared<Observation>(_handlers[window].add(std::move(handler)));
     return Observation(_lifetime.weakly([this, window, inner] {

@@ -41,6 +41,8 @@ public:
     const Atoms& atoms() const { return _atoms; }
     /// The largest piece of a property that goes out in one request, in bytes; a multiple of 4.
     std::size_t pieceBytes() const { return _pieceBytes; }
+    /// Whether the window was made by this connection (X protocol, section 8, "Connection Setup").
+    bool isOurs(xcb_window_t window) const;
     /// True for an XFixes selection event (XFixes 5.0 section 7).
     bool isSelectionChange(const xcb_generic_event_t& event) const;
 

@@ -26,11 +26,6 @@ LockerWatch::~LockerWatch() {
     if (_saverEvent) xcb_screensaver_select_input(_connection.xcb(), _connection.root(), 0);
 }
 
-bool LockerWatch::isOurs(xcb_window_t window) const {
-    const auto* setup = xcb_get_setup(_connection.xcb());
-    return (window & ~setup->resource_id_mask) == setup->resource_id_base;
-}
-
 bool LockerWatch::takesOver(xcb_window_t window) const {
     auto* const xcb = _connection.xcb();
     const auto attributes = xcb_get_window_attributes(xcb, window);
@@ -51,7 +46,7 @@ bool LockerWatch::takesOver(xcb_window_t window) const {
 
 void LockerWatch::handle(const xcb_generic_event_t& event) {
     const auto consider = [&](xcb_window_t window, bool isPastWindowManager) {
-        if (isPastWindowManager && !isOurs(window) && takesOver(window)) _onLocker();
+        if (isPastWindowManager && !_connection.isOurs(window) && takesOver(window)) _onLocker();
     };
     if (xcb::typeOf(event) == XCB_CREATE_NOTIFY) {
         const auto& made = xcb::as<xcb_create_notify_event_t>(event);

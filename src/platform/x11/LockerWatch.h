@@ -24,7 +24,6 @@ public:
 
 private:
     void handle(const xcb_generic_event_t& event);
-    bool isOurs(xcb_window_t window) const;
     /// Whether the window, which is about to be shown, leaves nobody else the screen or the input.
     bool takesOver(xcb_window_t window) const;
 

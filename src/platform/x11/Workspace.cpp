@@ -4,11 +4,15 @@
 
 #include <cstring>
 
+#include "platform/x11/FocusedWindow.h"
+
 namespace vellumix::x11 {
 
 namespace {
 
 constexpr std::uint32_t unitsOfText = 256;
+/// Until the keys of a paste are out and have been read.
+constexpr double focusSeconds = 1.5;
 
 /// "/usr/share/applications/org.gnome.gedit.desktop" and "org.gnome.gedit" give "org.gnome.gedit".
 std::string desktopFileID(std::string_view name) {
@@ -48,12 +52,14 @@ Workspace::Workspace(Connection& connection, DesktopFiles desktopFiles)
     _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
         if (xcb::typeOf(event) != XCB_PROPERTY_NOTIFY) return;
         const auto& change = xcb::as<xcb_property_notify_event_t>(event);
+        if (change.atom == _connection.atoms().windowManagerCheck) readWindowManager();
         if (change.atom == _connection.atoms().activeWindow) readActiveWindow();
     });
-    readActiveWindow();
+    readWindowManager();
 }
 
 std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
+    if (!hasWindowManager()) readFocus();
     if (!_front) return std::nullopt;
     NSRunningApplication application{
         .processIdentifier = _front->processIdentifier, .bundleIdentifier = {}, .window = _front->window};
@@ -84,6 +90,10 @@ xcb_window_t Workspace::windowNamedBy(xcb_window_t window, xcb_atom_t property) 
 
 bool Workspace::activate(const NSRunningApplication& application) {
     if (application.window == XCB_WINDOW_NONE || !applicationOf(application.window)) return false;
+    if (!hasWindowManager()) {
+        giveFocus(application.window);
+        return true;
+    }
     // As a pager asks (EWMH 1.5, "_NET_ACTIVE_WINDOW"): the user chose the window by what he did before.
     constexpr std::uint32_t fromPager = 2;
     xcb_client_message_event_t message{};
@@ -100,20 +110,51 @@ bool Workspace::activate(const NSRunningApplication& application) {
     return true;
 }
 
-bool Workspace::hasWindowManager() const {
+void Workspace::giveFocus(xcb_window_t window) {
+    auto* const xcb = _connection.xcb();
+    const auto focused = FocusedWindow::read(_connection);
+    if (focused.window == window) return;
+    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(xcb, window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+    if (!focused.followsPointer) return;
+    // The window keeps the focus for as long as a paste takes: whose keys follow the pointer has nobody who
+    // would give it back.
+    _focusEnd = _connection.runLoop().oneShotTimer(focusSeconds, [this, window] {
+        if (FocusedWindow::read(_connection).window != window) return;
+        xcb_set_input_focus(_connection.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, XCB_INPUT_FOCUS_POINTER_ROOT,
+                            XCB_CURRENT_TIME);
+    });
+}
+
+void Workspace::readWindowManager() {
     const auto property = _connection.atoms().windowManagerCheck;
     const auto window = windowNamedBy(_connection.root(), property);
+    _managerEvents = window == XCB_WINDOW_NONE
+                         ? std::nullopt
+                         : _connection.observeForeign(window, [this](const auto& event) {
+                               if (xcb::typeOf(event) == XCB_DESTROY_NOTIFY) readWindowManager();
+                           });
     // One that has gone may have left the root's property behind, but not the window's own.
-    return window != XCB_WINDOW_NONE && windowNamedBy(window, property) == window;
+    _manager = windowNamedBy(window, property) == window ? window : xcb_window_t{XCB_WINDOW_NONE};
+    readActiveWindow();
 }
 
 void Workspace::readActiveWindow() {
-    const auto window = windowNamedBy(_connection.root(), _connection.atoms().activeWindow);
+    if (hasWindowManager()) setFront(windowNamedBy(_connection.root(), _connection.atoms().activeWindow));
+}
+
+void Workspace::readFocus() const {
+    const auto focused = FocusedWindow::read(_connection).window;
+    if (!_connection.isOurs(focused)) setFront(focused);
+}
+
+void Workspace::setFront(xcb_window_t window) const {
     const auto front = window == XCB_WINDOW_NONE ? std::nullopt : applicationOf(window);
     if (!front || front->processIdentifier != getpid()) _front = front;
 }
 
-std::optional<Workspace::Application> Workspace::applicationOf(xcb_window_t window) {
+std::optional<Workspace::Application> Workspace::applicationOf(xcb_window_t window) const {
     const auto& atoms = _connection.atoms();
     auto* const xcb = _connection.xcb();
     const auto ask = [&](xcb_atom_t property) {

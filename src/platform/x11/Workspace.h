@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,8 +12,8 @@
 namespace vellumix::x11 {
 
 /// The front application of an X11 display, as its window manager announces it (_NET_ACTIVE_WINDOW, Extended
-/// Window Manager Hints 1.5). Absent without a window manager. A question of the program's own, which may
-/// have the focus, leaves in front what was.
+/// Window Manager Hints 1.5), and where none does, the application whose window has the input focus. A
+/// question of the program's own, which may have the focus, leaves in front what was.
 ///
 /// The bundle identifier is the desktop-file id that the window names (_GTK_APPLICATION_ID,
 /// _KDE_NET_WM_DESKTOP_FILE, BAMF_DESKTOP_FILE_HINT), else that of the desktop file that names the window's
@@ -29,8 +30,8 @@ public:
     /// The bundle identifier of the front application, and its window class: either may be all that somebody
     /// knows of it.
     std::vector<std::string> frontNames() const;
-    /// Whether a window manager runs that tells the front application (EWMH 1.5, "_NET_SUPPORTING_WM_CHECK").
-    bool hasWindowManager() const;
+    /// Whether a window manager runs that tells such things (EWMH 1.5, "_NET_SUPPORTING_WM_CHECK").
+    bool hasWindowManager() const { return _manager != XCB_WINDOW_NONE; }
 
 private:
     /// What a window says of its application.
@@ -42,13 +43,23 @@ private:
     };
 
     xcb_window_t windowNamedBy(xcb_window_t window, xcb_atom_t property) const;
+    void readWindowManager();
     void readActiveWindow();
-    std::optional<Application> applicationOf(xcb_window_t window);
+    /// What is in front where nobody announces it.
+    void readFocus() const;
+    void setFront(xcb_window_t window) const;
+    std::optional<Application> applicationOf(xcb_window_t window) const;
+    void giveFocus(xcb_window_t window);
 
     Connection& _connection;
     mutable DesktopFiles _desktopFiles;
-    std::optional<Application> _front;
+    /// The window manager's own window; none without one.
+    xcb_window_t _manager = XCB_WINDOW_NONE;
+    std::optional<Observation> _managerEvents;
+    mutable std::optional<Application> _front;
     std::optional<Observation> _rootEvents;
+    /// Until the keys follow the pointer again.
+    std::unique_ptr<NSTimer> _focusEnd;
 };
 
 }  // namespace vellumix::x11

@@ -120,6 +120,38 @@ TEST_F(WindowTest, KeysTypeWithDeadKeysOfTheLayoutAndShortcutsTypeNothing) {
     EXPECT_EQ(log.keys[3].key, Key::enter);
 }
 
+TEST_F(WindowTest, AShortcutIsALatinLetterUnderEveryLayout) {
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    panel->makeKeyWindow();
+    ASSERT_TRUE(wait([&] { return log.keyStates == "+"; }));
+    // The key of an American board's A, and that of its comma, which is a letter elsewhere.
+    const struct {
+        const char* layout;
+        const char* typed;
+        const char* letter;
+        const char* comma;
+    } cases[] = {{"fr", "q", "q", ";"},
+                 {"ru", "\u0444", "a", "\u0431"},
+                 {"gr", "\u03B1", "a", ","},
+                 {"ru,fr", "\u0444", "q", ";"}};
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.layout);
+        ASSERT_TRUE(Program(runLoop, {"setxkbmap", "-layout", one.layout}).waitForEnd());
+        log.keys.clear();
+        person.typeKey(KEY_A);
+        person.press(KEY_LEFTCTRL);
+        person.typeKey(KEY_A);
+        person.typeKey(KEY_COMMA);
+        person.release(KEY_LEFTCTRL);
+        ASSERT_TRUE(wait([&] { return log.keys.size() == 3; }));
+        EXPECT_EQ(log.keys[0].text, one.typed);
+        EXPECT_EQ(log.keys[1].character, one.letter);
+        EXPECT_EQ(log.keys[2].character, one.comma);
+    }
+}
+
 TEST_F(WindowTest, TheScaleFollowsTheDisplaysResources) {
     const auto panel = make(NSWindow::Kind::panel);
     WindowLog log(*panel);

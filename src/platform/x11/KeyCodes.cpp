@@ -1,10 +1,13 @@
 #include "platform/x11/KeyCodes.h"
 
+#include <linux/input-event-codes.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <algorithm>
 #include <limits>
 #include <span>
+#include <string_view>
+#include <utility>
 
 namespace vellumix::x11 {
 
@@ -19,6 +22,15 @@ unsigned positionOf(xcb_keycode_t code) { return code >= evdevOffset ? code - ev
 xcb_keycode_t keyCodeOf(unsigned position) {
     constexpr unsigned last = std::numeric_limits<xcb_keycode_t>::max() - evdevOffset;
     return position <= last ? static_cast<xcb_keycode_t>(position + evdevOffset) : xcb_keycode_t{0};
+}
+
+std::optional<char> letterAt(unsigned position) {
+    constexpr std::pair<unsigned, std::string_view> rows[] = {
+        {KEY_Q, "qwertyuiop"}, {KEY_A, "asdfghjkl"}, {KEY_Z, "zxcvbnm"}};
+    for (const auto& [first, letters] : rows) {
+        if (position >= first && position - first < letters.size()) return letters[position - first];
+    }
+    return std::nullopt;
 }
 
 KeysDown::KeysDown(Connection& connection) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "platform/x11/Connection.h"
@@ -13,6 +14,9 @@ namespace vellumix::x11 {
 unsigned positionOf(xcb_keycode_t code);
 /// The inverse; 0, which is no key, for a position that X can't count.
 xcb_keycode_t keyCodeOf(unsigned position);
+/// The small letter by which an American board names the key at a position; none where it names it by another
+/// sign.
+std::optional<char> letterAt(unsigned position);
 
 /// Which keys are down at this moment, whoever has the keyboard.
 class KeysDown {

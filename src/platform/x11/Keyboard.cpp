@@ -107,11 +107,11 @@ void Keyboard::readKeymap() {
     const auto layouts = xkb_keymap_num_layouts(_keymap.get());
     _namingLayouts.clear();
     for (xkb_layout_index_t layout = 0; layout < layouts; ++layout) {
-        xkb_layout_index_t naming = layout;
+        auto naming = layout;
         if (!isLatin(layout)) {
             for (naming = 0; naming < layouts && !isLatin(naming);) ++naming;
         }
-        _namingLayouts.push_back(naming < layouts ? naming : layout);
+        _namingLayouts.push_back(naming < layouts ? std::optional(naming) : std::nullopt);
     }
 }
 
@@ -130,9 +130,13 @@ bool Keyboard::isLatin(xkb_layout_index_t layout) const {
 std::string Keyboard::characterOf(xkb_keycode_t code) const {
     const auto layout = xkb_state_key_get_layout(_state.get(), code);
     if (layout >= _namingLayouts.size()) return {};
+    const auto naming = _namingLayouts[layout];
+    if (!naming) {
+        if (const auto letter = letterAt(positionOf(static_cast<xcb_keycode_t>(code)))) return {*letter};
+    }
     const xkb_keysym_t* symbols = nullptr;
     const auto count =
-        xkb_keymap_key_get_syms_by_level(_keymap.get(), code, _namingLayouts[layout], 0, &symbols);
+        xkb_keymap_key_get_syms_by_level(_keymap.get(), code, naming.value_or(layout), 0, &symbols);
     return count == 1 ? typedText(utf8Of(xkb_keysym_to_lower(*symbols))) : std::string();
 }
 

@@ -42,8 +42,9 @@ private:
     /// Made at the first dead or compose key, as its table is large.
     xkb::ComposeTable _composeTable;
     xkb::ComposeState _compose;
-    /// The layout whose signs name the keys, for each layout.
-    std::vector<xkb_layout_index_t> _namingLayouts;
+    /// The layout whose signs name the keys, for each layout: itself, or the first with Latin letters. Absent
+    /// where none has them; then their places name the keys of letters.
+    std::vector<std::optional<xkb_layout_index_t>> _namingLayouts;
     std::bitset<256> _down;
     Observation _changes;
 };

@@ -133,8 +133,11 @@ private:
     view::ModalAlerts _alerts{vellumix::controlPalette};
     x11::Hotkeys _hotkeys{*_connection};
     x11::SyntheticKeys _syntheticKeys{
-        *_connection, _workspace, _pasteboard, pasteChords(), [] {
-            linux_desktop::notifyUser(localized("app.name"), localized("permission.accessibility.title"));
+        *_connection, _workspace, _pasteboard, pasteChords(), [](x11::SyntheticKeys::Lack lack) {
+            const bool isForAll = lack == x11::SyntheticKeys::Lack::extension;
+            linux_desktop::notifyUser(
+                localized("app.name"),
+                localized(isForAll ? "permission.accessibility.title" : "paste.byHand"));
         }};
 };
 

@@ -17,9 +17,13 @@ HOTKEY = "super+alt+55"
 LINES = "Grüße aus der Ωmega-Straße: 日本語, 👩‍👩‍👧 and e\u0301\n\tan indented line\n\nthe end"
 
 
-class Paste(unittest.TestCase):
+class Pasting(unittest.TestCase):
+    """A program on a desktop, and a person who picks entries in it."""
+
+    window_manager = True
+
     def setUp(self):
-        self.desktop = PrivateDesktop()
+        self.desktop = PrivateDesktop(window_manager=self.window_manager)
         self.addCleanup(self.desktop.close)
         self.vellumix = Vellumix(self.desktop).start()
 
@@ -55,6 +59,9 @@ class Paste(unittest.TestCase):
         path.write_bytes(b"")
         return path, applications.Window(self.desktop, program, program, *options, path)
 
+
+
+class Paste(Pasting):
     def test_the_hotkey_opens_and_closes_the_panel(self):
         for state in ("visible", "hidden", "visible", "hidden"):
             self.keys(HOTKEY)
@@ -154,6 +161,36 @@ class Paste(unittest.TestCase):
                 return self.desktop.run("compare", "-metric", "AE", f"{canvas}[120x80+0+0]", picture,
                                         "null:").stderr.strip() == "0"
             wait_for("the picture is at the top left of the canvas", is_saved)
+
+
+class PasteWithoutAWindowManager(Pasting):
+    window_manager = False
+
+    def test_the_program_with_the_keyboard_gets_it_by_its_own_keys(self):
+        self.copy(LINES)
+        path = self.desktop.home / "typed.txt"
+        self.desktop.start("xterm", "-u8", "-geometry", "60x10+40+40", "-e", "sh", "-c", f"cat > {path}")
+        wait_for("the terminal is there", path.exists, seconds=20)
+        # Without a window manager the keys go where the pointer is.
+        self.desktop.run("xdotool", "mousemove", "100", "100")
+        self.pick()
+        wait_for("the lines before the last one are there", path.read_bytes)
+        self.keys("Return", "ctrl+d")
+        self.until_file_holds(path, LINES, end="\n")
+
+
+class PasteUnderALayoutWithoutLatinLetters(Pasting):
+    def test_a_gtk_entry_gets_it_and_the_fields_of_the_panel_have_their_keys(self):
+        self.copy("the older one")
+        self.copy("the newer one+")
+        path = self.desktop.home / "entry.txt"
+        script = Path(applications.__file__).with_name("text-entry.py")
+        with applications.Window(self.desktop, "text-entry.py", "/usr/bin/python3", script, path):
+            self.desktop.run("setxkbmap", "ru")
+            # All of what was typed into the search is selected by the key of A and removed: without that, nothing is
+            # found and nothing picked. 38 and 24 are the keys of an American board's A and Q.
+            self.pick("24", "24", "ctrl+38", "BackSpace")
+            self.until_file_holds(path, "the newer one+")
 
 
 if __name__ == "__main__":

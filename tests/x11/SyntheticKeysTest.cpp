@@ -83,7 +83,10 @@ protected:
     }
 
     x11::Workspace workspace{*connection, x11::DesktopFiles({})};
-    x11::SyntheticKeys keys{*connection, workspace, *pasteboard};
+    int told = 0;
+    x11::SyntheticKeys keys{
+        *connection, workspace, *pasteboard, x11::PasteChords("letters = Alt+Y"),
+        [this](x11::SyntheticKeys::Lack lack) { told += lack == x11::SyntheticKeys::Lack::chord; }};
     KeyListener listener{*connection};
     Person person;
 };
@@ -97,13 +100,31 @@ TEST_F(SyntheticKeysTest, PasteByTheKeysOfTheApplicationAndTheLayout) {
     bringToFront("Mousepad");
     person.typeKey(KEY_CAPSLOCK);
     EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V}));
-    // Where "v" is typed, in the present layout or in any other, or where it is on most boards.
-    const std::tuple<const char*, const char*, int> layouts[] = {
-        {"us", "dvorak", KEY_DOT}, {"ru,us", ",dvorak", KEY_DOT}, {"ru", "", KEY_V}};
-    for (const auto& [layout, variant, place] : layouts) {
+    // Where "v" is typed, in the present layout or in any other; where nothing types it, a chord without it.
+    const std::tuple<const char*, const char*, std::string> layouts[] = {
+        {"us", "dvorak", chord({KEY_LEFTCTRL, KEY_DOT})},
+        {"ru,us", ",dvorak", chord({KEY_LEFTCTRL, KEY_DOT})},
+        {"ru", "", chord({KEY_LEFTSHIFT, KEY_INSERT})}};
+    for (const auto& [layout, variant, expected] : layouts) {
         ASSERT_TRUE(Program(runLoop, {"setxkbmap", "-layout", layout, "-variant", variant}).waitForEnd());
-        EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, place})) << layout;
+        EXPECT_EQ(paste(), expected) << layout;
     }
+    EXPECT_FALSE(peer->paste("UTF8_STRING", "PRIMARY")) << "what is selected there stays selected";
+    // By the letter's place where the table knows nothing else.
+    bringToFront("Letters");
+    EXPECT_EQ(paste(), chord({KEY_LEFTALT, KEY_Y}));
+}
+
+TEST_F(SyntheticKeysTest, AnApplicationWithoutSuchKeysIsSaidToHaveNone) {
+    bringToFront("nvim-qt");
+    EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(false));
+    EXPECT_EQ(told, 0);
+    EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(true));
+    EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(true));
+    EXPECT_EQ(told, 2) << "each time, as each time the user waits for it";
+    EXPECT_EQ(paste(0.2), "");
+    bringToFront("Mousepad");
+    EXPECT_TRUE(keys.AXIsProcessTrustedWithOptions(true));
 }
 
 TEST_F(SyntheticKeysTest, WaitForTheUsersModifiersAndLeaveThemAlone) {
@@ -150,7 +171,9 @@ TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
     const x11::Workspace workspace(*connection, x11::DesktopFiles({}));
     const x11::Pasteboard pasteboard(*connection);
     int told = 0;
-    x11::SyntheticKeys keys(*connection, workspace, pasteboard, x11::PasteChords(), [&] { ++told; });
+    x11::SyntheticKeys keys(
+        *connection, workspace, pasteboard, x11::PasteChords(),
+        [&](x11::SyntheticKeys::Lack lack) { told += lack == x11::SyntheticKeys::Lack::extension; });
     EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(false));
     EXPECT_EQ(told, 0);
     EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(true));
@@ -163,17 +186,27 @@ TEST(PasteChords, TheUsersTableGoesOverTheProgramsOwn) {
     LogLines log;
     const x11::PasteChords chords(
         "# mine\n"
-        "XTerm = ctrl + SHIFT+v  # since it learnt it\n"
-        "org.example.Editor=Alt+Insert primary\r\n"
-        "broken = Hyper+V\n = Ctrl+V\nno chord\n");
+        "XTerm, my-term = ctrl + SHIFT+v  # since it learnt it\n"
+        "org.example.Editor=Alt+Insert primary | Ctrl+V\r\n"
+        "gvim = none\n"
+        "broken = Hyper+V\n = Ctrl+V\nno chord\nhalf = Ctrl+V | Hyper+V\nempty =\n");
+    using Chords = std::vector<x11::PasteChord>;
     const x11::PasteChord shifted{.hasControl = true, .hasShift = true, .key = XKB_KEY_v};
-    EXPECT_EQ(chords.chordFor({"debian-xterm", "XTerm"}), shifted);
-    EXPECT_EQ(chords.chordFor({"ORG.example.Editor"}),
-              (x11::PasteChord{.hasOption = true, .key = XKB_KEY_Insert, .readsPrimary = true}));
-    EXPECT_EQ(chords.chordFor({"kitty"}), shifted);
-    EXPECT_EQ(chords.chordFor({"broken"}), chords.chordFor({}));
-    EXPECT_NE(log.text.find("PasteChords: Lines that can't be read: 3"), std::string::npos);
-    EXPECT_EQ(x11::PasteChords::fromFile("/nowhere/at/all").chordFor({}).key, XKB_KEY_v);
+    EXPECT_EQ(chords.chordsFor({"debian-xterm", "XTerm"}), Chords{shifted});
+    EXPECT_EQ(chords.chordsFor({"My-Term"}), Chords{shifted});
+    EXPECT_EQ(chords.chordsFor({"ORG.example.Editor"}),
+              (Chords{{.hasOption = true, .key = XKB_KEY_Insert, .readsPrimary = true},
+                      {.hasControl = true, .key = XKB_KEY_v}}));
+    EXPECT_EQ(chords.chordsFor({"gvim"}), Chords());
+    EXPECT_EQ(chords.chordsFor({"kitty"}).front(), shifted);
+    for (const auto* name : {"broken", "half", "empty"}) {
+        EXPECT_EQ(chords.chordsFor({name}), chords.chordsFor({})) << name;
+    }
+    EXPECT_NE(log.text.find("PasteChords: Lines that can't be read: 5"), std::string::npos);
+    LogLines silent;
+    const auto own = x11::PasteChords::fromFile("/nowhere/at/all");
+    EXPECT_EQ(own.chordsFor({}).front().key, XKB_KEY_v);
+    EXPECT_EQ(silent.text, "") << "the program's own table can be read";
 }
 
 }  // namespace vellumix::tests

@@ -24,10 +24,11 @@ struct PasteChord {
 
 /// Which keys paste in which application. Immutable.
 ///
-/// A table is lines of "name = chord": the name a desktop-file id or a window class in upper or lower case,
-/// or "*" for all others; the chord key names of the X Window System behind Ctrl, Shift, Alt and Super,
-/// parted by "+", and "primary" behind it where the application reads that selection. What follows "#" is a
-/// comment.
+/// A table is lines of "names = chords". A name is a desktop-file id or a window class in upper or lower
+/// case, or "*" for all others; names are parted by ",". A chord is a key's name of the X Window System
+/// behind Ctrl, Shift, Alt and Super, parted by "+", with "primary" behind it where the application reads
+/// that selection. Chords are parted by "|": the first counts whose key the keyboard has. "none" says that
+/// there are no such keys. What follows "#" is a comment.
 class PasteChords {
 public:
     /// The program's own table, under the lines of another one.
@@ -36,13 +37,14 @@ public:
     /// one.
     static PasteChords fromFile(const std::string& path);
 
-    /// For an application that is known by any of these names, the first known one first.
-    const PasteChord& chordFor(const std::vector<std::string>& names) const;
+    /// For an application that is known by any of these names, the first known one first. The best chord
+    /// comes first; empty for an application that no keys paste into.
+    const std::vector<PasteChord>& chordsFor(const std::vector<std::string>& names) const;
 
 private:
     int add(std::string_view table);
 
-    std::map<std::string, PasteChord> _chords;
+    std::map<std::string, std::vector<PasteChord>> _chords;
 };
 
 }  // namespace vellumix::x11

@@ -25,6 +25,16 @@ constexpr double pollSeconds = 0.01;
 /// Longer than a program takes to ask for what it pastes.
 constexpr double primarySeconds = 2;
 
+/// The key of a letter on an American board.
+std::optional<xcb_keycode_t> keyAtPlaceOf(xkb_keysym_t symbol) {
+    for (unsigned position = KEY_Q; position <= KEY_M; ++position) {
+        const auto letter = letterAt(position);
+        // The keysyms of ASCII are its codes (X protocol, appendix A).
+        if (letter && static_cast<xkb_keysym_t>(*letter) == symbol) return keyCodeOf(position);
+    }
+    return std::nullopt;
+}
+
 bool hasTestExtension(Connection& connection) {
     const auto* const extension = xcb_get_extension_data(connection.xcb(), &xcb_test_id);
     return extension && extension->present;
@@ -33,7 +43,7 @@ bool hasTestExtension(Connection& connection) {
 }  // namespace
 
 SyntheticKeys::SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
-                             PasteChords chords, std::function<void()> tellUser)
+                             PasteChords chords, std::function<void(Lack)> tellUser)
     : _connection(connection),
       _workspace(workspace),
       _pasteboard(pasteboard),
@@ -43,12 +53,16 @@ SyntheticKeys::SyntheticKeys(Connection& connection, const Workspace& workspace,
       _keyboard(connection) {}
 
 bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool prompts) {
-    if (_hasTest || !prompts) return _hasTest;
-    if (const auto tell = std::exchange(_tellUser, nullptr)) {
-        Log("SyntheticKeys")
-            .error("The display has no XTEST extension; what is picked waits on the clipboard");
-        tell();
+    if (!_hasTest) {
+        if (prompts && !std::exchange(_hasToldOfExtension, true)) {
+            Log("SyntheticKeys")
+                .error("The display has no XTEST extension; what is picked waits on the clipboard");
+            if (_tellUser) _tellUser(Lack::extension);
+        }
+        return false;
     }
+    if (!_chords.chordsFor(_workspace.frontNames()).empty()) return true;
+    if (prompts && _tellUser) _tellUser(Lack::chord);
     return false;
 }
 
@@ -68,13 +82,19 @@ void SyntheticKeys::goOn() {
 }
 
 bool SyntheticKeys::deliver(Paste& paste) {
-    const auto& chord = _chords.chordFor(_workspace.frontNames());
-    if (chord.readsPrimary && !std::exchange(paste.hasPrimary, true)) lendPrimary();
-    const bool isOffered = !_pasteboard.isClaiming() && !(chord.readsPrimary && _primary->isClaiming());
+    const auto& chords = _chords.chordsFor(_workspace.frontNames());
+    const auto keys = keysFor(chords, paste);
+    if (!keys) {
+        Log("SyntheticKeys").error("The keyboard lacks the key that the front application pastes by");
+        return true;
+    }
+    const bool readsPrimary = keys->chord.readsPrimary;
+    if (readsPrimary && !std::exchange(paste.hasPrimary, true)) lendPrimary();
+    const bool isOffered = !_pasteboard.isClaiming() && !(readsPrimary && _primary->isClaiming());
     const bool isLate = _connection.runLoop().uptime() > paste.deadline;
     if ((!isOffered || isUserHoldingModifiers()) && !isLate) return false;
     if (isOffered) {
-        press(chord);
+        press(*keys);
     } else {
         Log("SyntheticKeys").error("The clipboard couldn't be taken in time; nothing is pasted");
     }
@@ -105,12 +125,8 @@ void SyntheticKeys::returnPrimary() {
     _primary.reset();
 }
 
-void SyntheticKeys::press(const PasteChord& chord) {
-    const auto key = keyFor(chord.key);
-    if (key == 0) {
-        Log("SyntheticKeys").error("The keyboard lacks the key that the front application pastes by");
-        return;
-    }
+void SyntheticKeys::press(const Keys& found) {
+    const auto& chord = found.chord;
     const ModifierMap modifiers(_connection);
     const KeysDown down(_connection);
     const std::pair<bool, ModifierMap::Mask> wanted[] = {
@@ -127,7 +143,7 @@ void SyntheticKeys::press(const PasteChord& chord) {
         // One that the user holds is the user's to release.
         if (!candidates.empty() && !isDown) keys.push_back(candidates.front());
     }
-    keys.push_back(key);
+    keys.push_back(found.key);
 
     const auto send = [&](std::uint8_t kind, xcb_keycode_t code) {
         xcb_test_fake_input(_connection.xcb(), kind, code, XCB_CURRENT_TIME, _connection.root(), 0, 0, 0);
@@ -137,29 +153,42 @@ void SyntheticKeys::press(const PasteChord& chord) {
     for (const auto code : keys) send(XCB_KEY_RELEASE, code);
 }
 
-xcb_keycode_t SyntheticKeys::keyFor(xkb_keysym_t symbol) const {
+std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<PasteChord>& chords,
+                                                          Paste& paste) const {
+    if (!paste.keymap) {
+        const xkb::Context context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
+        paste.keymap = _keyboard.readKeymap(context.get());
+    }
+    if (!paste.keymap) return std::nullopt;
+    for (const auto& chord : chords) {
+        if (const auto key = keyTyping(chord.key, paste.keymap.get())) return Keys{chord, *key};
+    }
+    // Some programs take a chord by the place of its key where no layout has the letter.
+    for (const auto& chord : chords) {
+        if (const auto key = keyAtPlaceOf(chord.key)) return Keys{chord, *key};
+    }
+    return std::nullopt;
+}
+
+std::optional<xcb_keycode_t> SyntheticKeys::keyTyping(xkb_keysym_t symbol, xkb_keymap* keymap) const {
     auto* const xcb = _connection.xcb();
-    const auto stateAsked = xcb_xkb_get_state(xcb, XCB_XKB_ID_USE_CORE_KBD);
-    const auto state = xcb::await<xcb_xkb_get_state_reply>(xcb, stateAsked);
-    const xkb::Context context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
-    const auto keymap = _keyboard.readKeymap(context.get());
-    if (!keymap) return 0;
-    const auto layouts = xkb_keymap_num_layouts(keymap.get());
+    const auto state =
+        xcb::await<xcb_xkb_get_state_reply>(xcb, xcb_xkb_get_state(xcb, XCB_XKB_ID_USE_CORE_KBD));
+    const auto layouts = xkb_keymap_num_layouts(keymap);
     const xkb_layout_index_t present = state ? state->group : 0;
     for (xkb_layout_index_t turn = 0; turn <= layouts; ++turn) {
         // The present layout, and then all in their order.
         const auto layout = turn == 0 ? present : turn - 1;
-        const auto last = std::min<xkb_keycode_t>(xkb_keymap_max_keycode(keymap.get()), 0xFF);
-        for (auto code = xkb_keymap_min_keycode(keymap.get()); code <= last; ++code) {
+        const auto last = std::min<xkb_keycode_t>(xkb_keymap_max_keycode(keymap), 0xFF);
+        for (auto code = xkb_keymap_min_keycode(keymap); code <= last; ++code) {
             const xkb_keysym_t* symbols = nullptr;
-            if (xkb_keymap_key_get_syms_by_level(keymap.get(), code, layout, 0, &symbols) == 1 &&
+            if (xkb_keymap_key_get_syms_by_level(keymap, code, layout, 0, &symbols) == 1 &&
                 *symbols == symbol) {
                 return static_cast<xcb_keycode_t>(code);
             }
         }
     }
-    // Programs take a chord by the place of its key where no layout has the letter.
-    return symbol == XKB_KEY_v ? keyCodeOf(KEY_V) : xcb_keycode_t{0};
+    return std::nullopt;
 }
 
 }  // namespace vellumix::x11

@@ -1,10 +1,14 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "platform/desktop/Keyboard.h"
 #include "platform/x11/KeyCodes.h"
+#include "platform/x11/KeyboardHandles.h"
 #include "platform/x11/KeyboardWatch.h"
 #include "platform/x11/PasteChords.h"
 #include "platform/x11/Pasteboard.h"
@@ -21,9 +25,17 @@ namespace vellumix::x11 {
 /// no more.
 class SyntheticKeys final : public vellumix::SyntheticKeys {
 public:
-    /// All must outlive it. `tellUser` is called when keys are wanted and there are none, once.
+    /// Why nothing can be pressed.
+    enum class Lack {
+        /// The display has no XTEST extension. Told once.
+        extension,
+        /// No keys are known that paste into the front application. Told each time.
+        chord,
+    };
+
+    /// All must outlive it. `tellUser` is called when keys are wanted and there are none.
     SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
-                  PasteChords chords = PasteChords(), std::function<void()> tellUser = {});
+                  PasteChords chords = PasteChords(), std::function<void(Lack)> tellUser = {});
     SyntheticKeys(const SyntheticKeys&) = delete;
     SyntheticKeys& operator=(const SyntheticKeys&) = delete;
 
@@ -36,6 +48,13 @@ private:
         /// When it goes out at the latest, as `RunLoop::uptime` counts.
         double deadline;
         bool hasPrimary = false;
+        /// As it is when the paste is first tried.
+        xkb::Keymap keymap;
+    };
+    /// A chord, and the key that it is pressed by.
+    struct Keys {
+        PasteChord chord;
+        xcb_keycode_t key;
     };
 
     void goOn();
@@ -44,16 +63,19 @@ private:
     bool isUserHoldingModifiers() const;
     void lendPrimary();
     void returnPrimary();
-    void press(const PasteChord& chord);
-    /// The key that types the sign without modifiers, in the present layout if there is one; 0 for none.
-    xcb_keycode_t keyFor(xkb_keysym_t symbol) const;
+    void press(const Keys& keys);
+    /// The first chord that the keyboard has the key of.
+    std::optional<Keys> keysFor(const std::vector<PasteChord>& chords, Paste& paste) const;
+    /// The key that types the sign without modifiers, in the present layout if there is one.
+    std::optional<xcb_keycode_t> keyTyping(xkb_keysym_t symbol, xkb_keymap* keymap) const;
 
     Connection& _connection;
     const Workspace& _workspace;
     const Pasteboard& _pasteboard;
     const PasteChords _chords;
     const bool _hasTest;
-    std::function<void()> _tellUser;
+    std::function<void(Lack)> _tellUser;
+    bool _hasToldOfExtension = false;
     KeyboardWatch _keyboard;
     std::deque<Paste> _pastes;
     std::unique_ptr<NSTimer> _waiting;

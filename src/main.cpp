@@ -66,6 +66,8 @@ public:
     virtual SyntheticKeys& syntheticKeys() = 0;
     virtual FontFamilies fontFamilies() const { return {}; }
     virtual std::optional<std::string> iconTheme() const { return std::nullopt; }
+    /// Whether a window of the program keeps the keys from all others.
+    virtual bool hasKeyboard() const { return false; }
     /// Calls back once when the display has ended by itself.
     virtual Observation observeEnd(std::function<void()> handler) = 0;
 };
@@ -118,6 +120,7 @@ public:
         return families;
     }
     std::optional<std::string> iconTheme() const override { return _windows.settings().iconTheme; }
+    bool hasKeyboard() const override { return _windows.hasKeyboard(); }
     Observation observeEnd(std::function<void()> handler) override {
         return _connection->observeEnd(std::move(handler));
     }
@@ -266,7 +269,8 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     if (!display) return impossible;
 
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
-    linux_desktop::ChosenKeychain keychain(files, dataFolder);
+    linux_desktop::ChosenKeychain keychain(files, dataFolder,
+                                           {.canUserAnswer = [&] { return !display->hasKeyboard(); }});
     linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
     linux_desktop::IconThemeFileIcons fileIcons(runLoop, {.themeName = [&] { return display->iconTheme(); }});
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());

@@ -13,7 +13,7 @@ namespace vellumix::linux_desktop {
 namespace {
 
 const KeychainItem item{"com.tarnwick.Vellumix", "encryption-key"};
-constexpr KeychainPatience hasty{
+const KeychainPatience hasty{
     .forService = 0.5, .forServiceAtFirst = 0.5, .forUser = 2, .afterSilence = 0, .afterRefusal = 300};
 
 /// 32 bytes that are no text in any encoding.
@@ -290,6 +290,28 @@ TEST_F(KeychainTest, OneQuestionIsOpenAtATimeAndItsLateAnswerCounts) {
         status = keychain.SecItemCopyMatching(item).status;
     EXPECT_EQ(status, errSecItemNotFound);
     EXPECT_EQ(service.prompts, 1);
+}
+
+TEST_F(KeychainTest, NobodyIsWaitedForWhoCannotAnswer) {
+    FakeSecretService service({.user = FakeSecretService::User::isAway, .isLocked = true});
+    GLibRunLoop loop;
+    auto patience = hasty;
+    patience.forUser = 60;
+    patience.canUserAnswer = [] { return false; };
+    ChosenKeychain keychain(files, session.dataFolder(), patience);
+    const auto before = loop.uptime();
+    EXPECT_EQ(keychain.SecItemCopyMatching(item).status, errSecInteractionNotAllowed);
+    EXPECT_LT(loop.uptime() - before, 30);
+    EXPECT_EQ(log.count("close the panel"), 1U);
+    const auto limit = Deadline::in(10);
+    loop.runUntil([&] { return service.prompts > 0 || limit.hasPassed(); });
+    EXPECT_EQ(service.prompts, 1) << "the desktop asks all the same";
+    service.answerPrompt();
+    OSStatus status = errSecInteractionNotAllowed;
+    const auto retry = loop.repeatingTimer(0.01, [&] { status = keychain.SecItemCopyMatching(item).status; });
+    loop.runUntil([&] { return status != errSecInteractionNotAllowed || limit.hasPassed(); });
+    EXPECT_EQ(status, errSecItemNotFound);
+    serveUntilTheBusAnswers(loop);
 }
 
 TEST_F(KeychainTest, LaterReadsAskWithoutWaiting) {

@@ -33,8 +33,8 @@ struct KeychainItem {
 /// Secrets of the user, kept by the desktop on this machine. Main thread.
 ///
 /// Each call answers within a bounded time. What needs the user is asked by the desktop; the first read of
-/// the process waits for the answer, as nothing can be shown without it; later ones report
-/// `errSecInteractionNotAllowed` at once.
+/// the process waits for the answer, as nothing can be shown without it; later ones, and any while a window
+/// of the program has the keyboard, report `errSecInteractionNotAllowed` at once.
 class Keychain {
 public:
     struct Match {

@@ -27,7 +27,7 @@ std::string_view withoutLineEnd(std::string_view text) {
 ChosenKeychain::ChosenKeychain(FileSystem& files, std::string folder, KeychainPatience patience)
     : _files(files),
       _folder(std::move(folder)),
-      _secretService(patience),
+      _secretService(std::move(patience)),
       _keyFile(files, _folder),
       _choice(readChoice()) {}
 

@@ -62,7 +62,7 @@ private:
 
 class SecretServiceKeychain::Service {
 public:
-    explicit Service(KeychainPatience patience) : _patience(patience) {}
+    explicit Service(KeychainPatience patience) : _patience(std::move(patience)) {}
     ~Service() {
         if (!_question) return;
         _question->operation->cancel();
@@ -241,7 +241,14 @@ OSStatus SecretServiceKeychain::Service::ask(Subject subject, const Place& place
         return Question{subject, subject == Subject::unlocking ? _client.beginUnlocking(place)
                                                                : _client.beginMakingDefaultCollection()};
     };
-    if (!std::exchange(_mayWaitForUser, false)) {
+    const bool waits = std::exchange(_mayWaitForUser, false);
+    const bool canAnswer = !_patience.canUserAnswer || _patience.canUserAnswer();
+    if (!canAnswer) {
+        _log.error(
+            "The keyring asks for its password, which can't be typed while the panel has the keyboard: close "
+            "the panel");
+    }
+    if (!waits || !canAnswer) {
         // On the main loop, which carries the question on while the program goes on.
         _question = begin();
         return errSecInteractionNotAllowed;
@@ -281,7 +288,7 @@ std::optional<SecretServiceClient::Answer> SecretServiceKeychain::Service::takeA
 }
 
 SecretServiceKeychain::SecretServiceKeychain(KeychainPatience patience)
-    : _service(std::make_unique<Service>(patience)) {}
+    : _service(std::make_unique<Service>(std::move(patience))) {}
 SecretServiceKeychain::~SecretServiceKeychain() = default;
 
 Keychain::Match SecretServiceKeychain::SecItemCopyMatching(const KeychainItem& item) {

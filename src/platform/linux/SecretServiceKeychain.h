@@ -1,12 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "platform/desktop/Keychain.h"
 
 namespace vellumix::linux_desktop {
 
-/// How long the keychain waits, in seconds.
+/// How long the keychain waits, in seconds, and for whom.
 struct KeychainPatience {
     /// For all that the service itself has to say to one call.
     double forService = 5;
@@ -19,6 +20,9 @@ struct KeychainPatience {
     double afterSilence = 30;
     /// After the user has turned a question down, none is asked for so long.
     double afterRefusal = 300;
+    /// Whether the user can answer a question of the desktop's now, for which a window of this program must
+    /// not have the keyboard. Without it, always.
+    std::function<bool()> canUserAnswer = {};
 };
 
 /// Secrets in the Secret Service of the desktop (Secret Service API 0.2, freedesktop.org), by libsecret.
@@ -27,10 +31,11 @@ struct KeychainPatience {
 /// answered and said that its default collection is open. When there is no default collection, adding an item
 /// has the service make one, which asks the user for a password.
 ///
-/// The first read that finds something locked has the desktop ask the user and waits for the answer, on a
-/// context of its own: the program's timers and events stand still, as the history isn't loaded yet. A
-/// termination signal ends the wait. Later reads have the desktop ask, one question at a time, without
-/// waiting.
+/// The first call that finds something locked, or nowhere to put the key, has the desktop ask the user and
+/// waits for the answer, on a context of its own: the program's timers and events stand still. Mostly the
+/// history isn't loaded yet; it is saved for the first time in a fresh profile. A termination signal ends the
+/// wait. While the user can't answer, and ever after, the desktop asks, one question at a time, and the call
+/// fails at once.
 class SecretServiceKeychain final : public Keychain {
 public:
     /// What has been seen of the service.

@@ -54,7 +54,7 @@ void KeyFocus::remove(KeyTarget& target) {
 void KeyFocus::update() {
     auto* const wanted = _order.empty() ? nullptr : _order.back();
     if (wanted && wanted->isGrabbing()) {
-        if (_isGrabbed || _focusBefore != XCB_WINDOW_NONE) {
+        if (hasKeyboard()) {
             setKey(wanted);
         } else if (!_retry) {
             setKey(nullptr);

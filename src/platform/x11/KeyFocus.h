@@ -38,6 +38,8 @@ public:
     KeyFocus& operator=(const KeyFocus&) = delete;
 
     KeyTarget* key() const { return _key; }
+    /// Whether keys reach no other program.
+    bool hasKeyboard() const { return _isGrabbed || _focusBefore != XCB_WINDOW_NONE; }
     /// The target wants the keyboard, or has been given it by the window manager.
     void add(KeyTarget& target);
     void remove(KeyTarget& target);

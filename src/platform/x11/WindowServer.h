@@ -58,6 +58,8 @@ public:
     int screenNumber() const { return _screenNumber; }
     /// Device pixels a point.
     double scale() const { return _screens.scale(); }
+    /// Whether a window of the program keeps the keys from all others.
+    bool hasKeyboard() const { return _keys.hasKeyboard(); }
 
 private:
     friend class ScreenWindow;

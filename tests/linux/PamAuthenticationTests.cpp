@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -53,6 +54,23 @@ protected:
     void serve(const std::string& rule, const std::string& account = "pam_permit.so") {
         std::ofstream(folder.path() + "/vellumix") << rule << "\naccount required " << account << '\n';
     }
+    void writeScript(const std::string& name, const std::string& commands) const {
+        const auto path = folder.path() + '/' + name;
+        std::ofstream(path) << "#!/bin/sh\n" << commands << '\n';
+        chmod(path.c_str(), 0700);
+    }
+    /// What the machine tells of the owner's password, as the tool's second word, until it changes.
+    void tellOfAccount(const std::string& word) {
+        writeScript("tool", "echo owner " + word + " 2026-01-01 0 99999 7 -1");
+        std::ofstream(folder.path() + "/passwords", std::ios::app) << "\n";
+    }
+    AccountPassword::Sources sources() const {
+        return {.tool = folder.path() + "/tool", .passwords = folder.path() + "/passwords"};
+    }
+    bool isAvailable() {
+        std::optional<LAError> error;
+        return service.makeContext()->canEvaluatePolicy(LAPolicy::deviceOwnerAuthentication, error);
+    }
     void begin() {
         const auto context = service.makeContext();
         std::optional<LAError> refusal;
@@ -85,7 +103,8 @@ protected:
                                        person.cancel = setting.onCancel;
                                        return std::make_unique<ScriptedPrompt>(person);
                                    },
-                               .serviceFolder = folder.path()}};
+                               .serviceFolder = folder.path(),
+                               .account = sources()}};
     int replies = 0;
     int code = 1;
 
@@ -104,11 +123,68 @@ TEST_F(PamAuthenticationTest, TheRightPasswordConfirmsAlsoAtTheSecondTry) {
 }
 
 TEST_F(PamAuthenticationTest, ThreeWrongPasswordsFail) {
-    person.answers = {"wrong", "Right", "", "right"};
+    person.answers = {"wrong", "Right", "right ", "right"};
     begin();
     EXPECT_EQ(finish(), LAError::authenticationFailed);
     EXPECT_EQ(person.answers.size(), 1U);
     EXPECT_EQ(log.count("wrong"), 0U);
+}
+
+TEST_F(PamAuthenticationTest, AnOwnerWithoutAPasswordIsAskedForNone) {
+    tellOfAccount("NP");
+    isAvailable();
+    runUntil([this] { return !isAvailable(); });
+    tellOfAccount("P");
+    EXPECT_TRUE(isAvailable()) << "it isn't known any more";
+}
+
+TEST_F(PamAuthenticationTest, TheMachineTellsOfTheOwnersPassword) {
+    using Known = AccountPassword::Known;
+    AccountPassword password(sources());
+    EXPECT_EQ(password.known(), Known::unclear);
+    const std::pair<const char*, Known> words[] = {
+        {"NP", Known::missing}, {"P", Known::present}, {"PS", Known::present}, {"L", Known::present}};
+    for (const auto& [word, expected] : words) {
+        tellOfAccount(word);
+        EXPECT_EQ(password.known(), Known::unclear) << "passwords have changed";
+        runUntil([&, wanted = expected] { return password.known() == wanted; });
+    }
+    password.turnedOutMissing();
+    EXPECT_EQ(password.known(), Known::missing);
+}
+
+TEST_F(PamAuthenticationTest, WhereNothingTellsAnEmptyAnswerEndsIt) {
+    person.answers = {"", "right"};
+    begin();
+    EXPECT_EQ(finish(), LAError::passcodeNotSet);
+    EXPECT_EQ(person.answers.size(), 1U) << "no second try";
+    EXPECT_FALSE(isAvailable()) << "it is remembered";
+    tellOfAccount("P");
+    EXPECT_TRUE(isAvailable()) << "until passwords change";
+}
+
+TEST_F(PamAuthenticationTest, ServicesThatHangAreLeftBehindInAFewThreadsAtMost) {
+    const auto hanging = folder.path() + "/hanging", release = folder.path() + "/release";
+    writeScript("module", "echo >>" + hanging + "\nuntil [ -e " + release + " ]; do sleep 0.05; done");
+    serve("auth required pam_exec.so " + folder.path() + "/module");
+    const auto modules = [&] {
+        std::ifstream file(hanging);
+        return std::count(std::istreambuf_iterator<char>(file), {}, '\n');
+    };
+    // The modules say nothing to the loop.
+    const auto look = loop.repeatingTimer(0.01, [] {});
+    int begun = 0;
+    while (begun < 10 && isAvailable()) {
+        replies = 0;
+        begin();
+        ++begun;
+        runUntil([&] { return modules() == begun; });
+        person.cancel();
+        EXPECT_EQ(finish(), LAError::userCancel);
+    }
+    EXPECT_EQ(begun, 3);
+    std::ofstream(release).put('\n');
+    runUntil([this] { return isAvailable(); });
 }
 
 TEST_F(PamAuthenticationTest, ThePersonMayBreakOffWhetherAskedOrNot) {

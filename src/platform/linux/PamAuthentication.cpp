@@ -1,7 +1,6 @@
 #include "platform/linux/PamAuthentication.h"
 
 #include <pwd.h>
-#include <shadow.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,27 +25,17 @@ constexpr auto serviceName = "vellumix";
 /// What a person may need for a mistake or two; the modules may end sooner.
 constexpr int allowedTries = 3;
 
-struct User {
-    std::string name;
-    /// As far as the process may know: only the superuser reads the passwords themselves.
-    bool hasPassword = true;
-};
+/// Modules that don't come back, each with a thread and whatever it has started, that are put up with.
+constexpr std::ptrdiff_t mostLeftBehind = 3;
 
-std::optional<User> userOfProcess() {
+std::optional<std::string> nameOfUser() {
     constexpr std::size_t longestEntry = 1 << 14;
-    std::vector<char, WipingAllocator<char>> buffer(longestEntry);
+    std::vector<char> buffer(longestEntry);
     passwd entry{};
     passwd* found = nullptr;
     if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
         return std::nullopt;
-    User user{entry.pw_name, *entry.pw_passwd != 0};
-    spwd shadow{};
-    spwd* shadowFound = nullptr;
-    if (getspnam_r(user.name.c_str(), &shadow, buffer.data(), buffer.size(), &shadowFound) == 0 &&
-        shadowFound) {
-        user.hasPassword = *shadow.sp_pwdp != 0;
-    }
-    return user;
+    return entry.pw_name;
 }
 
 /// What the thread of the modules and the main thread share of one exchange.
@@ -55,7 +44,10 @@ public:
     /// Runs on the main thread, unless the exchange has ended before.
     using OnPrompt = std::function<void(AuthenticationPrompt& prompt)>;
 
-    explicit Exchange(LAContext::Reply reply) : _loop(RunLoop::main()), _reply(std::move(reply)) {}
+    /// `onEmptyRefused` is called on the main thread when an empty answer wasn't accepted, and the exchange
+    /// ends with it; without one an empty answer is one like others.
+    Exchange(LAContext::Reply reply, Work onEmptyRefused)
+        : _loop(RunLoop::main()), _reply(std::move(reply)), _onEmptyRefused(std::move(onEmptyRefused)) {}
 
     void begin(std::unique_ptr<AuthenticationPrompt> prompt, const std::string& user,
                const std::string& folder) {
@@ -86,16 +78,23 @@ private:
     void run(const std::string& user, const std::string& folder) {
         int status = PAM_AUTH_ERR;
         bool isToAskAgain = true;
+        bool isEmptyRefused = false;
         for (int tries = 0; tries < allowedTries && isToAskAgain && !hasEnded(); ++tries) {
             const pam_conv conversation{converse, this};
             pam::Transaction transaction(serviceName, user, conversation, folder);
             status = transaction.then(pam_authenticate, PAM_DISALLOW_NULL_AUTHTOK).status();
-            isToAskAgain = status == PAM_AUTH_ERR;
+            isEmptyRefused = status == PAM_AUTH_ERR && _onEmptyRefused && _hasAnsweredEmpty;
+            isToAskAgain = status == PAM_AUTH_ERR && !isEmptyRefused;
             // What is said of the account doesn't change with another password.
             status = transaction.then(pam_acct_mgmt, PAM_DISALLOW_NULL_AUTHTOK).status();
         }
-        onMainThread([this, status] {
+        onMainThread([this, status, isEmptyRefused] {
             if (status == PAM_SUCCESS) return end(true, std::nullopt);
+            if (isEmptyRefused) {
+                Log("Authentication").error("The owner seems to have no password, and can't be confirmed");
+                _onEmptyRefused();
+                return end(false, LAError{.code = LAError::passcodeNotSet});
+            }
             Log("Authentication").error("The owner was not confirmed, PAM status " + std::to_string(status));
             end(false, LAError{.code = LAError::authenticationFailed});
         });
@@ -163,6 +162,7 @@ private:
         std::unique_lock lock(_mutex);
         _changed.wait(lock, [this] { return _hasEnded || _answer; });
         if (_answer) answer = std::move(*_answer);
+        if (echo == AuthenticationPrompt::Echo::off && answer.view().empty()) _hasAnsweredEmpty = true;
         _answer.reset();
         return !_hasEnded;
     }
@@ -177,6 +177,9 @@ private:
 
     RunLoop& _loop;
     LAContext::Reply _reply;
+    const Work _onEmptyRefused;
+    /// Of the modules' thread.
+    bool _hasAnsweredEmpty = false;
     std::unique_ptr<AuthenticationPrompt> _prompt;
     std::mutex _mutex;
     std::condition_variable _changed;
@@ -186,10 +189,22 @@ private:
 
 }  // namespace
 
-struct PamAuthentication::State {
+struct PamAuthentication::State : std::enable_shared_from_this<State> {
     class Context;
 
+    explicit State(Options given) : options(std::move(given)), password(options.account) {}
+
+    /// Exchanges that have ended, and whose modules haven't.
+    std::ptrdiff_t leftBehind() {
+        std::erase_if(exchanges, [](const auto& each) { return each.expired(); });
+        return std::ranges::count_if(exchanges, [](const auto& each) {
+            const auto exchange = each.lock();
+            return exchange && exchange->hasEnded();
+        });
+    }
+
     Options options;
+    AccountPassword password;
     std::vector<std::weak_ptr<Exchange>> exchanges;
 };
 
@@ -199,20 +214,28 @@ public:
 
     bool canEvaluatePolicy(LAPolicy, std::optional<LAError>& error) override {
         const auto file = _state.options.serviceFolder + '/' + serviceName;
-        const auto user = userOfProcess();
+        using Known = AccountPassword::Known;
         if (!_state.options.makePrompt) {
             error = LAError{.code = LAError::notInteractive};
-        } else if (::access(file.c_str(), R_OK) != 0 || !user || !user->hasPassword) {
+        } else if (_state.leftBehind() >= mostLeftBehind) {
+            Log("Authentication").error("The password service hangs; no further prompt is begun");
+            error = LAError{.code = LAError::notInteractive};
+        } else if (::access(file.c_str(), R_OK) != 0 || !nameOfUser() ||
+                   _state.password.known() == Known::missing) {
             error = LAError{.code = LAError::passcodeNotSet};
         }
         return !error;
     }
 
     void evaluatePolicy(LAPolicy, const std::string& localizedReason, Reply reply) override {
-        const auto exchange = std::make_shared<Exchange>(std::move(reply));
-        std::erase_if(_state.exchanges, [](const auto& each) { return each.expired(); });
+        const bool isClear = _state.password.known() == AccountPassword::Known::present;
+        const auto onEmptyRefused = [weak = _state.weak_from_this()] {
+            if (const auto state = weak.lock()) state->password.turnedOutMissing();
+        };
+        const auto exchange =
+            std::make_shared<Exchange>(std::move(reply), isClear ? Work() : Work(onEmptyRefused));
         _state.exchanges.push_back(exchange);
-        const auto user = userOfProcess();
+        const auto user = nameOfUser();
         auto prompt = _state.options.makePrompt({
             .reason = localizedReason,
             .cancelTitle = localizedCancelTitle,
@@ -228,16 +251,14 @@ public:
                 },
         });
         if (!prompt || !user) return exchange->end(false, LAError{.code = LAError::notInteractive});
-        exchange->begin(std::move(prompt), user->name, _state.options.serviceFolder);
+        exchange->begin(std::move(prompt), *user, _state.options.serviceFolder);
     }
 
 private:
     State& _state;
 };
 
-PamAuthentication::PamAuthentication(Options options) : _state(std::make_shared<State>()) {
-    _state->options = std::move(options);
-}
+PamAuthentication::PamAuthentication(Options options) : _state(std::make_shared<State>(std::move(options))) {}
 
 PamAuthentication::~PamAuthentication() {
     for (const auto& each : _state->exchanges) {

@@ -53,6 +53,23 @@ TEST_F(RunLoopTest, TakesClosuresFromAnyThreadAndDropsThemAfterTheirRun) {
     runUntil([&] { return ran == 2 * perThread && token.use_count() == 1; });
 }
 
+TEST_F(RunLoopTest, WorkForOthersStandsBackButIsNotForgotten) {
+    loop.postBehind([&] { order += 'x'; });
+    loop.postBehind([&] { order += 'y'; });
+    for (const char c : {'a', 'b', 'c'}) loop.post([this, c] { order += c; });
+    runUntil([&] { return order.size() == 5; });
+    EXPECT_EQ(order, "abcxy");
+
+    // A loop that is never idle.
+    bool isDone = false;
+    Work again = [&] {
+        if (!isDone) loop.post([&] { again(); });
+    };
+    again();
+    loop.background([&] { loop.postBehind([&] { loop.postBehind([&] { isDone = true; }); }); });
+    runUntil([&] { return isDone; });
+}
+
 TEST_F(RunLoopTest, NestedRunsServeEverything) {
     int descriptors[2];
     ASSERT_EQ(::pipe(descriptors), 0);

@@ -51,7 +51,10 @@ public:
     virtual double uptime() const = 0;
     /// Runs the closure on the main thread, in order of the calls. Any thread; never runs it inside the call.
     virtual void post(Work work) = 0;
-    /// The same, `seconds` after the call on a clock that doesn't jump. Main thread.
+    /// For what other programs ask of this one: runs the closure on the main thread when nothing else is due,
+    /// in order of the calls, and after 20 ms even if something is. Any thread.
+    virtual void postBehind(Work work) = 0;
+    /// As `post`, `seconds` after the call on a clock that doesn't jump. Main thread.
     virtual void postAfter(double seconds, Work work) = 0;
     /// Fires every `interval` seconds in every mode of the loop, modal runs included. Main thread.
     virtual std::unique_ptr<NSTimer> repeatingTimer(double interval, Work work) = 0;

@@ -20,6 +20,8 @@ public:
     Date now() const override { return _now; }
     double uptime() const override;
     void post(Work work) override;
+    /// No work of others is under way in memory that could keep anybody waiting.
+    void postBehind(Work work) override { post(std::move(work)); }
     void postAfter(double seconds, Work work) override;
     std::unique_ptr<NSTimer> repeatingTimer(double interval, Work work) override;
     std::unique_ptr<NSTimer> oneShotTimer(double seconds, Work work) override;

@@ -3,6 +3,7 @@
 #include <glib-unix.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <map>
 #include <mutex>
@@ -19,6 +20,8 @@ namespace {
 constexpr double microseconds = 1e6;
 /// Some thirty years: no delay overflows the clock, however long it was asked for.
 constexpr double longestDelay = 1e9;
+/// Seconds that work for others stands back at most while there is other work.
+constexpr double longestWait = 0.02;
 
 gint64 duration(double seconds) {
     return static_cast<gint64>(std::clamp(seconds, 0.0, longestDelay) * microseconds);
@@ -60,7 +63,10 @@ public:
     using Key = std::pair<gint64, std::uint64_t>;
     using SharedWork = std::shared_ptr<const Work>;
 
-    Agenda() : _source(makeSource(this)) { g_source_attach(_source.get(), nullptr); }
+    explicit Agenda(int priority = G_PRIORITY_DEFAULT) : _source(makeSource(this)) {
+        g_source_set_priority(_source.get(), priority);
+        g_source_attach(_source.get(), nullptr);
+    }
     ~Agenda() { _source.reset(); }
 
     Key addAfter(double seconds, SharedWork work) {
@@ -78,6 +84,11 @@ public:
         const std::lock_guard lock(_mutex);
         dropped = _waiting.extract(key);
         if (dropped) arm();
+    }
+
+    bool isEmpty() {
+        const std::lock_guard lock(_mutex);
+        return _waiting.empty();
     }
 
     // The source's ready time alone makes it due.
@@ -212,6 +223,9 @@ void runPooled(gpointer data, gpointer) {
 
 struct GLibRunLoop::State {
     std::shared_ptr<Agenda> agenda = std::make_shared<Agenda>();
+    /// What stands back behind everything else that is due.
+    Agenda behind{G_PRIORITY_DEFAULT_IDLE};
+    std::atomic<bool> isGuarded = false;
     // Conversions are few and large: more threads than these would only add memory.
     static constexpr int poolThreads = 2;
     glib::ThreadPool pool{g_thread_pool_new_full(
@@ -219,6 +233,16 @@ struct GLibRunLoop::State {
         [](gpointer data) { const std::unique_ptr<Work> dropped(static_cast<Work*>(data)); }, poolThreads,
         FALSE, nullptr)};
     bool isStopped = false;
+
+    /// Lets one of those that stand back through now and then, however much else is due.
+    void guard() {
+        if (behind.isEmpty() || isGuarded.exchange(true)) return;
+        agenda->addAfter(longestWait, std::make_shared<const Work>([this] {
+                             isGuarded = false;
+                             behind.dispatch();
+                             guard();
+                         }));
+    }
 };
 
 GLibRunLoop::GLibRunLoop() : _state(std::make_unique<State>()) {}
@@ -231,6 +255,11 @@ Date GLibRunLoop::now() const {
 double GLibRunLoop::uptime() const { return static_cast<double>(g_get_monotonic_time()) / microseconds; }
 
 void GLibRunLoop::post(Work work) { postAfter(0, std::move(work)); }
+
+void GLibRunLoop::postBehind(Work work) {
+    _state->behind.addAfter(0, std::make_shared<const Work>(std::move(work)));
+    _state->guard();
+}
 
 void GLibRunLoop::postAfter(double seconds, Work work) {
     _state->agenda->addAfter(seconds, std::make_shared<const Work>(std::move(work)));

@@ -20,6 +20,7 @@ public:
     Date now() const override;
     double uptime() const override;
     void post(Work work) override;
+    void postBehind(Work work) override;
     void postAfter(double seconds, Work work) override;
     std::unique_ptr<NSTimer> repeatingTimer(double interval, Work work) override;
     std::unique_ptr<NSTimer> oneShotTimer(double seconds, Work work) override;

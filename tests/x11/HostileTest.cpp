@@ -1,10 +1,13 @@
 // Other programs with bad manners. After each of them the next normal copy is recorded at once, and nothing
 // of the bad one stays behind.
 
+#include <linux/input-event-codes.h>
 #include <sys/resource.h>
 
 #include <fstream>
 
+#include "platform/x11/Hotkeys.h"
+#include "x11/Person.h"
 #include "x11/X11Test.h"
 
 namespace vellumix::tests {
@@ -279,13 +282,37 @@ TEST_F(HostileTest, RequestorsThatNeverTakeOrDie) {
     auto hanging = std::make_unique<Peer>(runLoop);
     for (int number = 0; number < 8; ++number) EXPECT_TRUE(hanging->pasteAndHang("UTF8_STRING"));
     EXPECT_EQ(pasteboard->activeTransfers(), 8U);
-    // No program gets unlimited memory of ours, and what is small always goes out.
+    // No program gets unlimited memory of ours, and none takes another's share of it.
     EXPECT_FALSE(hanging->pasteAndHang("UTF8_STRING"));
-    EXPECT_TRUE(peer->paste("TIMESTAMP"));
+    EXPECT_TRUE(peer->paste("UTF8_STRING") == large);
     // A requestor that dies takes its transfers with it.
     hanging.reset();
     EXPECT_TRUE(wait([&] { return pasteboard->activeTransfers() == 0; }, atOnce));
-    EXPECT_TRUE(peer->paste("UTF8_STRING") == large);
+    expectNextCopy();
+}
+
+TEST_F(HostileTest, AFloodOfRequestsHoldsUpNeitherThePersonNorAnotherProgram) {
+    const std::string text(900'000, 'x');
+    write(text);
+    x11::Hotkeys hotkeys(*connection);
+    bool isPressed = false;
+    const auto handler = hotkeys.InstallEventHandler([&] { isPressed = true; });
+    const auto hotkey = hotkeys.RegisterEventHotKey(9, cmdKey);
+    ASSERT_TRUE(hotkey);
+    Peer flooding(runLoop);
+    // More than 4 GB, all of it asked for before the person does anything.
+    flooding.flood(300, std::vector<std::string>(16, "UTF8_STRING"));
+    Person person;
+    person.press(KEY_LEFTMETA);
+    person.typeKey(KEY_V);
+    person.release(KEY_LEFTMETA);
+    ASSERT_TRUE(wait([&] { return isPressed; }, 60));
+    EXPECT_LE(flooding.answers(), 4);
+    EXPECT_TRUE(peer->paste("UTF8_STRING") == text);
+    EXPECT_LE(flooding.answers(), 16);
+    // Nor is anything sent to it when it has gone.
+    flooding.die();
+    EXPECT_TRUE(wait([&] { return pasteboard->activeTransfers() == 0; }));
     expectNextCopy();
 }
 

@@ -179,6 +179,9 @@ TEST_F(OwningTest, ProgramsThatEndAreAnsweredAtOnceButNotBeforeTheirCopyIsRead) 
     // A program that copies and ends in one breath: it is still asked for everything before it may go.
     std::string large(2'000'000, 'x');
     peer->copy({{.target = "UTF8_STRING", .bytes = large, .manner = Manner::incremental}});
+    Peer insistent(runLoop);
+    for (int time = 0; time < 40; ++time) insistent.beginPaste("SAVE_TARGETS", "CLIPBOARD_MANAGER");
+    insistent.synchronize();
     saved = peer->beginPaste("SAVE_TARGETS", "CLIPBOARD_MANAGER");
     std::int64_t countAtAnswer = 0;
     const auto before = pasteboard->changeCount();

@@ -149,6 +149,7 @@ void Peer::handle(const xcb_generic_event_t& event) {
             return serve(reinterpret_cast<const xcb_selection_request_event_t&>(event));
         case XCB_SELECTION_NOTIFY: {
             const auto& notify = reinterpret_cast<const xcb_selection_notify_event_t&>(event);
+            if (notify.property != XCB_ATOM_NONE) ++_answered;
             for (auto& receiving : _receivings) {
                 if (receiving.window != notify.requestor) continue;
                 if (notify.property == XCB_ATOM_NONE || receiving.hangs) {
@@ -320,10 +321,7 @@ std::vector<std::string> Peer::pasteTargets() {
     return names;
 }
 
-std::vector<bool> Peer::pasteMultiple(const std::vector<std::string>& targets) {
-    auto received = std::make_shared<Received>();
-    _receivings.push_back({newWindow(), received, {}});
-    const auto window = _receivings.back().window;
+void Peer::askForPairs(xcb_window_t window, const std::vector<std::string>& targets) {
     std::vector<xcb_atom_t> pairs;
     for (const auto& target : targets) {
         pairs.push_back(atom(target));
@@ -334,6 +332,18 @@ std::vector<bool> Peer::pasteMultiple(const std::vector<std::string>& targets) {
     xcb_convert_selection(_xcb.get(), window, atom("CLIPBOARD"), atom("MULTIPLE"), atom("PEER"),
                           XCB_CURRENT_TIME);
     xcb_flush(_xcb.get());
+}
+
+void Peer::flood(int requests, const std::vector<std::string>& targets) {
+    while (requests-- > 0) askForPairs(_window, targets);
+    synchronize();
+}
+
+std::vector<bool> Peer::pasteMultiple(const std::vector<std::string>& targets) {
+    auto received = std::make_shared<Received>();
+    _receivings.push_back({newWindow(), received, {}});
+    const auto window = _receivings.back().window;
+    askForPairs(window, targets);
     waitUntil(_runLoop, [&] { return received->isDone; });
     std::vector<bool> served;
     const auto answer = received->bytes.value_or("");

@@ -105,6 +105,10 @@ public:
     std::vector<bool> pasteMultiple(const std::vector<std::string>& targets);
     /// Asks and never takes anything; returns when the answer has come. False when it was refused.
     bool pasteAndHang(const std::string& target);
+    /// Asks so many times for all of these targets by MULTIPLE, and waits for none of it.
+    void flood(int requests, const std::vector<std::string>& targets);
+    /// How many requests were answered with a value.
+    int answers() const { return _answered; }
     /// Asks, and doesn't wait.
     std::shared_ptr<Received> beginPaste(const std::string& target,
                                          const std::string& selection = "CLIPBOARD");
@@ -123,6 +127,7 @@ private:
     xcb_atom_t atom(const std::string& name);
     std::string name(xcb_atom_t atom);
     xcb_window_t newWindow();
+    void askForPairs(xcb_window_t window, const std::vector<std::string>& targets);
     bool prepare();
     void dispatch();
     void handle(const xcb_generic_event_t& event);
@@ -143,6 +148,7 @@ private:
     bool _isOwner = false;
     std::optional<xcb_timestamp_t> _serverTime;
     int _errors = 0;
+    int _answered = 0;
     std::vector<std::string> _asked;
     std::string _pastedType;
     std::list<Sending> _sendings;

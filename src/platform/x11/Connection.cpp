@@ -77,20 +77,26 @@ Connection::Connection(linux_desktop::GLibRunLoop& runLoop, xcb::ConnectionHandl
       _root(start.root),
       _atoms(start.atoms),
       _pieceBytes(start.pieceBytes),
-      _xfixesFirstEvent(start.xfixesFirstEvent) {
+      _xfixesFirstEvent(start.xfixesFirstEvent),
+      _clientWork(runLoop) {
     _watch = runLoop.watch(
         xcb_get_file_descriptor(_xcb.get()), [this] { return prepare(); }, [this] { dispatch(); });
 }
 
 Connection::~Connection() = default;
 
+ClientWork::Client Connection::clientOf(xcb_window_t window) const {
+    // The server gives each client a range of its own for the identifiers that it makes (X protocol, section
+    // 8).
+    return window & ~xcb_get_setup(xcb())->resource_id_mask;
+}
+
 bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
     return xcb::typeOf(event) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
 }
 
 bool Connection::isOurs(xcb_window_t window) const {
-    const auto* setup = xcb_get_setup(xcb());
-    return (window & ~setup->resource_id_mask) == setup->resource_id_base;
+    return clientOf(window) == xcb_get_setup(xcb())->resource_id_base;
 }
 
 Observation Connection::observe(xcb_window_t window, EventHandler handler) {

@@ -15,6 +15,7 @@
 #include "platform/foundation/ObserverList.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/x11/Atoms.h"
+#include "platform/x11/ClientWork.h"
 #include "platform/x11/XcbHandles.h"
 
 namespace vellumix::x11 {
@@ -41,8 +42,13 @@ public:
     const Atoms& atoms() const { return _atoms; }
     /// The largest piece of a property that goes out in one request, in bytes; a multiple of 4.
     std::size_t pieceBytes() const { return _pieceBytes; }
-    /// Whether the window was made by this connection (X protocol, section 8, "Connection Setup").
+    /// Whether the window was made by this connection.
     bool isOurs(xcb_window_t window) const;
+    /// Which client of the server has made the window, ourselves among them; as a number without further
+    /// meaning.
+    ClientWork::Client clientOf(xcb_window_t window) const;
+    /// What other programs have this one do for them.
+    ClientWork& clientWork() { return _clientWork; }
     /// True for an XFixes selection event (XFixes 5.0 section 7).
     bool isSelectionChange(const xcb_generic_event_t& event) const;
 
@@ -102,6 +108,7 @@ private:
     ObserverList<const xcb_generic_event_t&> _everyHandlers;
     std::function<bool(const xcb_key_press_event_t&)> _keyFilter;
     xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
+    ClientWork _clientWork;
     ObserverList<> _endHandlers;
     Observation _watch;
     Lifetime _lifetime;

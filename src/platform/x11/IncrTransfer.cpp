@@ -39,7 +39,7 @@ void IncrTransfer::handle(const xcb_generic_event_t& event) {
             return finish();
         case XCB_PROPERTY_NOTIFY: {
             const auto& change = xcb::as<xcb_property_notify_event_t>(event);
-            if (change.atom == _destination.property && change.state == XCB_PROPERTY_DELETE) sendPiece();
+            if (change.atom == _destination.property && change.state == XCB_PROPERTY_DELETE) sendPieceLater();
             return;
         }
         default:
@@ -47,7 +47,16 @@ void IncrTransfer::handle(const xcb_generic_event_t& event) {
     }
 }
 
-void IncrTransfer::sendPiece() {
+void IncrTransfer::sendPieceLater() {
+    if (std::exchange(_isPieceDue, true)) return;
+    _deadline.reset();
+    _connection.clientWork().add(
+        _connection.clientOf(_destination.requestor),
+        [this, alive = _lifetime.watch()] { return alive.expired() ? 0 : sendPiece(); });
+}
+
+std::size_t IncrTransfer::sendPiece() {
+    _isPieceDue = false;
     const auto rest = _bytes.view.subspan(_offset);
     const auto piece = rest.first(std::min(rest.size(), _connection.pieceBytes()));
     xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, _destination.requestor,
@@ -56,6 +65,7 @@ void IncrTransfer::sendPiece() {
     _offset += piece.size();
     // An empty piece is the end.
     piece.empty() ? finish() : await();
+    return piece.size();
 }
 
 void IncrTransfer::await() {

@@ -8,7 +8,7 @@
 namespace vellumix::x11 {
 
 /// A value on its way to a requestor in pieces (ICCCM 2.0 section 2.7.2), one each time that the requestor
-/// has deleted the property.
+/// has deleted the property, as soon as it is this client's turn.
 ///
 /// Ends with the last piece, with its requestor, or when the requestor takes too long.
 class IncrTransfer {
@@ -34,7 +34,8 @@ private:
                  double pieceSeconds, std::function<void(IncrTransfer*)> end);
 
     void handle(const xcb_generic_event_t& event);
-    void sendPiece();
+    void sendPieceLater();
+    std::size_t sendPiece();
     void await();
     void finish();
 
@@ -45,8 +46,11 @@ private:
     const double _pieceSeconds;
     std::function<void(IncrTransfer*)> _end;
     std::size_t _offset = 0;
+    /// The requestor waits for the next piece.
+    bool _isPieceDue = false;
     Observation _events;
     std::unique_ptr<NSTimer> _deadline;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

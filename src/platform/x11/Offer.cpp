@@ -1,6 +1,7 @@
 #include "platform/x11/Offer.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include "platform/foundation/Unicode.h"
@@ -12,6 +13,15 @@ namespace {
 
 using Representations = std::vector<Offer::Representation>;
 
+/// Makes the bytes at the first question and keeps them: whoever asks a thousand times costs no more than one
+/// who asks once.
+std::function<SharedBytes()> madeOnce(std::function<SharedBytes()> make) {
+    return [make = std::move(make), made = std::make_shared<std::optional<SharedBytes>>()] {
+        if (!*made) *made = make();
+        return **made;
+    };
+}
+
 void appendFiles(const std::vector<URL>& files, const Atoms& atoms, Representations& representations) {
     const auto list = [files](std::string_view first, std::string_view separator, std::string_view last) {
         std::string text(first);
@@ -22,23 +32,24 @@ void appendFiles(const std::vector<URL>& files, const Atoms& atoms, Representati
         text += last;
         return SharedBytes::of(String(std::move(text)));
     };
-    representations.push_back({atoms.uriList, atoms.uriList, [list] { return list("", "\r\n", "\r\n"); }});
+    representations.push_back(
+        {atoms.uriList, atoms.uriList, madeOnce([list] { return list("", "\r\n", "\r\n"); })});
     // File managers read the list by its lines: a line end behind the last would be one more, empty file.
     representations.push_back(
-        {atoms.copiedFiles, atoms.copiedFiles, [list] { return list("copy\n", "\n", ""); }});
+        {atoms.copiedFiles, atoms.copiedFiles, madeOnce([list] { return list("copy\n", "\n", ""); })});
     representations.push_back(
         {atoms.cutSelection, atoms.cutSelection, [] { return SharedBytes::of(String("0")); }});
 }
 
 void appendText(const std::function<String()>& text, const Atoms& atoms, Representations& representations) {
-    const auto utf8 = [text] { return SharedBytes::of(text()); };
+    const auto utf8 = madeOnce([text] { return SharedBytes::of(text()); });
     representations.push_back({atoms.utf8String, atoms.utf8String, utf8});
     representations.push_back({atoms.plainTextUTF8, atoms.plainTextUTF8, utf8});
     representations.push_back({atoms.plainText, atoms.plainText, utf8});
     // STRING can't say everything. A question mark is wrong in one place; UTF-8 under this name would be
     // wrong everywhere.
-    representations.push_back(
-        {XCB_ATOM_STRING, XCB_ATOM_STRING, [text] { return SharedBytes::of(String(latin1Of(text()))); }});
+    representations.push_back({XCB_ATOM_STRING, XCB_ATOM_STRING,
+                               madeOnce([text] { return SharedBytes::of(String(latin1Of(text()))); })});
     // The owner chooses the encoding of TEXT (ICCCM 2.0 section 2.6.2).
     representations.push_back({atoms.text, atoms.utf8String, utf8});
 }

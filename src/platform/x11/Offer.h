@@ -26,7 +26,7 @@ public:
         xcb_atom_t target;
         /// The type under which the bytes are given.
         xcb_atom_t type;
-        /// Made when somebody asks: most representations are never wanted.
+        /// Made when somebody first asks: most representations are never wanted.
         std::function<SharedBytes()> bytes;
     };
 

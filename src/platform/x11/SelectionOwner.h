@@ -4,6 +4,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/x11/IncrTransfer.h"
@@ -16,8 +17,9 @@ namespace vellumix::x11 {
 /// Our ownership of one selection: takes it, and answers requests as ICCCM 2.0 sections 2.1 to 2.6 ask,
 /// TARGETS, TIMESTAMP and MULTIPLE included.
 ///
-/// Any number of requestors is served at a time; none can hold the others or the loop. A value that was begun
-/// goes on to its end after the selection is lost.
+/// Requests are answered between the person's own affairs, the clients in turn, each with what was offered
+/// when it came; none can hold the others or the loop. One that asks for too much at a time is refused the
+/// rest, and nobody else is. A value that was begun goes on to its end after the selection is lost.
 class SelectionOwner {
 public:
     SelectionOwner(Connection& connection, xcb_atom_t selection, const TransferLimits& limits);
@@ -40,39 +42,47 @@ public:
     xcb_timestamp_t time() const { return _time; }
     void whenClaimed(std::function<void()> claimed) { _claimed = std::move(claimed); }
 
-    /// Requests wait until `answer`; only so many of them, the further ones are answered at once.
+    /// Requests wait until `answer`; only so many of one client, whose further ones don't wait.
     void hold() { _isHolding = true; }
     void answer();
 
-    /// Values that are still under way to requestors.
-    std::size_t activeTransfers() const { return _transfers.size(); }
+    /// Values that are still under way to requestors, and requests that wait.
+    std::size_t activeTransfers() const { return _transfers.size() + _requestsWaiting; }
 
 private:
     using Request = xcb_selection_request_event_t;
+    struct Answer;
+    /// How many bytes were sent; nothing when it is refused.
+    using Sent = std::optional<std::size_t>;
 
     void handle(const xcb_generic_event_t& event);
     void requestTime();
     void take(xcb_timestamp_t time);
     void lost(xcb_timestamp_t time);
-    void serve(const Request& request);
-    bool convert(const Request& request, xcb_atom_t target, xcb_atom_t property);
-    bool convertMultiple(const Request& request, xcb_atom_t property);
-    bool send(const IncrTransfer::Destination& destination, const Offer::Representation& representation);
-    void notify(const Request& request, xcb_atom_t property);
+    void accept(const Request& request);
+    void goOnLater(std::shared_ptr<Answer> answer);
+    std::size_t goOn(const std::shared_ptr<Answer>& answer);
+    std::size_t goOnWithPairs(const std::shared_ptr<Answer>& answer);
+    bool readPairs(Answer& answer);
+    Sent convert(const Answer& answer, xcb_atom_t target, xcb_atom_t property);
+    Sent send(const IncrTransfer::Destination& destination, const Offer::Representation& representation);
+    bool isThere(xcb_window_t requestor) const;
 
     Connection& _connection;
     const xcb_atom_t _selection;
     const TransferLimits _limits;
     Window _window;
-    Offer _offer;
+    std::shared_ptr<const Offer> _offer;
     bool _isClaiming = false;
     bool _isOwner = false;
     bool _isHolding = false;
     xcb_timestamp_t _time = XCB_CURRENT_TIME;
     std::function<void()> _claimed;
     std::deque<Request> _heldRequests;
+    std::size_t _requestsWaiting = 0;
     std::list<std::unique_ptr<IncrTransfer>> _transfers;
     Observation _events;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

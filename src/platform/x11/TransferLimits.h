@@ -18,7 +18,7 @@ struct TransferLimits {
     /// The largest content that is read. A copy has no natural bound, but the whole history is enciphered and
     /// written at each change: beyond this, one entry would make every later copy slow.
     std::size_t payloadBytes = std::size_t{128} << 20;
-    /// Incremental values under way to requestors; further ones are refused.
+    /// Incremental values under way to one client; further ones are refused it.
     std::size_t transfers = 64;
 };
 

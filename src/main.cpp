@@ -244,7 +244,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::PixbufDecoder imageDecoder;
     linux_desktop::GLibRunLoop runLoop;
 
-    auto claim = linux_desktop::SessionService::claim();
+    auto claim = linux_desktop::SessionService::claim(runLoop);
     using Outcome = linux_desktop::SessionService::Outcome;
     if (claim.outcome == Outcome::otherOwns) return handOver(line);
     if (claim.outcome == Outcome::noBus) say(localized("command.startWithoutBus"));

@@ -5,6 +5,7 @@
 #include <future>
 
 #include "linux/PrivateSession.h"
+#include "platform/linux/ControlInterface.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/RunningInstance.h"
 #include "platform/linux/SessionService.h"
@@ -40,7 +41,7 @@ TEST_F(SessionServiceTest, AnswersOthersAndEndsOnRequest) {
     EXPECT_FALSE(RunningInstance().status());
     EXPECT_FALSE(RunningInstance().quit());
 
-    auto claim = SessionService::claim();
+    auto claim = SessionService::claim(loop);
     ASSERT_EQ(claim.outcome, Outcome::owner);
     EXPECT_FALSE(beside([] { return RunningInstance().status(); })) << "before the handlers";
     std::string asked;
@@ -57,35 +58,72 @@ TEST_F(SessionServiceTest, AnswersOthersAndEndsOnRequest) {
     }
     EXPECT_EQ(asked, "hide show toggle ");
 
-    const auto second = SessionService::claim();
+    const auto second = SessionService::claim(loop);
     EXPECT_EQ(second.outcome, Outcome::otherOwns);
     EXPECT_FALSE(second.service);
 
     EXPECT_TRUE(beside([] { return RunningInstance().quit(); }));
     EXPECT_FALSE(claim.service);
     EXPECT_EQ(RunningInstance().presence(), Presence::notRunning);
-    EXPECT_EQ(SessionService::claim().outcome, Outcome::owner) << "the name is free again";
+    EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::owner) << "the name is free again";
+}
+
+TEST_F(SessionServiceTest, AFloodOfCallsHoldsUpNeitherTheLoopNorAnotherCaller) {
+    auto claim = SessionService::claim(loop);
+    ASSERT_EQ(claim.outcome, Outcome::owner);
+    int served = 0;
+    claim.service->setHandlers({.status = [&] { return std::to_string(++served); }});
+    PrivateContext context;
+    const auto flooding = connectToSessionBus(context, Deadline::in(5));
+    ASSERT_TRUE(flooding);
+    constexpr int calls = 500;
+    constexpr int mostWaiting = 64;
+    int refused = 0;
+    {
+        const auto pushed = context.push();
+        for (int time = 0; time < calls; ++time) {
+            g_dbus_connection_call(
+                flooding.get(), control::busName, control::objectPath, control::interfaceName, "Status",
+                nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
+                [](GObject* source, GAsyncResult* result, gpointer count) {
+                    const glib::Variant reply(
+                        g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
+                    if (!reply) ++*static_cast<int*>(count);
+                },
+                &refused);
+        }
+    }
+    ASSERT_TRUE(context.waitUntil([&] { return refused == calls - mostWaiting; }, Deadline::in(10)))
+        << refused << " were refused, without the loop";
+
+    int servedMeanwhile = -1;
+    loop.post([&] { loop.post([&] { loop.post([&] { servedMeanwhile = served; }); }); });
+    loop.runUntil([&] { return servedMeanwhile >= 0; });
+    EXPECT_LE(servedMeanwhile, 2);
+    EXPECT_TRUE(beside([] { return RunningInstance().status(); }));
+    EXPECT_LE(served, mostWaiting + 1);
 }
 
 TEST_F(SessionServiceTest, LosingTheBusEndsNothing) {
-    auto claim = SessionService::claim();
+    auto claim = SessionService::claim(loop);
     ASSERT_EQ(claim.outcome, Outcome::owner);
     session.endBus();
     bool isPast = false;
     loop.postAfter(0.02, [&] { isPast = true; });
     loop.runUntil([&] { return isPast; });
     claim.service.reset();
-    EXPECT_EQ(SessionService::claim().outcome, Outcome::noBus);
+    EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::noBus);
     EXPECT_EQ(RunningInstance().presence(), Presence::noBus);
 }
 
 TEST(SessionServiceWithoutBus, SaysSo) {
     PrivateSession session(PrivateSession::Bus::absent);
-    EXPECT_EQ(SessionService::claim().outcome, Outcome::noBus);
+    GLibRunLoop loop;
+    EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::noBus);
     EXPECT_EQ(RunningInstance().presence(), Presence::noBus);
     EXPECT_FALSE(RunningInstance().status());
     const ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
-    EXPECT_EQ(SessionService::claim().outcome, Outcome::noBus);
+    EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::noBus);
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ protected:
 
     PrivateSession session;
     GLibRunLoop loop;
-    std::unique_ptr<StatusNotifierItem> item = std::make_unique<StatusNotifierItem>();
+    std::unique_ptr<StatusNotifierItem> item = std::make_unique<StatusNotifierItem>(loop);
     int choices = 0;
 };
 
@@ -146,6 +146,12 @@ TEST_F(StatusNotifierItemTest, TheMenuIsARealOne) {
         }
         EXPECT_EQ(bare, expected) << each.method << each.arguments;
     }
+    const std::vector<gint32> many(10'000, 3);
+    EXPECT_FALSE(
+        tray.menuCall("AboutToShowGroup",
+                      g_variant_new("(@ai)", g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, many.data(),
+                                                                       many.size(), sizeof(gint32)))))
+        << "larger than any honest call";
     EXPECT_EQ(choices, 0);
 
     EXPECT_TRUE(tray.menuCall("Event", clicked(1)));
@@ -233,7 +239,7 @@ TEST(StatusNotifierItemWithoutBus, IsSilent) {
     GLibRunLoop loop;
     for (const char* address : {static_cast<const char*>(nullptr), "unix:path=/nonexistent/bus"}) {
         const ScopedVariable bus("DBUS_SESSION_BUS_ADDRESS", address);
-        StatusNotifierItem item;
+        StatusNotifierItem item(loop);
         item.setImage("scissors", "Vellumix");
         item.setMenu({{.title = "Quit"}});
         bool isPast = false;

@@ -80,30 +80,19 @@ GVariant* variantOf(const std::vector<gint32>& numbers) {
     return g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, numbers.data(), numbers.size(), sizeof(gint32));
 }
 
-void reply(GDBusMethodInvocation* invocation, GVariant* values) {
-    g_dbus_method_invocation_return_value(invocation, values);
-}
-
-void refuse(GDBusMethodInvocation* invocation) {
-    g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.InvalidArgs",
-                                               "The menu has no such line or property");
+void refuse(BusCall& call) {
+    call.refuse("org.freedesktop.DBus.Error.InvalidArgs", "The menu has no such line or property");
 }
 
 }  // namespace
 
-DBusMenu::DBusMenu(GDBusConnection* connection, const char* path) : _connection(connection), _path(path) {
-    static constexpr GDBusInterfaceVTable table{
-        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,
-           GVariant* arguments, GDBusMethodInvocation* invocation,
-           gpointer menu) { static_cast<DBusMenu*>(menu)->answer(method, arguments, invocation); },
-        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* name, GError**,
-           gpointer) { return property(name); },
-        nullptr,
-        {},
-    };
-    const glib::NodeInfo node(g_dbus_node_info_new_for_xml(description, nullptr));
-    _registration = glib::Registration(connection, path, node->interfaces[0], &table, this);
-}
+DBusMenu::DBusMenu(RunLoop& runLoop, GDBusConnection* connection, const char* path)
+    : _connection(connection),
+      _path(path),
+      _object(runLoop, connection, path, description,
+              {.answer = [this](std::string_view method, GVariant* arguments,
+                                BusCall& call) { answer(method, arguments, call); },
+               .property = property}) {}
 
 void DBusMenu::setEntries(std::vector<StatusMenuEntry> entries) {
     // Numbers are never used again: a click that is on its way must not meet another line.
@@ -114,28 +103,28 @@ void DBusMenu::setEntries(std::vector<StatusMenuEntry> entries) {
                                   g_variant_new("(ui)", _revision, rootId), nullptr);
 }
 
-void DBusMenu::answer(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation) {
-    if (method == "GetLayout") return answerLayout(arguments, invocation);
-    if (method == "GetGroupProperties") return answerGroup(arguments, invocation);
-    if (method == "GetProperty") return answerProperty(arguments, invocation);
-    if (method == "Event") return answerEvent(arguments, invocation);
-    if (method == "EventGroup") return answerEventGroup(arguments, invocation);
+void DBusMenu::answer(std::string_view method, GVariant* arguments, BusCall& call) {
+    if (method == "GetLayout") return answerLayout(arguments, call);
+    if (method == "GetGroupProperties") return answerGroup(arguments, call);
+    if (method == "GetProperty") return answerProperty(arguments, call);
+    if (method == "Event") return answerEvent(arguments, call);
+    if (method == "EventGroup") return answerEventGroup(arguments, call);
     // What is shown is always up to date.
     if (method == "AboutToShow") {
         gint32 id = rootId;
         g_variant_get(arguments, "(i)", &id);
-        return isKnown(id) ? reply(invocation, g_variant_new("(b)", FALSE)) : refuse(invocation);
+        return isKnown(id) ? call.reply(g_variant_new("(b)", FALSE)) : refuse(call);
     }
     auto ids = numbers(arguments, 0);
     std::erase_if(ids, [this](gint32 id) { return isKnown(id); });
-    reply(invocation, g_variant_new("(@ai@ai)", variantOf({}), variantOf(ids)));
+    call.reply(g_variant_new("(@ai@ai)", variantOf({}), variantOf(ids)));
 }
 
-void DBusMenu::answerLayout(GVariant* arguments, GDBusMethodInvocation* invocation) {
+void DBusMenu::answerLayout(GVariant* arguments, BusCall& call) {
     gint32 parent = rootId;
     gint32 depth = 0;
     g_variant_get(arguments, "(iias)", &parent, &depth, nullptr);
-    if (!isKnown(parent)) return refuse(invocation);
+    if (!isKnown(parent)) return refuse(call);
     const auto wanted = names(arguments, 2);
 
     GVariantBuilder children;
@@ -148,11 +137,10 @@ void DBusMenu::answerLayout(GVariant* arguments, GDBusMethodInvocation* invocati
                                                 g_variant_new_array(G_VARIANT_TYPE_VARIANT, nullptr, 0)));
         }
     }
-    reply(invocation,
-          g_variant_new("(u(i@a{sv}av))", _revision, parent, properties(parent, wanted), &children));
+    call.reply(g_variant_new("(u(i@a{sv}av))", _revision, parent, properties(parent, wanted), &children));
 }
 
-void DBusMenu::answerGroup(GVariant* arguments, GDBusMethodInvocation* invocation) {
+void DBusMenu::answerGroup(GVariant* arguments, BusCall& call) {
     auto ids = numbers(arguments, 0);
     const auto wanted = names(arguments, 1);
     if (ids.empty()) {
@@ -164,31 +152,31 @@ void DBusMenu::answerGroup(GVariant* arguments, GDBusMethodInvocation* invocatio
     for (const auto id : ids) {
         if (isKnown(id)) g_variant_builder_add(&found, "(i@a{sv})", id, properties(id, wanted));
     }
-    reply(invocation, g_variant_new("(a(ia{sv}))", &found));
+    call.reply(g_variant_new("(a(ia{sv}))", &found));
 }
 
-void DBusMenu::answerProperty(GVariant* arguments, GDBusMethodInvocation* invocation) {
+void DBusMenu::answerProperty(GVariant* arguments, BusCall& call) {
     gint32 id = rootId;
     const char* name = nullptr;
     g_variant_get(arguments, "(i&s)", &id, &name);
-    if (!isKnown(id)) return refuse(invocation);
+    if (!isKnown(id)) return refuse(call);
     const glib::Variant all(g_variant_ref_sink(properties(id, {})));
     const glib::Variant value(g_variant_lookup_value(all.get(), name, nullptr));
-    value ? reply(invocation, g_variant_new("(v)", value.get())) : refuse(invocation);
+    value ? call.reply(g_variant_new("(v)", value.get())) : refuse(call);
 }
 
-void DBusMenu::answerEvent(GVariant* arguments, GDBusMethodInvocation* invocation) {
+void DBusMenu::answerEvent(GVariant* arguments, BusCall& call) {
     gint32 id = rootId;
     const char* event = nullptr;
     g_variant_get(arguments, "(i&svu)", &id, &event, nullptr, nullptr);
-    if (!isKnown(id)) return refuse(invocation);
+    if (!isKnown(id)) return refuse(call);
     const auto action = actionOf(id, event);
     // The reply goes first: the action may end this menu.
-    reply(invocation, nullptr);
+    call.reply(nullptr);
     if (action) action();
 }
 
-void DBusMenu::answerEventGroup(GVariant* arguments, GDBusMethodInvocation* invocation) {
+void DBusMenu::answerEventGroup(GVariant* arguments, BusCall& call) {
     const glib::Variant events(g_variant_get_child_value(arguments, 0));
     const auto count = g_variant_n_children(events.get());
     std::vector<gint32> unknown;
@@ -200,8 +188,8 @@ void DBusMenu::answerEventGroup(GVariant* arguments, GDBusMethodInvocation* invo
         if (!isKnown(id)) unknown.push_back(id);
         if (auto action = actionOf(id, event)) actions.push_back(std::move(action));
     }
-    if (count > 0 && unknown.size() == count) return refuse(invocation);
-    reply(invocation, g_variant_new("(@ai)", variantOf(unknown)));
+    if (count > 0 && unknown.size() == count) return refuse(call);
+    call.reply(g_variant_new("(@ai)", variantOf(unknown)));
     for (const auto& action : actions) action();
 }
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/desktop/StatusItem.h"
-#include "platform/linux/GLibHandles.h"
+#include "platform/linux/BusObject.h"
 
 namespace vellumix::linux_desktop {
 
@@ -14,7 +14,7 @@ namespace vellumix::linux_desktop {
 class DBusMenu {
 public:
     /// Answers on the connection, which must outlive this, at the object path.
-    DBusMenu(GDBusConnection* connection, const char* path);
+    DBusMenu(RunLoop& runLoop, GDBusConnection* connection, const char* path);
     DBusMenu(const DBusMenu&) = delete;
     DBusMenu& operator=(const DBusMenu&) = delete;
 
@@ -23,12 +23,12 @@ public:
     void setEntries(std::vector<StatusMenuEntry> entries);
 
 private:
-    void answer(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation);
-    void answerLayout(GVariant* arguments, GDBusMethodInvocation* invocation);
-    void answerGroup(GVariant* arguments, GDBusMethodInvocation* invocation);
-    void answerProperty(GVariant* arguments, GDBusMethodInvocation* invocation);
-    void answerEvent(GVariant* arguments, GDBusMethodInvocation* invocation);
-    void answerEventGroup(GVariant* arguments, GDBusMethodInvocation* invocation);
+    void answer(std::string_view method, GVariant* arguments, BusCall& call);
+    void answerLayout(GVariant* arguments, BusCall& call);
+    void answerGroup(GVariant* arguments, BusCall& call);
+    void answerProperty(GVariant* arguments, BusCall& call);
+    void answerEvent(GVariant* arguments, BusCall& call);
+    void answerEventGroup(GVariant* arguments, BusCall& call);
     static GVariant* property(std::string_view name);
 
     bool isKnown(gint32 id) const;
@@ -43,7 +43,7 @@ private:
     std::vector<StatusMenuEntry> _entries;
     gint32 _firstId = 1;
     guint32 _revision = 1;
-    glib::Registration _registration;
+    BusObject _object;
 };
 
 }  // namespace vellumix::linux_desktop

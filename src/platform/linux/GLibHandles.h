@@ -95,6 +95,28 @@ private:
     guint _number = 0;
 };
 
+/// A filter of a connection's messages, which the connection must outlive. It may still be running when this
+/// has gone.
+class MessageFilter {
+public:
+    MessageFilter() = default;
+    MessageFilter(GDBusConnection* connection, guint number) : _connection(connection), _number(number) {}
+    MessageFilter(MessageFilter&& other) noexcept
+        : _connection(other._connection), _number(std::exchange(other._number, 0)) {}
+    MessageFilter& operator=(MessageFilter&& other) noexcept {
+        std::swap(_connection, other._connection);
+        std::swap(_number, other._number);
+        return *this;
+    }
+    ~MessageFilter() {
+        if (_number) g_dbus_connection_remove_filter(_connection, _number);
+    }
+
+private:
+    GDBusConnection* _connection = nullptr;
+    guint _number = 0;
+};
+
 /// A subscription to signals on a connection, which must outlive it.
 class Subscription {
 public:

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/linux/BusObject.h"
 #include "platform/linux/ControlInterface.h"
 #include "platform/linux/SessionBus.h"
 
@@ -18,33 +19,26 @@ constexpr double claimSeconds = 5;
 struct SessionService::State {
     PrivateContext context;
     glib::Connection connection;
-    glib::Registration registration;
+    std::unique_ptr<BusObject> object;
     std::optional<Handlers> handlers;
 
     ~State() {
         if (!connection) return;
-        registration = {};
+        object.reset();
         closeAfterFlush(context, connection.get());
     }
 
-    bool registerObject();
+    bool makeObject(RunLoop& runLoop);
     bool requestName(Deadline deadline, bool& isOwner);
-    void answer(std::string_view method, GDBusMethodInvocation* invocation);
+    void answer(std::string_view method, BusCall& call);
 };
 
-bool SessionService::State::registerObject() {
-    static constexpr GDBusInterfaceVTable table{
-        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method, GVariant*,
-           GDBusMethodInvocation* invocation,
-           gpointer state) { static_cast<State*>(state)->answer(method, invocation); },
-        nullptr,
-        nullptr,
-        {},
-    };
-    const glib::NodeInfo node(g_dbus_node_info_new_for_xml(control::description, nullptr));
-    registration =
-        glib::Registration(connection.get(), control::objectPath, node->interfaces[0], &table, this);
-    return static_cast<bool>(registration);
+bool SessionService::State::makeObject(RunLoop& runLoop) {
+    object = std::make_unique<BusObject>(
+        runLoop, connection.get(), control::objectPath, control::description,
+        BusObject::Handlers{
+            .answer = [this](std::string_view method, GVariant*, BusCall& call) { answer(method, call); }});
+    return object->isThere();
 }
 
 bool SessionService::State::requestName(Deadline deadline, bool& isOwner) {
@@ -65,36 +59,29 @@ bool SessionService::State::requestName(Deadline deadline, bool& isOwner) {
     return true;
 }
 
-void SessionService::State::answer(std::string_view method, GDBusMethodInvocation* invocation) {
-    if (!handlers) {
-        g_dbus_method_invocation_return_dbus_error(invocation, "com.tarnwick.Vellumix.Error.Starting",
-                                                   "The program is starting");
-        return;
-    }
-    if (method == "Status") {
-        g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", handlers->status().c_str()));
-        return;
-    }
+void SessionService::State::answer(std::string_view method, BusCall& call) {
+    if (!handlers) return call.refuse("com.tarnwick.Vellumix.Error.Starting", "The program is starting");
+    if (method == "Status") return call.reply(g_variant_new("(s)", handlers->status().c_str()));
     // The reply goes first: any handler may end this service.
     const auto handler = method == "Quit"     ? handlers->quit
                          : method == "Toggle" ? handlers->toggle
                          : method == "Show"   ? handlers->show
                                               : handlers->hide;
-    g_dbus_method_invocation_return_value(invocation, nullptr);
+    call.reply(nullptr);
     handler();
 }
 
 SessionService::SessionService(std::unique_ptr<State> state) : _state(std::move(state)) {}
 SessionService::~SessionService() = default;
 
-SessionService::Claim SessionService::claim() {
+SessionService::Claim SessionService::claim(RunLoop& runLoop) {
     const auto deadline = Deadline::in(claimSeconds);
     auto state = std::make_unique<State>();
     state->connection = connectToSessionBus(state->context, deadline);
     if (!state->connection) return {};
     // Before the name, so that whoever sees the name finds the object.
     bool isOwner = false;
-    if (!state->registerObject() || !state->requestName(deadline, isOwner)) return {};
+    if (!state->makeObject(runLoop) || !state->requestName(deadline, isOwner)) return {};
     if (!isOwner) return {Outcome::otherOwns, nullptr};
     return {Outcome::owner, std::unique_ptr<SessionService>(new SessionService(std::move(state)))};
 }

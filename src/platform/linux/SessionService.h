@@ -38,8 +38,8 @@ public:
         Work hide;
     };
 
-    /// Tries to own the name, without waiting for its owner to go.
-    static Claim claim();
+    /// Tries to own the name, without waiting for its owner to go. The loop must outlive the service.
+    static Claim claim(RunLoop& runLoop);
     ~SessionService();
 
     /// Calls that come before this are refused.

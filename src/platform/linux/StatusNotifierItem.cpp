@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/linux/BusObject.h"
 #include "platform/linux/DBusMenu.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/StatusIcon.h"
@@ -65,6 +66,9 @@ std::string standardName() { return std::string(itemInterface) + '-' + std::to_s
 }  // namespace
 
 struct StatusNotifierItem::State : std::enable_shared_from_this<State> {
+    explicit State(RunLoop& loop) : runLoop(loop) {}
+
+    RunLoop& runLoop;
     std::string symbolName;
     std::string title;
     Work action;
@@ -75,7 +79,7 @@ struct StatusNotifierItem::State : std::enable_shared_from_this<State> {
     std::string serviceName;
 
     glib::Connection connection;
-    glib::Registration registration;
+    std::unique_ptr<BusObject> object;
     std::unique_ptr<DBusMenu> menu;
     glib::NameWatch watcher;
 
@@ -87,7 +91,7 @@ struct StatusNotifierItem::State : std::enable_shared_from_this<State> {
     void tell(bool hasWatcher) const {
         if (onWatcher) onWatcher(hasWatcher);
     }
-    void answer(std::string_view method, GDBusMethodInvocation* invocation);
+    void answer(std::string_view method, BusCall& call);
     GVariant* property(std::string_view name) const;
     void emit(const char* signal);
 
@@ -102,7 +106,7 @@ struct StatusNotifierItem::State : std::enable_shared_from_this<State> {
 StatusNotifierItem::State::~State() {
     if (!connection) return;
     watcher = {};
-    registration = {};
+    object.reset();
     menu.reset();
     // The answer to the click that ends the program is still to leave.
     PrivateContext context;
@@ -113,7 +117,7 @@ void StatusNotifierItem::State::connect() {
     const auto address = sessionBusAddress();
     if (address.empty()) {
         if (!onWatcher) return;
-        return onMain([weak = weak_from_this()] {
+        return runLoop.post([weak = weak_from_this()] {
             if (const auto state = weak.lock()) state->tell(false);
         });
     }
@@ -130,18 +134,12 @@ void StatusNotifierItem::State::connect() {
 
 void StatusNotifierItem::State::start(glib::Connection made) {
     connection = std::move(made);
-    static constexpr GDBusInterfaceVTable table{
-        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method, GVariant*,
-           GDBusMethodInvocation* invocation,
-           gpointer state) { static_cast<State*>(state)->answer(method, invocation); },
-        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* name, GError**,
-           gpointer state) { return static_cast<State*>(state)->property(name); },
-        nullptr,
-        {},
-    };
-    const glib::NodeInfo node(g_dbus_node_info_new_for_xml(description, nullptr));
-    registration = glib::Registration(connection.get(), itemPath, node->interfaces[0], &table, this);
-    menu = std::make_unique<DBusMenu>(connection.get(), menuPath);
+    object = std::make_unique<BusObject>(
+        runLoop, connection.get(), itemPath, description,
+        BusObject::Handlers{
+            .answer = [this](std::string_view method, GVariant*, BusCall& call) { answer(method, call); },
+            .property = [this](std::string_view name) { return property(name); }});
+    menu = std::make_unique<DBusMenu>(runLoop, connection.get(), menuPath);
     menu->setEntries(std::move(entries));
 
     g_dbus_connection_call(
@@ -183,17 +181,16 @@ void StatusNotifierItem::State::registerWithWatcher() {
                            G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, nullptr, nullptr);
 }
 
-void StatusNotifierItem::State::answer(std::string_view method, GDBusMethodInvocation* invocation) {
+void StatusNotifierItem::State::answer(std::string_view method, BusCall& call) {
     const bool isActivation = method == "Activate";
     // Hosts show the menu themselves when they learn that the item doesn't.
     if (method == "ContextMenu" || (isActivation && !action)) {
-        g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.NotSupported",
-                                                   "The item has a menu for this");
+        call.refuse("org.freedesktop.DBus.Error.NotSupported", "The item has a menu for this");
         return;
     }
     // The reply goes first: the action may end this item.
     const auto handler = isActivation ? action : nullptr;
-    g_dbus_method_invocation_return_value(invocation, nullptr);
+    call.reply(nullptr);
     if (handler) handler();
 }
 
@@ -217,7 +214,8 @@ void StatusNotifierItem::State::emit(const char* signal) {
                                       nullptr);
 }
 
-StatusNotifierItem::StatusNotifierItem(WatcherHandler onWatcher) : _state(std::make_shared<State>()) {
+StatusNotifierItem::StatusNotifierItem(RunLoop& runLoop, WatcherHandler onWatcher)
+    : _state(std::make_shared<State>(runLoop)) {
     _state->onWatcher = std::move(onWatcher);
     _state->connect();
 }

@@ -6,7 +6,7 @@ StatusItem::StatusItem(Connection& connection, const WindowServer& windows, Stat
     : _connection(connection),
       _windows(windows),
       _openMenu(std::move(openMenu)),
-      _notifier([this](bool hasWatcher) { watcherChanged(hasWatcher); }) {}
+      _notifier(connection.runLoop(), [this](bool hasWatcher) { watcherChanged(hasWatcher); }) {}
 
 void StatusItem::watcherChanged(bool hasWatcher) {
     if (hasWatcher) {

@@ -364,6 +364,23 @@ bool Peer::pasteAndHang(const std::string& target) {
     return received->bytes.has_value();
 }
 
+std::vector<std::uint32_t> Peer::windowsOfOthers() {
+    const auto tree = await<xcb_query_tree_reply>(_xcb.get(), xcb_query_tree(_xcb.get(), _root));
+    if (!tree) return {};
+    const auto* const all = xcb_query_tree_children(tree.get());
+    std::vector<std::uint32_t> others(all, all + xcb_query_tree_children_length(tree.get()));
+    const auto* setup = xcb_get_setup(_xcb.get());
+    std::erase_if(others, [&](xcb_window_t window) {
+        return (window & ~setup->resource_id_mask) == setup->resource_id_base;
+    });
+    return others;
+}
+
+void Peer::send(xcb_window_t window, const char* event) {
+    xcb_send_event(_xcb.get(), 0, window, XCB_EVENT_MASK_NO_EVENT, event);
+    synchronize();
+}
+
 bool Peer::hasRootProperty(const std::string& property) {
     const auto reply = await<xcb_get_property_reply>(
         _xcb.get(), xcb_get_property(_xcb.get(), 0, _root, atom(property), XCB_GET_PROPERTY_TYPE_ANY, 0, 0));

@@ -113,6 +113,20 @@ public:
     std::shared_ptr<Received> beginPaste(const std::string& target,
                                          const std::string& selection = "CLIPBOARD");
 
+    /// The children of the root that other programs have made.
+    std::vector<std::uint32_t> windowsOfOthers();
+    /// Sends an event of 32 bytes to the window's own program, as the server would. Any event of xcb.
+    template <class Event>
+    void forge(std::uint32_t window, const Event& event) {
+        union {
+            Event event;
+            char bytes[32];
+        } sent{};
+        sent.event = event;
+        send(window, sent.bytes);
+    }
+    xcb_connection_t* xcb() const { return _xcb.get(); }
+
     bool hasRootProperty(const std::string& property);
     void setRootWindow(const std::string& property, std::uint32_t window);
     /// Says that a window manager runs, as this program does until it dies.
@@ -126,6 +140,7 @@ private:
 
     xcb_atom_t atom(const std::string& name);
     std::string name(xcb_atom_t atom);
+    void send(xcb_window_t window, const char* event);
     xcb_window_t newWindow();
     void askForPairs(xcb_window_t window, const std::vector<std::string>& targets);
     bool prepare();

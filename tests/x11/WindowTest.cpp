@@ -152,6 +152,48 @@ TEST_F(WindowTest, AShortcutIsALatinLetterUnderEveryLayout) {
     }
 }
 
+TEST_F(WindowTest, WhatAnotherProgramForgesActsOnNoWindow) {
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    panel->makeKeyWindow();
+    ASSERT_TRUE(wait([&] { return log.keyStates == "+"; }));
+    const auto titled = make(NSWindow::Kind::titled);
+    WindowLog titledLog(*titled);
+    titled->orderFrontRegardless();
+    Peer peer(runLoop);
+    for (const auto window : peer.windowsOfOthers()) {
+        xcb_key_press_event_t key{};
+        key.response_type = XCB_KEY_PRESS;
+        key.detail = KEY_A + 8;
+        key.root = connection->root();
+        key.event = window;
+        key.same_screen = 1;
+        peer.forge(window, key);
+        xcb_focus_in_event_t focus{};
+        focus.response_type = XCB_FOCUS_IN;
+        focus.event = window;
+        peer.forge(window, focus);
+        xcb_destroy_notify_event_t end{};
+        end.response_type = XCB_DESTROY_NOTIFY;
+        end.event = end.window = window;
+        peer.forge(window, end);
+        // A window manager may send this one.
+        xcb_client_message_event_t close{};
+        close.response_type = XCB_CLIENT_MESSAGE;
+        close.format = 32;
+        close.window = window;
+        close.type = connection->atoms().protocols;
+        close.data.data32[0] = connection->atoms().deleteWindow;
+        peer.forge(window, close);
+    }
+    person.typeKey(KEY_B);
+    ASSERT_TRUE(wait([&] { return !log.keys.empty(); }));
+    EXPECT_EQ(log.keys.front().text, "b");
+    EXPECT_EQ(log.keyStates, "+");
+    EXPECT_TRUE(wait([&] { return titledLog.closes == 1; }));
+}
+
 TEST_F(WindowTest, TheScaleFollowsTheDisplaysResources) {
     const auto panel = make(NSWindow::Kind::panel);
     WindowLog log(*panel);

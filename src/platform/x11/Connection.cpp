@@ -22,6 +22,16 @@ constexpr int firstExtensionEvent = 64;
 /// A ChangeProperty request without its data (X protocol, appendix B), with the longer length field.
 constexpr std::size_t requestOverhead = 28;
 
+/// Whether another program has sent the event instead of the server (X protocol, section 10, "SendEvent") and
+/// has no business to: it could type, press and end selections in the user's name. The conventions have
+/// programs send these three kinds alone: answers to requests for selections, messages, and what a window
+/// manager says of a window's place (ICCCM 2.0 sections 2.2, 4.1.5 and 4.2.8).
+bool isForged(const xcb_generic_event_t& event) {
+    if (!xcb::isSent(event)) return false;
+    const auto type = xcb::typeOf(event);
+    return type != XCB_SELECTION_NOTIFY && type != XCB_CLIENT_MESSAGE && type != XCB_CONFIGURE_NOTIFY;
+}
+
 }  // namespace
 
 struct Connection::Start {
@@ -194,6 +204,7 @@ void Connection::dispatch() {
 }
 
 void Connection::deliver(const xcb_generic_event_t& event) {
+    if (isForged(event)) return;
     _everyHandlers.notify(event);
     const bool isCore = xcb::typeOf(event) < firstExtensionEvent && xcb::typeOf(event) != XCB_GE_GENERIC;
     if (!isCore && !isSelectionChange(event)) {

@@ -22,9 +22,9 @@ namespace vellumix::x11 {
 
 /// The connection to the X server: requests go out before the loop sleeps, events come in through it.
 ///
-/// Main thread only. Errors of requests whose reply nobody awaits end here, as another program's window may
-/// go at any moment. After the server has ended, requests do nothing and replies are absent. Everything that
-/// uses a connection goes before it.
+/// Main thread only. Events that another program has forged reach nobody. Errors of requests whose reply
+/// nobody awaits end here, as another program's window may go at any moment. After the server has ended,
+/// requests do nothing and replies are absent. Everything that uses a connection goes before it.
 class Connection {
 public:
     using EventHandler = std::function<void(const xcb_generic_event_t&)>;

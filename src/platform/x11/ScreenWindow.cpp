@@ -369,7 +369,7 @@ void ScreenWindow::handle(const xcb_generic_event_t& event) {
             if (_isViewable && _wantsActivation) activate();
             break;
         case XCB_CONFIGURE_NOTIFY:
-            configured(xcb::as<xcb_configure_notify_event_t>(event), (event.response_type & 0x80) != 0);
+            configured(xcb::as<xcb_configure_notify_event_t>(event), xcb::isSent(event));
             break;
         case XCB_REPARENT_NOTIFY:
             findFrameWindow();

@@ -20,6 +20,9 @@ using Reply = std::unique_ptr<T, HandleDeleter<std::free>>;
 /// What kind of event it is, whether the server or another program sent it.
 inline std::uint8_t typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7F; }
 
+/// Another program has sent it.
+inline bool isSent(const xcb_generic_event_t& event) { return (event.response_type & 0x80) != 0; }
+
 /// The event as what `typeOf` says it is.
 template <class T>
 const T& as(const xcb_generic_event_t& event) {

@@ -95,7 +95,8 @@ const char* localeOfTyping() {
 Keyboard::Keyboard(Connection& connection)
     : _connection(connection), _watch(connection), _context(xkb_context_new(XKB_CONTEXT_NO_FLAGS)) {
     if (!_watch.isAvailable()) Log("Keyboard").error("The X server has no XKB extension: keys can't be read");
-    _changes = _watch.observe([this] { readKeymap(); });
+    // Read at the next key: a program can change the map any number of times before somebody types.
+    _changes = _watch.observe([this] { _isStale = true; });
     readKeymap();
 }
 
@@ -174,6 +175,7 @@ std::optional<std::string> Keyboard::composed(xkb_keysym_t symbol, std::string t
 }
 
 std::optional<KeyEvent> Keyboard::pressed(const xcb_key_press_event_t& event) {
+    if (std::exchange(_isStale, false)) readKeymap();
     if (!_state) return std::nullopt;
     const xkb_keycode_t code = event.detail;
     // The state in the event is that of this very key, where a notice of the state may be late.

@@ -46,6 +46,7 @@ private:
     /// where none has them; then their places name the keys of letters.
     std::vector<std::optional<xkb_layout_index_t>> _namingLayouts;
     std::bitset<256> _down;
+    bool _isStale = false;
     Observation _changes;
 };
 

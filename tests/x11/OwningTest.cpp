@@ -98,6 +98,45 @@ TEST_F(OwningTest, LosingTheClipboardEndsOurContent) {
     EXPECT_TRUE(peer->isOwner());
 }
 
+TEST_F(OwningTest, TheClipboardOutlivesItsWindowsAndForgedEnds) {
+    write("ours");
+    const auto count = pasteboard->changeCount();
+    const auto destroyAll = [&] {
+        for (const auto window : peer->windowsOfOthers()) xcb_destroy_window(peer->xcb(), window);
+        peer->synchronize();
+    };
+    const std::pair<const char*, std::function<void()>> ends[] = {
+        {"destroyed", destroyAll},
+        {"said to be lost",
+         [&] {
+             xcb_selection_clear_event_t clear{};
+             clear.response_type = XCB_SELECTION_CLEAR;
+             clear.owner = presentOwner();
+             clear.selection = connection->atoms().clipboard;
+             peer->forge(clear.owner, clear);
+         }},
+    };
+    for (const auto& [name, end] : ends) {
+        SCOPED_TRACE(name);
+        end();
+        settle();
+        ASSERT_TRUE(waitForOurOwnership());
+        EXPECT_EQ(peer->paste("UTF8_STRING"), "ours");
+        EXPECT_EQ(pasteboard->changeCount(), count);
+    }
+    // Nor does it take the clipboard from a program that copies in that moment.
+    for (const char* copied : {"theirs", "the next"}) {
+        destroyAll();
+        Peer other(runLoop);
+        other.copyText(copied);
+        EXPECT_EQ(nextText(), copied);
+        settle();
+        EXPECT_TRUE(other.isOwner());
+    }
+    write("ours again");
+    EXPECT_EQ(peer->paste("UTF8_STRING"), "ours again");
+}
+
 TEST_F(OwningTest, ClearAndWriteAreOneOwnershipAndOneNotice) {
     const auto seen = changesSeen;
     pasteboard->clearContents();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
 
+#include "platform/x11/ScreenWindow.h"
 #include "platform/x11/WindowServer.h"
 #include "platform/x11/Workspace.h"
 #include "support/WindowLog.h"
@@ -192,6 +193,72 @@ TEST_F(WindowTest, WhatAnotherProgramForgesActsOnNoWindow) {
     EXPECT_EQ(log.keys.front().text, "b");
     EXPECT_EQ(log.keyStates, "+");
     EXPECT_TRUE(wait([&] { return titledLog.closes == 1; }));
+}
+
+TEST_F(WindowTest, AWindowThatAnotherProgramTakesAwayIsClosedAndComesAgain) {
+    Peer peer(runLoop);
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    const auto open = [&] {
+        log.keyStates.clear();
+        panel->orderFrontRegardless();
+        panel->makeKeyWindow();
+        return wait([&] { return person.colourAt({200, 170}) == 0x336699 && log.keyStates == "+"; });
+    };
+    const auto id = [&] { return static_cast<const x11::ScreenWindow&>(*panel).id(); };
+    const std::pair<const char*, std::function<void()>> takings[] = {
+        {"destroyed", [&] { xcb_destroy_window(peer.xcb(), id()); }},
+        {"unmapped", [&] { xcb_unmap_window(peer.xcb(), id()); }},
+    };
+    for (const auto& [name, take] : takings) {
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(open());
+        log.closes = 0;
+        take();
+        peer.synchronize();
+        ASSERT_TRUE(wait([&] { return log.closes == 1; }));
+        EXPECT_FALSE(panel->isVisible());
+        EXPECT_EQ(log.keyStates, "+-");
+        const auto free = x11::xcb::await<xcb_grab_keyboard_reply>(
+            peer.xcb(), xcb_grab_keyboard(peer.xcb(), 1, connection->root(), XCB_CURRENT_TIME,
+                                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        ASSERT_TRUE(free);
+        EXPECT_EQ(free->status, XCB_GRAB_STATUS_SUCCESS) << "nobody holds the keyboard without a window";
+        xcb_ungrab_keyboard(peer.xcb(), XCB_CURRENT_TIME);
+        peer.synchronize();
+    }
+    // What was only moved is put back.
+    ASSERT_TRUE(open());
+    const std::uint32_t corner[] = {0, 0, 1, 1};
+    xcb_configure_window(
+        peer.xcb(), id(),
+        XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT,
+        corner);
+    peer.synchronize();
+    EXPECT_NE(person.colourAt({200, 170}), 0x336699U);
+    EXPECT_TRUE(wait([&] { return person.colourAt({200, 170}) == 0x336699; }));
+    EXPECT_TRUE(panel->isKeyWindow());
+}
+
+TEST_F(WindowTest, TheKeysComeBackWhenTheirWindowIsTakenAway) {
+    Peer peer(runLoop);
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    panel->makeKeyWindow();
+    ASSERT_TRUE(wait([&] { return log.keyStates == "+"; }));
+    const auto panelWindow = static_cast<const x11::ScreenWindow&>(*panel).id();
+    for (const auto take : {xcb_destroy_window, xcb_unmap_window}) {
+        log.keyStates.clear();
+        for (const auto window : peer.windowsOfOthers()) {
+            if (window != panelWindow) take(peer.xcb(), window);
+        }
+        peer.synchronize();
+        ASSERT_TRUE(wait([&] { return log.keyStates == "-+"; }));
+        const auto typed = log.keys.size();
+        person.typeKey(KEY_ESC);
+        EXPECT_TRUE(wait([&] { return log.keys.size() == typed + 1; }));
+    }
 }
 
 TEST_F(WindowTest, TheScaleFollowsTheDisplaysResources) {

@@ -1,7 +1,5 @@
 #include "platform/x11/Connection.h"
 
-#include <xcb/xfixes.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -101,12 +99,12 @@ ClientWork::Client Connection::clientOf(xcb_window_t window) const {
     return window & ~xcb_get_setup(xcb())->resource_id_mask;
 }
 
-bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
-    return xcb::typeOf(event) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
-}
-
 bool Connection::isOurs(xcb_window_t window) const {
     return clientOf(window) == xcb_get_setup(xcb())->resource_id_base;
+}
+
+bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
+    return xcb::typeOf(event) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
 }
 
 Observation Connection::observe(xcb_window_t window, EventHandler handler) {
@@ -165,6 +163,25 @@ Observation Connection::observeEnd(std::function<void()> handler) {
     return _endHandlers.add(std::move(handler));
 }
 
+Observation Connection::observeSelection(xcb_atom_t selection, SelectionHandler handler) {
+    auto& handlers = _selectionHandlers[selection];
+    // Told to the root, which nobody can destroy.
+    if (handlers.empty()) {
+        selectSelection(selection, XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                       XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                       XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+    }
+    auto inner = std::make_shared<Observation>(handlers.add(std::move(handler)));
+    return Observation(_lifetime.weakly([this, selection, inner] {
+        inner->cancel();
+        if (_selectionHandlers[selection].empty()) selectSelection(selection, 0);
+    }));
+}
+
+void Connection::selectSelection(xcb_atom_t selection, std::uint32_t events) const {
+    xcb_xfixes_select_selection_input(xcb(), _root, selection, events);
+}
+
 std::vector<std::string> Connection::names(std::span<const xcb_atom_t> atoms) {
     std::unordered_map<xcb_atom_t, xcb_get_atom_name_cookie_t> asked;
     if (_names.size() + atoms.size() > namesKept) _names.clear();
@@ -206,8 +223,14 @@ void Connection::dispatch() {
 void Connection::deliver(const xcb_generic_event_t& event) {
     if (isForged(event)) return;
     _everyHandlers.notify(event);
+    if (isSelectionChange(event)) {
+        const auto& change = xcb::as<SelectionChange>(event);
+        const auto found = _selectionHandlers.find(change.selection);
+        if (found != _selectionHandlers.end()) found->second.notify(change);
+        return;
+    }
     const bool isCore = xcb::typeOf(event) < firstExtensionEvent && xcb::typeOf(event) != XCB_GE_GENERIC;
-    if (!isCore && !isSelectionChange(event)) {
+    if (!isCore) {
         _extensionHandlers.notify(event);
         return;
     }
@@ -231,8 +254,7 @@ bool Connection::isOfChildOfRoot(const xcb_generic_event_t& event) const {
     return change.event == _root && change.window != _root;
 }
 
-xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) const {
-    if (isSelectionChange(event)) return xcb::as<xcb_xfixes_selection_notify_event_t>(event).window;
+xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) {
     switch (xcb::typeOf(event)) {
         case XCB_PROPERTY_NOTIFY:
             return xcb::as<xcb_property_notify_event_t>(event).window;
@@ -258,6 +280,8 @@ xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) const {
             return xcb::as<xcb_configure_notify_event_t>(event).event;
         case XCB_MAP_NOTIFY:
             return xcb::as<xcb_map_notify_event_t>(event).event;
+        case XCB_UNMAP_NOTIFY:
+            return xcb::as<xcb_unmap_notify_event_t>(event).event;
         case XCB_REPARENT_NOTIFY:
             return xcb::as<xcb_reparent_notify_event_t>(event).event;
         case XCB_CLIENT_MESSAGE:

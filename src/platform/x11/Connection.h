@@ -1,6 +1,7 @@
 #pragma once
 
 #include <xcb/xcb.h>
+#include <xcb/xfixes.h>
 
 #include <cstdint>
 #include <functional>
@@ -28,6 +29,8 @@ namespace vellumix::x11 {
 class Connection {
 public:
     using EventHandler = std::function<void(const xcb_generic_event_t&)>;
+    using SelectionChange = xcb_xfixes_selection_notify_event_t;
+    using SelectionHandler = std::function<void(const SelectionChange&)>;
 
     /// Connects to the display that the environment names. Nothing without a display, or without the XFixes
     /// extension; `error` is then one sentence for a person.
@@ -49,14 +52,14 @@ public:
     ClientWork::Client clientOf(xcb_window_t window) const;
     /// What other programs have this one do for them.
     ClientWork& clientWork() { return _clientWork; }
-    /// True for an XFixes selection event (XFixes 5.0 section 7).
-    bool isSelectionChange(const xcb_generic_event_t& event) const;
 
     /// Calls the handler with each event that concerns the window. Does not change what the window selects.
     Observation observe(xcb_window_t window, EventHandler handler);
     /// The same for a window of the server or of another program, with its property changes and its end
     /// selected for as long as anybody observes it so. Nothing when the window is gone.
     std::optional<Observation> observeForeign(xcb_window_t window, EventHandler handler);
+    /// Calls the handler with each change of the selection's owner (XFixes 5.0 section 7).
+    Observation observeSelection(xcb_atom_t selection, SelectionHandler handler);
     /// Calls the handler with each event of the root's children themselves, of any program: made, mapped,
     /// moved and so on. Nobody else hears of these.
     Observation observeChildrenOfRoot(EventHandler handler);
@@ -87,7 +90,9 @@ private:
     bool prepare();
     void dispatch();
     void deliver(const xcb_generic_event_t& event);
-    xcb_window_t windowOf(const xcb_generic_event_t& event) const;
+    bool isSelectionChange(const xcb_generic_event_t& event) const;
+    void selectSelection(xcb_atom_t selection, std::uint32_t events) const;
+    static xcb_window_t windowOf(const xcb_generic_event_t& event);
     bool isOfChildOfRoot(const xcb_generic_event_t& event) const;
     /// The events of another program's window that anybody observes.
     xcb_void_cookie_t selectForeign(xcb_window_t window) const;
@@ -103,6 +108,7 @@ private:
     std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> _handlers;
     std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
     std::unordered_map<xcb_atom_t, std::string> _names;
+    std::unordered_map<xcb_atom_t, ObserverList<const SelectionChange&>> _selectionHandlers;
     ObserverList<const xcb_generic_event_t&> _childHandlers;
     ObserverList<const xcb_generic_event_t&> _extensionHandlers;
     ObserverList<const xcb_generic_event_t&> _everyHandlers;

@@ -87,8 +87,8 @@ struct InputMethod::Callbacks {
     static void gone(xcb_xim_t*, void* data) { self(data).giveUp(); }
 };
 
-InputMethod::InputMethod(Connection& connection, int screen, xcb_window_t window, Handlers handlers)
-    : _connection(connection), _screen(screen), _window(window), _handlers(std::move(handlers)) {
+InputMethod::InputMethod(Connection& connection, int screen, Handlers handlers)
+    : _connection(connection), _screen(screen), _handlers(std::move(handlers)) {
     xcb_compound_text_init();
     _events = connection.observeEvery([this](const auto& event) {
         // The library takes an event that may be changed, and changes none.
@@ -104,6 +104,11 @@ InputMethod::InputMethod(Connection& connection, int screen, xcb_window_t window
 }
 
 InputMethod::~InputMethod() = default;
+
+void InputMethod::setWindow(xcb_window_t window) {
+    // The server of the input method knows the window by its number.
+    if (std::exchange(_window, window) != XCB_WINDOW_NONE && _caret) openSoon();
+}
 
 void InputMethod::open() {
     _wantedEvents = XCB_EVENT_MASK_KEY_PRESS;

@@ -23,12 +23,13 @@ public:
         std::function<void(const MarkedText&)> composed;
     };
 
-    /// The window is the one that all keys are said to come to.
-    InputMethod(Connection& connection, int screen, xcb_window_t window, Handlers handlers);
+    InputMethod(Connection& connection, int screen, Handlers handlers);
     ~InputMethod();
     InputMethod(const InputMethod&) = delete;
     InputMethod& operator=(const InputMethod&) = delete;
 
+    /// The window that all keys are said to come to; set before anything else, and whenever it is another.
+    void setWindow(xcb_window_t window);
     /// Where text is being typed, in pixels of the root; nothing while it isn't. What was being composed is
     /// dropped then, and keys that are still under way are forgotten.
     void setCaret(std::optional<xcb_point_t> caret);
@@ -70,7 +71,7 @@ private:
 
     Connection& _connection;
     int _screen;
-    xcb_window_t _window;
+    xcb_window_t _window = XCB_WINDOW_NONE;
     Handlers _handlers;
     xim::InputMethod _method;
     std::optional<xcb_xic_t> _context;

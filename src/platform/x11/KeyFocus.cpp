@@ -16,8 +16,7 @@ constexpr int mostAttempts = 40;
 KeyFocus::KeyFocus(Connection& connection, int screen)
     : _connection(connection),
       _keyboard(connection),
-      _window(xcb_generate_id(connection.xcb())),
-      _input(connection, screen, _window,
+      _input(connection, screen,
              {.typed = [this](const auto& key) { handleTyped(key); },
               .committed =
                   [this](const std::string& text) {
@@ -27,13 +26,46 @@ KeyFocus::KeyFocus(Connection& connection, int screen)
                   [this](const MarkedText& text) {
                       if (_key) _key->textComposed(text);
                   }}) {
+    makeWindow();
+}
+
+void KeyFocus::makeWindow() {
+    auto* const xcb = _connection.xcb();
+    _window = xcb_generate_id(xcb);
     // One window out of sight gets the keys for all, so that the grab stays while they change.
-    const std::uint32_t values[] = {1, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE};
-    xcb_create_window(connection.xcb(), XCB_COPY_FROM_PARENT, _window, connection.root(), -1, -1, 1, 1, 0,
+    const std::uint32_t values[] = {
+        1, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_STRUCTURE_NOTIFY};
+    xcb_create_window(xcb, XCB_COPY_FROM_PARENT, _window, _connection.root(), -1, -1, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
                       XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
-    xcb_map_window(connection.xcb(), _window);
-    _events = connection.observe(_window, [this](const auto& event) { handleKey(event); });
+    xcb_map_window(xcb, _window);
+    _events = _connection.observe(_window, [this](const auto& event) { handle(event); });
+    _input.setWindow(_window);
+}
+
+void KeyFocus::handle(const xcb_generic_event_t& event) {
+    switch (xcb::typeOf(event)) {
+        case XCB_KEY_PRESS:
+        case XCB_KEY_RELEASE:
+            return handleKey(event);
+        case XCB_UNMAP_NOTIFY:
+            // The end of it is announced once more.
+            xcb_destroy_window(_connection.xcb(), _window);
+            return;
+        case XCB_DESTROY_NOTIFY:
+            return windowIsLost();
+        default:
+            return;
+    }
+}
+
+void KeyFocus::windowIsLost() {
+    Log("KeyFocus").error("Another program has taken away the window that the keys come to; it is made anew");
+    makeWindow();
+    // The server has let go of both with the window.
+    _isGrabbed = false;
+    _focusBefore = XCB_WINDOW_NONE;
+    update();
 }
 
 KeyFocus::~KeyFocus() {

@@ -30,6 +30,9 @@ public:
 /// activating another takes nothing away. While another program holds a grab it is tried again, for two
 /// seconds; then the input focus has to do. While there is a key window, programs are told of that want to
 /// lock the screen. Main thread.
+///
+/// When another program destroys or hides the window that the keys come to, it is made anew and the keyboard
+/// taken again.
 class KeyFocus {
 public:
     KeyFocus(Connection& connection, int screen);
@@ -53,6 +56,9 @@ public:
     void handleKey(const xcb_generic_event_t& event);
 
 private:
+    void makeWindow();
+    void handle(const xcb_generic_event_t& event);
+    void windowIsLost();
     void update();
     void take();
     bool grab();
@@ -62,7 +68,7 @@ private:
 
     Connection& _connection;
     Keyboard _keyboard;
-    xcb_window_t _window;
+    xcb_window_t _window = XCB_WINDOW_NONE;
     InputMethod _input;
     std::vector<KeyTarget*> _order;
     KeyTarget* _key = nullptr;

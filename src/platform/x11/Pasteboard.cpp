@@ -32,10 +32,7 @@ Pasteboard::Pasteboard(Connection& connection, const TransferLimits& limits)
       _hostName(thisHost()),
       _owner(connection, connection.atoms().clipboard, limits),
       _manager(connection, limits) {
-    _events = connection.observe(_owner.window(), [this](const xcb_generic_event_t& event) {
-        if (!_connection.isSelectionChange(event)) return;
-        const auto& change = xcb::as<Change>(event);
-        if (change.selection != _connection.atoms().clipboard) return;
+    _events = connection.observeSelection(connection.atoms().clipboard, [this](const Change& change) {
         _changes.push_back(change);
         handleNext();
     });
@@ -43,10 +40,6 @@ Pasteboard::Pasteboard(Connection& connection, const TransferLimits& limits)
         if (_owner.isOwner()) ++_ownChangesDue;
         handleNext();
     });
-    xcb_xfixes_select_selection_input(connection.xcb(), _owner.window(), connection.atoms().clipboard,
-                                      XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
 }
 
 Pasteboard::~Pasteboard() = default;
@@ -150,7 +143,7 @@ void Pasteboard::handle(const Change& change) {
         return offerPreserved();
     }
     abandonReading(overtaken);
-    if (change.owner == _owner.window()) {
+    if (_connection.isOurs(change.owner)) {
         _ownChangesDue -= _ownChangesDue > 0;
         _holder = Holder::ourselves;
         _isHoldersContent = true;

@@ -60,7 +60,7 @@ private:
         /// It ended without clearing.
         endedProgram,
     };
-    using Change = xcb_xfixes_selection_notify_event_t;
+    using Change = Connection::SelectionChange;
 
     bool canAdd() const { return _isOurs && _isHoldersContent; }
     void handleNext();

@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+#include "platform/foundation/Log.h"
 #include "platform/x11/WindowHints.h"
 
 namespace vellumix::x11 {
@@ -42,13 +43,17 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
     : _server(server),
       _connection(server._connection),
       _kind(options.kind),
+      _title(options.title),
       _format(isFloating() ? server._alpha : server._plain),
-      _id(xcb_generate_id(_connection.xcb())),
-      _frameWindow(_id),
-      _context(xcb_generate_id(_connection.xcb())),
       _pixels(_connection, _format.depth),
       _frame(options.frame) {
+    make();
+}
+
+void ScreenWindow::make() {
     auto* const xcb = _connection.xcb();
+    _id = _frameWindow = xcb_generate_id(xcb);
+    _context = xcb_generate_id(xcb);
     std::uint32_t events = XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     if (!isFloating()) {
         events |= XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
@@ -59,7 +64,7 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
         .bit_gravity = XCB_GRAVITY_NORTH_WEST,
         .override_redirect = isFloating(),
         .event_mask = events,
-        .colormap = _format.colormap ? _format.colormap : server._screen.default_colormap,
+        .colormap = _format.colormap ? _format.colormap : _server._screen.default_colormap,
     };
     const auto at = area();
     xcb_create_window_aux(xcb, _format.depth, _id, _connection.root(), static_cast<std::int16_t>(at.x),
@@ -71,15 +76,56 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
                           &values);
     const std::uint32_t withoutExposures = 0;
     xcb_create_gc(xcb, _context, _id, XCB_GC_GRAPHICS_EXPOSURES, &withoutExposures);
-    describeWindow(_connection, _id, options);
+    describeWindow(_connection, _id, {.kind = _kind, .frame = _frame, .title = _title});
     if (!isFloating()) {
         fixSize(_connection, _id, static_cast<std::uint32_t>(at.width),
                 static_cast<std::uint32_t>(at.height));
     }
     cutShape();
-    server._pointer.select(_id);
+    _server._pointer.select(_id);
     _events = _connection.observe(_id, [this](const auto& event) { handle(event); });
-    server._windows[_id] = this;
+    _server._windows[_id] = this;
+}
+
+void ScreenWindow::isLost(const char* how) {
+    Log("Windows").error(std::string("Another program has ") + how +
+                         " a window of this one; it counts as closed");
+    const bool wasVisible = _isVisible;
+    orderOut();
+    _server._windows.erase(_id);
+    xcb_free_gc(_connection.xcb(), _context);
+    xcb_destroy_window(_connection.xcb(), _id);
+    make();
+    showAlpha();
+    if (auto shape = std::exchange(_cursor, Cursor::arrow); shape != Cursor::arrow) setCursor(shape);
+    if (wasVisible) tellLater([](NSWindowDelegate& told) { told.closeRequested(); });
+}
+
+void ScreenWindow::checkLater() {
+    if (!isFloating() || !_isMapped || std::exchange(_isCheckDue, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _isCheckDue = false;
+        if (_isMapped) check();
+    }));
+}
+
+void ScreenWindow::check() {
+    auto* const xcb = _connection.xcb();
+    const auto attributesAsked = xcb_get_window_attributes(xcb, _id);
+    const auto geometryAsked = xcb_get_geometry(xcb, _id);
+    const auto treeAsked = xcb_query_tree(xcb, _id);
+    const auto attributes = xcb::await<xcb_get_window_attributes_reply>(xcb, attributesAsked);
+    const auto geometry = xcb::await<xcb_get_geometry_reply>(xcb, geometryAsked);
+    const auto tree = xcb::await<xcb_query_tree_reply>(xcb, treeAsked);
+    // The end of the window is announced by itself.
+    if (!attributes || !geometry || !tree) return;
+    if (attributes->map_state != XCB_MAP_STATE_VIEWABLE || tree->parent != tree->root)
+        return isLost("hidden");
+    const auto expected = area();
+    if (geometry->x != expected.x || geometry->y != expected.y ||
+        geometry->width != std::max(expected.width, 1) || geometry->height != std::max(expected.height, 1)) {
+        place();
+    }
 }
 
 ScreenWindow::~ScreenWindow() {
@@ -373,7 +419,13 @@ void ScreenWindow::handle(const xcb_generic_event_t& event) {
             break;
         case XCB_REPARENT_NOTIFY:
             findFrameWindow();
+            checkLater();
             break;
+        case XCB_UNMAP_NOTIFY:
+            checkLater();
+            break;
+        case XCB_DESTROY_NOTIFY:
+            return isLost("destroyed");
         case XCB_FOCUS_IN:
         case XCB_FOCUS_OUT:
             focusChanged(xcb::as<xcb_focus_in_event_t>(event));
@@ -405,7 +457,7 @@ void ScreenWindow::focusChanged(const xcb_focus_in_event_t& event) {
 }
 
 void ScreenWindow::configured(const xcb_configure_notify_event_t& event, bool isSynthetic) {
-    if (isFloating()) return;
+    if (isFloating()) return checkLater();
     Point origin{double(event.x), double(event.y)};
     // Inside of a frame a real notice counts from that frame (ICCCM 2.0 section 4.1.5).
     if (!isSynthetic && _frameWindow != _id) {

@@ -8,6 +8,10 @@ namespace vellumix::x11 {
 /// A window on the display. Panels, menus and tool tips are placed past the window manager
 /// (override-redirect); alerts and titled windows are given to it. A window is mapped with its content, so
 /// one that nothing was drawn for waits for its first drawing.
+///
+/// One that another program destroys or hides is closed: no window has the keyboard and isn't on the screen.
+/// It is made anew for the next time. One past the window manager that another program moves or resizes is
+/// put back.
 class ScreenWindow final : public NSWindow, private KeyTarget {
 public:
     ScreenWindow(WindowServer& server, const Options& options);
@@ -61,6 +65,10 @@ private:
     std::optional<xcb_point_t> textCaret() const override;
     void textComposed(const MarkedText& text) override;
 
+    void make();
+    void isLost(const char* how);
+    void checkLater();
+    void check();
     Area area() const;
     void place();
     void cutShape();
@@ -83,10 +91,11 @@ private:
     WindowServer& _server;
     Connection& _connection;
     Kind _kind;
+    String _title;
     WindowServer::Format _format;
-    xcb_window_t _id;
-    xcb_window_t _frameWindow;
-    xcb_gcontext_t _context;
+    xcb_window_t _id = XCB_WINDOW_NONE;
+    xcb_window_t _frameWindow = XCB_WINDOW_NONE;
+    xcb_gcontext_t _context = XCB_NONE;
     WindowPixels _pixels;
     NSWindowDelegate* _delegate = nullptr;
     Rect _frame;
@@ -101,6 +110,7 @@ private:
     bool _isMapped = false;
     bool _isViewable = false;
     bool _wantsActivation = false;
+    bool _isCheckDue = false;
     std::unique_ptr<NSTimer> _release;
     Observation _events;
     Lifetime _lifetime;

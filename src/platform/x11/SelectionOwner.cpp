@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/foundation/Log.h"
+
 namespace vellumix::x11 {
 
 namespace {
@@ -53,9 +55,23 @@ SelectionOwner::SelectionOwner(Connection& connection, xcb_atom_t selection, con
     : _connection(connection),
       _selection(selection),
       _limits(limits),
-      _window(connection),
       _offer(std::make_shared<const Offer>()) {
-    _events = connection.observe(_window.id(), [this](const auto& event) { handle(event); });
+    makeWindow();
+}
+
+void SelectionOwner::makeWindow() {
+    _window = std::make_unique<Window>(_connection);
+    _events = _connection.observe(_window->id(), [this](const auto& event) { handle(event); });
+}
+
+void SelectionOwner::windowIsLost() {
+    Log("SelectionOwner").error("Another program has destroyed the window of a selection; it is made anew");
+    makeWindow();
+    if (_isClaiming) return requestTime();
+    if (!_isOwner) return;
+    // Whoever has taken the selection since then keeps it.
+    take(_time);
+    learnOutcome();
 }
 
 void SelectionOwner::offer(Offer offer) {
@@ -81,15 +97,13 @@ void SelectionOwner::handle(const xcb_generic_event_t& event) {
             const auto& change = xcb::as<xcb_property_notify_event_t>(event);
             if (change.atom != _connection.atoms().clock || !_isClaiming) return;
             take(change.time);
-            // The server alone knows whether somebody was quicker (ICCCM 2.0 section 2.1).
-            const auto owner = xcb::await<xcb_get_selection_owner_reply>(
-                _connection.xcb(), xcb_get_selection_owner(_connection.xcb(), _selection));
-            _isOwner = owner && owner->owner == _window.id();
+            learnOutcome();
             _isClaiming = false;
-            if (!_isOwner) withdraw();
             if (_claimed) _claimed();
             return;
         }
+        case XCB_DESTROY_NOTIFY:
+            return windowIsLost();
         case XCB_SELECTION_CLEAR:
             return lost(xcb::as<xcb_selection_clear_event_t>(event).time);
         case XCB_SELECTION_REQUEST: {
@@ -113,7 +127,7 @@ void SelectionOwner::handle(const xcb_generic_event_t& event) {
 
 void SelectionOwner::requestTime() {
     // Appending nothing to a property changes nothing, but its announcement carries the time.
-    xcb_change_property(_connection.xcb(), XCB_PROP_MODE_APPEND, _window.id(), _connection.atoms().clock,
+    xcb_change_property(_connection.xcb(), XCB_PROP_MODE_APPEND, _window->id(), _connection.atoms().clock,
                         XCB_ATOM_INTEGER, 32, 0, nullptr);
     // Sent without delay, so that whoever copies after this moment counts as later.
     xcb_flush(_connection.xcb());
@@ -122,7 +136,15 @@ void SelectionOwner::requestTime() {
 void SelectionOwner::take(xcb_timestamp_t time) {
     _time = time;
     _isOwner = true;
-    xcb_set_selection_owner(_connection.xcb(), _window.id(), _selection, time);
+    xcb_set_selection_owner(_connection.xcb(), _window->id(), _selection, time);
+}
+
+void SelectionOwner::learnOutcome() {
+    // The server alone knows whether somebody was quicker (ICCCM 2.0 section 2.1).
+    const auto owner = xcb::await<xcb_get_selection_owner_reply>(
+        _connection.xcb(), xcb_get_selection_owner(_connection.xcb(), _selection));
+    _isOwner = owner && owner->owner == _window->id();
+    if (!_isOwner) withdraw();
 }
 
 void SelectionOwner::lost(xcb_timestamp_t time) {

@@ -20,13 +20,16 @@ namespace vellumix::x11 {
 /// Requests are answered between the person's own affairs, the clients in turn, each with what was offered
 /// when it came; none can hold the others or the loop. One that asks for too much at a time is refused the
 /// rest, and nobody else is. A value that was begun goes on to its end after the selection is lost.
+///
+/// When another program destroys the window of the selection, the offer moves to a new one, unless somebody
+/// else has taken the selection.
 class SelectionOwner {
 public:
     SelectionOwner(Connection& connection, xcb_atom_t selection, const TransferLimits& limits);
     SelectionOwner(const SelectionOwner&) = delete;
     SelectionOwner& operator=(const SelectionOwner&) = delete;
 
-    xcb_window_t window() const { return _window.id(); }
+    xcb_window_t window() const { return _window->id(); }
 
     /// Offers this from now on and takes the selection at the server's present time, which takes one turn to
     /// learn: offers that follow each other at once are one ownership. `claimed` is called, from the loop,
@@ -58,6 +61,10 @@ private:
     void handle(const xcb_generic_event_t& event);
     void requestTime();
     void take(xcb_timestamp_t time);
+    /// Whether the server has given the selection to us.
+    void learnOutcome();
+    void makeWindow();
+    void windowIsLost();
     void lost(xcb_timestamp_t time);
     void accept(const Request& request);
     void goOnLater(std::shared_ptr<Answer> answer);
@@ -71,7 +78,7 @@ private:
     Connection& _connection;
     const xcb_atom_t _selection;
     const TransferLimits _limits;
-    Window _window;
+    std::unique_ptr<Window> _window;
     std::shared_ptr<const Offer> _offer;
     bool _isClaiming = false;
     bool _isOwner = false;

@@ -1,25 +1,25 @@
 #include "platform/x11/SelectionWatch.h"
 
-#include <xcb/xfixes.h>
+#include <utility>
 
 namespace vellumix::x11 {
 
-SelectionWatch::SelectionWatch(Connection& connection, const std::string& name)
-    : _connection(connection), _window(connection) {
+SelectionWatch::SelectionWatch(Connection& connection, const std::string& name) : _connection(connection) {
     auto* const xcb = connection.xcb();
     const auto atom = xcb::await<xcb_intern_atom_reply>(
         xcb, xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.data()));
     _selection = atom ? atom->atom : xcb_atom_t{XCB_ATOM_NONE};
-    xcb_xfixes_select_selection_input(xcb, _window.id(), _selection,
-                                      XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
-    _events = connection.observe(_window.id(), [this](const auto& event) {
-        if (!_connection.isSelectionChange(event)) return;
+    _changes = connection.observeSelection(_selection, [this](const auto&) { readLater(); });
+    read();
+}
+
+void SelectionWatch::readLater() {
+    if (std::exchange(_isReading, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _isReading = false;
         read();
         _observers.notify();
-    });
-    read();
+    }));
 }
 
 void SelectionWatch::read() {

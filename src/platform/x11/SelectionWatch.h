@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "platform/foundation/Lifetime.h"
 #include "platform/foundation/ObserverList.h"
 #include "platform/x11/Connection.h"
-#include "platform/x11/Window.h"
 
 namespace vellumix::x11 {
 
@@ -17,17 +17,20 @@ public:
 
     /// None where the service doesn't run.
     xcb_window_t owner() const { return _owner; }
+    /// Several changes in a row are told as one.
     Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
 
 private:
+    void readLater();
     void read();
 
     Connection& _connection;
-    Window _window;
     xcb_atom_t _selection;
     xcb_window_t _owner = XCB_WINDOW_NONE;
+    bool _isReading = false;
     ObserverList<> _observers;
-    Observation _events;
+    Observation _changes;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

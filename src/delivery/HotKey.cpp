@@ -30,4 +30,6 @@ bool GlobalHotkeyManager::registerHotKey(const Shortcut& shortcut, std::function
     return _hotKey != nullptr;
 }
 
+bool GlobalHotkeyManager::hasHotKey() const { return _hotKey && platform::current().hotkeys.hasAllHotKeys(); }
+
 }  // namespace vellumix

@@ -33,6 +33,8 @@ public:
     /// Calls the handler at each press, inside the dispatching of events. The old registration ends before
     /// the new one is tried; when that is refused there is none.
     bool registerHotKey(const Shortcut& shortcut, std::function<void()> handler);
+    /// Whether there is a hotkey, and no other program has its keys.
+    bool hasHotKey() const;
 
 private:
     std::unique_ptr<HotKey> _hotKey;

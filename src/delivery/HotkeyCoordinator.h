@@ -18,6 +18,8 @@ public:
 
     /// False when the desktop refuses it; then no hotkey is left.
     bool updateHotkey(const Shortcut& shortcut);
+    /// False when the desktop refuses it, or another program has it at present.
+    bool hasHotkey() const { return _manager.hasHotKey(); }
 
 private:
     GlobalHotkeyManager _manager;

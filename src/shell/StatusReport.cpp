@@ -70,6 +70,10 @@ std::string panelText(const JsonValue& panel) {
     return localized(textOf(panel) == "visible" ? "report.visible" : "report.hidden");
 }
 
+std::string hotkeyText(const JsonValue& hotkey) {
+    return localized(textOf(hotkey) == "active" ? "report.active" : "report.refused");
+}
+
 std::string eventText(const JsonValue& event, std::string_view name,
                       std::string (*shown)(const std::string&)) {
     const auto* const date = event["date"];
@@ -95,6 +99,7 @@ constexpr Line lines[] = {
     {"file", "report.file", textOf},
     {"keychain", "report.keychain", keychainText},
     {"panel", "report.panel", panelText},
+    {"hotkey", "report.hotkey", hotkeyText},
     {"lastCapture", "report.lastCapture", captureText},
     {"lastRefusal", "report.lastRefusal", refusalText},
 };
@@ -129,6 +134,8 @@ std::string statusReport(AppDelegate& application) {
     writer.key("panel");
     const auto* statusBar = application.statusBar();
     writer.string(statusBar && statusBar->isPanelVisible() ? "visible" : "hidden");
+    writer.key("hotkey");
+    writer.string(application.hotkeyCoordinator().hasHotkey() ? "active" : "refused");
     std::optional<PasteboardWatcher::Capture> capture;
     std::optional<PasteboardWatcher::Refusal> refusal;
     if (const auto* watcher = application.watcher()) {

@@ -95,6 +95,13 @@ TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
         EXPECT_EQ((json + lines).find(content), std::string::npos);
     }
     EXPECT_EQ(readableStatus("{}"), "");
+
+    const auto hotkey = [&] {
+        return std::get<std::string>((*JsonValue::parse(statusReport(application)))["hotkey"]->value);
+    };
+    EXPECT_EQ(hotkey(), "active");
+    desktop.hotkeys.taken = desktop.hotkeys.registered;
+    EXPECT_EQ(hotkey(), "refused");
 }
 
 TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {

@@ -137,4 +137,21 @@ TEST_F(HotkeysTest, WhatAnotherProgramHasIsRefusedAndNothingOfItIsKept) {
     EXPECT_FALSE(arrives()) << "given back";
 }
 
+TEST_F(HotkeysTest, WhatAChangeOfTheKeyboardGivesToAnotherComesBackWhenItEnds) {
+    const auto hotkey = registerShortcut();
+    ASSERT_TRUE(hotkey);
+    // It has what the shortcut becomes when Super moves to another bit.
+    auto other = x11::Connection::open(runLoop, error);
+    ASSERT_TRUE(other);
+    ASSERT_TRUE(x11::xcb::succeeded(
+        other->xcb(), xcb_grab_key_checked(other->xcb(), 0, other->root(), XCB_MOD_MASK_3 | XCB_MOD_MASK_1,
+                                           x11::keyCodeOf(KEY_V), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+    ASSERT_TRUE(Program(runLoop, {"xmodmap", "-e", "clear mod4", "-e", "add mod3 = Super_L"}).waitForEnd());
+    ASSERT_TRUE(wait([&] { return !hotkeys->hasAllHotKeys(); }));
+    EXPECT_FALSE(arrives());
+    other.reset();
+    EXPECT_TRUE(wait([&] { return hotkeys->hasAllHotKeys(); }, 10));
+    EXPECT_TRUE(arrives());
+}
+
 }  // namespace vellumix::tests

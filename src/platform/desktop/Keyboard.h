@@ -39,6 +39,9 @@ public:
     /// the keyboard, the press is taken before it.
     virtual std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode,
                                                            std::uint32_t modifiers) = 0;
+    /// False while another program has a registered combination, to which a change of the keyboard can lead.
+    /// It works again soon after the other has let go.
+    virtual bool hasAllHotKeys() const = 0;
 };
 
 /// A key with its modifiers, pressed and released.

@@ -19,8 +19,12 @@ std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, s
     return Observation(_lifetime.weakly([this, combination] { std::erase(registered, combination); }));
 }
 
+bool Hotkeys::hasAllHotKeys() const {
+    return std::ranges::none_of(registered, [this](const Combination& one) { return contains(taken, one); });
+}
+
 bool Hotkeys::press(const Combination& combination) {
-    if (!contains(registered, combination)) return false;
+    if (!contains(registered, combination) || contains(taken, combination)) return false;
     _handlers.notify();
     return true;
 }

@@ -23,6 +23,8 @@ public:
     }
     std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) override;
 
+    bool hasAllHotKeys() const override;
+
     /// Somebody presses the keys; false when nobody has registered them.
     bool press(const Combination& combination);
 

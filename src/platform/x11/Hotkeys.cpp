@@ -11,6 +11,7 @@ namespace {
 
 /// Shorter than two presses of one key can follow each other.
 constexpr double holdingSeconds = 0.05;
+constexpr double retrySeconds = 3;
 
 }  // namespace
 
@@ -40,7 +41,7 @@ std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, s
     if (isOurs || !grab(wanted)) return std::nullopt;
     const auto at = _registrations.insert(_registrations.end(), wanted);
     return Observation(_lifetime.weakly([this, at] {
-        ungrab(*at);
+        if (at->isGrabbed) ungrab(*at);
         _registrations.erase(at);
     }));
 }
@@ -94,11 +95,26 @@ void Hotkeys::ungrab(const Registration& registration) {
 void Hotkeys::keyboardChanged() {
     _isChangeDue = false;
     ModifierMap modifiers(_connection);
-    if (modifiers == _modifiers) return;
-    for (const auto& registration : _registrations) ungrab(registration);
-    _modifiers = std::move(modifiers);
-    for (const auto& registration : _registrations) {
-        if (!grab(registration)) Log("Hotkeys").error("With this keyboard, another program has the hotkey");
+    if (modifiers != _modifiers) {
+        for (auto& registration : _registrations) {
+            ungrab(registration);
+            registration.isGrabbed = false;
+        }
+        _modifiers = std::move(modifiers);
+    }
+    const bool hadAll = !_retry;
+    grabWhatIsMissing();
+    if (_retry && hadAll) Log("Hotkeys").error("With this keyboard, another program has the hotkey");
+}
+
+void Hotkeys::grabWhatIsMissing() {
+    for (auto& registration : _registrations) {
+        if (!registration.isGrabbed) registration.isGrabbed = grab(registration);
+    }
+    if (hasAllHotKeys()) {
+        _retry.reset();
+    } else if (!_retry) {
+        _retry = _connection.runLoop().repeatingTimer(retrySeconds, [this] { grabWhatIsMissing(); });
     }
 }
 

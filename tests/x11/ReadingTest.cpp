@@ -138,6 +138,33 @@ TEST_F(ReadingTest, ReadsLargeValuesInOnePropertyAndInPieces) {
     EXPECT_EQ(peer->errors(), 0);
 }
 
+TEST_F(ReadingTest, AnImageMayTakeItsTimeAndTextMayNot) {
+    const auto later = [&] {
+        waitUntil(
+            runLoop, [] { return false; }, 0.2);
+    };
+    open({.answerSeconds = 0.05, .fetchSeconds = 0.05});
+    peer->copy({{.target = "image/png", .bytes = "picture", .meanwhile = later}});
+    EXPECT_EQ(nextText(), "-");
+    EXPECT_EQ(asText(pasteboard->dataForType(NSPasteboardTypeTIFF).value_or(Data())), "picture");
+    EXPECT_TRUE(drops.empty());
+
+    peer->copy({{.target = "UTF8_STRING", .bytes = "text", .meanwhile = later}});
+    ASSERT_TRUE(wait([&] { return !drops.empty(); }));
+    // For ever is too long for an image too, and a newer copy doesn't wait for it.
+    open({.imageSeconds = 0.05});
+    drops.clear();
+    const Answer silent{.target = "image/png", .bytes = "", .manner = Peer::Manner::silent};
+    peer->copy({silent});
+    ASSERT_TRUE(wait([&] { return !drops.empty(); }));
+    open({});
+    peer->copy({silent});
+    ASSERT_TRUE(wait([&] { return !peer->asked().empty() && peer->asked().back() == "image/png"; }));
+    Peer other(runLoop);
+    other.copyText("newer");
+    EXPECT_EQ(nextText(1), "newer");
+}
+
 TEST_F(ReadingTest, EveryCopyOfABurstIsSeenInOrder) {
     constexpr int copies = 500;
     std::vector<std::string> seen;

@@ -26,7 +26,7 @@ Conversion::Conversion(Connection& connection, const Request& request, const Tra
     _events = connection.observe(request.requestor, [this](const auto& event) { handle(event); });
     xcb_convert_selection(connection.xcb(), request.requestor, request.selection, request.target,
                           connection.atoms().conversion, request.time);
-    await(limits.answerSeconds);
+    await(request.answerSeconds);
 }
 
 void Conversion::handle(const xcb_generic_event_t& event) {

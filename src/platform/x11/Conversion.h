@@ -54,6 +54,8 @@ public:
         /// A time at which the asked owner had the selection.
         xcb_timestamp_t time;
         std::size_t limit;
+        /// Seconds that the owner has to answer.
+        double answerSeconds;
         Excess excess = Excess::abandon;
     };
 

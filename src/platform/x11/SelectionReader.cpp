@@ -27,13 +27,21 @@ SelectionReader::SelectionReader(Connection& connection, const TransferLimits& l
       _selection(selection),
       _time(time),
       _completion(std::move(completion)) {
-    _deadline = connection.runLoop().oneShotTimer(limits.fetchSeconds, [this] { end({{}, noAnswer}); });
-    convert(connection.atoms().passwordManagerHint, hintBytes, Excess::drain, &SelectionReader::hintCame);
+    setDeadline(limits.fetchSeconds);
+    ask({connection.atoms().passwordManagerHint, hintBytes, limits.answerSeconds, Excess::drain},
+        &SelectionReader::hintCame);
 }
 
-void SelectionReader::convert(xcb_atom_t target, std::size_t limit, Conversion::Excess excess, Step next) {
+void SelectionReader::setDeadline(double seconds) {
+    _deadline = _connection.runLoop().oneShotTimer(seconds, [this] { end({{}, noAnswer}); });
+}
+
+void SelectionReader::ask(const Question& question, Step next) {
     _windows.push_back(std::make_unique<Window>(_connection));
-    const Conversion::Request request{_windows.back()->id(), _selection, target, _time, limit, excess};
+    const Conversion::Request request{
+        _windows.back()->id(),  _selection,      question.target, _time, question.limit,
+        question.answerSeconds, question.excess,
+    };
     _conversion = std::make_unique<Conversion>(
         _connection, request, _limits,
         [this, next](Ending ending, ConvertedValue value) { (this->*next)(ending, std::move(value)); });
@@ -48,7 +56,7 @@ void SelectionReader::hintCame(Ending ending, ConvertedValue value) {
         // of targets decides. It is also why the hint may be of any size.
         _isHintDoubtful = true;
     }
-    convert(_connection.atoms().targets, targetsBytes, Excess::abandon, &SelectionReader::targetsCame);
+    ask({_connection.atoms().targets, targetsBytes, _limits.answerSeconds}, &SelectionReader::targetsCame);
 }
 
 void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
@@ -83,8 +91,15 @@ void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
 
 void SelectionReader::askForPayload() {
     if (_nextCandidate == _candidates.size()) return end({{}, noReadableType});
-    convert(atomOf(_candidates[_nextCandidate].target), _limits.payloadBytes, Excess::abandon,
-            &SelectionReader::payloadCame);
+    const auto& candidate = _candidates[_nextCandidate];
+    const bool isImage = candidate.form == PayloadForm::image;
+    // It takes its time to be made, and waiting costs nothing: a newer copy ends the wait.
+    if (isImage && !std::exchange(_waitsForImage, true)) {
+        setDeadline(_limits.imageSeconds + _limits.fetchSeconds);
+    }
+    ask({atomOf(candidate.target), _limits.payloadBytes,
+         isImage ? _limits.imageSeconds : _limits.answerSeconds},
+        &SelectionReader::payloadCame);
 }
 
 xcb_atom_t SelectionReader::atomOf(std::string_view target) const {

@@ -39,7 +39,14 @@ private:
     using Ending = Conversion::Ending;
     using Step = void (SelectionReader::*)(Ending, ConvertedValue);
 
-    void convert(xcb_atom_t target, std::size_t limit, Conversion::Excess excess, Step next);
+    struct Question {
+        xcb_atom_t target;
+        std::size_t limit;
+        double answerSeconds;
+        Conversion::Excess excess = Conversion::Excess::abandon;
+    };
+    void ask(const Question& question, Step next);
+    void setDeadline(double seconds);
     void hintCame(Ending ending, ConvertedValue value);
     void targetsCame(Ending ending, ConvertedValue value);
     void payloadCame(Ending ending, ConvertedValue value);
@@ -61,6 +68,8 @@ private:
     std::vector<xcb_atom_t> _targets;
     std::vector<PayloadCandidate> _candidates;
     std::size_t _nextCandidate = 0;
+    /// The deadline has been set anew for an image.
+    bool _waitsForImage = false;
     std::vector<std::unique_ptr<Window>> _windows;
     std::unique_ptr<Conversion> _conversion;
     std::unique_ptr<NSTimer> _deadline;

@@ -17,7 +17,7 @@ ThumbnailCache::Thumbnail ThumbnailCache::thumbnail(const UUID& id, ImageDecoder
                                                     const Source& source) {
     const auto key = id.uuidString();
     const auto facts = _facts.objectForKey(key);
-    if (facts && facts->hasFailed) return {.state = State::failed, .imageSize = facts->imageSize};
+    if (facts && facts->hasFailed) return {.state = State::failed};
     Thumbnail known{.bitmap = cache.objectForKey(key)};
     if (facts) {
         known.imageSize = facts->imageSize;
@@ -44,7 +44,8 @@ void ThumbnailCache::order(const std::string& key, ImageDecoder::PixelSize box, 
                        })] {
                           auto bitmap = decoder->decode(encoded, box);
                           auto facts = std::make_shared<const Facts>(Facts{
-                              .imageSize = decoder->sizeOf(encoded),
+                              // A head without its picture makes no image.
+                              .imageSize = bitmap ? decoder->sizeOf(encoded) : std::nullopt,
                               .box = box,
                               .hasFailed = !bitmap,
                           });

@@ -28,7 +28,8 @@ public:
         State state = State::pending;
         /// Null unless there is one; while a larger one is pending, the smaller.
         std::shared_ptr<const Bitmap> bitmap;
-        /// Of the whole image, upright. Nothing when it can't be told, and while the first answer is pending.
+        /// Of the whole image, upright. Nothing when no image can be made of it, and while the first answer
+        /// is pending.
         std::optional<ImageDecoder::PixelSize> imageSize;
     };
     /// The encoded image of an entry; nothing for one that has none. Called when its decoding is ordered.

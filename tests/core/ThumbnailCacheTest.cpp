@@ -22,17 +22,21 @@ protected:
 TEST_F(ThumbnailCacheTest, ImagesAreDecodedOnceOnTheQueueAndTold) {
     const auto good = imageItem(std::string(asText(tinyPNG())));
     const auto bad = imageItem("no image");
+    const auto cut = imageItem(std::string(asText(tinyPNG()).substr(0, tinyPNG().size() - 4)));
     for (int frame = 0; frame < 3; ++frame) {
+        EXPECT_EQ(ask(cut).state, State::pending);
         EXPECT_EQ(ask(good).state, State::pending);
         EXPECT_EQ(ask(bad).state, State::pending);
     }
     EXPECT_EQ(desktop.imageDecoder.decodings, 0) << "nothing is decoded inside a frame";
     desktop.runLoop.settle();
-    EXPECT_EQ(notices, 2);
+    EXPECT_EQ(notices, 3);
     for (int frame = 0; frame < 3; ++frame) {
         EXPECT_TRUE(ask(good).bitmap);
         EXPECT_EQ(ask(good).imageSize, (ImageDecoder::PixelSize{1, 1}));
         EXPECT_EQ(ask(bad).state, State::failed);
+        EXPECT_EQ(ask(cut).state, State::failed);
+        EXPECT_FALSE(ask(cut).imageSize) << "a head alone is no image";
         desktop.runLoop.settle();
     }
     EXPECT_EQ(desktop.imageDecoder.decodings, 1);

@@ -46,13 +46,13 @@ int Alerts::runModal(const NSAlert& alert) {
 
 std::optional<ImageDecoder::PixelSize> ImageDecoder::sizeOf(const Data& encoded) {
     constexpr std::uint32_t sideLimit = std::numeric_limits<int>::max();
-    const auto size = isCompletePNG(encoded) ? pngSize(encoded) : std::nullopt;
+    const auto size = pngSize(encoded);
     if (!size || size->width > sideLimit || size->height > sideLimit) return std::nullopt;
     return PixelSize{static_cast<int>(size->width), static_cast<int>(size->height)};
 }
 
 std::shared_ptr<const Bitmap> ImageDecoder::decode(const Data& encoded, PixelSize box) {
-    const auto size = sizeOf(encoded);
+    const auto size = isCompletePNG(encoded) ? sizeOf(encoded) : std::nullopt;
     if (!size) return nullptr;
     ++decodings;
     return greyBitmap(std::min(size->width, box.width), std::min(size->height, box.height));

@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             requireLocalFiles(x11::filesOfURIList(value, "here"));
             break;
         case 2:
-            requireLocalFiles(x11::filesOfCopiedFiles(value, "here"));
+            requireLocalFiles(x11::filesOfCopiedFiles(value, "here").files);
             break;
         case 3: {
             const auto text = x11::textOfUTF8(value);
@@ -53,7 +53,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             break;
         }
         default:
-            require(!x11::isSecret(value) || size > 6);
+            require(!x11::isSVGDocument(asText(value)) ||
+                    asText(value).find("svg") != std::string_view::npos);
+            require(x11::passwordHintOf(value) != x11::PasswordHint::secret || size > 6);
             for (const auto& candidate : x11::payloadCandidates(linesOf(asText(value)))) {
                 require(!x11::isMarker(candidate.target));
             }

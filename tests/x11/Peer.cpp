@@ -108,6 +108,11 @@ void Peer::synchronize() {
     if (_xcb) await<xcb_get_input_focus_reply>(_xcb.get(), xcb_get_input_focus(_xcb.get()));
 }
 
+void Peer::take(const std::string& selection) {
+    xcb_set_selection_owner(_xcb.get(), _window, atom(selection), XCB_CURRENT_TIME);
+    synchronize();
+}
+
 void Peer::clear() {
     xcb_set_selection_owner(_xcb.get(), XCB_WINDOW_NONE, atom("CLIPBOARD"), XCB_CURRENT_TIME);
     xcb_flush(_xcb.get());
@@ -193,6 +198,10 @@ void Peer::serve(const xcb_selection_request_event_t& request) {
         xcb_change_property(_xcb.get(), XCB_PROP_MODE_REPLACE, request.requestor, request.property,
                             XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(targets.size()), targets.data());
         return answer(request, true);
+    }
+    if (found->refusals > 0) {
+        --found->refusals;
+        return answer(request, false);
     }
     const auto given = *found;
     if (given.meanwhile) given.meanwhile();

@@ -59,6 +59,8 @@ public:
         AtStop atStop = AtStop::finishes;
         /// Runs when the target is asked for.
         std::function<void()> meanwhile = {};
+        /// So many times it is refused first.
+        int refusals = 0;
     };
 
     /// Something asked for; `isDone` and absent when it was refused.
@@ -77,6 +79,8 @@ public:
     /// otherwise.
     void copy(std::vector<Answer> answers);
     void copyText(const std::string& text) { copy({{.target = "UTF8_STRING", .bytes = text}}); }
+    /// Takes another selection, to do nothing with it.
+    void take(const std::string& selection);
     /// Gives the clipboard up on purpose.
     void clear();
     /// Destroys the window that owns the clipboard, and stays connected.

@@ -32,12 +32,41 @@ TEST(PropertyValuesTest, FilesAreLocalFileURLsAndNothingElse) {
         {"move\nfile:///a", "/a|", ""},
         {"file://localhost/a\r\nfile://here/b\r\nfile://elsewhere/c\r\nfile:/d\r\n", "/a|/b|/d|", ""},
         {"https://example.org/\r\nmailto:a@b\r\nfile:relative\r\nfile://\r\n/plain/path\r\n", "", ""},
+        {"file:///tmp/a%00b\r\nfile:///tmp/%c3%a9\r\n", "/tmp/\xc3\xa9|", ""},
         {"file:///raw space\r\nfile:///%zz\r\nfile:///ok\r\n", "/ok|", ""},
     };
     for (const auto& one : cases) {
         EXPECT_EQ(pathsOf(filesOfURIList(viewOf(one.value), "here")), one.uriList) << one.value;
-        EXPECT_EQ(pathsOf(filesOfCopiedFiles(viewOf(one.value), "here")), one.copiedFiles) << one.value;
+        EXPECT_EQ(pathsOf(filesOfCopiedFiles(viewOf(one.value), "here").files), one.copiedFiles) << one.value;
     }
+}
+
+TEST(PropertyValuesTest, AHintIsAWordOrUnreadable) {
+    using enum PasswordHint;
+    using namespace std::string_view_literals;
+    const std::pair<std::string_view, PasswordHint> cases[] = {
+        {"secret", secret},       {"Secret", secret},
+        {" secret", secret},      {"SECRET\r\n\0"sv, secret},
+        {"public", otherWord},    {"secrets", otherWord},
+        {"0", otherWord},         {"", unreadable},
+        {" \n\0"sv, unreadable},  {"s\0e\0c\0"sv, unreadable},
+        {"\xff\xfe", unreadable}, {"żółw", unreadable},
+    };
+    for (const auto& [value, meaning] : cases) EXPECT_EQ(passwordHintOf(viewOf(value)), meaning) << value;
+}
+
+TEST(PropertyValuesTest, AnSVGDocumentIsToldByItsRoot) {
+    const std::pair<std::string_view, bool> cases[] = {
+        {"<svg/>", true},
+        {"\xEF\xBB\xBF\n<?xml version=\"1.0\"?>\n<!-- a > b -->\n<svg:svg xmlns:svg=\"s\">", true},
+        {"<!DOCTYPE svg PUBLIC \"a\" \"b\" [ <!ENTITY x \"y\"> ]>\n<svg width=\"1\">", true},
+        {"<svgs/>", false},
+        {"<html><svg/></html>", false},
+        {"<!-- <svg/>", false},
+        {"an <svg/>", false},
+        {"", false},
+    };
+    for (const auto& [text, isOne] : cases) EXPECT_EQ(isSVGDocument(text), isOne) << text;
 }
 
 TEST(PropertyValuesTest, EveryLatin1CharacterSurvivesARoundTrip) {

@@ -93,8 +93,10 @@ URL URL::file(std::string_view path) {
 
 bool URL::isFile() const {
     const auto name = scheme();
-    return name.size() == 4 &&
-           std::equal(name.begin(), name.end(), "file", [](char a, char b) { return (a | 0x20) == b; });
+    const bool hasScheme = name.size() == 4 && std::equal(name.begin(), name.end(), "file",
+                                                          [](char a, char b) { return (a | 0x20) == b; });
+    return hasScheme &&
+           split(absoluteString().substr(_schemeSize + 1)).path.find("%00") == std::string_view::npos;
 }
 
 std::string URL::path() const {

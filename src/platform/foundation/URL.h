@@ -22,6 +22,8 @@ public:
     std::string_view absoluteString() const { return _text.view(); }
     /// As written, without the colon; empty for a relative reference.
     std::string_view scheme() const { return _text.view().substr(0, _schemeSize); }
+    /// The scheme is "file", whatever its case, and the path could be one of a file: without a NUL
+    /// (POSIX.1-2017 section 3.170).
     bool isFile() const;
     /// The path, percent-decoded, without a trailing slash unless it is the root.
     std::string path() const;

@@ -29,7 +29,8 @@ struct Atoms {
     xcb_atom_t plainTextUTF8;
     xcb_atom_t plainText;
     xcb_atom_t uriList;
-    xcb_atom_t copiedFiles;
+    xcb_atom_t gnomeCopiedFiles;
+    xcb_atom_t mateCopiedFiles;
     xcb_atom_t cutSelection;
 
     // Properties of our own windows.

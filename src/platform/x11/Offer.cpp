@@ -22,7 +22,8 @@ std::function<SharedBytes()> madeOnce(std::function<SharedBytes()> make) {
     };
 }
 
-void appendFiles(const std::vector<URL>& files, const Atoms& atoms, Representations& representations) {
+void appendFiles(const std::vector<URL>& files, bool isCut, const Atoms& atoms,
+                 Representations& representations) {
     const auto list = [files](std::string_view first, std::string_view separator, std::string_view last) {
         std::string text(first);
         for (const auto& file : files) {
@@ -35,10 +36,12 @@ void appendFiles(const std::vector<URL>& files, const Atoms& atoms, Representati
     representations.push_back(
         {atoms.uriList, atoms.uriList, madeOnce([list] { return list("", "\r\n", "\r\n"); })});
     // File managers read the list by its lines: a line end behind the last would be one more, empty file.
-    representations.push_back(
-        {atoms.copiedFiles, atoms.copiedFiles, madeOnce([list] { return list("copy\n", "\n", ""); })});
-    representations.push_back(
-        {atoms.cutSelection, atoms.cutSelection, [] { return SharedBytes::of(String("0")); }});
+    const auto copied = madeOnce([list, isCut] { return list(isCut ? "cut\n" : "copy\n", "\n", ""); });
+    for (const auto target : {atoms.gnomeCopiedFiles, atoms.mateCopiedFiles}) {
+        representations.push_back({target, target, copied});
+    }
+    representations.push_back({atoms.cutSelection, atoms.cutSelection,
+                               [isCut] { return SharedBytes::of(String(isCut ? "1" : "0")); }});
 }
 
 void appendText(const std::function<String()>& text, const Atoms& atoms, Representations& representations) {
@@ -87,7 +90,7 @@ SharedBytes SharedBytes::of(const Data& data) {
 Offer Offer::of(const Content& content, Connection& connection) {
     const auto& atoms = connection.atoms();
     Representations representations;
-    if (!content.files.empty()) appendFiles(content.files, atoms, representations);
+    if (!content.files.empty()) appendFiles(content.files, content.isCut, atoms, representations);
     if (content.image) {
         const auto type = atomNamed(content.imageType, connection);
         representations.push_back({type, type, [image = *content.image] { return SharedBytes::of(image); }});
@@ -98,6 +101,12 @@ Offer Offer::of(const Content& content, Connection& connection) {
         appendText([files = content.files] { return pathsOf(files); }, atoms, representations);
     }
     return Offer(std::move(representations));
+}
+
+void Offer::add(std::vector<Representation> further) {
+    for (auto& one : further) {
+        if (!find(one.target)) _representations.push_back(std::move(one));
+    }
 }
 
 const Offer::Representation* Offer::find(xcb_atom_t target) const {

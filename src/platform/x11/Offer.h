@@ -28,6 +28,8 @@ public:
         xcb_atom_t type;
         /// Made when somebody first asks: most representations are never wanted.
         std::function<SharedBytes()> bytes;
+        /// Bits of one element: 8, 16 or 32.
+        std::uint8_t format = 8;
     };
 
     Offer() = default;
@@ -38,6 +40,8 @@ public:
     /// file managers, and as paths for editors and terminals, which would take nothing otherwise.
     static Offer of(const Content& content, Connection& connection);
 
+    /// Adds what isn't offered yet.
+    void add(std::vector<Representation> further);
     /// In order of preference.
     const std::vector<Representation>& representations() const { return _representations; }
     /// Nothing when the target isn't offered.

@@ -10,8 +10,9 @@ namespace vellumix::x11 {
 namespace {
 
 constexpr PayloadCandidate files[] = {
-    {PayloadForm::uriList, "text/uri-list"},
     {PayloadForm::copiedFiles, "x-special/gnome-copied-files"},
+    {PayloadForm::copiedFiles, "x-special/mate-copied-files"},
+    {PayloadForm::uriList, "text/uri-list"},
 };
 // PNG first, as it is what is kept and needs no conversion; then what loses nothing.
 constexpr PayloadCandidate images[] = {
@@ -52,9 +53,17 @@ std::vector<PayloadCandidate> payloadCandidates(const std::vector<std::string>& 
     return chosen;
 }
 
+std::vector<PayloadCandidate> imageCandidates(const std::vector<std::string>& targets) {
+    std::vector<PayloadCandidate> chosen;
+    appendAnnounced(images, targets, chosen);
+    return chosen;
+}
+
 std::vector<PayloadCandidate> candidatesOfSilentOwner() {
     return {{PayloadForm::utf8Text, "UTF8_STRING"}, {PayloadForm::latin1Text, "STRING"}};
 }
+
+bool isText(PayloadForm form) { return form == PayloadForm::utf8Text || form == PayloadForm::latin1Text; }
 
 bool isMarker(std::string_view target) {
     return target == transientMarkerType || target == concealedMarkerType ||

@@ -66,12 +66,15 @@ std::vector<URL> filesOfURIList(ByteView value, std::string_view hostName) {
     return localFiles(linesOf(value), hostName);
 }
 
-std::vector<URL> filesOfCopiedFiles(ByteView value, std::string_view hostName) {
+CopiedFiles filesOfCopiedFiles(ByteView value, std::string_view hostName) {
     auto lines = linesOf(value);
     if (lines.empty() || (lines.front() != "copy" && lines.front() != "cut")) return {};
+    const bool isCut = lines.front() == "cut";
     lines.erase(lines.begin());
-    return localFiles(lines, hostName);
+    return {localFiles(lines, hostName), isCut};
 }
+
+bool isCutSelection(ByteView value) { return withoutFinalNULs(value) == "1"; }
 
 std::string textOfUTF8(ByteView value) {
     const auto text = withoutFinalNULs(value);
@@ -96,6 +99,45 @@ std::string latin1Of(std::string_view text) {
     return latin1;
 }
 
-bool isSecret(ByteView hint) { return withoutFinalNULs(hint) == "secret"; }
+PasswordHint passwordHintOf(ByteView value) {
+    constexpr std::string_view blanks(" \t\r\n\v\f\0", 7);
+    auto word = asText(value);
+    word.remove_prefix(std::min(word.find_first_not_of(blanks), word.size()));
+    word = word.substr(0, word.find_last_not_of(blanks) + 1);
+    const auto isPrintable = [](unsigned char c) { return c >= 0x20 && c < 0x7F; };
+    if (word.empty() || !std::ranges::all_of(word, isPrintable)) return PasswordHint::unreadable;
+    return std::ranges::equal(word, std::string_view("secret"), {}, [](char c) { return c | 0x20; })
+               ? PasswordHint::secret
+               : PasswordHint::otherWord;
+}
+
+bool isSVGDocument(std::string_view text) {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
+    const auto skipPast = [&](std::string_view end) {
+        const auto at = text.find(end);
+        text.remove_prefix(at == std::string_view::npos ? text.size() : at + end.size());
+    };
+    while (true) {
+        text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+        if (text.starts_with("<!--")) {
+            skipPast("-->");
+        } else if (text.starts_with("<?")) {
+            skipPast("?>");
+        } else if (text.starts_with("<!DOCTYPE")) {
+            // The declarations that a document type may bring with it stand in brackets.
+            const auto end = std::min(text.find_first_of("[>"), text.size());
+            text.remove_prefix(end);
+            if (text.starts_with('[')) skipPast("]");
+            skipPast(">");
+        } else {
+            break;
+        }
+    }
+    if (!text.starts_with('<')) return false;
+    auto name = text.substr(1, std::min(text.find_first_of(" \t\r\n/>"), text.size()) - 1);
+    name.remove_prefix(name.find(':') == std::string_view::npos ? 0 : name.find(':') + 1);
+    return name == "svg";
+}
 
 }  // namespace vellumix::x11

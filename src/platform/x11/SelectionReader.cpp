@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "platform/desktop/Pasteboard.h"
-#include "platform/x11/PropertyValues.h"
 
 namespace vellumix::x11 {
 
@@ -33,7 +32,7 @@ SelectionReader::SelectionReader(Connection& connection, const TransferLimits& l
 }
 
 void SelectionReader::setDeadline(double seconds) {
-    _deadline = _connection.runLoop().oneShotTimer(seconds, [this] { end({{}, noAnswer}); });
+    _deadline = _connection.runLoop().oneShotTimer(seconds, [this] { giveUp(noAnswer); });
 }
 
 void SelectionReader::ask(const Question& question, Step next) {
@@ -49,13 +48,13 @@ void SelectionReader::ask(const Question& question, Step next) {
 
 void SelectionReader::hintCame(Ending ending, ConvertedValue value) {
     if (ending == Ending::late) return end({{}, noAnswer});
-    const auto hint = _connection.atoms().passwordManagerHint;
-    if (ending == Ending::value && value.format == 8 && isSecret(value.bytes)) {
-        if (value.type == hint) return endMarked();
-        // Some programs answer every target with their text, which may happen to be this word: then the list
-        // of targets decides. It is also why the hint may be of any size.
-        _isHintDoubtful = true;
+    const bool isRead = ending == Ending::value && value.format == 8;
+    _hint = isRead ? passwordHintOf(value.bytes) : PasswordHint::unreadable;
+    if (_hint == PasswordHint::secret && value.type == _connection.atoms().passwordManagerHint) {
+        return endMarked();
     }
+    // Some programs answer every target with their text, which may happen to be this word: then the list of
+    // targets decides. It is also why the hint may be of any size.
     ask({_connection.atoms().targets, targetsBytes, _limits.answerSeconds}, &SelectionReader::targetsCame);
 }
 
@@ -77,10 +76,11 @@ void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
         return end({{}, tooManyTargets});
     }
     if (isList) _targets = atomsOf(value.bytes);
-    const bool announcesHint =
-        std::find(_targets.begin(), _targets.end(), atoms.passwordManagerHint) != _targets.end();
-    if (_isHintDoubtful && (!isList || announcesHint)) return endMarked();
+    // A hint that is there and can't be read is on the safe side of doubt.
+    const bool isHint = isAnnounced(atoms.passwordManagerHint) || (!isList && _hint == PasswordHint::secret);
+    if (isHint && _hint != PasswordHint::otherWord) return endMarked();
     _content.ownerTypes = _connection.names(_targets);
+    _content.ownerTargets = _targets;
     if (std::any_of(_content.ownerTypes.begin(), _content.ownerTypes.end(), isMarker)) {
         _content.isMarked = true;
         return end({std::move(_content), {}});
@@ -90,7 +90,10 @@ void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
 }
 
 void SelectionReader::askForPayload() {
-    if (_nextCandidate == _candidates.size()) return end({{}, noReadableType});
+    if (_nextCandidate == _candidates.size()) {
+        if (!askAgain()) giveUp(noReadableType);
+        return;
+    }
     const auto& candidate = _candidates[_nextCandidate];
     const bool isImage = candidate.form == PayloadForm::image;
     // It takes its time to be made, and waiting costs nothing: a newer copy ends the wait.
@@ -100,6 +103,19 @@ void SelectionReader::askForPayload() {
     ask({atomOf(candidate.target), _limits.payloadBytes,
          isImage ? _limits.imageSeconds : _limits.answerSeconds},
         &SelectionReader::payloadCame);
+}
+
+bool SelectionReader::askAgain() {
+    // A gvim on a busy machine refuses at first what it has just announced.
+    if (!_wasTextRefused || std::exchange(_isSecondTry, true)) return false;
+    _nextCandidate = 0;
+    while (!isText(_candidates[_nextCandidate].form)) ++_nextCandidate;
+    _pause = _connection.runLoop().oneShotTimer(_limits.againSeconds, [this] { askForPayload(); });
+    return true;
+}
+
+bool SelectionReader::isAnnounced(xcb_atom_t target) const {
+    return std::find(_targets.begin(), _targets.end(), target) != _targets.end();
 }
 
 xcb_atom_t SelectionReader::atomOf(std::string_view target) const {
@@ -113,21 +129,47 @@ void SelectionReader::payloadCame(Ending ending, ConvertedValue value) {
     const auto candidate = _candidates[_nextCandidate];
     switch (ending) {
         case Ending::late:
-            return end({{}, noAnswer});
+            return giveUp(noAnswer);
         case Ending::tooLarge:
-            return end({{}, RefusalReason::tooLarge});
+            return giveUp(RefusalReason::tooLarge);
         case Ending::noMemory:
-            return end({{}, RefusalReason::noMemory});
+            return giveUp(RefusalReason::noMemory);
         case Ending::refused:
+            _wasTextRefused |= isText(candidate.form) && !_targets.empty();
             break;
         case Ending::value:
-            if (take(candidate.form, candidate.target, std::move(value))) {
-                return end({std::move(_content), {}});
-            }
+            if (take(candidate.form, candidate.target, std::move(value))) return payloadTaken(candidate.form);
     }
     // Some programs announce targets that they refuse, or a list of addresses that holds no file.
     ++_nextCandidate;
     askForPayload();
+}
+
+void SelectionReader::payloadTaken(PayloadForm form) {
+    const auto cutSelection = _connection.atoms().cutSelection;
+    if (form == PayloadForm::uriList && isAnnounced(cutSelection)) {
+        constexpr std::size_t flagBytes = 16;
+        return ask({cutSelection, flagBytes, _limits.answerSeconds}, &SelectionReader::cutSelectionCame);
+    }
+    if (isText(form) && askForPicture()) return;
+    end({std::move(_content), {}});
+}
+
+bool SelectionReader::askForPicture() {
+    // The source of a drawing is text beside its picture, and the picture is what a person has copied.
+    auto images = imageCandidates(_content.ownerTypes);
+    if (images.empty() || !isSVGDocument(_content.text->view())) return false;
+    _source = std::exchange(_content.text, std::nullopt);
+    _candidates = std::move(images);
+    _nextCandidate = 0;
+    _wasTextRefused = false;
+    askForPayload();
+    return true;
+}
+
+void SelectionReader::cutSelectionCame(Ending ending, ConvertedValue value) {
+    _content.isCut = ending == Ending::value && value.format == 8 && isCutSelection(value.bytes);
+    end({std::move(_content), {}});
 }
 
 bool SelectionReader::take(PayloadForm form, std::string_view target, ConvertedValue value) {
@@ -136,9 +178,12 @@ bool SelectionReader::take(PayloadForm form, std::string_view target, ConvertedV
         case PayloadForm::uriList:
             _content.files = filesOfURIList(value.bytes, _hostName);
             break;
-        case PayloadForm::copiedFiles:
-            _content.files = filesOfCopiedFiles(value.bytes, _hostName);
+        case PayloadForm::copiedFiles: {
+            auto copied = filesOfCopiedFiles(value.bytes, _hostName);
+            _content.files = std::move(copied.files);
+            _content.isCut = copied.isCut;
             break;
+        }
         case PayloadForm::image:
             if (value.bytes.empty()) break;
             _content.image = Data(std::move(value.bytes));
@@ -155,6 +200,12 @@ bool SelectionReader::take(PayloadForm form, std::string_view target, ConvertedV
     return _content.hasPayload();
 }
 
+void SelectionReader::giveUp(RefusalReason reason) {
+    if (!_source) return end({{}, reason});
+    _content.text = std::move(_source);
+    end({std::move(_content), {}});
+}
+
 void SelectionReader::endMarked() {
     _content = {};
     _content.isMarked = true;
@@ -164,6 +215,7 @@ void SelectionReader::endMarked() {
 
 void SelectionReader::end(Outcome outcome) {
     _deadline.reset();
+    _pause.reset();
     _conversion.reset();
     const auto completion = std::exchange(_completion, nullptr);
     completion(std::move(outcome));

@@ -9,6 +9,7 @@
 #include "platform/x11/Content.h"
 #include "platform/x11/Conversion.h"
 #include "platform/x11/PayloadChoice.h"
+#include "platform/x11/PropertyValues.h"
 #include "platform/x11/Window.h"
 
 namespace vellumix::x11 {
@@ -50,9 +51,16 @@ private:
     void hintCame(Ending ending, ConvertedValue value);
     void targetsCame(Ending ending, ConvertedValue value);
     void payloadCame(Ending ending, ConvertedValue value);
+    void cutSelectionCame(Ending ending, ConvertedValue value);
     void askForPayload();
+    bool askAgain();
+    bool askForPicture();
+    bool isAnnounced(xcb_atom_t target) const;
+    void payloadTaken(PayloadForm form);
     xcb_atom_t atomOf(std::string_view target) const;
     bool take(PayloadForm form, std::string_view target, ConvertedValue value);
+    /// Ends without content, or with the source of a drawing.
+    void giveUp(RefusalReason reason);
     void endMarked();
     void end(Outcome outcome);
 
@@ -63,16 +71,22 @@ private:
     const xcb_timestamp_t _time;
     Completion _completion;
     Content _content;
-    /// The hint's value asks for secrecy, but under a type of its own.
-    bool _isHintDoubtful = false;
+    /// What the hint says when it is one: some programs answer every target with their text.
+    PasswordHint _hint = PasswordHint::otherWord;
     std::vector<xcb_atom_t> _targets;
     std::vector<PayloadCandidate> _candidates;
     std::size_t _nextCandidate = 0;
+    /// Announced text was refused.
+    bool _wasTextRefused = false;
+    bool _isSecondTry = false;
+    /// The source of a drawing, for the case that its picture can't be had.
+    std::optional<String> _source;
     /// The deadline has been set anew for an image.
     bool _waitsForImage = false;
     std::vector<std::unique_ptr<Window>> _windows;
     std::unique_ptr<Conversion> _conversion;
     std::unique_ptr<NSTimer> _deadline;
+    std::unique_ptr<NSTimer> _pause;
 };
 
 }  // namespace vellumix::x11

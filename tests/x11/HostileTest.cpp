@@ -186,6 +186,18 @@ TEST_F(HostileTest, MemoryThatCantBeHadCostsTheCopyAlone) {
     expectNextCopy();
 }
 
+TEST_F(HostileTest, DropsWithoutEndAreSaidOnceAndCounted) {
+    for (int number = 0; number < 50; ++number) {
+        drops.clear();
+        peer->copy({{.target = "unreadable", .bytes = ""}});
+        ASSERT_TRUE(dropComes());
+    }
+    const std::string line = "error: Pasteboard: A copy was dropped: no readable type.";
+    EXPECT_EQ(log.text, line + "\n");
+    pasteboard.reset();
+    EXPECT_EQ(log.text, line + "\n" + line + " (49 times more)\n");
+}
+
 TEST_F(HostileTest, AHangingOwnerHoldsNobodyUp) {
     for (const char* step : {"x-kde-passwordManagerHint", "TARGETS", "UTF8_STRING"}) {
         SCOPED_TRACE(step);

@@ -18,7 +18,8 @@ class LogLines final : public LogSink {
 public:
     LogLines() : _outer(Log::install(this)) {}
     ~LogLines() override { Log::install(_outer); }
-    void write(Level, std::string_view category, std::string_view message) override {
+    void write(Level level, std::string_view category, std::string_view message) override {
+        if (level == Level::error) text += "error: ";
         text += std::string(category) + ": " + std::string(message) + "\n";
     }
 
@@ -42,6 +43,8 @@ protected:
 
     /// A pasteboard with other limits in place of the present one.
     void open(const x11::TransferLimits& limits) {
+        // The part of the clipboard manager is free again then.
+        pasteboard.reset();
         pasteboard = std::make_unique<x11::Pasteboard>(*connection, limits);
         changes = pasteboard->observeChanges([this] {
             ++changesSeen;

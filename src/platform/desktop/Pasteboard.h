@@ -44,6 +44,11 @@ public:
     virtual Capabilities capabilities() const = 0;
     /// Grows with every change of the content, our own writes included. Starts anywhere.
     virtual std::int64_t changeCount() const = 0;
+    /// The present content was written by this program.
+    virtual bool isOurs() const = 0;
+    /// Called when another program has copied, before its content has been fetched: the moment at which the
+    /// front application is the one that it was copied in.
+    virtual Observation observeCopies(std::function<void()> observer) = 0;
     /// Called from the main loop after `changeCount` has grown, never inside a write.
     virtual Observation observeChanges(std::function<void()> observer) = 0;
     /// Called when another program's content was dropped.

@@ -72,6 +72,11 @@ void Pasteboard::preserve(std::int64_t changeCount) {
 }
 
 void Pasteboard::copyElsewhere(Content content) {
+    beginCopyElsewhere();
+    endCopyElsewhere(std::move(content));
+}
+
+void Pasteboard::endCopyElsewhere(Content content) {
     _content = std::move(content);
     _isOurs = false;
     changed();

@@ -27,6 +27,10 @@ public:
 
     Capabilities capabilities() const override { return _capabilities; }
     std::int64_t changeCount() const override { return _changeCount; }
+    bool isOurs() const override { return _isOurs; }
+    Observation observeCopies(std::function<void()> observer) override {
+        return _copies.add(std::move(observer));
+    }
     Observation observeChanges(std::function<void()> observer) override {
         return _changes.add(std::move(observer));
     }
@@ -43,8 +47,12 @@ public:
     bool writeFileURLs(const std::vector<URL>& urls) override;
     void preserve(std::int64_t changeCount) override;
 
-    /// Another program copies.
+    /// Another program copies; its content is still on its way.
+    void beginCopyElsewhere() { _copies.notify(); }
+    /// Another program copies, and its content is here.
     void copyElsewhere(Content content);
+    /// The content of a copy that was begun is here.
+    void endCopyElsewhere(Content content);
     /// Another program empties the clipboard on purpose.
     void clearElsewhere() { copyElsewhere({}); }
     /// The program that copied last ends. Preserved content stays.
@@ -63,6 +71,7 @@ private:
     bool _isOurs = false;
     bool _isOffered = true;
     bool _isPreserved = false;
+    ObserverList<> _copies;
     ObserverList<> _changes;
     ObserverList<RefusalReason> _drops;
     Lifetime _lifetime;

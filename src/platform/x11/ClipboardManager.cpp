@@ -1,13 +1,19 @@
 #include "platform/x11/ClipboardManager.h"
 
+#include <utility>
+
 namespace vellumix::x11 {
 
-ClipboardManager::ClipboardManager(Connection& connection, const TransferLimits& limits)
+ClipboardManager::ClipboardManager(Connection& connection, const TransferLimits& limits,
+                                   std::function<bool(const SelectionOwner::Request&)> mustWait)
     : _connection(connection), _owner(connection, connection.atoms().clipboardManager, limits) {
     const auto present = xcb::await<xcb_get_selection_owner_reply>(
         connection.xcb(), xcb_get_selection_owner(connection.xcb(), connection.atoms().clipboardManager));
     if (!present || present->owner != XCB_WINDOW_NONE) return;
     _owner.whenClaimed([this] { announce(); });
+    _owner.whenAsked([this, mustWait = std::move(mustWait)](const SelectionOwner::Request& request) {
+        return request.target == _connection.atoms().saveTargets && mustWait(request);
+    });
     // The answer has no content (type NULL); that it comes is what the program waits for.
     _owner.offer(
         Offer({{connection.atoms().saveTargets, connection.atoms().null, [] { return SharedBytes(); }}}));

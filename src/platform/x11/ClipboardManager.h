@@ -6,17 +6,15 @@ namespace vellumix::x11 {
 
 /// Answers programs that are about to end and ask for their copy to be kept (the ClipboardManager
 /// specification of freedesktop.org: CLIPBOARD_MANAGER and SAVE_TARGETS).
-///
-/// Every copy is read when it is made, so the answer needs no further transfer and comes at once. The one
-/// exception is a copy that is being read at that moment: its program would end before it has been read, so
-/// the answer waits for the reading, whose own deadlines bound it.
 class ClipboardManager {
 public:
-    /// Takes the part of the manager unless another program has it.
-    ClipboardManager(Connection& connection, const TransferLimits& limits);
+    /// Takes the part of the manager unless another program has it. `mustWait` is told each time that a
+    /// program asks; true lets its answer wait until `answer`. A program must not wait for long, and must not
+    /// be answered before all is read, as it ends then.
+    ClipboardManager(Connection& connection, const TransferLimits& limits,
+                     std::function<bool(const SelectionOwner::Request&)> mustWait);
 
-    void readingBegan() { _owner.hold(); }
-    void readingEnded() { _owner.answer(); }
+    void answer() { _owner.answer(); }
 
 private:
     void announce();

@@ -1,6 +1,7 @@
 #include "platform/x11/Connection.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "platform/foundation/LocalizedText.h"
@@ -200,6 +201,19 @@ std::vector<std::string> Connection::names(std::span<const xcb_atom_t> atoms) {
     for (const auto atom : atoms) names.push_back(_names[atom]);
     return names;
 }
+
+std::vector<std::uint32_t> Connection::numbers(xcb_window_t window, xcb_atom_t property, std::uint32_t most) {
+    const auto reply = xcb::await<xcb_get_property_reply>(
+        xcb(), xcb_get_property(xcb(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, most));
+    if (!reply || reply->format != 32) return {};
+    std::vector<std::uint32_t> values(reply->value_len);
+    if (!values.empty()) {
+        std::memcpy(values.data(), xcb_get_property_value(reply.get()), values.size() * sizeof values[0]);
+    }
+    return values;
+}
+
+bool Connection::isSameClient(xcb_window_t a, xcb_window_t b) const { return clientOf(a) == clientOf(b); }
 
 bool Connection::prepare() {
     // Whatever was requested since the last turn goes out here, once, before the loop sleeps.

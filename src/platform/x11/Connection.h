@@ -80,6 +80,12 @@ public:
     xcb_timestamp_t userTime() const { return _userTime; }
     void userActed(xcb_timestamp_t time) { _userTime = time; }
 
+    /// The numbers of a window's property, no more than that many; none where it has no such property. Waits
+    /// for the server.
+    std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t property, std::uint32_t most);
+    /// Whether one program has made both windows: by how the server gives out their ids (X protocol, section
+    /// 8).
+    bool isSameClient(xcb_window_t a, xcb_window_t b) const;
     /// The names of the atoms, in order; an atom that doesn't exist has an empty name.
     std::vector<std::string> names(std::span<const xcb_atom_t> atoms);
 

@@ -6,27 +6,26 @@
 
 namespace vellumix::x11 {
 
-IncrTransfer::IncrTransfer(Connection& connection, const Destination& destination, xcb_atom_t type,
-                           SharedBytes bytes, double pieceSeconds, std::function<void(IncrTransfer*)> end)
+IncrTransfer::IncrTransfer(Connection& connection, const Destination& destination, Value value,
+                           double pieceSeconds, std::function<void(IncrTransfer*)> end)
     : _connection(connection),
       _destination(destination),
-      _type(type),
-      _bytes(std::move(bytes)),
+      _value(std::move(value)),
       _pieceSeconds(pieceSeconds),
       _end(std::move(end)) {}
 
 std::unique_ptr<IncrTransfer> IncrTransfer::begin(Connection& connection, const Destination& destination,
-                                                  xcb_atom_t type, SharedBytes bytes, double pieceSeconds,
+                                                  Value value, double pieceSeconds,
                                                   std::function<void(IncrTransfer*)> end) {
     std::unique_ptr<IncrTransfer> transfer(
-        new IncrTransfer(connection, destination, type, std::move(bytes), pieceSeconds, std::move(end)));
+        new IncrTransfer(connection, destination, std::move(value), pieceSeconds, std::move(end)));
     // Before the property is there, so that its deletion can't be missed.
     auto events = connection.observeForeign(
         destination.requestor, [raw = transfer.get()](const auto& event) { raw->handle(event); });
     if (!events) return nullptr;
     transfer->_events = std::move(*events);
     const auto size = static_cast<std::uint32_t>(
-        std::min<std::size_t>(transfer->_bytes.view.size(), std::numeric_limits<std::int32_t>::max()));
+        std::min<std::size_t>(transfer->_value.bytes.view.size(), std::numeric_limits<std::int32_t>::max()));
     xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, destination.requestor, destination.property,
                         connection.atoms().incr, 32, 1, &size);
     transfer->await();
@@ -57,11 +56,11 @@ void IncrTransfer::sendPieceLater() {
 
 std::size_t IncrTransfer::sendPiece() {
     _isPieceDue = false;
-    const auto rest = _bytes.view.subspan(_offset);
+    const auto rest = _value.bytes.view.subspan(_offset);
     const auto piece = rest.first(std::min(rest.size(), _connection.pieceBytes()));
     xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, _destination.requestor,
-                        _destination.property, _type, 8, static_cast<std::uint32_t>(piece.size()),
-                        piece.data());
+                        _destination.property, _value.type, _value.format,
+                        static_cast<std::uint32_t>(piece.size() * 8 / _value.format), piece.data());
     _offset += piece.size();
     // An empty piece is the end.
     piece.empty() ? finish() : await();

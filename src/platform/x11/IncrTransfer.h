@@ -19,10 +19,17 @@ public:
         bool operator==(const Destination&) const = default;
     };
 
+    struct Value {
+        xcb_atom_t type;
+        /// Bits of one element: 8, 16 or 32.
+        std::uint8_t format;
+        SharedBytes bytes;
+    };
+
     /// Announces the value. Nothing when the requestor's window is gone. `end` is called once, from the loop,
     /// as the last thing that the transfer does: it may destroy the transfer.
     static std::unique_ptr<IncrTransfer> begin(Connection& connection, const Destination& destination,
-                                               xcb_atom_t type, SharedBytes bytes, double pieceSeconds,
+                                               Value value, double pieceSeconds,
                                                std::function<void(IncrTransfer*)> end);
     IncrTransfer(const IncrTransfer&) = delete;
     IncrTransfer& operator=(const IncrTransfer&) = delete;
@@ -30,8 +37,8 @@ public:
     const Destination& destination() const { return _destination; }
 
 private:
-    IncrTransfer(Connection& connection, const Destination& destination, xcb_atom_t type, SharedBytes bytes,
-                 double pieceSeconds, std::function<void(IncrTransfer*)> end);
+    IncrTransfer(Connection& connection, const Destination& destination, Value value, double pieceSeconds,
+                 std::function<void(IncrTransfer*)> end);
 
     void handle(const xcb_generic_event_t& event);
     void sendPieceLater();
@@ -41,8 +48,7 @@ private:
 
     Connection& _connection;
     const Destination _destination;
-    const xcb_atom_t _type;
-    const SharedBytes _bytes;
+    const Value _value;
     const double _pieceSeconds;
     std::function<void(IncrTransfer*)> _end;
     std::size_t _offset = 0;

@@ -15,6 +15,12 @@ namespace {
 constexpr Log pasteboardLog("Pasteboard");
 using enum RefusalReason;
 
+/// Milliseconds within which content is taken up after its owner's end; managers need some ten.
+constexpr xcb_timestamp_t takeUpTime = 1000;
+constexpr std::uint32_t windowsLookedAt = 1024;
+/// Targets that a program names to be saved.
+constexpr std::uint32_t targetsNamed = 1024;
+
 std::string thisHost() {
     std::array<char, 256> name{};
     return gethostname(name.data(), name.size() - 1) == 0 ? std::string(name.data()) : std::string();
@@ -31,7 +37,9 @@ Pasteboard::Pasteboard(Connection& connection, const TransferLimits& limits)
       _limits(limits),
       _hostName(thisHost()),
       _owner(connection, connection.atoms().clipboard, limits),
-      _manager(connection, limits) {
+      _manager(connection, limits, [this](const auto& request) { return mustWaitToSave(request); }),
+      _presentManager(connection, "CLIPBOARD_MANAGER"),
+      _dropLog(connection.runLoop(), pasteboardLog) {
     _events = connection.observeSelection(connection.atoms().clipboard, [this](const Change& change) {
         _changes.push_back(change);
         handleNext();
@@ -46,6 +54,10 @@ Pasteboard::~Pasteboard() = default;
 
 Observation Pasteboard::observeChanges(std::function<void()> observer) {
     return _changeObservers.add(std::move(observer));
+}
+
+Observation Pasteboard::observeCopies(std::function<void()> observer) {
+    return _copyObservers.add(std::move(observer));
 }
 
 Observation Pasteboard::observeDrops(std::function<void(RefusalReason)> observer) {
@@ -73,6 +85,8 @@ std::optional<String> Pasteboard::stringForType(std::string_view type) const {
 
 std::int64_t Pasteboard::clearContents() {
     abandonReading(overtaken);
+    stopAwaitingEnd();
+    _endTime.reset();
     show({});
     _isOurs = true;
     _isHoldersContent = true;
@@ -103,6 +117,7 @@ bool Pasteboard::writeFileURLs(const std::vector<URL>& urls) {
 }
 
 void Pasteboard::offerOurs() {
+    _kept.clear();
     _owner.offer(Offer::of(_visible, _connection));
     announce();
 }
@@ -114,14 +129,17 @@ void Pasteboard::preserve(std::int64_t changeCount) {
 }
 
 void Pasteboard::offerPreserved() {
-    if (_holder != Holder::endedProgram || !_isHoldersContent || _preserved != _changeCount ||
-        !_visible.hasPayload()) {
-        return;
-    }
+    if (_holder != Holder::endedProgram || !isToBeKept()) return;
     _holder = Holder::ourselves;
     // As of the time at which the ended program took the clipboard: whoever has taken it since then did so
     // later, if only by the millisecond that server times count in, and the server leaves it to them.
-    _owner.offerAsOf(_endedHolderTime, Offer::of(_visible, _connection));
+    auto offer = Offer::of(_visible, _connection);
+    offer.add(std::exchange(_kept, {}));
+    _owner.offerAsOf(_holderTime, std::move(offer));
+}
+
+bool Pasteboard::isToBeKept() const {
+    return _isHoldersContent && _preserved == _changeCount && _visible.hasPayload();
 }
 
 void Pasteboard::handleNext() {
@@ -138,11 +156,11 @@ void Pasteboard::handle(const Change& change) {
     if (change.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER) {
         if (_ownChangesDue > 0) return;
         abandonReading(ownerEnded);
-        _holder = Holder::endedProgram;
-        _endedHolderTime = change.selection_timestamp;
-        return offerPreserved();
+        _endTime = change.timestamp;
+        return holderEnded(change.selection_timestamp);
     }
     abandonReading(overtaken);
+    stopAwaitingEnd();
     if (_connection.isOurs(change.owner)) {
         _ownChangesDue -= _ownChangesDue > 0;
         _holder = Holder::ourselves;
@@ -151,18 +169,102 @@ void Pasteboard::handle(const Change& change) {
     }
     // The server has already told that we hold the clipboard: this came before.
     if (_ownChangesDue > 0) return reportDrop(overtaken);
-    _isHoldersContent = false;
-    if (change.owner == XCB_WINDOW_NONE) {
-        _holder = Holder::unknown;
-        return show({});
-    }
+    if (change.owner == XCB_WINDOW_NONE) return cleared(change);
+    const auto manager = _presentManager.owner();
+    const bool isManager = manager != XCB_WINDOW_NONE && _connection.isSameClient(manager, change.owner);
+    const bool isTakenUp = isManager || (_endTime && change.timestamp - *_endTime <= takeUpTime);
+    _succeeds = isTakenUp && _isHoldersContent;
     _holder = Holder::otherProgram;
+    _holderWindow = change.owner;
+    _holderTime = change.selection_timestamp;
+    _kept.clear();
+    // What must not be fetched can't be compared.
+    if (isManager && _succeeds && _visible.isMarked) return;
+    _isHoldersContent = false;
+    if (!isTakenUp) {
+        _endTime.reset();
+        _copyObservers.notify();
+    }
+    const auto windows =
+        _connection.numbers(_connection.root(), _connection.atoms().clientList, windowsLookedAt);
+    _hasHolderWindows = std::ranges::any_of(
+        windows, [&](xcb_window_t window) { return _connection.isSameClient(window, change.owner); });
     beginReading(change.selection_timestamp);
+}
+
+void Pasteboard::holderEnded(xcb_timestamp_t ownedSince) {
+    _holder = Holder::endedProgram;
+    _holderTime = ownedSince;
+    offerPreserved();
+}
+
+void Pasteboard::cleared(const Change& change) {
+    if (_holder != Holder::otherProgram || !_hasHolderWindows || !isToBeKept()) return clearedForGood();
+    // Some programs empty the clipboard on their way out. Those without windows don't count: they end because
+    // somebody else has emptied it.
+    _holder = Holder::unknown;
+    const auto end = [this, time = change.selection_timestamp] {
+        stopAwaitingEnd();
+        holderEnded(time);
+    };
+    auto watch = _connection.observeForeign(_holderWindow, [end](const auto& event) {
+        if (xcb::typeOf(event) == XCB_DESTROY_NOTIFY) end();
+    });
+    if (!watch) return end();
+    _holderEnd = std::move(*watch);
+    _endDeadline = _connection.runLoop().oneShotTimer(_limits.endSeconds, [this] { clearedForGood(); });
+}
+
+void Pasteboard::stopAwaitingEnd() {
+    _holderEnd.cancel();
+    _endDeadline.reset();
+}
+
+void Pasteboard::clearedForGood() {
+    stopAwaitingEnd();
+    _endTime.reset();
+    _holder = Holder::unknown;
+    _isHoldersContent = false;
+    _kept.clear();
+    show({});
+}
+
+bool Pasteboard::mustWaitToSave(const SelectionOwner::Request& request) {
+    if (_holder != Holder::otherProgram || !_connection.isSameClient(request.requestor, _holderWindow)) {
+        return false;
+    }
+    _saving = request;
+    goOnSaving();
+    return _saving.has_value();
+}
+
+void Pasteboard::goOnSaving() {
+    // Whether it may be kept is known when it has been read and seen.
+    if (!_saving || _isReading || _isAnnouncing || _keeper) return;
+    if (_holder == Holder::otherProgram && isToBeKept() && _kept.empty()) {
+        auto targets =
+            targetsToKeep(_visible, Offer::of(_visible, _connection),
+                          _connection.numbers(_saving->requestor, _saving->property, targetsNamed));
+        if (!targets.empty()) {
+            _keeper = std::make_unique<FormatKeeper>(_connection, _limits, _connection.atoms().clipboard,
+                                                     _holderTime, std::move(targets), [this](auto kept) {
+                                                         _kept = std::move(kept);
+                                                         endSaving();
+                                                     });
+            return;
+        }
+    }
+    endSaving();
+}
+
+void Pasteboard::endSaving() {
+    _keeper.reset();
+    _saving.reset();
+    _manager.answer();
 }
 
 void Pasteboard::beginReading(xcb_timestamp_t time) {
     _isReading = true;
-    _manager.readingBegan();
     _reader = std::make_unique<SelectionReader>(
         _connection, _limits, _hostName, _connection.atoms().clipboard, time,
         [this](SelectionReader::Outcome outcome) { endReading(std::move(outcome)); });
@@ -170,20 +272,26 @@ void Pasteboard::beginReading(xcb_timestamp_t time) {
 
 void Pasteboard::endReading(SelectionReader::Outcome outcome) {
     _isReading = false;
-    _manager.readingEnded();
     if (!outcome.content) {
         _reader.reset();
-        return reportDrop(outcome.reason);
+        reportDrop(outcome.reason);
+        return goOnSaving();
     }
     _isHoldersContent = true;
+    if (_succeeds && outcome.content->hasPayloadOf(_visible)) {
+        _isOurs = false;
+        return goOnSaving();
+    }
+    if (_succeeds) _copyObservers.notify();
     show(std::move(*outcome.content));
 }
 
 void Pasteboard::abandonReading(RefusalReason reason) {
-    if (!std::exchange(_isReading, false)) return;
-    _reader.reset();
-    _manager.readingEnded();
-    reportDrop(reason);
+    if (std::exchange(_isReading, false)) {
+        _reader.reset();
+        reportDrop(reason);
+    }
+    if (_saving) endSaving();
 }
 
 void Pasteboard::show(Content content) {
@@ -198,14 +306,17 @@ void Pasteboard::announce() {
     _connection.runLoop().post(_lifetime.weakly([this] {
         _isAnnouncing = false;
         // An observer may destroy the pasteboard.
-        auto goOn = _lifetime.weakly([this] { handleNext(); });
+        auto goOn = _lifetime.weakly([this] {
+            goOnSaving();
+            handleNext();
+        });
         _changeObservers.notify();
         goOn();
     }));
 }
 
 void Pasteboard::reportDrop(RefusalReason reason) {
-    pasteboardLog.info("A copy was dropped: " + std::string(rawValue(reason)) + ".");
+    _dropLog.error("A copy was dropped: " + std::string(rawValue(reason)) + ".");
     _connection.runLoop().post(_lifetime.weakly([this, reason] { _dropObservers.notify(reason); }));
 }
 

@@ -139,23 +139,11 @@ double Screens::readScale(double primaryDotsPerInch) const {
     return std::clamp(std::round(scale / scaleStep) * scaleStep, 1.0, largestScale);
 }
 
-std::vector<std::uint32_t> Screens::numbers(xcb_window_t window, xcb_atom_t name, std::uint32_t most) const {
-    const auto reply = xcb::await<xcb_get_property_reply>(
-        _connection.xcb(),
-        xcb_get_property(_connection.xcb(), 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, most));
-    if (!reply || reply->format != 32) return {};
-    std::vector<std::uint32_t> values(reply->value_len);
-    if (!values.empty()) {
-        std::memcpy(values.data(), xcb_get_property_value(reply.get()), values.size() * sizeof values[0]);
-    }
-    return values;
-}
-
 void Screens::cutByWorkArea(std::vector<NSScreen>& screens) const {
     const auto& atoms = _connection.atoms();
     constexpr std::uint32_t mostDesktops = 64;
-    const auto areas = numbers(_connection.root(), atoms.workArea, mostDesktops * 4);
-    const auto desktop = numbers(_connection.root(), atoms.currentDesktop, 1);
+    const auto areas = _connection.numbers(_connection.root(), atoms.workArea, mostDesktops * 4);
+    const auto desktop = _connection.numbers(_connection.root(), atoms.currentDesktop, 1);
     const std::size_t wanted = desktop.empty() ? 0 : std::size_t{desktop[0]} * 4;
     const std::size_t first = wanted + 4 <= areas.size() ? wanted : 0;
     if (areas.size() < 4) return;
@@ -174,8 +162,8 @@ void Screens::cutByStruts(std::vector<NSScreen>& screens) const {
         width = std::max(width, screen.frame.maxX());
         height = std::max(height, screen.frame.maxY());
     }
-    for (const auto client : numbers(_connection.root(), atoms.clientList, mostClients)) {
-        const auto strut = numbers(client, atoms.strutPartial, length);
+    for (const auto client : _connection.numbers(_connection.root(), atoms.clientList, mostClients)) {
+        const auto strut = _connection.numbers(client, atoms.strutPartial, length);
         if (strut.size() < length) continue;
         const auto crosses = [](double from, double to, double begin, double end) {
             return from < end && to >= begin;

@@ -37,7 +37,6 @@ private:
     double readScale(double primaryDotsPerInch) const;
     void cutByWorkArea(std::vector<NSScreen>& screens) const;
     void cutByStruts(std::vector<NSScreen>& screens) const;
-    std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t name, std::uint32_t most) const;
 
     Connection& _connection;
     const xcb_screen_t& _screen;

@@ -87,7 +87,6 @@ void SelectionOwner::offerAsOf(xcb_timestamp_t time, Offer offer) {
 void SelectionOwner::withdraw() { _offer = std::make_shared<const Offer>(); }
 
 void SelectionOwner::answer() {
-    _isHolding = false;
     for (const auto& request : std::exchange(_heldRequests, {})) accept(request);
 }
 
@@ -112,7 +111,7 @@ void SelectionOwner::handle(const xcb_generic_event_t& event) {
                                      client = _connection.clientOf(request.requestor)](const Request& held) {
                 return _connection.clientOf(held.requestor) == client;
             };
-            if (_isHolding &&
+            if (_mustWait && _mustWait(request) &&
                 std::ranges::count_if(_heldRequests, isOfClient) < std::ptrdiff_t{requestsHeld}) {
                 _heldRequests.push_back(request);
             } else {
@@ -256,8 +255,9 @@ SelectionOwner::Sent SelectionOwner::send(const IncrTransfer::Destination& desti
     if (bytes.view.size() <= _connection.pieceBytes()) {
         if (bytes.view.size() >= largeBytes && !isThere(destination.requestor)) return std::nullopt;
         xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, destination.requestor,
-                            destination.property, representation.type, 8,
-                            static_cast<std::uint32_t>(bytes.view.size()), bytes.view.data());
+                            destination.property, representation.type, representation.format,
+                            static_cast<std::uint32_t>(bytes.view.size() * 8 / representation.format),
+                            bytes.view.data());
         return bytes.view.size();
     }
     const auto isOfClient = [&, client = _connection.clientOf(destination.requestor)](const auto& one) {
@@ -267,8 +267,8 @@ SelectionOwner::Sent SelectionOwner::send(const IncrTransfer::Destination& desti
         return std::nullopt;
     }
     auto transfer =
-        IncrTransfer::begin(_connection, destination, representation.type, bytes, _limits.sendSeconds,
-                            [this](IncrTransfer* ended) {
+        IncrTransfer::begin(_connection, destination, {representation.type, representation.format, bytes},
+                            _limits.sendSeconds, [this](IncrTransfer* ended) {
                                 _transfers.remove_if([ended](const auto& one) { return one.get() == ended; });
                             });
     if (!transfer) return std::nullopt;

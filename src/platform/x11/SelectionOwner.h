@@ -45,15 +45,17 @@ public:
     xcb_timestamp_t time() const { return _time; }
     void whenClaimed(std::function<void()> claimed) { _claimed = std::move(claimed); }
 
-    /// Requests wait until `answer`; only so many of one client, whose further ones don't wait.
-    void hold() { _isHolding = true; }
+    using Request = xcb_selection_request_event_t;
+    /// Is asked of each request before it is accepted; true lets it wait until `answer`. Only so many of one
+    /// client wait, its further ones don't.
+    void whenAsked(std::function<bool(const Request&)> mustWait) { _mustWait = std::move(mustWait); }
+    /// Accepts the requests that wait.
     void answer();
 
     /// Values that are still under way to requestors, and requests that wait.
     std::size_t activeTransfers() const { return _transfers.size() + _requestsWaiting; }
 
 private:
-    using Request = xcb_selection_request_event_t;
     struct Answer;
     /// How many bytes were sent; nothing when it is refused.
     using Sent = std::optional<std::size_t>;
@@ -82,9 +84,9 @@ private:
     std::shared_ptr<const Offer> _offer;
     bool _isClaiming = false;
     bool _isOwner = false;
-    bool _isHolding = false;
     xcb_timestamp_t _time = XCB_CURRENT_TIME;
     std::function<void()> _claimed;
+    std::function<bool(const Request&)> _mustWait;
     std::deque<Request> _heldRequests;
     std::size_t _requestsWaiting = 0;
     std::list<std::unique_ptr<IncrTransfer>> _transfers;

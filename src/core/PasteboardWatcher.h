@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "core/ClipboardItem.h"
 #include "platform/desktop/Pasteboard.h"
@@ -22,6 +23,10 @@ class PasteboardWatcher {
 public:
     /// Seconds between two polls on a desktop that announces no changes.
     static constexpr double pollInterval = 0.25;
+
+    /// Posted when a copy was lost that a person may count on, at most once a minute, with why, in the user's
+    /// language, as "reason".
+    static constexpr const char* failedNotification = "CaptureFailed";
 
     struct Capture {
         Date date;
@@ -63,15 +68,21 @@ private:
     bool isRepeat(std::string_view label, ByteView content);
     void record(ClipboardItem item, std::int64_t change);
     void refuse(RefusalReason reason);
+    /// Refuses, and tells the person of what is worth it.
+    void lose(RefusalReason reason);
 
     NSPasteboard& _pb;
     std::int64_t _changeCount;
     std::unique_ptr<NSTimer> _timer;
+    Observation _copies;
     Observation _changes;
     Store& _store;
     std::optional<std::uint64_t> _lastHash;
+    /// Of the present content, which may have taken its time to come.
+    bool _wasCopiedInExcluded = false;
     std::optional<Capture> _lastCapture;
     std::optional<Refusal> _lastRefusal;
+    Date _lastFailure = Date::distantPast();
     Observation _drops;
     Lifetime _lifetime;
 };

@@ -6,6 +6,7 @@
 
 #include "core/EncryptionManager.h"
 #include "core/HistorySearch.h"
+#include "core/PasteboardWatcher.h"
 #include "core/Store.h"
 #include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
@@ -357,6 +358,7 @@ View ClipboardListView::body() const {
         .onReceive(StatusBarController::panelOpens, beginAnew)
         .onReceive("HistoryCleaned", messages.presenting("message.historyCleared", 1.5))
         .onReceive("AutoPasteFailed", messages.presenting("permission.accessibility.title", 2.0))
+        .onReceive(PasteboardWatcher::failedNotification, messages.presenting("message.copyNotRecorded", 2.5))
         .onReceive(EncryptionManager::failedNotification, messages.presenting("error.encryption.failed", 2.5))
         .alert(Binding<bool>([item = itemToDelete.binding()] { return item.get().has_value(); },
                              [item = itemToDelete.binding()](bool isShown) {

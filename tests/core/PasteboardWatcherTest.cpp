@@ -4,6 +4,7 @@
 #include "core/HistoryBounds.h"
 #include "core/Store.h"
 #include "core/TextClassification.h"
+#include "platform/foundation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {
@@ -156,6 +157,57 @@ TEST_F(PasteboardWatcherTest, AFullHistoryTakesOnlyWhatIsSmall) {
     bounded.remove(bounded.items().get()[2]);
     copy({.text = text('b')});
     EXPECT_EQ(bounded.items()->size(), 4U) << "with room made for it, the second try is no repeat";
+}
+
+TEST_F(PasteboardWatcherTest, ACopyBelongsToTheApplicationThatWasInFrontWhenItWasMade) {
+    ExclusionSettings::shared().add("keepassxc");
+    const NSRunningApplication excluded{7, "keepassxc"};
+    const NSRunningApplication other{8, "editor"};
+    desktop.workspace.front = excluded;
+    desktop.pasteboard.beginCopyElsewhere();
+    desktop.workspace.front = other;
+    desktop.runLoop.advance(5);
+    desktop.pasteboard.endCopyElsewhere({.text = String("slow and hidden")});
+    desktop.runLoop.advance(0.25);
+    EXPECT_TRUE(texts().empty());
+    EXPECT_EQ(refusal(), RefusalReason::excludedApplication);
+    // What the program itself writes then wasn't copied there.
+    desktop.pasteboard.clearContents();
+    desktop.pasteboard.setString(String("transformed"), NSPasteboardTypeString);
+    desktop.runLoop.advance(0.25);
+    copyText("shown");
+    EXPECT_EQ(texts(), (std::vector<std::string>{"shown", "transformed"}));
+}
+
+TEST_F(PasteboardWatcherTest, APasteLeavesTheLastRefusalInSight) {
+    desktop.pasteboard.dropElsewhere(RefusalReason::noAnswer);
+    desktop.pasteboard.clearContents();
+    desktop.pasteboard.setString(String("pasted"), NSPasteboardTypeString);
+    watcher.suppressedUntil = desktop.runLoop.now() + 0.6;
+    desktop.runLoop.advance(1);
+    EXPECT_TRUE(texts().empty());
+    EXPECT_EQ(refusal(), RefusalReason::noAnswer);
+}
+
+TEST_F(PasteboardWatcherTest, ALossIsToldOnceAMinute) {
+    std::vector<std::string> told;
+    const auto failures = NotificationCenter::defaultCenter().observe(
+        PasteboardWatcher::failedNotification, [&](const auto& info) { told.push_back(info.at("reason")); });
+    for (const auto reason : {RefusalReason::overtaken, RefusalReason::noReadableType}) {
+        desktop.pasteboard.dropElsewhere(reason);
+    }
+    EXPECT_TRUE(told.empty());
+    for (int time = 0; time < 3; ++time) desktop.pasteboard.dropElsewhere(RefusalReason::noAnswer);
+    desktop.runLoop.advance(61);
+    desktop.pasteboard.dropElsewhere(RefusalReason::tooLarge);
+    EXPECT_EQ(told, (std::vector<std::string>{localizedText(RefusalReason::noAnswer),
+                                              localizedText(RefusalReason::tooLarge)}));
+    desktop.runLoop.advance(61);
+    ExclusionSettings::shared().add("keepassxc");
+    desktop.workspace.front = NSRunningApplication{7, "keepassxc"};
+    desktop.pasteboard.beginCopyElsewhere();
+    desktop.pasteboard.dropElsewhere(RefusalReason::noAnswer);
+    EXPECT_EQ(told.size(), 2U) << "what is excluded isn't missed";
 }
 
 TEST_F(PasteboardWatcherTest, ADropIsARefusalWithItsReason) {

@@ -12,7 +12,7 @@
 #include "platform/headless/Desktop.h"
 #include "platform/headless/StatusBar.h"
 #include "platform/linux/ChosenKeychain.h"
-#include "platform/linux/DesktopNotification.h"
+#include "platform/linux/DesktopNotifications.h"
 #include "platform/linux/DesktopSharing.h"
 #include "platform/linux/GLibRunLoop.h"
 #include "platform/linux/HardenProcess.h"
@@ -140,7 +140,7 @@ private:
     x11::SyntheticKeys _syntheticKeys{
         *_connection, _workspace, _pasteboard, pasteChords(), [](x11::SyntheticKeys::Lack lack) {
             const bool isForAll = lack == x11::SyntheticKeys::Lack::extension;
-            linux_desktop::notifyUser(
+            platform::current().notifications.show(
                 localized("app.name"),
                 localized(isForAll ? "permission.accessibility.title" : "paste.byHand"));
         }};
@@ -273,6 +273,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder,
                                            {.canUserAnswer = [&] { return !display->hasKeyboard(); }});
+    linux_desktop::DesktopNotifications notifications;
     linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
     linux_desktop::IconThemeFileIcons fileIcons(runLoop, {.themeName = [&] { return display->iconTheme(); }});
     linux_desktop::DesktopSharing sharing(runLoop, files, display->pasteboard());
@@ -286,6 +287,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
         .authentication = authentication,
         .images = images,
         .alerts = display->alerts(),
+        .notifications = notifications,
         .statusBar = display->statusBar(),
         .windows = display->windows(),
         .imageDecoder = imageDecoder,

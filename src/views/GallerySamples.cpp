@@ -111,6 +111,7 @@ Platform withSamplePictures(const Platform& platform, SampleImageDecoder& images
         .authentication = platform.authentication,
         .images = platform.images,
         .alerts = platform.alerts,
+        .notifications = platform.notifications,
         .statusBar = platform.statusBar,
         .windows = platform.windows,
         .imageDecoder = images,

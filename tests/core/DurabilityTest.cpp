@@ -82,6 +82,7 @@ Platform over(headless::Desktop& desktop, FileSystem& files, const std::string& 
         .authentication = platform.authentication,
         .images = platform.images,
         .alerts = platform.alerts,
+        .notifications = platform.notifications,
         .statusBar = platform.statusBar,
         .windows = platform.windows,
         .imageDecoder = platform.imageDecoder,

@@ -14,6 +14,7 @@
 #include "platform/desktop/Pasteboard.h"
 #include "platform/desktop/Sharing.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/desktop/UserNotifications.h"
 #include "platform/desktop/Window.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/FileSystem.h"
@@ -35,6 +36,7 @@ struct Platform {
     LocalAuthentication& authentication;
     NSBitmapImageRep& images;
     Alerts& alerts;
+    UserNotifications& notifications;
     NSStatusBar& statusBar;
     WindowServer& windows;
     ImageDecoder& imageDecoder;

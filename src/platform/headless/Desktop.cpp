@@ -97,6 +97,7 @@ Platform Desktop::platform() {
         .authentication = authentication,
         .images = images,
         .alerts = alerts,
+        .notifications = notifications,
         .statusBar = statusBar,
         .windows = windows,
         .imageDecoder = imageDecoder,

@@ -68,6 +68,14 @@ public:
     int shown = 0;
 };
 
+/// Keeps what was said.
+class UserNotifications final : public vellumix::UserNotifications {
+public:
+    void show(const std::string&, const std::string& body) override { bodies.push_back(body); }
+
+    std::vector<std::string> bodies;
+};
+
 /// Knows the sizes of PNG files alone, and shows each as one grey: there is no decoder without a desktop's
 /// libraries.
 class ImageDecoder final : public vellumix::ImageDecoder {
@@ -122,6 +130,7 @@ public:
     LocalAuthentication authentication;
     Images images;
     Alerts alerts;
+    UserNotifications notifications;
     StatusBar statusBar;
     WindowServer windows{runLoop};
     ImageDecoder imageDecoder;

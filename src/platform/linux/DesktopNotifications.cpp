@@ -1,4 +1,4 @@
-#include "platform/linux/DesktopNotification.h"
+#include "platform/linux/DesktopNotifications.h"
 
 #include <memory>
 
@@ -21,7 +21,7 @@ GVariant* argumentsOf(const Message& message) {
 
 }  // namespace
 
-void notifyUser(const std::string& title, const std::string& body) {
+void DesktopNotifications::show(const std::string& title, const std::string& body) {
     const auto address = sessionBusAddress();
     if (address.empty()) return;
     g_dbus_connection_new_for_address(

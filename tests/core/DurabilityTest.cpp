@@ -19,6 +19,9 @@ public:
     InterruptedFileSystem(FileSystem& files, int at, std::function<bool()> passesOn)
         : _files(files), _at(at), _passesOn(std::move(passesOn)) {}
 
+    std::error_code locate(const std::string& path, std::string& place) override {
+        return _files.locate(path, place);
+    }
     std::error_code read(const std::string& path, std::size_t limit, Bytes& content) override {
         return _files.read(path, limit, content);
     }

@@ -8,9 +8,10 @@
 
 namespace vellumix::headless {
 
-/// Files in memory. Folders exist when made; "/" always does.
+/// Files in memory, without links. Folders exist when made; "/" always does.
 class MemoryFileSystem final : public FileSystem {
 public:
+    std::error_code locate(const std::string& path, std::string& place) override;
     std::error_code read(const std::string& path, std::size_t limit, Bytes& content) override;
     std::error_code openForWriting(const std::string& path, Handle& handle) override;
     std::error_code openNew(const std::string& path, Handle& handle) override;

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <new>
 
@@ -15,6 +17,8 @@ namespace {
 
 constexpr mode_t ownersFile = S_IRUSR | S_IWUSR;
 constexpr mode_t ownersFolder = S_IRWXU;
+// As many as the system follows (path_resolution(7)).
+constexpr int mostLinks = 40;
 // What a file has gained since it was measured is read in steps of this size.
 constexpr std::size_t growthStep = 64 * 1024;
 
@@ -28,6 +32,20 @@ auto uninterrupted(Call call) {
     do returned = call();
     while (returned < 0 && errno == EINTR);
     return returned;
+}
+
+/// Whoever owns a folder can put another file there. The superuser can do that anywhere, and file systems
+/// that know no owners show theirs as the superuser's.
+bool isTrustworthy(const struct stat& folder) { return folder.st_uid == ::geteuid() || folder.st_uid == 0; }
+
+std::error_code followLink(std::string& path) {
+    std::array<char, PATH_MAX> target;
+    const auto length = ::readlink(path.c_str(), target.data(), target.size());
+    if (length < 0) return lastFailure();
+    if (static_cast<std::size_t>(length) == target.size()) return failure(ENAMETOOLONG);
+    const std::string text(target.data(), static_cast<std::size_t>(length));
+    path = text.starts_with('/') ? text : folderOf(path) + '/' + text;
+    return {};
 }
 
 /// Opens a regular file and nothing else. Without blocking, as a pipe in its place would wait for its other
@@ -88,13 +106,38 @@ std::error_code makeOneFolder(const std::string& path) {
     return S_ISDIR(facts.st_mode) ? std::error_code() : failure(ENOTDIR);
 }
 
+std::error_code checkFolder(const std::string& path) {
+    struct stat facts {};
+    if (::stat(path.c_str(), &facts) != 0) return lastFailure();
+    return isTrustworthy(facts) ? std::error_code() : belongsToOther();
+}
+
 }  // namespace
+
+std::error_code PosixFileSystem::locate(const std::string& path, std::string& place) {
+    place = path;
+    struct stat facts {};
+    bool isThere = ::lstat(place.c_str(), &facts) == 0;
+    for (int links = 0; isThere && S_ISLNK(facts.st_mode); ++links) {
+        if (links == mostLinks) return failure(ELOOP);
+        if (const auto error = followLink(place)) return error;
+        isThere = ::lstat(place.c_str(), &facts) == 0;
+    }
+    if (!isThere && errno != ENOENT) return lastFailure();
+    if (isThere && place != path) {
+        if (!S_ISREG(facts.st_mode)) return failure(S_ISDIR(facts.st_mode) ? EISDIR : EINVAL);
+        if (facts.st_uid != ::geteuid()) return belongsToOther();
+    }
+    return checkFolder(folderOf(place));
+}
 
 std::error_code PosixFileSystem::read(const std::string& path, std::size_t limit, Bytes& content) {
     content.clear();
+    std::string place;
     posix::Descriptor file;
     struct stat facts {};
-    auto error = openRegular(path, O_RDONLY, file, facts);
+    auto error = locate(path, place);
+    if (!error) error = openRegular(place, O_RDONLY, file, facts);
     try {
         if (!error) error = readAll(file, static_cast<std::size_t>(facts.st_size), limit, content);
     } catch (const std::bad_alloc&) {
@@ -148,7 +191,9 @@ std::error_code PosixFileSystem::remove(const std::string& path) { return result
 std::error_code PosixFileSystem::makeFolder(const std::string& path) {
     for (auto end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1))
         if (const auto error = makeOneFolder(path.substr(0, end))) return error;
-    return path.empty() ? failure(ENOENT) : makeOneFolder(path);
+    if (path.empty()) return failure(ENOENT);
+    const auto error = makeOneFolder(path);
+    return error ? error : checkFolder(path);
 }
 
 bool PosixFileSystem::exists(const std::string& path) {

@@ -5,9 +5,10 @@
 namespace vellumix::linux_desktop {
 
 /// The file operations by the system calls of POSIX.1-2017. A path whose last part is a symbolic link is
-/// refused by everything that opens it.
+/// refused by everything that opens it but `read`.
 class PosixFileSystem final : public FileSystem {
 public:
+    std::error_code locate(const std::string& path, std::string& place) override;
     std::error_code read(const std::string& path, std::size_t limit, Bytes& content) override;
     std::error_code openForWriting(const std::string& path, Handle& handle) override;
     std::error_code openNew(const std::string& path, Handle& handle) override;

@@ -29,7 +29,8 @@ bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked;
 Store::Store(std::optional<URL> url, std::size_t sizeLimit)
     : _url(url ? std::move(*url) : defaultURL()),
       _sizeLimit(sizeLimit),
-      _file(std::make_shared<HistoryFile>(platform::current().files, _url.path())),
+      _file(std::make_shared<KeptFile>(platform::current().files, _url.path(),
+                                       KeptFile::Nature{"Store", "history", bounds::historyFile})),
       _saveQueue(RunLoop::main().serialQueue(saveQueueLabel)) {
     load();
 }

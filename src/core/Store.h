@@ -7,8 +7,9 @@
 
 #include "core/ClipboardItem.h"
 #include "core/HistoryBounds.h"
-#include "core/HistoryFile.h"
 #include "platform/foundation/BlockBuffer.h"
+#include "platform/foundation/KeptFile.h"
+#include "platform/foundation/Lifetime.h"
 #include "platform/foundation/Published.h"
 #include "platform/foundation/RunLoop.h"
 
@@ -37,6 +38,11 @@ public:
     const Published<std::vector<ClipboardItem>>& items() const { return _items; }
     Observation observeItems(std::function<void()> observer) { return _items.observe(std::move(observer)); }
     const URL& url() const { return _url; }
+    /// Whether the last save failed, so that the file doesn't hold the present list.
+    const Published<bool>& saveFailed() const { return _saveFailed; }
+    Observation observeSaveFailed(std::function<void()> observer) {
+        return _saveFailed.observe(std::move(observer));
+    }
 
     /// Removes unlocked duplicates (same kind, canonically equal text), inserts at the front, trims to
     /// `limit`. Never fails and never refuses.
@@ -65,7 +71,9 @@ public:
 
 private:
     void load();
+    void decode(Bytes content);
     void scheduleSave();
+    void noteOutcome();
     std::shared_ptr<const BlockBuffer> sealedItems();
     template <class Change>
     void changeFound(const ClipboardItem& item, Change change);
@@ -73,7 +81,7 @@ private:
     Published<std::vector<ClipboardItem>> _items;
     const URL _url;
     const std::size_t _sizeLimit;
-    const std::shared_ptr<HistoryFile> _file;
+    const std::shared_ptr<KeptFile> _file;
     const std::unique_ptr<SerialQueue> _saveQueue;
     std::shared_ptr<WorkItem> _pendingSave;
     /// The memory of the snapshots that are or were to be written.
@@ -82,6 +90,8 @@ private:
     bool _hasChanged = false;
     /// What the present list takes in the file, in bytes.
     std::size_t _fileSize = 0;
+    Published<bool> _saveFailed;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix

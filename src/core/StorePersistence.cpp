@@ -21,7 +21,16 @@ bool hasMagic(ByteView content) {
 
 void Store::load() {
     auto content = _file->read();
-    if (content.empty()) return;
+    if (!content || content->empty()) return;
+    try {
+        decode(std::move(*content));
+    } catch (const std::bad_alloc&) {
+        log.error("Failed to decode history: not enough memory");
+        _file->markUnreadable();
+    }
+}
+
+void Store::decode(Bytes content) {
     ByteView payload = content;
     if (hasMagic(content)) {
         const auto plaintext =
@@ -58,9 +67,17 @@ bool Store::sealHistory(const ByteSource& json, BlockBuffer& out) {
 std::shared_ptr<const BlockBuffer> Store::sealedItems() {
     auto sealed = std::make_shared<BlockBuffer>(_blocks);
     const auto json = [&](const ByteTaker& take) { return encodeHistory(_items.get(), take); };
-    if (!sealHistory(json, *sealed)) return nullptr;
+    if (!sealHistory(json, *sealed)) {
+        _file->noteFailure("there is no memory to encode it in");
+        noteOutcome();
+        return nullptr;
+    }
     _fileSize = sealed->size();
     return sealed;
+}
+
+void Store::noteOutcome() {
+    if (_saveFailed.get() != _file->hasFailed()) _saveFailed.set(_file->hasFailed());
 }
 
 void Store::scheduleSave() {
@@ -70,7 +87,12 @@ void Store::scheduleSave() {
     auto sealed = sealedItems();
     if (sealed) {
         _pendingSave = _saveQueue->asyncAfter(
-            saveDebounce, [file = _file, sealed = std::move(sealed)] { file->write(sealed->parts()); });
+            saveDebounce,
+            [file = _file, sealed = std::move(sealed), tell = _lifetime.weakly([this] { noteOutcome(); })] {
+                const bool hadFailed = file->hasFailed();
+                file->write(sealed->parts());
+                if (file->hasFailed() != hadFailed) onMain(tell);
+            });
     }
     _pendingRelease =
         _saveQueue->asyncAfter(saveDebounce + memoryLingers, [blocks = _blocks] { blocks->release(); });
@@ -82,6 +104,7 @@ void Store::saveNow() {
     const auto sealed = sealedItems();
     if (!sealed) return;
     _saveQueue->sync([&] { _file->write(sealed->parts()); });
+    noteOutcome();
 }
 
 }  // namespace vellumix

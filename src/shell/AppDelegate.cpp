@@ -81,6 +81,7 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
     }
     if (process.environment("XCTestConfigurationFilePath")) return;
 
+    _warnings = std::make_unique<Warnings>(_store);
     _watcher = std::make_unique<PasteboardWatcher>(_store);
     _watcher->start();
     _statusBar = std::make_unique<StatusBarController>(_store, *this);

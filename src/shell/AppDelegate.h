@@ -20,6 +20,7 @@
 #include "shell/LanguageManager.h"
 #include "shell/StatusBarController.h"
 #include "shell/ThemeManager.h"
+#include "shell/Warnings.h"
 
 namespace vellumix {
 
@@ -99,6 +100,7 @@ private:
     std::function<view::View()> _makeRootView;
     std::unique_ptr<PasteboardWatcher> _watcher;
     std::unique_ptr<StatusBarController> _statusBar;
+    std::unique_ptr<Warnings> _warnings;
     std::unique_ptr<AutoCleanScheduler> _autoCleanScheduler;
     std::unique_ptr<LockCoordinator> _lockCoordinator;
     std::unique_ptr<HotkeyCoordinator> _hotkeyCoordinator;

@@ -66,6 +66,11 @@ std::string keychainText(const JsonValue& keychain) {
     return words;
 }
 
+std::string savingText(const JsonValue& failed) {
+    const auto* const flag = std::get_if<bool>(&failed.value);
+    return localized(flag && *flag ? "report.savingFails" : "report.savingWorks");
+}
+
 std::string panelText(const JsonValue& panel) {
     return localized(textOf(panel) == "visible" ? "report.visible" : "report.hidden");
 }
@@ -97,6 +102,7 @@ constexpr Line lines[] = {
     {"pinned", "report.pinned", textOf},
     {"locked", "report.locked", textOf},
     {"file", "report.file", textOf},
+    {"saveFailed", "report.saving", savingText},
     {"keychain", "report.keychain", keychainText},
     {"panel", "report.panel", panelText},
     {"hotkey", "report.hotkey", hotkeyText},
@@ -129,6 +135,8 @@ std::string statusReport(AppDelegate& application) {
     writeCount(writer, "locked", count(items, &ClipboardItem::locked));
     writer.key("file");
     writer.string(application.store().url().path());
+    writer.key("saveFailed");
+    writer.boolean(application.store().saveFailed().get());
     writer.key("keychain");
     writer.string(platform::current().keychain.description());
     writer.key("panel");

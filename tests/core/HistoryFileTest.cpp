@@ -1,10 +1,10 @@
-#include "core/HistoryFile.h"
-
+#include <algorithm>
 #include <optional>
 
 #include "core/EncryptionManager.h"
 #include "core/HistoryCoding.h"
 #include "core/Store.h"
+#include "platform/foundation/KeptFile.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
 
@@ -199,6 +199,48 @@ TEST_F(HistoryFileTest, WithoutAKeyTheHistoryIsKeptPlainAndSaidSo) {
     desktop.keychain.refusal.reset();
     EXPECT_EQ(loaded(), std::vector<std::string>{"plain"});
     EXPECT_TRUE(desktop.keychain.items.empty()) << "a refusal never leads to a key";
+}
+
+TEST_F(HistoryFileTest, ASaveThatFailsIsSaidOnceAndSoIsTheOneThatMakesItGood) {
+    Store store;
+    const auto addAndSave = [&](const char* text) {
+        store.add(textItem(text));
+        desktop.runLoop.advance(1);
+    };
+    int changes = 0;
+    const auto observation = store.observeSaveFailed([&] { ++changes; });
+    addAndSave("saved");
+    EXPECT_FALSE(store.saveFailed().get());
+    desktop.files.folders.erase(folderOf(historyPath));
+    addAndSave("not saved");
+    addAndSave("nor this");
+    store.saveNow();
+    EXPECT_TRUE(store.saveFailed().get());
+    desktop.files.makeFolder(folderOf(historyPath));
+    addAndSave("saved again");
+    EXPECT_FALSE(store.saveFailed().get());
+    EXPECT_EQ(loaded().size(), 4U);
+    EXPECT_EQ(changes, 2);
+    std::vector<std::string> lines;
+    std::ranges::copy_if(desktop.log.lines, std::back_inserter(lines),
+                         [](const auto& line) { return line.starts_with("Store: The history"); });
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_TRUE(lines[0].starts_with("Store: The history can't be saved: No such file or directory"));
+    EXPECT_EQ(lines[1], "Store: The history is saved again");
+}
+
+TEST_F(HistoryFileTest, AFileLargerThanIsReadIsNotWrittenEither) {
+    const auto path = "/data/file";
+    desktop.files.makeFolder("/data");
+    KeptFile file(desktop.files, path, {.category = "Store", .name = "history", .sizeLimit = 4});
+    file.write({viewOf("12"), viewOf("34")});
+    EXPECT_FALSE(file.hasFailed());
+    file.write({viewOf("12"), viewOf("345")});
+    EXPECT_TRUE(file.hasFailed());
+    EXPECT_EQ(asText(*file.read()), "1234");
+    desktop.files.files[path] = bytesOf(viewOf("12345"));
+    EXPECT_FALSE(file.read());
+    EXPECT_TRUE(desktop.log.contains("Store: The history can't be read: File too large"));
 }
 
 TEST_F(HistoryFileTest, AStartAndAnEndWithALockedKeyringLeaveTheHistoryInItsPlace) {

@@ -104,6 +104,32 @@ TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
     EXPECT_EQ(hotkey(), "refused");
 }
 
+TEST_F(AppDelegateTest, WhatIsNotSavedIsToldOnceAndStandsInTheStatus) {
+    AppDelegate application;
+    application.applicationDidFinishLaunching(started());
+    const auto status = [&](const char* member) {
+        const auto report = JsonValue::parse(statusReport(application));
+        return (*report)[member]->value;
+    };
+    const auto hasFailed = [&] { return std::get<bool>(status("saveFailed")); };
+    auto& told = desktop.notifications.bodies;
+    copy("one");
+    desktop.runLoop.advance(1);
+    EXPECT_FALSE(hasFailed());
+
+    desktop.files.folders.erase(folderOf(historyPath));
+    for (const auto* text : {"two", "three"}) {
+        copy(text);
+        desktop.runLoop.advance(1);
+        EXPECT_TRUE(hasFailed());
+    }
+    EXPECT_EQ(told, std::vector<std::string>{localized("error.save.failed")});
+    desktop.files.makeFolder(folderOf(historyPath));
+    copy("four");
+    desktop.runLoop.advance(1);
+    EXPECT_FALSE(hasFailed());
+}
+
 TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {
     AppDelegate application;
     application.applicationDidFinishLaunching(started());

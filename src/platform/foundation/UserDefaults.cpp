@@ -6,7 +6,6 @@ namespace vellumix {
 
 namespace {
 
-constexpr Log log("Defaults");
 /// Long enough for the keys that one action of a person changes, too short for the person to notice.
 constexpr double writeDelay = 0.05;
 /// In bytes; some hundred times what the program and a person write there.
@@ -19,17 +18,17 @@ UserDefaults* installed = nullptr;
 UserDefaults::UserDefaults(FileSystem& files, std::string path)
     : _files(files),
       _path(std::move(path)),
+      _file(_files, _path, {"Defaults", "settings file", sizeLimit}),
       _queue(RunLoop::main().serialQueue("com.tarnwick.Vellumix.Defaults.Save")) {
-    removeLeftovers(_files, _path);
-    Bytes content;
-    if (const auto error = _files.read(_path, sizeLimit, content)) {
-        _isUnreadable = error != std::errc::no_such_file_or_directory;
-    } else if (auto values = readPropertyList(content)) {
+    const auto content = _file.read();
+    if (!content) return;
+    if (auto values = readPropertyList(*content)) {
         _values = std::move(*values);
     } else {
-        _isUnreadable = true;
+        _file.markUnreadable();
+        Log("Defaults")
+            .error("The settings file is no property list of settings, and defaults are used: " + _path);
     }
-    if (_isUnreadable) log.error("Settings can't be read, defaults are used: " + _path);
 }
 
 PropertyDictionary UserDefaults::stored(FileSystem& files, const std::string& path) {
@@ -66,21 +65,9 @@ void UserDefaults::changed() {
 }
 
 Work UserDefaults::writing() {
-    if (_isUnreadable) {
-        const auto aside = moveAside(_files, _path, RunLoop::main().now().iso8601(true));
-        if (!aside) {
-            log.error("The unreadable settings can't be moved aside, so nothing is written over them: " +
-                      _path);
-            return [] {};
-        }
-        if (!aside->empty()) log.error("The unreadable settings were kept as " + *aside);
-        _isUnreadable = false;
-    }
-    return [&files = _files, path = _path, content = writePropertyList(_values)] {
-        files.makeFolder(folderOf(path));
-        if (const auto error = writeAtomically(files, path, viewOf(content))) {
-            log.error("Settings can't be written to " + path + ": " + error.message());
-        }
+    return [this, content = writePropertyList(_values)] {
+        _files.makeFolder(folderOf(_path));
+        _file.write({viewOf(content)});
     };
 }
 

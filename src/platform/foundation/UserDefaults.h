@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/foundation/FileSystem.h"
+#include "platform/foundation/KeptFile.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/RunLoop.h"
 
@@ -62,8 +62,8 @@ private:
 
     FileSystem& _files;
     const std::string _path;
+    KeptFile _file;
     PropertyDictionary _values;
-    bool _isUnreadable = false;
     std::unique_ptr<SerialQueue> _queue;
     std::shared_ptr<WorkItem> _pendingWrite;
 };

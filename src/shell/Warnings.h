@@ -1,0 +1,23 @@
+#pragma once
+
+#include "core/Store.h"
+#include "platform/foundation/Observation.h"
+
+namespace vellumix {
+
+/// Tells the user, above whatever they are at, what the program can't mend by itself: that the history isn't
+/// saved. Once for each time that it begins; the status tells for how long. Main thread.
+class Warnings {
+public:
+    /// Says at once what is so already. The store outlives this.
+    explicit Warnings(Store& store);
+
+private:
+    void update();
+
+    Store& _store;
+    bool _hasToldOfSaving = false;
+    Observation _saving;
+};
+
+}  // namespace vellumix

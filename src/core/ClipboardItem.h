@@ -54,6 +54,9 @@ struct ClipboardItem {
     /// The file; as `text`, but a failure gives `_fileURL`.
     std::optional<URL> fileURL() const;
 
+    /// Locked, and readable by whoever has the file: the payload could not be enciphered.
+    bool isLockedInClear() const { return locked && !isEncrypted; }
+
     /// Moves the payload into the enciphered fields: all of it, or, when any part fails, none.
     void encryptContent();
     /// Moves the payload back: all of it, or, when any part fails, none.

@@ -74,7 +74,9 @@ private:
     void decode(Bytes content);
     void scheduleSave();
     void noteOutcome();
+    /// What is to be written, after what was locked without a key is enciphered where there is one again.
     std::shared_ptr<const BlockBuffer> sealedItems();
+    std::shared_ptr<const BlockBuffer> encodeAndSeal();
     template <class Change>
     void changeFound(const ClipboardItem& item, Change change);
 

@@ -65,6 +65,19 @@ bool Store::sealHistory(const ByteSource& json, BlockBuffer& out) {
 }
 
 std::shared_ptr<const BlockBuffer> Store::sealedItems() {
+    auto sealed = encodeAndSeal();
+    const bool hasKey = sealed && hasMagic(sealed->parts().front());
+    if (!hasKey || std::ranges::none_of(_items.get(), &ClipboardItem::isLockedInClear)) return sealed;
+    // There is a key again, for what was locked while there was none.
+    _items.update([](std::vector<ClipboardItem>& items) {
+        for (auto& item : items) {
+            if (item.isLockedInClear()) item.encryptContent();
+        }
+    });
+    return encodeAndSeal();
+}
+
+std::shared_ptr<const BlockBuffer> Store::encodeAndSeal() {
     auto sealed = std::make_shared<BlockBuffer>(_blocks);
     const auto json = [&](const ByteTaker& take) { return encodeHistory(_items.get(), take); };
     if (!sealHistory(json, *sealed)) {

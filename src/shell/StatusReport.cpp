@@ -11,7 +11,8 @@ namespace vellumix {
 
 namespace {
 
-std::size_t count(const std::vector<ClipboardItem>& items, bool ClipboardItem::*flag) {
+template <class Flag>
+std::size_t count(const std::vector<ClipboardItem>& items, Flag flag) {
     return static_cast<std::size_t>(std::ranges::count(items, true, flag));
 }
 
@@ -101,6 +102,7 @@ constexpr Line lines[] = {
     {"entries", "report.entries", countsText},
     {"pinned", "report.pinned", textOf},
     {"locked", "report.locked", textOf},
+    {"lockedInClear", "report.lockedInClear", textOf},
     {"file", "report.file", textOf},
     {"saveFailed", "report.saving", savingText},
     {"keychain", "report.keychain", keychainText},
@@ -133,6 +135,7 @@ std::string statusReport(AppDelegate& application) {
     writer.endObject();
     writeCount(writer, "pinned", count(items, &ClipboardItem::pinned));
     writeCount(writer, "locked", count(items, &ClipboardItem::locked));
+    writeCount(writer, "lockedInClear", count(items, &ClipboardItem::isLockedInClear));
     writer.key("file");
     writer.string(application.store().url().path());
     writer.key("saveFailed");

@@ -1,5 +1,6 @@
 #include "shell/Warnings.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/desktop/Platform.h"
@@ -18,12 +19,15 @@ void tellOnce(bool isSo, bool& hasTold, const char* key) {
 
 Warnings::Warnings(Store& store)
     : _store(store),
+      _items(store.observeItems([this] { update(); })),
       _saving(store.observeSaveFailed([this] { update(); })) {
     update();
 }
 
 void Warnings::update() {
     tellOnce(_store.saveFailed().get(), _hasToldOfSaving, "error.save.failed");
+    tellOnce(std::ranges::any_of(_store.items().get(), &ClipboardItem::isLockedInClear), _hasToldOfLocking,
+             "error.lock.inClear");
 }
 
 }  // namespace vellumix

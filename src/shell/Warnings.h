@@ -6,7 +6,8 @@
 namespace vellumix {
 
 /// Tells the user, above whatever they are at, what the program can't mend by itself: that the history isn't
-/// saved. Once for each time that it begins; the status tells for how long. Main thread.
+/// saved, and that a locked entry isn't enciphered. Once for each time that it begins; the status tells for
+/// how long. Main thread.
 class Warnings {
 public:
     /// Says at once what is so already. The store outlives this.
@@ -17,6 +18,8 @@ private:
 
     Store& _store;
     bool _hasToldOfSaving = false;
+    bool _hasToldOfLocking = false;
+    Observation _items;
     Observation _saving;
 };
 

@@ -104,18 +104,20 @@ TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
     EXPECT_EQ(hotkey(), "refused");
 }
 
-TEST_F(AppDelegateTest, WhatIsNotSavedIsToldOnceAndStandsInTheStatus) {
+TEST_F(AppDelegateTest, WhatIsNotSavedOrNotEncipheredIsToldOnceAndStandsInTheStatus) {
     AppDelegate application;
     application.applicationDidFinishLaunching(started());
     const auto status = [&](const char* member) {
         const auto report = JsonValue::parse(statusReport(application));
         return (*report)[member]->value;
     };
+    const auto unprotected = [&] { return std::get<JsonValue::Number>(status("lockedInClear")).text; };
     const auto hasFailed = [&] { return std::get<bool>(status("saveFailed")); };
     auto& told = desktop.notifications.bodies;
     copy("one");
     desktop.runLoop.advance(1);
     EXPECT_FALSE(hasFailed());
+    EXPECT_EQ(unprotected(), "0");
 
     desktop.files.folders.erase(folderOf(historyPath));
     for (const auto* text : {"two", "three"}) {
@@ -125,9 +127,22 @@ TEST_F(AppDelegateTest, WhatIsNotSavedIsToldOnceAndStandsInTheStatus) {
     }
     EXPECT_EQ(told, std::vector<std::string>{localized("error.save.failed")});
     desktop.files.makeFolder(folderOf(historyPath));
-    copy("four");
+
+    told.clear();
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    for (int index = 0; index < 2; ++index)
+        application.store().setLocked(application.store().items().get()[static_cast<std::size_t>(index)],
+                                      true);
     desktop.runLoop.advance(1);
     EXPECT_FALSE(hasFailed());
+    EXPECT_EQ(unprotected(), "2");
+    EXPECT_EQ(told, std::vector<std::string>{localized("error.lock.inClear")});
+
+    told.clear();
+    desktop.keychain.refusal.reset();
+    copy("four");
+    EXPECT_EQ(unprotected(), "0");
+    EXPECT_TRUE(told.empty());
 }
 
 TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {

@@ -7,6 +7,7 @@ import unittest
 
 from harness import applications
 from harness.desktop import PrivateDesktop
+from harness.processes import wait_for
 from harness.vellumix import Vellumix, files_with
 
 SENTENCE = "The bees of the monastery sleep in winter."
@@ -78,14 +79,39 @@ class HistoryOnDisk(unittest.TestCase):
         self.vellumix.kill()
         self.assertEqual(self.vellumix.start().count("text"), 1)
 
+    def test_a_history_that_is_a_link_is_followed_and_kept(self):
+        disk = self.desktop.home / "disk"
+        disk.mkdir()
+        self.vellumix.folder.mkdir(mode=0o700)
+        self.vellumix.file.symlink_to(disk / "kept.json")
+        self.vellumix.start()
+        self.copy(SENTENCE)
+        self.assertEqual(self.vellumix.terminate(), 0)
+        self.assertTrue(self.vellumix.file.is_symlink())
+        self.assertEqual([path.name for path in disk.iterdir()], ["kept.json"])
+        self.assertEqual(self.vellumix.start().count("text"), 1)
+
+    def test_where_only_approved_modes_are_allowed_it_is_the_same_file(self):
+        approved = {"LIBGCRYPT_FORCE_FIPS_MODE": "1"}
+        for number, environment in enumerate((approved, None, approved)):
+            self.vellumix.start(environment=environment)
+            self.assertEqual(self.vellumix.count("text"), number)
+            self.vellumix.until_saved(lambda: self.copy(f"{SENTENCE} {number}"))
+            self.assertEqual(self.vellumix.file.read_bytes()[:4], b"VLX1")
+            self.assertEqual(self.vellumix.terminate(), 0)
+
     def test_a_save_that_fails_leaves_the_history_before_it(self):
         self.vellumix.start()
         self.vellumix.until_saved(lambda: self.copy(SENTENCE))
         # Where a file stands in the place of the folder, not even root can write.
         away = self.vellumix.folder.rename(self.vellumix.folder.with_name("away"))
         self.vellumix.folder.write_text("in the way")
+        self.assertFalse(self.vellumix.status()["saveFailed"])
         self.copy("while nothing can be written")
+        wait_for("the status tells of it", lambda: self.vellumix.status()["saveFailed"])
+        self.copy("nor now")
         self.assertEqual(self.vellumix.terminate(), 0)
+        self.assertEqual(self.vellumix.log_text().count("The history can't be saved"), 1, self.vellumix.log_text())
         self.vellumix.folder.unlink()
         away.rename(self.vellumix.folder)
         self.assertEqual(self.names(), NAMES)

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "core/EncryptionManager.h"
 #include "core/PasteboardWatcher.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
@@ -273,6 +274,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     linux_desktop::SystemLog log(linux_desktop::SystemLog::StandardError::withoutJournal);
     linux_desktop::ChosenKeychain keychain(files, dataFolder,
                                            {.canUserAnswer = [&] { return !display->hasKeyboard(); }});
+    keychain.clearLeftovers({EncryptionManager::keychainService, EncryptionManager::keychainAccount});
     linux_desktop::DesktopNotifications notifications;
     linux_desktop::PamAuthentication authentication({.makePrompt = promptMaker(line.platform)});
     linux_desktop::IconThemeFileIcons fileIcons(runLoop, {.themeName = [&] { return display->iconTheme(); }});

@@ -54,6 +54,9 @@ public:
     std::error_code makeFolder(const std::string& path) override {
         return step([&] { return _files.makeFolder(path); });
     }
+    std::error_code makePrivate(const std::string& path, bool& wasOpen) override {
+        return step([&] { return _files.makePrivate(path, wasOpen); });
+    }
     bool exists(const std::string& path) override { return _files.exists(path); }
 
     int count() const { return _count; }

@@ -241,6 +241,58 @@ TEST_F(KeychainTest, AKeyOfTheWrongSizeIsHandedOver) {
     EXPECT_EQ(choice(), "key-file") << "a key file without a choice is the choice";
 }
 
+TEST_F(KeychainTest, AChoiceThatCanBeReadAgainIsUsed) {
+    const auto choicePath = session.dataFolder() + "/keychain";
+    ASSERT_FALSE(files.makeFolder(session.dataFolder()));
+    std::ofstream(keyFilePath()) << std::string(32, 'k');
+    ::mkdir(choicePath.c_str(), 0700);
+    auto keychain = makeKeychain();
+    for (int call = 0; call < 2; ++call) EXPECT_EQ(keychain.SecItemCopyMatching(item).status, errSecIO);
+    EXPECT_EQ(log.count("can't be read; no key is used or made"), 1u);
+    ::rmdir(choicePath.c_str());
+    std::ofstream(choicePath) << "key-file\n";
+    EXPECT_EQ(keychain.SecItemCopyMatching(item).data, Bytes(32, 'k'));
+}
+
+TEST_F(KeychainTest, WithoutItsFolderNoSecondKeyIsMade) {
+    auto keychain = makeKeychain();
+    ASSERT_EQ(keychain.SecItemAdd(item, makeKey()), errSecSuccess);
+    const auto away = session.dataFolder() + ".away";
+    ASSERT_FALSE(files.rename(session.dataFolder(), away));
+    for (int call = 0; call < 2; ++call) {
+        EXPECT_EQ(keychain.SecItemCopyMatching(item).status, errSecIO);
+        EXPECT_EQ(keychain.SecItemAdd(item, makeKey(1)), errSecIO);
+    }
+    EXPECT_FALSE(files.exists(session.dataFolder()));
+    EXPECT_EQ(log.count("no other key is made"), 1u);
+    ASSERT_FALSE(files.rename(away, session.dataFolder()));
+    EXPECT_EQ(keychain.SecItemCopyMatching(item).data, makeKey());
+    // The key alone is another matter: who removes it wants a new one.
+    EXPECT_EQ(keychain.SecItemDelete(item), errSecSuccess);
+    EXPECT_EQ(keychain.SecItemCopyMatching(item).status, errSecItemNotFound);
+    EXPECT_EQ(keychain.SecItemAdd(item, makeKey(1)), errSecSuccess);
+}
+
+TEST_F(KeychainTest, AKeyFileThatOthersMayReadIsClosedAndSaid) {
+    auto keychain = makeKeychain();
+    ASSERT_EQ(keychain.SecItemAdd(item, makeKey()), errSecSuccess);
+    ASSERT_EQ(::chmod(keyFilePath().c_str(), 0644), 0);
+    EXPECT_EQ(keychain.SecItemCopyMatching(item).data, makeKey());
+    struct stat facts {};
+    ASSERT_EQ(::stat(keyFilePath().c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 07777, 0600u);
+    EXPECT_EQ(log.count("The key file could be read by others until now"), 1u);
+}
+
+TEST_F(KeychainTest, WhatAKilledWriteLeftIsClearedAway) {
+    ASSERT_FALSE(files.makeFolder(session.dataFolder()));
+    const std::string left[]{session.dataFolder() + "/.keychain.tmp",
+                             session.dataFolder() + "/.com.tarnwick.Vellumix.encryption-key.tmp"};
+    for (const auto& path : left) std::ofstream(path) << "half";
+    makeKeychain().clearLeftovers(item);
+    for (const auto& path : left) EXPECT_FALSE(files.exists(path)) << path;
+}
+
 TEST_F(KeychainTest, WithoutTheChoiceOnDiskNoKeyIsMade) {
     GnomeKeyring keyring(session, GnomeKeyring::Start::unlocked);
     // A file where the folder should be: nothing can be written there.

@@ -47,6 +47,9 @@ public:
     /// belongs to this user or the superuser.
     virtual std::error_code makeFolder(const std::string& path) = 0;
     virtual bool exists(const std::string& path) = 0;
+    /// Takes from the file that `read` reads every right of anybody but its owner; `wasOpen` says whether
+    /// there was one.
+    virtual std::error_code makePrivate(const std::string& path, bool& wasOpen) = 0;
 };
 
 /// The error for what another user owns; it compares equal to `std::errc::permission_denied`.

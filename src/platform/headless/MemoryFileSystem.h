@@ -22,6 +22,10 @@ public:
     std::error_code syncFolder(const std::string&) override { return {}; }
     std::error_code remove(const std::string& path) override;
     std::error_code makeFolder(const std::string& path) override;
+    std::error_code makePrivate(const std::string&, bool& wasOpen) override {
+        wasOpen = false;
+        return {};
+    }
     bool exists(const std::string& path) override { return files.contains(path) || folders.contains(path); }
 
     std::map<std::string, Bytes> files;

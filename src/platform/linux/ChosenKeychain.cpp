@@ -31,6 +31,11 @@ ChosenKeychain::ChosenKeychain(FileSystem& files, std::string folder, KeychainPa
       _keyFile(files, _folder),
       _choice(readChoice()) {}
 
+void ChosenKeychain::clearLeftovers(const KeychainItem& item) {
+    removeLeftovers(_files, choicePath(_folder));
+    _keyFile.clearLeftovers(item);
+}
+
 ChosenKeychain::Choice ChosenKeychain::readChoice() {
     Bytes content;
     const auto error = _files.read(choicePath(_folder), wordLimit, content);
@@ -42,16 +47,38 @@ ChosenKeychain::Choice ChosenKeychain::readChoice() {
     return Choice::unreadable;
 }
 
+ChosenKeychain::Choice ChosenKeychain::choice() {
+    // What kept it from being read may have passed.
+    if (_choice == Choice::unreadable) _choice = readChoice();
+    return _choice;
+}
+
 OSStatus ChosenKeychain::unreadable() {
-    const auto reason = std::exchange(_whyUnreadable, {});
-    if (!reason.empty())
-        logger.error("The file \"keychain\" can't be read; no key is used or made: " + reason);
+    return refuse("The file \"keychain\" can't be read; no key is used or made: " + _whyUnreadable);
+}
+
+OSStatus ChosenKeychain::refuse(const std::string& why) {
+    if (_lastTold != why) logger.error(why);
+    _lastTold = why;
     return errSecIO;
+}
+
+/// Without the word, the key has gone with its folder, and the folder may come back: a second key would leave
+/// what comes back unreadable.
+bool ChosenKeychain::isKeyFileInPlace() { return readChoice() == Choice::keyFile; }
+
+Keychain::Match ChosenKeychain::copyFromKeyFile(const KeychainItem& item) {
+    auto match = _keyFile.SecItemCopyMatching(item);
+    if (match.status == errSecItemNotFound && !isKeyFileInPlace()) match.status = keyFileHasGone();
+    return match;
+}
+
+OSStatus ChosenKeychain::keyFileHasGone() {
+    return refuse("The data folder has gone, and the key with it; no other key is made: " + _folder);
 }
 
 bool ChosenKeychain::choose(Choice choice) {
     const auto path = choicePath(_folder);
-    removeLeftovers(_files, path);
     auto error = _files.makeFolder(_folder);
     const auto word = choice == Choice::keyFile ? keyFileWord : secretServiceWord;
     if (!error) error = writeAtomically(_files, path, viewOf(std::string(word) + '\n'));
@@ -85,13 +112,13 @@ Keychain::Match ChosenKeychain::copyAndChoose(const KeychainItem& item) {
 }
 
 Keychain::Match ChosenKeychain::SecItemCopyMatching(const KeychainItem& item) {
-    switch (_choice) {
+    switch (choice()) {
         case Choice::none:
             return copyAndChoose(item);
         case Choice::secretService:
             return _secretService.SecItemCopyMatching(item);
         case Choice::keyFile:
-            return _keyFile.SecItemCopyMatching(item);
+            return copyFromKeyFile(item);
         case Choice::unreadable:
             break;
     }
@@ -101,13 +128,14 @@ Keychain::Match ChosenKeychain::SecItemCopyMatching(const KeychainItem& item) {
 /// Makes the choice, if need be, by a look for the item, and passes the call on.
 template <class Call>
 OSStatus ChosenKeychain::withChosen(const KeychainItem& item, Call call) {
-    if (_choice == Choice::none) {
+    if (choice() == Choice::none) {
         auto match = copyAndChoose(item);
         if (match.data) wipe(*match.data);
         if (_choice == Choice::none) return match.status == errSecSuccess ? errSecIO : match.status;
     }
     if (_choice == Choice::unreadable) return unreadable();
-    return _choice == Choice::keyFile ? call(_keyFile) : call(_secretService);
+    if (_choice == Choice::secretService) return call(_secretService);
+    return isKeyFileInPlace() ? call(_keyFile) : keyFileHasGone();
 }
 
 OSStatus ChosenKeychain::SecItemDelete(const KeychainItem& item) {

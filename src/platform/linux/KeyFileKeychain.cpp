@@ -35,8 +35,19 @@ Keychain::Match KeyFileKeychain::SecItemCopyMatching(const KeychainItem& item) {
     Bytes content;
     const auto status = statusOf(_files.read(pathOf(item), sizeLimit, content));
     if (status != errSecSuccess) return {status, std::nullopt};
+    closeToOthers(pathOf(item));
     return {status, std::move(content)};
 }
+
+void KeyFileKeychain::closeToOthers(const std::string& path) {
+    bool wasOpen = false;
+    const auto error = _files.makePrivate(path, wasOpen);
+    if (!wasOpen || std::exchange(_hasToldOfOpenFile, true)) return;
+    const std::string rest = error ? ", and this can't be changed: " + error.message() : " until now";
+    Log("Encryption").error("The key file could be read by others" + rest + ": " + path);
+}
+
+void KeyFileKeychain::clearLeftovers(const KeychainItem& item) { removeLeftovers(_files, pathOf(item)); }
 
 OSStatus KeyFileKeychain::SecItemDelete(const KeychainItem& item) {
     return statusOf(_files.remove(pathOf(item)));
@@ -44,7 +55,6 @@ OSStatus KeyFileKeychain::SecItemDelete(const KeychainItem& item) {
 
 OSStatus KeyFileKeychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
     const auto path = pathOf(item);
-    removeLeftovers(_files, path);
     if (holds(item)) return errSecIO;
     auto error = _files.makeFolder(_folder);
     if (!error) error = writeAtomically(_files, path, secret);

@@ -9,7 +9,8 @@ namespace vellumix::linux_desktop {
 /// An item is the file "<service>.<account>".
 ///
 /// "Not found" means that there is no such file; a file that can't be read is `errSecIO`, and one with other
-/// content than was written is a success with that content.
+/// content than was written is a success with that content. A file that others may read is closed to them,
+/// and the log says so.
 class KeyFileKeychain final : public Keychain {
 public:
     /// `files` outlives the keychain.
@@ -22,12 +23,16 @@ public:
     std::string description() const override;
 
     bool holds(const KeychainItem& item) const;
+    /// Removes what a write of the item that was killed halfway left behind.
+    void clearLeftovers(const KeychainItem& item);
 
 private:
     std::string pathOf(const KeychainItem& item) const;
+    void closeToOthers(const std::string& path);
 
     FileSystem& _files;
     std::string _folder;
+    bool _hasToldOfOpenFile = false;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -196,6 +196,18 @@ std::error_code PosixFileSystem::makeFolder(const std::string& path) {
     return error ? error : checkFolder(path);
 }
 
+std::error_code PosixFileSystem::makePrivate(const std::string& path, bool& wasOpen) {
+    wasOpen = false;
+    std::string place;
+    posix::Descriptor file;
+    struct stat facts {};
+    auto error = locate(path, place);
+    if (!error) error = openRegular(place, O_RDONLY, file, facts);
+    if (error) return error;
+    wasOpen = (facts.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+    return wasOpen ? resultOf(::fchmod(file.get(), facts.st_mode & S_IRWXU)) : std::error_code();
+}
+
 bool PosixFileSystem::exists(const std::string& path) {
     struct stat facts {};
     return ::lstat(path.c_str(), &facts) == 0;

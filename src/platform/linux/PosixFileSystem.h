@@ -19,6 +19,7 @@ public:
     std::error_code syncFolder(const std::string& path) override;
     std::error_code remove(const std::string& path) override;
     std::error_code makeFolder(const std::string& path) override;
+    std::error_code makePrivate(const std::string& path, bool& wasOpen) override;
     bool exists(const std::string& path) override;
 };
 

@@ -1,6 +1,8 @@
 #include "platform/linux/IconTheme.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -14,6 +16,8 @@ namespace {
 constexpr auto lastTheme = "hicolor";
 /// Far more than the longest line of ancestors.
 constexpr std::size_t themesLimit = 32;
+/// In bytes, of a theme's description; some twenty times the longest of those that desktops come with.
+constexpr std::uintmax_t largestIndex = 1 << 20;
 constexpr int largestSize = 4096;
 constexpr int largestScale = 16;
 
@@ -76,6 +80,9 @@ void IconTheme::load(const std::string& name) {
         theme.folders.push_back(own);
         const auto index = own + "/index.theme";
         if (description || !g_file_test(index.c_str(), G_FILE_TEST_IS_REGULAR)) continue;
+        std::error_code error;
+        const auto size = std::filesystem::file_size(index, error);
+        if (error || size > largestIndex) continue;
         description.reset(g_key_file_new());
         g_key_file_set_list_separator(description.get(), ',');
         g_key_file_load_from_file(description.get(), index.c_str(), G_KEY_FILE_NONE, nullptr);

@@ -1,9 +1,11 @@
 #include "platform/x11/DesktopFiles.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <utility>
 
 namespace vellumix::x11 {
@@ -13,8 +15,9 @@ namespace {
 constexpr std::string_view extension = ".desktop";
 /// Classes that are remembered: a program can invent any number.
 constexpr std::size_t classesKept = 256;
-/// Lines that are read of one file.
-constexpr int linesRead = 2000;
+/// Bytes that are read of one file: what is looked for stands before the actions, and a line may be of any
+/// length.
+constexpr std::uintmax_t bytesRead = 256 * 1024;
 
 std::string lowered(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -29,9 +32,15 @@ std::string variable(const char* name) {
 
 std::string startupClassOf(const std::filesystem::path& file) {
     constexpr std::string_view key = "StartupWMClass=";
-    std::ifstream stream(file);
-    std::string line;
-    for (int number = 0; number < linesRead && std::getline(stream, line); ++number) {
+    std::error_code error;
+    // A pipe would keep its reader waiting.
+    if (!std::filesystem::is_regular_file(file, error)) return {};
+    const auto size = std::filesystem::file_size(file, error);
+    if (error) return {};
+    std::string text(std::min(size, bytesRead), '\0');
+    std::ifstream(file).read(text.data(), static_cast<std::streamsize>(text.size()));
+    std::istringstream stream(std::move(text));
+    for (std::string line; std::getline(stream, line);) {
         if (line.starts_with(key)) return line.substr(key.size());
     }
     return {};

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <new>
 
 #include "core/EncryptionManager.h"
 #include "core/HistoryCoding.h"

@@ -114,51 +114,73 @@ __attribute__((target("ssse3,popcnt"))) std::uint8_t* encodeBlocks(ByteView& byt
     return out;
 }
 
+/// What the halves of a character's byte tell of it. The upper halves that hold characters of the alphabet
+/// fall into groups, a bit each; the lower half tells for which groups it is outside.
+struct DecodingTables {
+    alignas(16) std::array<std::uint8_t, 16> group{};
+    alignas(16) std::array<std::uint8_t, 16> outside{};
+    /// From the character to its sextet; that of the slash differs from the plus's by `slashCorrection`.
+    alignas(16) std::array<std::int8_t, 16> offset{};
+};
+constexpr std::int8_t slashCorrection = (63 - '/') - (62 - '+');
+constexpr auto decodingTables = [] {
+    constexpr std::uint8_t nowhere = 0x80;
+    DecodingTables tables;
+    for (std::size_t upper = 0; upper < 16; ++upper) {
+        std::uint16_t known = 0;
+        for (std::size_t lower = 0; lower < 16; ++lower) {
+            const auto value = values[16 * upper + lower];
+            if (value == invalid) continue;
+            known = static_cast<std::uint16_t>(known | 1U << lower);
+            if (16 * upper + lower != '/')
+                tables.offset[upper] = static_cast<std::int8_t>(value - (16 * upper + lower));
+        }
+        tables.group[upper] = known ? static_cast<std::uint8_t>(1U << (upper - 2)) : nowhere;
+        for (std::size_t lower = 0; lower < 16; ++lower) {
+            if (!(known >> lower & 1)) tables.outside[lower] |= tables.group[upper];
+        }
+    }
+    return tables;
+}();
+
 /// Decodes sixteen characters at a time until one is of neither the alphabet nor an escaped slash. Each block
 /// stores sixteen bytes at `out`, of which twelve count.
 __attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::uint8_t*& out) {
+    const auto load = [](const auto* from) __attribute__((target("ssse3,popcnt"))) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    };
     const auto places = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    while (text.size() >= 17) {
-        auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data()));
-        // A picture has a slash in every fourth block: its backslash is closed up.
-        std::size_t backslash = 16;
-        if (const auto found = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\')))) {
-            backslash = static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(found)));
-            if (text[backslash + 1] != '/') return;
-            const auto next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + 1));
-            const auto isBefore = _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(backslash)), places);
+    const auto groups = load(decodingTables.group.data());
+    const auto outside = load(decodingTables.outside.data());
+    const auto offsets = load(decodingTables.offset.data());
+    const auto half = _mm_set1_epi8(0x0F);
+    while (text.size() >= 32) {
+        auto block = load(text.data());
+        // A picture has a slash in every fourth block: each backslash is closed up.
+        std::size_t taken = 16;
+        while (const auto found = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\')))) {
+            const auto place = __builtin_ctz(static_cast<unsigned>(found));
+            const auto next = load(text.data() + (taken - 15));
+            const auto isBefore = _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(place)), places);
+            if (text[taken - 15 + static_cast<std::size_t>(place)] != '/') return;
             block = _mm_or_si128(_mm_and_si128(isBefore, block), _mm_andnot_si128(isBefore, next));
+            ++taken;
         }
-        const auto between = [&](char first, char last) __attribute__((target("ssse3,popcnt"))) {
-            return _mm_and_si128(_mm_cmpgt_epi8(block, _mm_set1_epi8(static_cast<char>(first - 1))),
-                                 _mm_cmplt_epi8(block, _mm_set1_epi8(static_cast<char>(last + 1))));
-        };
-        const auto upper = between('A', 'Z');
-        const auto lower = between('a', 'z');
-        const auto digit = between('0', '9');
-        const auto plus = _mm_cmpeq_epi8(block, _mm_set1_epi8('+'));
+        const auto upper = _mm_and_si128(_mm_srli_epi16(block, 4), half);
+        const auto strange = _mm_and_si128(_mm_shuffle_epi8(groups, upper),
+                                           _mm_shuffle_epi8(outside, _mm_and_si128(block, half)));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi8(strange, _mm_setzero_si128())) != 0xFFFF) return;
         const auto slash = _mm_cmpeq_epi8(block, _mm_set1_epi8('/'));
-        const auto known =
-            _mm_or_si128(_mm_or_si128(upper, lower), _mm_or_si128(_mm_or_si128(digit, slash), plus));
-        const auto letters = _mm_or_si128(_mm_and_si128(upper, _mm_set1_epi8(-'A')),
-                                          _mm_and_si128(lower, _mm_set1_epi8(26 - 'a')));
-        const auto signs = _mm_or_si128(_mm_and_si128(plus, _mm_set1_epi8(62 - '+')),
-                                        _mm_and_si128(slash, _mm_set1_epi8(63 - '/')));
-        const auto offset =
-            _mm_or_si128(letters, _mm_or_si128(signs, _mm_and_si128(digit, _mm_set1_epi8(52 - '0'))));
+        const auto offset = _mm_add_epi8(_mm_shuffle_epi8(offsets, upper),
+                                         _mm_and_si128(slash, _mm_set1_epi8(slashCorrection)));
         const auto sextets = _mm_add_epi8(block, offset);
         const auto pairs = _mm_maddubs_epi16(sextets, _mm_set1_epi32(0x01400140));
-        const auto groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
+        const auto words = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
         const auto packed =
-            _mm_shuffle_epi8(groups, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
-        // Up to the group with the first other character, all is well.
-        const auto others = ~static_cast<unsigned>(_mm_movemask_epi8(known)) & 0xFFFF;
-        const auto groupsDone = others ? static_cast<std::size_t>(__builtin_ctz(others)) / 4 : 4;
-        if (groupsDone == 0) return;
+            _mm_shuffle_epi8(words, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
-        out += 3 * groupsDone;
-        text = text.subspan(4 * groupsDone + (backslash < 4 * groupsDone ? 1 : 0));
-        if (others) return;
+        out += 12;
+        text = text.subspan(taken);
     }
 }
 

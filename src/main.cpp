@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/EncryptionManager.h"
+#include "core/HistoryBounds.h"
 #include "core/PasteboardWatcher.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
@@ -24,6 +25,7 @@
 #include "platform/linux/PixbufDecoder.h"
 #include "platform/linux/PixbufImages.h"
 #include "platform/linux/PosixFileSystem.h"
+#include "platform/linux/ReadAhead.h"
 #include "platform/linux/RunningInstance.h"
 #include "platform/linux/SessionService.h"
 #include "platform/linux/StartDetached.h"
@@ -254,7 +256,7 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
 
     const auto paths = linux_desktop::Paths::ofUser();
     const auto dataFolder = paths.dataHome.value_or(paths.temporaryFolder) + "/Vellumix";
-    linux_desktop::PosixFileSystem files;
+    linux_desktop::ReadAhead files;
     linux_desktop::InstanceLock lock;
     switch (lock.take(files, dataFolder)) {
         case linux_desktop::InstanceLock::Outcome::taken:
@@ -268,6 +270,8 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
             break;
     }
 
+    // Under the lock, whose holder alone writes it.
+    files.begin(dataFolder + "/history.json", bounds::historyFile);
     const auto display = openDisplay(line.platform, runLoop);
     if (!display) return impossible;
 

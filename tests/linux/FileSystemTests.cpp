@@ -16,6 +16,7 @@
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/Paths.h"
 #include "platform/linux/PosixFileSystem.h"
+#include "platform/linux/ReadAhead.h"
 #include "platform/linux/SystemLog.h"
 
 namespace vellumix::linux_desktop {
@@ -71,6 +72,28 @@ TEST_F(FileSystemTest, ModesAreExactWhateverTheUmask) {
     EXPECT_FALSE(files.close(handle));
     EXPECT_EQ(modeOf(path("wide")), 0600u);
     EXPECT_EQ(contentOf(path("wide")), "new");
+}
+
+TEST_F(FileSystemTest, WhatIsReadAheadIsReadOnce) {
+    ReadAhead ahead;
+    std::ofstream(path("file")) << "first";
+    std::ofstream(path("other")) << "other";
+    ahead.begin(path("file"), plenty);
+    const auto contentNow = [&](const char* name) {
+        Bytes content;
+        EXPECT_FALSE(ahead.read(path(name), plenty, content));
+        return std::string(asText(content));
+    };
+    EXPECT_EQ(contentNow("other"), "other");
+    EXPECT_EQ(contentNow("file"), "first");
+    std::ofstream(path("file")) << "second";
+    EXPECT_EQ(contentNow("file"), "second");
+
+    ahead.begin(path("absent"), plenty);
+    Bytes content;
+    EXPECT_TRUE(ahead.read(path("absent"), plenty, content) == std::errc::no_such_file_or_directory);
+    ahead.begin(path("file"), 3);
+    EXPECT_EQ(contentNow("file"), "second") << "another limit is another question";
 }
 
 TEST_F(FileSystemTest, ReadsWholeRegularFilesOnly) {

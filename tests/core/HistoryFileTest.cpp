@@ -7,6 +7,7 @@
 #include "platform/foundation/KeptFile.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
+#include "support/ProcessMemory.h"
 
 namespace vellumix {
 namespace {
@@ -162,6 +163,17 @@ TEST_F(HistoryFileTest, ContentOfManyPiecesReadsBackAsItWas) {
         EXPECT_EQ(history().starts_with("VLX1"), hasKey);
         EXPECT_TRUE(Store().items().get() == items);
     }
+}
+
+TEST_F(HistoryFileTest, ASaveLeavesNoMemoryBehindForLong) {
+    constexpr std::size_t size = 30'000'000;
+    Store store;
+    store.add(imageItem(std::string(size, 'x')));
+    desktop.runLoop.advance(Store::saveDebounce);
+    ASSERT_GT(history().size(), size);
+    const auto saved = tests::ProcessMemory::now().resident;
+    desktop.runLoop.advance(Store::memoryLingers);
+    EXPECT_LT(tests::ProcessMemory::now().resident + size, saved);
 }
 
 TEST_F(HistoryFileTest, TheSaveWaitsForABurstAndQuittingDoesNot) {

@@ -4,9 +4,8 @@
 #include <linux/input-event-codes.h>
 #include <sys/resource.h>
 
-#include <fstream>
-
 #include "platform/x11/Hotkeys.h"
+#include "support/ProcessMemory.h"
 #include "x11/Person.h"
 #include "x11/X11Test.h"
 
@@ -30,19 +29,6 @@ constexpr bool isSanitized = true;
 #else
 constexpr bool isSanitized = false;
 #endif
-
-struct Memory {
-    std::size_t mapped = 0;
-    std::size_t resident = 0;
-};
-/// Of this process, in bytes.
-Memory memoryNow() {
-    std::ifstream statistics("/proc/self/statm");
-    Memory memory;
-    statistics >> memory.mapped >> memory.resident;
-    return {memory.mapped * 4096, memory.resident * 4096};
-}
-std::size_t residentBytes() { return memoryNow().resident; }
 
 }  // namespace
 
@@ -154,7 +140,7 @@ TEST_F(HostileTest, OwnersThatNeverGiveWhatTheyAnnounce) {
         drops.clear();
         open(one.limits);
         const auto before = pasteboard->changeCount();
-        const auto memory = residentBytes();
+        const auto memory = ProcessMemory::now().resident;
         peer->copy(one.answers);
         ASSERT_TRUE(dropComes());
         EXPECT_EQ(drops.front(), one.reason);
@@ -163,7 +149,7 @@ TEST_F(HostileTest, OwnersThatNeverGiveWhatTheyAnnounce) {
         expectNextCopy();
         EXPECT_EQ(drops.size(), 1U);
         if (!isSanitized) {
-            EXPECT_LT(residentBytes(), memory + 100 * megabyte);
+            EXPECT_LT(ProcessMemory::now().resident, memory + 100 * megabyte);
         }
         peer = std::make_unique<Peer>(runLoop);
     }
@@ -173,7 +159,7 @@ TEST_F(HostileTest, MemoryThatCantBeHadCostsTheCopyAlone) {
     open({.answerSeconds = never, .pieceSeconds = never, .fetchSeconds = never});
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
-    const rlimit tight{memoryNow().mapped + 64 * megabyte, before.rlim_max};
+    const rlimit tight{ProcessMemory::now().mapped + 64 * megabyte, before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_AS, &tight), 0);
     peer->copy({{.target = "UTF8_STRING",
                  .bytes = "much",

@@ -7,10 +7,8 @@
 
 #include "core/EncryptionManager.h"
 #include "core/HistoryBounds.h"
-#include "core/PasteboardWatcher.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/NotificationCenter.h"
 #include "platform/headless/Desktop.h"
 #include "platform/headless/StatusBar.h"
 #include "platform/linux/ChosenKeychain.h"
@@ -313,11 +311,6 @@ int run(const CommandLine& line, const std::vector<std::string>& arguments) {
     application.setRootView([] { return view::View(RootContainerView{}); });
     const auto terminate = [&] { application.terminate(); };
     const auto signals = runLoop.onTerminationSignal(terminate);
-    const auto captureFailures = NotificationCenter::defaultCenter().observe(
-        PasteboardWatcher::failedNotification, [](const NotificationCenter::UserInfo& failure) {
-            linux_desktop::notifyUser(localized("app.name"),
-                                      localized("message.copyNotRecorded") + ": " + failure.at("reason"));
-        });
     const auto displayEnd = display->observeEnd([&] {
         Log("AppDelegate").error("The display has ended, and the program ends with it");
         application.terminate();

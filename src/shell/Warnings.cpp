@@ -3,16 +3,23 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/PasteboardWatcher.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/NotificationCenter.h"
 
 namespace vellumix {
 
 namespace {
 
+void tell(const std::string& text) { platform::current().notifications.show(localized("app.name"), text); }
+
 void tellOnce(bool isSo, bool& hasTold, const char* key) {
-    if (std::exchange(hasTold, isSo) || !isSo) return;
-    platform::current().notifications.show(localized("app.name"), localized(key));
+    if (!std::exchange(hasTold, isSo) && isSo) tell(localized(key));
+}
+
+void tellOfLoss(const NotificationCenter::UserInfo& loss) {
+    tell(localized("message.copyNotRecorded") + ": " + loss.at("reason"));
 }
 
 }  // namespace
@@ -20,7 +27,9 @@ void tellOnce(bool isSo, bool& hasTold, const char* key) {
 Warnings::Warnings(Store& store)
     : _store(store),
       _items(store.observeItems([this] { update(); })),
-      _saving(store.observeSaveFailed([this] { update(); })) {
+      _saving(store.observeSaveFailed([this] { update(); })),
+      _losses(
+          NotificationCenter::defaultCenter().observe(PasteboardWatcher::failedNotification, tellOfLoss)) {
     update();
 }
 

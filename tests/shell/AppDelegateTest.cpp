@@ -104,7 +104,7 @@ TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
     EXPECT_EQ(hotkey(), "refused");
 }
 
-TEST_F(AppDelegateTest, WhatIsNotSavedOrNotEncipheredIsToldOnceAndStandsInTheStatus) {
+TEST_F(AppDelegateTest, WhatIsNotSavedEncipheredOrRecordedIsToldOnce) {
     AppDelegate application;
     application.applicationDidFinishLaunching(started());
     const auto status = [&](const char* member) {
@@ -143,6 +143,10 @@ TEST_F(AppDelegateTest, WhatIsNotSavedOrNotEncipheredIsToldOnceAndStandsInTheSta
     copy("four");
     EXPECT_EQ(unprotected(), "0");
     EXPECT_TRUE(told.empty());
+
+    desktop.pasteboard.dropElsewhere(RefusalReason::noAnswer);
+    EXPECT_EQ(told, std::vector<std::string>{localized("message.copyNotRecorded") + ": " +
+                                             localizedText(RefusalReason::noAnswer)});
 }
 
 TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {

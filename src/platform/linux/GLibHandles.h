@@ -69,24 +69,21 @@ private:
     guint _number = 0;
 };
 
-/// An object that answers on a connection, which must outlive it.
-class Registration {
+/// Something on a connection that has a number and is ended by it. The connection must outlive it.
+template <auto End>
+class OnConnection {
 public:
-    Registration() = default;
-    Registration(GDBusConnection* connection, const char* path, GDBusInterfaceInfo* interface,
-                 const GDBusInterfaceVTable* table, gpointer data)
-        : _connection(connection),
-          _number(g_dbus_connection_register_object(connection, path, interface, table, data, nullptr,
-                                                    nullptr)) {}
-    Registration(Registration&& other) noexcept
+    OnConnection() = default;
+    OnConnection(GDBusConnection* connection, guint number) : _connection(connection), _number(number) {}
+    OnConnection(OnConnection&& other) noexcept
         : _connection(other._connection), _number(std::exchange(other._number, 0)) {}
-    Registration& operator=(Registration&& other) noexcept {
+    OnConnection& operator=(OnConnection&& other) noexcept {
         std::swap(_connection, other._connection);
         std::swap(_number, other._number);
         return *this;
     }
-    ~Registration() {
-        if (_number) g_dbus_connection_unregister_object(_connection, _number);
+    ~OnConnection() {
+        if (_number) End(_connection, _number);
     }
     explicit operator bool() const { return _number != 0; }
 
@@ -95,42 +92,19 @@ private:
     guint _number = 0;
 };
 
-/// A filter of a connection's messages, which the connection must outlive. It may still be running when this
-/// has gone.
-class MessageFilter {
+/// A filter of messages. It may still be running when this has gone.
+using MessageFilter = OnConnection<g_dbus_connection_remove_filter>;
+/// A subscription to signals.
+using Subscription = OnConnection<g_dbus_connection_signal_unsubscribe>;
+
+/// An object that answers.
+class Registration : public OnConnection<g_dbus_connection_unregister_object> {
 public:
-    MessageFilter() = default;
-    MessageFilter(GDBusConnection* connection, guint number) : _connection(connection), _number(number) {}
-    MessageFilter(MessageFilter&& other) noexcept
-        : _connection(other._connection), _number(std::exchange(other._number, 0)) {}
-    MessageFilter& operator=(MessageFilter&& other) noexcept {
-        std::swap(_connection, other._connection);
-        std::swap(_number, other._number);
-        return *this;
-    }
-    ~MessageFilter() {
-        if (_number) g_dbus_connection_remove_filter(_connection, _number);
-    }
-
-private:
-    GDBusConnection* _connection = nullptr;
-    guint _number = 0;
-};
-
-/// A subscription to signals on a connection, which must outlive it.
-class Subscription {
-public:
-    Subscription(GDBusConnection* connection, guint number) : _connection(connection), _number(number) {}
-    Subscription(Subscription&& other) noexcept
-        : _connection(other._connection), _number(std::exchange(other._number, 0)) {}
-    Subscription& operator=(Subscription&&) = delete;
-    ~Subscription() {
-        if (_number) g_dbus_connection_signal_unsubscribe(_connection, _number);
-    }
-
-private:
-    GDBusConnection* _connection;
-    guint _number;
+    Registration() = default;
+    Registration(GDBusConnection* connection, const char* path, GDBusInterfaceInfo* interface,
+                 const GDBusInterfaceVTable* table, gpointer data)
+        : OnConnection(connection, g_dbus_connection_register_object(connection, path, interface, table, data,
+                                                                     nullptr, nullptr)) {}
 };
 
 /// Passes a handle to a call that sets a pointer, for the length of the full expression: `Out(error)`.

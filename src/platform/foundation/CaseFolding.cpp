@@ -46,18 +46,27 @@ UChar32 codePointOf(const char* bytes, std::size_t length) {
 
 void FoldedText::keepLast(std::size_t count) {
     if (count >= _used) return;
-    std::copy(end() - count, end(), _bytes.data());
+    std::copy(end() - count, end(), _bytes.get());
     _used = count;
 }
 
+void FoldedText::reserve(std::size_t size) {
+    if (size <= _size) return;
+    _size = std::max(size, _size + _size / 2);
+    auto larger = std::make_unique_for_overwrite<char[]>(_size);
+    std::copy_n(_bytes.get(), _used, larger.get());
+    _bytes = std::move(larger);
+}
+
 void FoldedText::makeRoom(std::size_t count) {
-    constexpr std::size_t beyond = 16;
-    const auto needed = _used + Form::longest * count + beyond;
-    if (needed > _bytes.size()) _bytes.resize(needed);
+    // The shortest characters that grow have two bytes.
+    constexpr std::size_t most = Form::longest / 2;
+    constexpr std::size_t beyond = 64;
+    reserve(_used + most * count + beyond);
 }
 
 void FoldedText::append(std::string_view bytes) {
-    if (_used + bytes.size() > _bytes.size()) _bytes.resize(_used + bytes.size());
+    reserve(_used + bytes.size());
     std::ranges::copy(bytes, end());
     _used += bytes.size();
 }
@@ -91,7 +100,10 @@ void CaseFolding::foldBlocks(FoldedText& output, std::size_t limit) {
     // All of a block costs less than a part of it.
     for (; count == blockSize && at < limit && at + blockSize <= text.size(); at += count, to += count) {
         const auto* const block = text.data() + at;
-        std::transform(block, block + blockSize, to, foldedASCII);
+        std::array<char, blockSize> folded;
+        std::memcpy(folded.data(), block, blockSize);
+        for (auto& letter : folded) letter = foldedASCII(letter);
+        std::memcpy(to, folded.data(), blockSize);
         count = leadingASCII(block);
     }
     if (count == blockSize) {
@@ -120,19 +132,25 @@ void CaseFolding::foldSingly(FoldedText& output, std::size_t limit) {
         output.setEnd(to);
     };
     while (at < text.size()) {
-        // Letters of two bytes, one after the other.
-        const auto before = at;
-        for (; at + 2 <= text.size() && at < limit; at += 2) {
+        // Letters of two bytes, one after the other, and a blank between them.
+        while (at + 2 <= text.size() && at < limit) {
             const auto* const two = text.data() + at;
             const auto lead = static_cast<unsigned char>(two[0]);
-            if (lead < 0xC2 || lead >= 0xE0 || (two[1] & 0xC0) != 0x80) break;
-            const auto& form = forms.of(two, 2);
-            if (form.kind > Form::longest) break;
-            std::memcpy(to, form.bytes.data(), form.bytes.size());
-            baseSize = form.kind;
+            if (lead < 0x80) {
+                if (isASCII(two[1])) break;
+                *to = foldedASCII(two[0]);
+                baseSize = 1;
+            } else {
+                if (lead < 0xC2 || lead >= 0xE0 || (two[1] & 0xC0) != 0x80) break;
+                const auto& form = forms.of(two, 2);
+                if (form.kind > Form::longest) break;
+                std::memcpy(to, form.bytes.data(), form.bytes.size());
+                baseSize = form.kind;
+            }
+            base = at;
             to += baseSize;
+            at += lead < 0x80 ? 1 : 2;
         }
-        if (at > before) base = at - 2;
         const auto* const from = text.data() + at;
         const auto length = characterLength(text, at);
         const auto* const form = length > 1 ? &forms.of(from, length) : nullptr;

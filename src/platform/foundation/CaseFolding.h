@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
+#include <memory>
 #include <string_view>
 
 #include "platform/foundation/FoldedForms.h"
@@ -11,7 +11,7 @@ namespace vellumix {
 /// A text that grows at its end and is forgotten from its beginning, in memory that is written to once.
 class FoldedText {
 public:
-    std::string_view view() const { return {_bytes.data(), _used}; }
+    std::string_view view() const { return {_bytes.get(), _used}; }
     /// Keeps the last bytes, up to so many.
     void keepLast(std::size_t count);
 
@@ -20,12 +20,14 @@ private:
 
     /// Room for what so many bytes of a text become at most, and for what is written beyond.
     void makeRoom(std::size_t count);
-    char* end() { return _bytes.data() + _used; }
-    void setEnd(const char* end) { _used = static_cast<std::size_t>(end - _bytes.data()); }
+    void reserve(std::size_t size);
+    char* end() { return _bytes.get() + _used; }
+    void setEnd(const char* end) { _used = static_cast<std::size_t>(end - _bytes.get()); }
     void takeBack(std::size_t count) { _used -= count; }
     void append(std::string_view bytes);
 
-    std::string _bytes;
+    std::unique_ptr<char[]> _bytes;
+    std::size_t _size = 0;
     std::size_t _used = 0;
 };
 

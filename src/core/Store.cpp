@@ -4,6 +4,7 @@
 
 #include "core/ThumbnailCache.h"
 #include "platform/desktop/Platform.h"
+#include "platform/foundation/RememberedTexts.h"
 #include "platform/foundation/Unicode.h"
 
 namespace vellumix {
@@ -81,6 +82,7 @@ void Store::setLocked(const ClipboardItem& item, bool locked) {
         found->locked = locked;
         locked ? found->encryptContent() : found->decryptContent();
     });
+    if (locked) RememberedTexts::shared().forget();
 }
 
 void Store::clear() {

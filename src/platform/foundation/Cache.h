@@ -41,6 +41,13 @@ public:
         return found->second->value;
     }
 
+    void removeAllObjects() {
+        const std::scoped_lock lock(_mutex);
+        _byKey.clear();
+        _order.clear();
+        _totalCost = 0;
+    }
+
     /// Harmless when the key isn't there.
     void removeObjectForKey(const std::string& key) {
         const std::scoped_lock lock(_mutex);

@@ -29,6 +29,8 @@ HostingView::HostingView(NSWindow& window, RootMaker root, Renderer& renderer)
         std::make_shared<ViewTree>(_maker(_chrome).padding(_chrome.shadowRoom), renderer.texts(), surface());
     _tree->onNeedsFrame([this] { requestFrame(); });
     _presenter = std::make_unique<Presenter>(*this, renderer, [this] { updateKeyState(); });
+    _forgetting =
+        RememberedTexts::shared().onForget([this] { onMain(_lifetime.weakly([this] { forget(); })); });
     _window.setDelegate(this);
 }
 
@@ -132,6 +134,13 @@ void HostingView::waitForNextChange() {
         const auto timer = std::move(_changeTimer);
         drawNow();
     });
+}
+
+/// Puts what the tree shows now in the place of what it showed; a window in sight does so by its next frame.
+void HostingView::forget() {
+    if (_window.isVisible() || !_tree->needsFrame()) return;
+    _tree->settle();
+    _tree->frame(RunLoop::main().uptime());
 }
 
 void HostingView::orderFront() {

@@ -7,6 +7,7 @@
 #include "platform/desktop/Window.h"
 #include "platform/foundation/Lifetime.h"
 #include "platform/foundation/ObserverList.h"
+#include "platform/foundation/RememberedTexts.h"
 #include "platform/foundation/RunLoop.h"
 #include "platform/view/Animation.h"
 #include "platform/view/Renderer.h"
@@ -112,6 +113,7 @@ private:
     void waitForNextChange();
     void tick();
     void tickAlpha(double now);
+    void forget();
 
     NSWindow& _window;
     Renderer& _renderer;
@@ -138,6 +140,7 @@ private:
     bool _isWithdrawn = false;
     /// The window holds less than the tree's last frame.
     bool _isPixelLost = true;
+    Observation _forgetting;
     Lifetime _lifetime;
 };
 

@@ -11,7 +11,7 @@ namespace vellumix::view {
 class PangoTextLayout final : public TextLayout {
 public:
     struct Part {
-        handles::Object<PangoLayout> layout;
+        handles::Layout layout;
         /// How many of its lines are shown, from the first.
         int lineCount = 0;
         /// Where its text begins in the whole text, and how many of its bytes are the text's.

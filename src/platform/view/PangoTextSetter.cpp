@@ -66,6 +66,11 @@ PangoTextSetter::PangoTextSetter(FontFamilies families)
     pango_context_set_base_dir(_rightToLeftContext.get(), PANGO_DIRECTION_RTL);
 }
 
+void PangoTextSetter::forget() {
+    _layouts.removeAllObjects();
+    _key = {};
+}
+
 std::shared_ptr<const TextLayout> PangoTextSetter::set(const String& text, const TextOptions& options) {
     const auto visible = visibleText(text, options, usualLetters);
     const auto layout = set(visible, options);
@@ -89,11 +94,10 @@ std::shared_ptr<const PangoTextLayout> PangoTextSetter::set(const VisibleText& v
     return layout;
 }
 
-handles::Object<PangoLayout> PangoTextSetter::layout(std::string_view text, const TextOptions& options,
-                                                     std::optional<PangoDirection> direction) {
+handles::Layout PangoTextSetter::layout(std::string_view text, const TextOptions& options,
+                                        std::optional<PangoDirection> direction) {
     const bool isRightToLeft = direction == PANGO_DIRECTION_RTL;
-    handles::Object<PangoLayout> layout(
-        pango_layout_new(isRightToLeft ? _rightToLeftContext.get() : _context.get()));
+    handles::Layout layout(pango_layout_new(isRightToLeft ? _rightToLeftContext.get() : _context.get()));
     pango_layout_set_font_description(layout.get(), description(options.font, _families).get());
     pango_layout_set_width(layout.get(), pangoWidth(options.maximumWidth));
     pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);

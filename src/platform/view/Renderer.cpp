@@ -1,6 +1,7 @@
 #include "platform/view/Renderer.h"
 
 #include "platform/desktop/Platform.h"
+#include "platform/foundation/RememberedTexts.h"
 #include "platform/view/CairoPainter.h"
 #include "platform/view/PangoTextSetter.h"
 
@@ -8,7 +9,10 @@ namespace vellumix::view {
 
 Renderer& Renderer::shared() { return SharedInstances::current().get<Renderer>(); }
 
-Renderer::Renderer() : _painter(std::make_unique<CairoPainter>()) {}
+Renderer::Renderer()
+    : _painter(std::make_unique<CairoPainter>()), _forgetting(RememberedTexts::shared().onForget([this] {
+          if (_texts) _texts->forget();
+      })) {}
 Renderer::~Renderer() = default;
 
 TextSetter& Renderer::texts() {

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "platform/desktop/Window.h"
+#include "platform/foundation/Observation.h"
 #include "platform/view/Drawing.h"
 #include "platform/view/TextLayout.h"
 
@@ -10,8 +11,8 @@ namespace vellumix::view {
 
 class CairoPainter;
 
-/// What all windows draw with: one setter of texts and one painter, and what these remember. Main thread
-/// only.
+/// What all windows draw with: one setter of texts and one painter, and what these remember; of texts no
+/// longer than `RememberedTexts` allows. Main thread only.
 class Renderer {
 public:
     /// That of the platform in force.
@@ -30,6 +31,7 @@ public:
 private:
     std::unique_ptr<TextSetter> _texts;
     std::unique_ptr<CairoPainter> _painter;
+    Observation _forgetting;
 };
 
 }  // namespace vellumix::view

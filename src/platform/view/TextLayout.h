@@ -47,6 +47,8 @@ class TextSetter {
 public:
     virtual ~TextSetter() = default;
     virtual std::shared_ptr<const TextLayout> set(const String& text, const TextOptions& options) = 0;
+    /// Keeps no text in memory that nobody else does.
+    virtual void forget() {}
 };
 
 /// Fixed metrics without fonts, for tests: every grapheme is 0.5 sizes wide (0.6 monospaced) and every

@@ -5,6 +5,8 @@
 #include <new>
 #include <utility>
 
+#include "platform/foundation/AESGCM.h"
+
 namespace vellumix::x11 {
 
 namespace {
@@ -88,7 +90,10 @@ void Conversion::read() {
     const auto size = _value.bytes.size();
     const auto expected = _phase == Phase::readingWhole ? reply->bytes_after : 0;
     if (!reserve(size + length + expected)) return end(Ending::noMemory);
-    append(_value.bytes, {static_cast<const std::uint8_t*>(xcb_get_property_value(reply.get())), length});
+    const std::span piece(static_cast<std::uint8_t*>(xcb_get_property_value(reply.get())), length);
+    append(_value.bytes, piece);
+    // It may be locked one day, and the library gives its memory back as it is.
+    wipe(piece);
     if (_phase == Phase::readingPiece && _offset == 0 && length == 0) return end(Ending::value);
     _offset += length;
     if (reply->bytes_after == 0) return propertyIsRead();

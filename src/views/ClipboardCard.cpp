@@ -1,17 +1,15 @@
 #include "views/ClipboardCard.h"
 
 #include <algorithm>
-#include <string_view>
-#include <vector>
 
 #include "platform/foundation/LocalizedText.h"
 #include "platform/foundation/RunLoop.h"
-#include "platform/foundation/Unicode.h"
 #include "platform/view/ChosenRow.h"
 #include "platform/view/Views.h"
 #include "shell/RelativeTimestamp.h"
 #include "shell/ThemeManager.h"
 #include "views/CardPictures.h"
+#include "views/CardText.h"
 #include "views/Kinds.h"
 #include "views/Looks.h"
 
@@ -23,20 +21,8 @@ namespace {
 
 using Kind = ClipboardItem::Kind;
 
-/// In bytes: more than two lines of any panel hold.
-constexpr std::size_t longestHead = 1'200;
 /// In points.
 constexpr double tallestImage = 200;
-
-/// The beginning of a text, cut between two characters.
-String headOf(const String& text) {
-    if (text.size() <= longestHead) return text;
-    auto cut = graphemeBoundaryBefore(text.view(), longestHead);
-    // A pile of marks fills the whole head.
-    if (cut == 0) cut = longestHead;
-    while ((text.view()[cut] & 0xC0) == 0x80) --cut;
-    return text.view().substr(0, cut);
-}
 
 std::optional<String> transformableText(const ClipboardItem& item) {
     if (item.kind == Kind::all || item.kind == Kind::image || item.kind == Kind::file) return std::nullopt;
@@ -87,16 +73,21 @@ View ClipboardCard::content() const {
     if (item.locked) {
         return line(localized("locked.title"), theme.mutedTextColor(), 0, ThemeManager::bodyFont().italic());
     }
-    const auto text = [&] {
+    const auto text = [&](const Font& font) {
         const auto whole = item.text().value_or(String());
-        return isExpanded ? whole : headOf(whole);
+        const auto head = headOf(whole);
+        if (const auto said =
+                isExpanded && head.size() < whole.size() ? std::nullopt : invisibleTextLine(whole))
+            return line(*said, theme.mutedTextColor(), 0, ThemeManager::bodyFont().italic());
+        if (!isExpanded) return line(head, theme.primaryTextColor(), 2, font);
+        return wholeText(whole).font(font).foreground(theme.primaryTextColor()).lineLimit(0);
     };
     switch (item.kind) {
         case Kind::text:
         case Kind::link:
-            return line(text(), theme.primaryTextColor(), 2);
+            return text(ThemeManager::bodyFont());
         case Kind::code:
-            return line(text(), theme.primaryTextColor(), 2, ThemeManager::codeFont());
+            return text(ThemeManager::codeFont());
         case Kind::file:
             return line(label(), theme.primaryTextColor(), 1);
         case Kind::image: {
@@ -150,7 +141,8 @@ String ClipboardCard::label() const {
         const auto url = item.fileURL();
         return url ? String(url->lastPathComponent()) : String(captionOf(Kind::file));
     }
-    return headOf(item.text().value_or(String()));
+    const auto text = item.text().value_or(String());
+    return invisibleTextLine(text).value_or(headOf(text));
 }
 
 }  // namespace vellumix

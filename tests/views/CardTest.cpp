@@ -226,5 +226,55 @@ TEST_F(CardTest, LongTextIsCutBetweenCharactersUntilItIsExpanded) {
     EXPECT_EQ(shown.size() % 3, 0U);
 }
 
+TEST_F(CardTest, TextWithoutAVisibleSignSaysWhatItIs) {
+    const struct {
+        std::string text;
+        std::string said;
+    } cases[] = {
+        {"\u200b", "Invisible characters: U+200B"},
+        {"\u2800\u200d\u2800", "Invisible characters: U+2800 U+200D"},
+        {"\u202a\u202b\u202c\u202d\u202e", "Invisible characters: U+202A U+202B U+202C U+202D \u2026"},
+        {"\u200bx", "\u200bx"},
+        {"\u0301", "\u0301"},
+    };
+    for (const auto& each : cases) {
+        auto card = show(textItem(each.text));
+        EXPECT_TRUE(card.has(Role::listItem, each.said)) << each.said;
+        EXPECT_TRUE(card.has(Role::text, each.said)) << each.said;
+    }
+}
+
+TEST_F(CardTest, AllOfALongTextIsThereAndSetAsItScrolls) {
+    std::string text;
+    for (int line = 0; line < 20'000; ++line) text += "line " + std::to_string(line) + '\n';
+    text += std::string(3'000, 'm') + " the end";
+    auto card = show(textItem(text));
+    clickAt(card, {456, 28});  // beside the buttons
+    card.frame(1);
+    card.tree->scrolled({200, 200}, 1'900);
+    card.frame(1);
+    std::vector<std::string> pieces;
+    const std::function<void(const SemanticNode&)> collect = [&](const SemanticNode& node) {
+        const bool isPiece = node.label.view().starts_with("line ") || node.label.view().ends_with("the end");
+        if (isPiece && node.children.empty() && node.role == Role::text)
+            pieces.push_back(node.label.string());
+        for (const auto& child : node.children) collect(child);
+    };
+    collect(card.tree->semantics());
+    ASSERT_GE(pieces.size(), 2u);
+    EXPECT_LE(pieces.size(), 40u) << "no more than are in sight";
+    EXPECT_TRUE(text.starts_with(pieces[0] + '\n' + pieces[1] + '\n')) << "nothing is lost between them";
+
+    for (int round = 0; round < 20; ++round) {
+        card.tree->scrolled({200, 200}, 1e7);
+        card.frame();
+    }
+    pieces.clear();
+    collect(card.tree->semantics());
+    ASSERT_FALSE(pieces.empty());
+    EXPECT_TRUE(text.ends_with(pieces.back()));
+    EXPECT_LE(pieces.back().size(), 2'100u);
+}
+
 }  // namespace
 }  // namespace vellumix

@@ -222,6 +222,18 @@ bool containsWhitespace(std::string_view text) {
     return false;
 }
 
+bool isVisible(std::string_view text) {
+    // A pattern of Braille without any dot.
+    constexpr UChar32 noDots = 0x2800;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto c = codePointAt(text, at, &at);
+        const bool hasSign = u_isgraph(c) && u_charType(c) != U_FORMAT_CHAR && c != noDots &&
+                             !u_hasBinaryProperty(c, UCHAR_DEFAULT_IGNORABLE_CODE_POINT);
+        if (hasSign) return true;
+    }
+    return false;
+}
+
 std::string uppercased(std::string_view text) {
     return mapped(text, [](icu::StringPiece piece, icu::ByteSink& sink, UErrorCode& status) {
         icu::CaseMap::utf8ToUpper("", 0, piece, sink, nullptr, status);

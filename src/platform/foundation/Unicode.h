@@ -54,6 +54,9 @@ std::string uppercased(std::string_view text);
 std::string lowercased(std::string_view text);
 /// The first letter of each word in upper case, every other in lower case.
 std::string capitalized(std::string_view text);
+/// Whether somebody who looks at the text sees anything of it: more than blanks, control characters and what
+/// only directs how others are shown.
+bool isVisible(std::string_view text);
 /// The offsets, in bytes, at which a grapheme cluster begins, and the size of the text at the end (Unicode
 /// Standard Annex 29, section 3). An ill-formed sequence counts as one character.
 std::vector<std::size_t> graphemeBoundaries(std::string_view text);

@@ -26,8 +26,8 @@ public:
     /// Seconds from the last mutation to the write.
     static constexpr double saveDebounce = 0.35;
     /// Seconds that the memory of a save is kept for the next one: people copy several things in a row, and
-    /// between such rows nothing stays beside the history itself.
-    static constexpr double memoryLingers = 2;
+    /// fresh pages can cost more than the whole save. Between such rows nothing stays beside the history.
+    static constexpr double memoryLingers = 20;
 
     /// Loads the file at once; an unreadable one gives an empty history and stays on disk. With no URL, the
     /// file is "Vellumix/history.json" in the first application-support folder, or else in the temporary

@@ -2,6 +2,7 @@
 
 #include <new>
 #include <numeric>
+#include <utility>
 
 namespace vellumix {
 
@@ -48,9 +49,7 @@ void BlockPool::release() {
     blocks.swap(_blocks);
 }
 
-void BlockBuffer::clear() {
-    if (_pool) _pool->put(std::exchange(_blocks, {}));
-}
+void BlockBuffer::clear() { _pool->put(std::exchange(_blocks, {})); }
 
 std::size_t BlockBuffer::size() const {
     return std::accumulate(_blocks.begin(), _blocks.end(), std::size_t{0},

@@ -37,8 +37,8 @@ class BlockBuffer {
 public:
     explicit BlockBuffer(std::shared_ptr<BlockPool> pool) : _pool(std::move(pool)) {}
     ~BlockBuffer() { clear(); }
-    BlockBuffer(BlockBuffer&&) = default;
-    BlockBuffer& operator=(BlockBuffer&&) = delete;
+    BlockBuffer(const BlockBuffer&) = delete;
+    BlockBuffer& operator=(const BlockBuffer&) = delete;
 
     /// False, with a part of the bytes appended, where there is no memory.
     bool append(ByteView bytes) {

@@ -123,8 +123,8 @@ class OneInstance(unittest.TestCase):
             vellumix = Vellumix(desktop).start()
             vellumix.until_recorded("link", lambda: applications.copy_with_xclip(desktop, "https://example.org/told"))
             status = vellumix.status()
-            self.assertEqual(set(status), {"entries", "pinned", "locked", "file", "keychain", "panel", "hotkey",
-                                           "lastCapture", "lastRefusal"})
+            self.assertEqual(set(status), {"entries", "pinned", "locked", "lockedInClear", "file", "saveFailed", "keychain",
+                                           "panel", "hotkey", "lastCapture", "lastRefusal"})
             self.assertEqual(status["entries"], {"text": 0, "image": 0, "file": 0, "link": 1, "code": 0})
             self.assertEqual((status["pinned"], status["locked"], status["lastRefusal"]), (0, 0, None))
             self.assertEqual((status["file"], status["keychain"]), (str(vellumix.file), "Secret Service"))

@@ -59,7 +59,7 @@ std::string countsText(const JsonValue& entries) {
 }
 
 std::string keychainText(const JsonValue& keychain) {
-    const auto words = textOf(keychain);
+    auto words = textOf(keychain);
     if (words == "key file") return localized("report.keyFile");
     if (words == "none yet") return localized("report.noKeychain");
     if (words == "in memory") return localized("report.inMemory");

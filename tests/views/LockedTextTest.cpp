@@ -57,6 +57,9 @@ std::vector<std::string> letters() {
 }
 
 TEST_F(LockedTextTest, NothingOfATextIsLeftInMemoryOnceItIsLocked) {
+#ifdef VELLUMIX_ADDRESS_SANITIZER
+    GTEST_SKIP() << "the sanitizer keeps what was freed, and each argument of a call stays on the stack";
+#endif
     const auto secret = letters();
     {
         std::string text;

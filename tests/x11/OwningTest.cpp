@@ -343,6 +343,7 @@ TEST_F(ClearingTest, AnyOtherClearIsFinal) {
     peer->setRootWindow("_NET_CLIENT_LIST", other.makeWindow({}, 1));
     copyAndPreserve({{"UTF8_STRING", "cleared"}});
     peer->clear();
+    peer->synchronize();
     peer->die();
     EXPECT_EQ(nextText(), "-");
     EXPECT_TRUE(waitForNoOwner());

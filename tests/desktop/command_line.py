@@ -127,6 +127,7 @@ class OneInstance(unittest.TestCase):
                                            "panel", "hotkey", "lastCapture", "lastRefusal"})
             self.assertEqual(status["entries"], {"text": 0, "image": 0, "file": 0, "link": 1, "code": 0})
             self.assertEqual((status["pinned"], status["locked"], status["lastRefusal"]), (0, 0, None))
+            self.assertEqual((status["lockedInClear"], status["saveFailed"]), (0, False))
             self.assertEqual((status["file"], status["keychain"]), (str(vellumix.file), "Secret Service"))
             self.assertEqual(status["lastCapture"]["kind"], "link")
             readable = vellumix.command("status").stdout

@@ -332,7 +332,6 @@ TEST_F(ClearingTest, AnyOtherClearIsFinal) {
     copyInWindow();
     Peer other(runLoop);
     peer->clear();
-    peer->synchronize();
     other.copyText("next");
     EXPECT_EQ(nextText(), "next");
     peer->die();
@@ -343,7 +342,6 @@ TEST_F(ClearingTest, AnyOtherClearIsFinal) {
     peer->setRootWindow("_NET_CLIENT_LIST", other.makeWindow({}, 1));
     copyAndPreserve({{"UTF8_STRING", "cleared"}});
     peer->clear();
-    peer->synchronize();
     peer->die();
     EXPECT_EQ(nextText(), "-");
     EXPECT_TRUE(waitForNoOwner());

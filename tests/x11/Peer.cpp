@@ -115,7 +115,8 @@ void Peer::take(const std::string& selection) {
 
 void Peer::clear() {
     xcb_set_selection_owner(_xcb.get(), XCB_WINDOW_NONE, atom("CLIPBOARD"), XCB_CURRENT_TIME);
-    xcb_flush(_xcb.get());
+    // A connection that ends may take along what the server hasn't read of it.
+    synchronize();
     _isOwner = false;
 }
 

@@ -381,7 +381,7 @@ protected:
         copyText(Kind::text, "n1");
         application->store().replaceAll({});
         expected.entries.clear();
-        desktop.runLoop.advance(10);
+        desktop.runLoop.advance(Store::memoryLingers + 10);
         desktop.log.lines = {};
         desktop.syntheticKeys.posted = {};
         desktop.workspace.activated = {};

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bench/Allocations.h"
+#include "bench/PanelList.h"
 #include "core/HistorySearch.h"
 #include "core/Store.h"
 #include "platform/foundation/RunLoop.h"
@@ -29,16 +30,6 @@ using Items = std::vector<ClipboardItem>;
 
 constexpr int entryCount = 200;
 constexpr Size panelSize{520, 620};
-
-/// The list as the panel shows it, with nobody behind its buttons.
-View listOf(Store& store) {
-    const ClipboardListView list{
-        .onPasteAndClose = [](const ClipboardItem&) {},
-        .onLock = [](const ClipboardItem&) {},
-        .onUnlock = [](const ClipboardItem&) {},
-        .onRequestUnlock = [](const ClipboardItem&, const String&, const ClipboardListView::Answer&) {}};
-    return themed(View(list).environment(&store));
-}
 
 ClipboardItem written(Kind kind, std::string text) {
     ClipboardItem item{.id = UUID::random(), .date = RunLoop::main().now(), .kind = kind};
@@ -130,7 +121,7 @@ public:
         : _desktop(desktop),
           _window(desktop.windows.makeWindow(
               {.kind = NSWindow::Kind::panel, .frame = {{}, panelSize}, .title = {}})),
-          _view(*_window, listOf(store), renderer) {}
+          _view(*_window, bench::listOf(store), renderer) {}
 
     ViewTree& tree() { return _view.tree(); }
     void open() { _view.orderFront(); }

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/PanelList.h"
 #include "core/HistorySearch.h"
 #include "core/Store.h"
 #include "core/TextClassification.h"
@@ -106,15 +107,6 @@ void measure(const std::string& what, const std::vector<Family>& families, const
         what, families, rounds, [](const Family&) {}, work);
 }
 
-View listOf(Store& store) {
-    const ClipboardListView list{
-        .onPasteAndClose = [](const ClipboardItem&) {},
-        .onLock = [](const ClipboardItem&) {},
-        .onUnlock = [](const ClipboardItem&) {},
-        .onRequestUnlock = [](const ClipboardItem&, const String&, const ClipboardListView::Answer&) {}};
-    return themed(View(list).environment(&store));
-}
-
 /// A panel over a history that holds a text of the family twenty times.
 class Panel {
 public:
@@ -130,7 +122,7 @@ public:
             items.push_back(std::move(item));
         }
         _store.replaceAll(std::move(items));
-        _view.emplace(*_window, listOf(_store), _renderer);
+        _view.emplace(*_window, bench::listOf(_store), _renderer);
     }
 
     void open() { _view->orderFront(); }

@@ -5,13 +5,13 @@
 #include <cstdio>
 
 #include "bench/Sample.h"
-#include "core/PasteboardWatcher.h"
-#include "core/Store.h"
+#include "core/capture/PasteboardWatcher.h"
+#include "core/history/Store.h"
 #include "platform/headless/Desktop.h"
-#include "platform/linux/GLibRunLoop.h"
-#include "platform/linux/PixbufImages.h"
-#include "platform/x11/Connection.h"
-#include "platform/x11/Pasteboard.h"
+#include "platform/linux/images/PixbufImages.h"
+#include "platform/linux/loop/GLibRunLoop.h"
+#include "platform/x11/selections/Pasteboard.h"
+#include "platform/x11/server/Connection.h"
 #include "tests/x11/Peer.h"
 #include "tests/x11/PrivateDisplay.h"
 

@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "bench/Sample.h"
-#include "core/EncryptionManager.h"
-#include "core/HistoryCoding.h"
-#include "core/Store.h"
-#include "platform/foundation/AESGCM.h"
+#include "core/history/EncryptionManager.h"
+#include "core/history/HistoryCoding.h"
+#include "core/history/Store.h"
+#include "platform/foundation/cipher/AESGCM.h"
 #include "platform/headless/Desktop.h"
 
 using namespace vellumix;

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/view/CairoPainter.h"
-#include "platform/view/PangoTextSetter.h"
+#include "platform/view/paint/CairoPainter.h"
+#include "platform/view/paint/PangoTextSetter.h"
 
 namespace {
 

@@ -11,15 +11,15 @@
 
 #include "bench/Allocations.h"
 #include "bench/PanelList.h"
-#include "core/HistorySearch.h"
-#include "core/Store.h"
-#include "platform/foundation/RunLoop.h"
+#include "core/history/HistorySearch.h"
+#include "core/history/Store.h"
+#include "platform/foundation/loop/RunLoop.h"
 #include "platform/headless/Desktop.h"
-#include "platform/view/HostingView.h"
-#include "platform/view/Views.h"
-#include "views/ClipboardListView.h"
+#include "platform/view/values/Views.h"
+#include "platform/view/windows/HostingView.h"
 #include "views/GallerySamples.h"
-#include "views/Looks.h"
+#include "views/controls/Looks.h"
+#include "views/list/ClipboardListView.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/Store.h"
-#include "views/ClipboardListView.h"
-#include "views/Looks.h"
+#include "core/history/Store.h"
+#include "views/controls/Looks.h"
+#include "views/list/ClipboardListView.h"
 
 namespace vellumix::bench {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "core/ClipboardItem.h"
-#include "platform/foundation/RunLoop.h"
+#include "core/history/ClipboardItem.h"
+#include "platform/foundation/loop/RunLoop.h"
 
 namespace vellumix::bench {
 

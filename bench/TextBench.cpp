@@ -14,18 +14,18 @@
 #include <vector>
 
 #include "bench/PanelList.h"
-#include "core/HistorySearch.h"
-#include "core/Store.h"
-#include "core/TextClassification.h"
-#include "core/TextTransform.h"
-#include "platform/foundation/CaselessText.h"
-#include "platform/foundation/Hasher.h"
-#include "platform/foundation/Unicode.h"
+#include "core/capture/TextClassification.h"
+#include "core/history/HistorySearch.h"
+#include "core/history/Store.h"
+#include "core/transforms/TextTransform.h"
+#include "platform/foundation/cipher/Hasher.h"
+#include "platform/foundation/text/CaselessText.h"
+#include "platform/foundation/text/Unicode.h"
 #include "platform/headless/Desktop.h"
-#include "platform/view/HostingView.h"
-#include "platform/view/PangoTextSetter.h"
-#include "views/ClipboardListView.h"
-#include "views/Looks.h"
+#include "platform/view/paint/PangoTextSetter.h"
+#include "platform/view/windows/HostingView.h"
+#include "views/controls/Looks.h"
+#include "views/list/ClipboardListView.h"
 
 namespace {
 

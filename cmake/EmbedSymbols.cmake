@@ -1,5 +1,5 @@
 # Writes the symbol drawings into a C++ source: cmake -DOUT=file -DSOURCES="a;b" -P EmbedSymbols.cmake
-set(text "#include \"platform/view/SymbolSources.h\"\n\nnamespace vellumix::view {\n\nnamespace {\nconstexpr SymbolSource sources[] = {\n")
+set(text "#include \"platform/view/values/SymbolSources.h\"\n\nnamespace vellumix::view {\n\nnamespace {\nconstexpr SymbolSource sources[] = {\n")
 foreach(source IN LISTS SOURCES)
     get_filename_component(name ${source} NAME_WE)
     file(READ ${source} drawing)

@@ -1,5 +1,5 @@
 # Writes the strings tables into a C++ source: cmake -DOUT=file -DSOURCES="a;b" -P EmbedTables.cmake
-set(text "#include \"platform/foundation/EmbeddedTables.h\"\n\nnamespace vellumix {\n\nnamespace {\nconstexpr EmbeddedTable tables[] = {\n")
+set(text "#include \"platform/foundation/text/EmbeddedTables.h\"\n\nnamespace vellumix {\n\nnamespace {\nconstexpr EmbeddedTable tables[] = {\n")
 foreach(source IN LISTS SOURCES)
     get_filename_component(folder ${source} DIRECTORY)
     get_filename_component(folder ${folder} NAME)

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "core/Store.h"
+#include "core/history/Store.h"
 #include "platform/headless/Desktop.h"
 
 using namespace vellumix;

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "core/HistoryCoding.h"
+#include "core/history/HistoryCoding.h"
 
 using namespace vellumix;
 

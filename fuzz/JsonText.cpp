@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/foundation/Json.h"
+#include "platform/foundation/coding/Json.h"
 
 using namespace vellumix;
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/foundation/PropertyList.h"
+#include "platform/foundation/coding/PropertyList.h"
 
 using namespace vellumix;
 

@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/TextClassification.h"
-#include "core/TextTransform.h"
-#include "platform/foundation/CaselessText.h"
-#include "platform/foundation/Unicode.h"
+#include "core/capture/TextClassification.h"
+#include "core/transforms/TextTransform.h"
+#include "platform/foundation/text/CaselessText.h"
+#include "platform/foundation/text/Unicode.h"
 
 using namespace vellumix;
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/foundation/URL.h"
+#include "platform/foundation/coding/URL.h"
 
 using namespace vellumix;
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "platform/headless/Desktop.h"
-#include "platform/view/ViewTree.h"
-#include "platform/view/Views.h"
+#include "platform/view/tree/ViewTree.h"
+#include "platform/view/values/Views.h"
 
 using namespace vellumix;
 using namespace vellumix::view;

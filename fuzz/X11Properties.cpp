@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/Unicode.h"
-#include "platform/x11/PayloadChoice.h"
-#include "platform/x11/PropertyValues.h"
+#include "platform/foundation/text/Unicode.h"
+#include "platform/x11/selections/PayloadChoice.h"
+#include "platform/x11/server/PropertyValues.h"
 
 namespace {
 

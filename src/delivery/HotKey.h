@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "delivery/Shortcut.h"
-#include "platform/foundation/Observation.h"
+#include "platform/foundation/observation/Observation.h"
 
 namespace vellumix {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/loop/RunLoop.h"
 
 namespace vellumix {
 

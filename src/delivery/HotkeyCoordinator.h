@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "delivery/HotKey.h"
-#include "platform/foundation/Lifetime.h"
+#include "platform/foundation/memory/Lifetime.h"
 
 namespace vellumix {
 

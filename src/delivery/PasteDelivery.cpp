@@ -2,10 +2,10 @@
 
 #include <utility>
 
-#include "core/PasteboardWatcher.h"
+#include "core/capture/PasteboardWatcher.h"
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/NotificationCenter.h"
-#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 
 namespace vellumix {
 

@@ -3,7 +3,7 @@
 #include <functional>
 #include <optional>
 
-#include "core/ClipboardItem.h"
+#include "core/history/ClipboardItem.h"
 #include "platform/desktop/Workspace.h"
 
 /// The road of an entry from the history into the application that the user came from. Main thread only;

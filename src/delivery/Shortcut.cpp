@@ -4,7 +4,7 @@
 #include <limits>
 #include <map>
 
-#include "platform/foundation/Json.h"
+#include "platform/foundation/coding/Json.h"
 
 namespace vellumix {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/desktop/Keyboard.h"
-#include "platform/foundation/Data.h"
+#include "platform/foundation/bytes/Data.h"
 
 namespace vellumix {
 

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
 

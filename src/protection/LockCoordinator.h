@@ -4,9 +4,9 @@
 #include <set>
 #include <string>
 
-#include "core/Store.h"
-#include "platform/foundation/Lifetime.h"
-#include "platform/foundation/RunLoop.h"
+#include "core/history/Store.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/memory/Lifetime.h"
 #include "protection/AuthenticationManager.h"
 
 namespace vellumix {

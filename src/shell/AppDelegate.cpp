@@ -4,11 +4,11 @@
 
 #include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/Json.h"
-#include "platform/foundation/Log.h"
-#include "platform/foundation/RunLoop.h"
-#include "platform/foundation/UserDefaults.h"
-#include "shell/JSONSetting.h"
+#include "platform/foundation/coding/Json.h"
+#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/loop/Log.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "shell/settings/JSONSetting.h"
 
 namespace vellumix {
 

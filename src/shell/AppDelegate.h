@@ -6,21 +6,21 @@
 #include <string>
 #include <vector>
 
-#include "core/AutoCleanScheduler.h"
-#include "core/AutoCleanSettings.h"
-#include "core/PasteboardWatcher.h"
-#include "core/Store.h"
+#include "core/capture/PasteboardWatcher.h"
+#include "core/cleaning/AutoCleanScheduler.h"
+#include "core/cleaning/AutoCleanSettings.h"
+#include "core/history/Store.h"
 #include "delivery/HotkeyCoordinator.h"
 #include "platform/desktop/Workspace.h"
-#include "platform/foundation/Lifetime.h"
-#include "platform/foundation/Published.h"
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/Published.h"
 #include "protection/AuthenticationManager.h"
 #include "protection/LockCoordinator.h"
-#include "shell/AppearanceSettings.h"
-#include "shell/LanguageManager.h"
 #include "shell/StatusBarController.h"
-#include "shell/ThemeManager.h"
 #include "shell/Warnings.h"
+#include "shell/settings/AppearanceSettings.h"
+#include "shell/settings/LanguageManager.h"
+#include "shell/settings/ThemeManager.h"
 
 namespace vellumix {
 

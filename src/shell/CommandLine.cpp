@@ -1,6 +1,6 @@
 #include "shell/CommandLine.h"
 
-#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
 

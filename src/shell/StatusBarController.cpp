@@ -5,14 +5,14 @@
 #include <numeric>
 #include <set>
 
-#include "core/HistorySearch.h"
+#include "core/history/HistorySearch.h"
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/NotificationCenter.h"
-#include "platform/foundation/UserDefaults.h"
-#include "platform/view/Curve.h"
+#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/text/LocalizedText.h"
+#include "platform/view/values/Curve.h"
 #include "shell/AppDelegate.h"
-#include "shell/RelativeTimestamp.h"
+#include "shell/settings/RelativeTimestamp.h"
 
 namespace vellumix {
 

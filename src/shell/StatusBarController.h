@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "platform/desktop/StatusItem.h"
-#include "platform/foundation/Lifetime.h"
-#include "platform/foundation/Observation.h"
-#include "shell/FloatingPanel.h"
-#include "shell/HidingPress.h"
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/Observation.h"
+#include "shell/panel/FloatingPanel.h"
+#include "shell/panel/HidingPress.h"
 
 namespace vellumix {
 

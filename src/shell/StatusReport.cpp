@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/Json.h"
-#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/coding/Json.h"
+#include "platform/foundation/text/LocalizedText.h"
 #include "shell/AppDelegate.h"
 
 namespace vellumix {

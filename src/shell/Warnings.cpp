@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/PasteboardWatcher.h"
+#include "core/capture/PasteboardWatcher.h"
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
 

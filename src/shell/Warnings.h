@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Store.h"
-#include "platform/foundation/Observation.h"
+#include "core/history/Store.h"
+#include "platform/foundation/observation/Observation.h"
 
 namespace vellumix {
 

@@ -4,14 +4,14 @@
 #include <cmath>
 #include <span>
 
-#include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/RunLoop.h"
-#include "platform/view/CairoPainter.h"
-#include "platform/view/PangoTextSetter.h"
-#include "platform/view/Views.h"
-#include "shell/LanguageManager.h"
-#include "shell/ThemeManager.h"
-#include "views/Looks.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/text/LocalizedText.h"
+#include "platform/view/paint/CairoPainter.h"
+#include "platform/view/paint/PangoTextSetter.h"
+#include "platform/view/values/Views.h"
+#include "shell/settings/LanguageManager.h"
+#include "shell/settings/ThemeManager.h"
+#include "views/controls/Looks.h"
 
 namespace vellumix {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/view/CairoSurface.h"
-#include "platform/view/ViewTree.h"
+#include "platform/view/paint/CairoSurface.h"
+#include "platform/view/tree/ViewTree.h"
 
 /// The views as pictures, to be looked at while they are worked on. Needs a platform whose time jumps, and no
 /// display. Main thread.

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "platform/foundation/RunLoop.h"
-#include "platform/view/CairoPainter.h"
-#include "platform/view/Views.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "platform/view/paint/CairoPainter.h"
+#include "platform/view/values/Views.h"
 
 namespace vellumix {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "core/ClipboardItem.h"
+#include "core/history/ClipboardItem.h"
 #include "platform/desktop/Platform.h"
 
 /// Made-up entries, and pictures for them, to look at the views with.

@@ -1,5 +1,5 @@
 #include "contract/Backend.h"
-#include "platform/x11/Pasteboard.h"
+#include "platform/x11/selections/Pasteboard.h"
 #include "x11/Peer.h"
 #include "x11/PrivateDisplay.h"
 

@@ -1,5 +1,5 @@
 #include "contract/WindowBackend.h"
-#include "platform/x11/WindowServer.h"
+#include "platform/x11/windows/WindowServer.h"
 #include "x11/Peer.h"
 #include "x11/Person.h"
 #include "x11/PrivateDisplay.h"

@@ -1,9 +1,9 @@
-#include "core/AutoCleanScheduler.h"
+#include "core/cleaning/AutoCleanScheduler.h"
 
-#include "core/ExclusionSettings.h"
-#include "core/Store.h"
-#include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "core/capture/ExclusionSettings.h"
+#include "core/history/Store.h"
+#include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/text/LocalizedText.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "core/Store.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "core/history/Store.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

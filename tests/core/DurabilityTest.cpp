@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "core/Store.h"
-#include "platform/linux/PosixFileSystem.h"
+#include "core/history/Store.h"
+#include "platform/linux/files/PosixFileSystem.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

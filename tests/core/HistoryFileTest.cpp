@@ -1,11 +1,11 @@
 #include <algorithm>
 #include <optional>
 
-#include "core/EncryptionManager.h"
-#include "core/HistoryCoding.h"
-#include "core/Store.h"
-#include "platform/foundation/KeptFile.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "core/history/EncryptionManager.h"
+#include "core/history/HistoryCoding.h"
+#include "core/history/Store.h"
+#include "platform/foundation/files/KeptFile.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
 #include "support/ProcessMemory.h"
 

@@ -1,6 +1,6 @@
-#include "core/HistorySearch.h"
+#include "core/history/HistorySearch.h"
 
-#include "core/Store.h"
+#include "core/history/Store.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -1,10 +1,10 @@
-#include "core/PasteboardWatcher.h"
+#include "core/capture/PasteboardWatcher.h"
 
-#include "core/ExclusionSettings.h"
-#include "core/HistoryBounds.h"
-#include "core/Store.h"
-#include "core/TextClassification.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "core/capture/ExclusionSettings.h"
+#include "core/capture/TextClassification.h"
+#include "core/history/HistoryBounds.h"
+#include "core/history/Store.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

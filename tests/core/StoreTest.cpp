@@ -1,7 +1,7 @@
-#include "core/Store.h"
+#include "core/history/Store.h"
 
-#include "core/EncryptionManager.h"
-#include "core/ThumbnailCache.h"
+#include "core/history/EncryptionManager.h"
+#include "core/history/ThumbnailCache.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -1,4 +1,4 @@
-#include "core/TextTransform.h"
+#include "core/transforms/TextTransform.h"
 
 #include "support/HeadlessTest.h"
 

@@ -1,6 +1,6 @@
-#include "core/ThumbnailCache.h"
+#include "core/history/ThumbnailCache.h"
 
-#include "core/Store.h"
+#include "core/history/Store.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -1,8 +1,8 @@
 #include "delivery/PasteDelivery.h"
 
-#include "core/PasteboardWatcher.h"
-#include "core/Store.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "core/capture/PasteboardWatcher.h"
+#include "core/history/Store.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/foundation/AESGCM.h"
-#include "platform/foundation/Ghash.h"
+#include "platform/foundation/cipher/AESGCM.h"
+#include "platform/foundation/cipher/Ghash.h"
 
 namespace vellumix {
 namespace {

@@ -1,8 +1,8 @@
-#include "platform/foundation/Cache.h"
-#include "platform/foundation/NotificationCenter.h"
-#include "platform/foundation/Published.h"
-#include "platform/foundation/Task.h"
-#include "platform/foundation/UserDefaults.h"
+#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/loop/Task.h"
+#include "platform/foundation/memory/Cache.h"
+#include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/observation/Published.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -3,13 +3,13 @@
 #include <new>
 #include <set>
 
-#include "platform/foundation/Base64.h"
-#include "platform/foundation/BlockBuffer.h"
-#include "platform/foundation/Hasher.h"
-#include "platform/foundation/Json.h"
-#include "platform/foundation/URL.h"
-#include "platform/foundation/UUID.h"
-#include "platform/foundation/Unicode.h"
+#include "platform/foundation/bytes/Base64.h"
+#include "platform/foundation/bytes/BlockBuffer.h"
+#include "platform/foundation/cipher/Hasher.h"
+#include "platform/foundation/cipher/UUID.h"
+#include "platform/foundation/coding/Json.h"
+#include "platform/foundation/coding/URL.h"
+#include "platform/foundation/text/Unicode.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -1,4 +1,4 @@
-#include "platform/linux/DesktopSharing.h"
+#include "platform/linux/applications/DesktopSharing.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -9,8 +9,8 @@
 #include <iterator>
 
 #include "platform/headless/Pasteboard.h"
-#include "platform/linux/GLibRunLoop.h"
-#include "platform/linux/PosixFileSystem.h"
+#include "platform/linux/files/PosixFileSystem.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -5,7 +5,7 @@
 #include <future>
 #include <optional>
 
-#include "platform/foundation/Data.h"
+#include "platform/foundation/bytes/Data.h"
 
 namespace vellumix::linux_desktop {
 

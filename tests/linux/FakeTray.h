@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "linux/PrivateSession.h"
-#include "platform/linux/GLibRunLoop.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 

@@ -5,9 +5,9 @@
 #include <fstream>
 
 #include "linux/TestProcess.h"
-#include "platform/linux/GLibRunLoop.h"
-#include "platform/linux/IconThemeFileIcons.h"
-#include "platform/linux/PixbufHandles.h"
+#include "platform/linux/images/IconThemeFileIcons.h"
+#include "platform/linux/images/PixbufHandles.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -13,11 +13,11 @@
 #include <numeric>
 
 #include "linux/TestProcess.h"
-#include "platform/linux/InstanceLock.h"
-#include "platform/linux/Paths.h"
-#include "platform/linux/PosixFileSystem.h"
-#include "platform/linux/ReadAhead.h"
-#include "platform/linux/SystemLog.h"
+#include "platform/linux/files/Paths.h"
+#include "platform/linux/files/PosixFileSystem.h"
+#include "platform/linux/files/ReadAhead.h"
+#include "platform/linux/process/InstanceLock.h"
+#include "platform/linux/process/SystemLog.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/HardenProcess.h"
+#include "platform/linux/process/HardenProcess.h"
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <string>
 
-#include "platform/foundation/Base64.h"
-#include "platform/linux/PixbufDecoder.h"
-#include "platform/linux/PixbufHandles.h"
+#include "platform/foundation/bytes/Base64.h"
+#include "platform/linux/images/PixbufDecoder.h"
+#include "platform/linux/images/PixbufHandles.h"
 
 namespace vellumix::linux_desktop {
 namespace {

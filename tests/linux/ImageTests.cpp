@@ -4,10 +4,10 @@
 #include <array>
 #include <string>
 
-#include "platform/linux/PixbufDecoder.h"
-#include "platform/linux/PixbufHandles.h"
-#include "platform/linux/PixbufImages.h"
-#include "platform/linux/PixbufLoading.h"
+#include "platform/linux/images/PixbufDecoder.h"
+#include "platform/linux/images/PixbufHandles.h"
+#include "platform/linux/images/PixbufImages.h"
+#include "platform/linux/images/PixbufLoading.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -5,9 +5,9 @@
 
 #include "linux/FakeSecretService.h"
 #include "linux/PrivateSession.h"
-#include "platform/linux/ChosenKeychain.h"
-#include "platform/linux/GLibRunLoop.h"
-#include "platform/linux/PosixFileSystem.h"
+#include "platform/linux/files/PosixFileSystem.h"
+#include "platform/linux/keyring/ChosenKeychain.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/PamAuthentication.h"
+#include "platform/linux/authentication/PamAuthentication.h"
 
 #include <gtest/gtest.h>
 #include <pwd.h>
@@ -8,7 +8,7 @@
 #include <fstream>
 
 #include "linux/TestProcess.h"
-#include "platform/linux/GLibRunLoop.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 namespace {

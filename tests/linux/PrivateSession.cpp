@@ -6,7 +6,7 @@
 #include <csignal>
 #include <fstream>
 
-#include "platform/linux/GLibRunLoop.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 

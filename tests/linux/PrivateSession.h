@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "linux/TestProcess.h"
-#include "platform/linux/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace vellumix::linux_desktop {
 

@@ -5,10 +5,10 @@
 #include <future>
 
 #include "linux/PrivateSession.h"
-#include "platform/linux/ControlInterface.h"
-#include "platform/linux/GLibRunLoop.h"
-#include "platform/linux/RunningInstance.h"
-#include "platform/linux/SessionService.h"
+#include "platform/linux/bus/ControlInterface.h"
+#include "platform/linux/bus/RunningInstance.h"
+#include "platform/linux/bus/SessionService.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 namespace {

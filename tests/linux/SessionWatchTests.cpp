@@ -1,9 +1,9 @@
-#include "platform/linux/SessionWatch.h"
+#include "platform/linux/authentication/SessionWatch.h"
 
 #include <gtest/gtest.h>
 
 #include "linux/PrivateSession.h"
-#include "platform/linux/GLibRunLoop.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::linux_desktop {
 namespace {

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "linux/FakeTray.h"
-#include "platform/linux/StatusNotifierItem.h"
+#include "platform/linux/tray/StatusNotifierItem.h"
 
 namespace vellumix::linux_desktop {
 namespace {

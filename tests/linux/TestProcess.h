@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/Log.h"
-#include "platform/linux/PosixHandles.h"
+#include "platform/foundation/loop/Log.h"
+#include "platform/linux/files/PosixHandles.h"
 
 namespace vellumix::linux_desktop {
 

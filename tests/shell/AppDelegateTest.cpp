@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "platform/foundation/Json.h"
+#include "platform/foundation/coding/Json.h"
 #include "shell/CommandLine.h"
-#include "shell/LanguageManager.h"
 #include "shell/StatusReport.h"
+#include "shell/settings/LanguageManager.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -1,4 +1,4 @@
-#include "shell/LanguageManager.h"
+#include "shell/settings/LanguageManager.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -7,9 +7,9 @@
 #include <set>
 #include <sstream>
 
-#include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/UserDefaults.h"
-#include "shell/RelativeTimestamp.h"
+#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/text/LocalizedText.h"
+#include "shell/settings/RelativeTimestamp.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

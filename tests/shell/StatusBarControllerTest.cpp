@@ -1,8 +1,8 @@
 #include "shell/StatusBarController.h"
 
-#include "platform/foundation/UserDefaults.h"
-#include "platform/view/Renderer.h"
-#include "platform/view/Views.h"
+#include "platform/foundation/files/UserDefaults.h"
+#include "platform/view/paint/Renderer.h"
+#include "platform/view/values/Views.h"
 #include "shell/AppDelegate.h"
 #include "support/HeadlessTest.h"
 

@@ -1,11 +1,11 @@
-#include "shell/ThemeManager.h"
+#include "shell/settings/ThemeManager.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "platform/foundation/NotificationCenter.h"
-#include "platform/foundation/UserDefaults.h"
-#include "shell/AppearanceSettings.h"
+#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/observation/NotificationCenter.h"
+#include "shell/settings/AppearanceSettings.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <random>
 
-#include "core/TextTransform.h"
-#include "platform/foundation/Base64.h"
-#include "platform/foundation/LocalizedText.h"
+#include "core/transforms/TextTransform.h"
+#include "platform/foundation/bytes/Base64.h"
+#include "platform/foundation/text/LocalizedText.h"
 #include "shell/AppDelegate.h"
 #include "view/HostedWindow.h"
-#include "views/Kinds.h"
-#include "views/PasswordPrompt.h"
-#include "views/RootContainerView.h"
+#include "views/controls/Kinds.h"
+#include "views/panel/PasswordPrompt.h"
+#include "views/panel/RootContainerView.h"
 
 #ifdef VELLUMIX_ADDRESS_SANITIZER
 // The compiler's package brings the function without its header.

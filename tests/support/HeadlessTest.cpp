@@ -1,6 +1,6 @@
 #include "support/HeadlessTest.h"
 
-#include "platform/foundation/Base64.h"
+#include "platform/foundation/bytes/Base64.h"
 
 namespace vellumix {
 

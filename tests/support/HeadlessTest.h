@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "core/ClipboardItem.h"
+#include "core/history/ClipboardItem.h"
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/loop/RunLoop.h"
 #include "platform/headless/Desktop.h"
 
 namespace vellumix {

@@ -4,8 +4,8 @@
 #include <limits>
 #include <numbers>
 
-#include "platform/view/CairoPainter.h"
-#include "platform/view/PangoTextSetter.h"
+#include "platform/view/paint/CairoPainter.h"
+#include "platform/view/paint/PangoTextSetter.h"
 
 namespace vellumix::view {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "platform/view/PangoTextSetter.h"
-#include "platform/view/ViewTree.h"
-#include "platform/view/Views.h"
+#include "platform/view/paint/PangoTextSetter.h"
+#include "platform/view/tree/ViewTree.h"
+#include "platform/view/values/Views.h"
 
 namespace vellumix::view {
 namespace {

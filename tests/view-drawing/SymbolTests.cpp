@@ -2,9 +2,9 @@
 
 #include <set>
 
-#include "platform/view/SymbolMasks.h"
-#include "platform/view/SymbolSources.h"
-#include "platform/view/Symbols.h"
+#include "platform/view/paint/SymbolMasks.h"
+#include "platform/view/values/SymbolSources.h"
+#include "platform/view/values/Symbols.h"
 
 namespace vellumix::view {
 namespace {

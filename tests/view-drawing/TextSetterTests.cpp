@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "platform/view/CairoPainter.h"
-#include "platform/view/PangoTextSetter.h"
+#include "platform/view/paint/CairoPainter.h"
+#include "platform/view/paint/PangoTextSetter.h"
 
 namespace vellumix::view {
 namespace {

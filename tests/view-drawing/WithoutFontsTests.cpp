@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/view/CairoPainter.h"
-#include "platform/view/PangoTextSetter.h"
+#include "platform/view/paint/CairoPainter.h"
+#include "platform/view/paint/PangoTextSetter.h"
 
 namespace vellumix::view {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/foundation/Unicode.h"
+#include "platform/foundation/text/Unicode.h"
 #include "view/TreeUnderTest.h"
 
 namespace vellumix::view {

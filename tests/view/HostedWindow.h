@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/view/HostingView.h"
-#include "platform/view/Views.h"
+#include "platform/view/values/Views.h"
+#include "platform/view/windows/HostingView.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix::view {

@@ -1,4 +1,4 @@
-#include "platform/foundation/Published.h"
+#include "platform/foundation/observation/Published.h"
 #include "view/HostedWindow.h"
 
 namespace vellumix::view {

@@ -1,5 +1,5 @@
-#include "platform/view/AlertWindow.h"
-#include "platform/view/ModalAlerts.h"
+#include "platform/view/windows/AlertWindow.h"
+#include "platform/view/windows/ModalAlerts.h"
 #include "view/HostedWindow.h"
 
 namespace vellumix::view {

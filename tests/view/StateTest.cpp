@@ -1,4 +1,4 @@
-#include "platform/foundation/Published.h"
+#include "platform/foundation/observation/Published.h"
 #include "view/TreeUnderTest.h"
 
 namespace vellumix::view {

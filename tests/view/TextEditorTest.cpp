@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "platform/view/TextEditor.h"
+#include "platform/view/text/TextEditor.h"
 
 namespace vellumix::view {
 namespace {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/view/ViewTree.h"
-#include "platform/view/Views.h"
+#include "platform/view/tree/ViewTree.h"
+#include "platform/view/values/Views.h"
 
 namespace vellumix::view {
 

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "shell/ThemeManager.h"
+#include "shell/settings/ThemeManager.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
-#include "views/ClipboardCard.h"
+#include "views/card/ClipboardCard.h"
 
 namespace vellumix {
 namespace {

@@ -4,9 +4,9 @@
 
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
-#include "views/FlatControls.h"
-#include "views/Looks.h"
-#include "views/Pickers.h"
+#include "views/controls/FlatControls.h"
+#include "views/controls/Looks.h"
+#include "views/controls/Pickers.h"
 
 namespace vellumix {
 namespace {

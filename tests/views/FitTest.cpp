@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <sstream>
 
-#include "shell/LanguageManager.h"
+#include "shell/settings/LanguageManager.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
 #include "views/Gallery.h"

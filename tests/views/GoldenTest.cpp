@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <ostream>
 
-#include "platform/view/PangoTextSetter.h"
-#include "shell/LanguageManager.h"
-#include "shell/ThemeManager.h"
+#include "platform/view/paint/PangoTextSetter.h"
+#include "shell/settings/LanguageManager.h"
+#include "shell/settings/ThemeManager.h"
 #include "support/HeadlessTest.h"
 #include "views/Gallery.h"
 #include "views/GallerySamples.h"

@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
-#include "core/Store.h"
-#include "core/TextTransform.h"
-#include "platform/foundation/LocalizedText.h"
-#include "platform/foundation/NotificationCenter.h"
+#include "core/history/Store.h"
+#include "core/transforms/TextTransform.h"
+#include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/text/LocalizedText.h"
 #include "shell/StatusBarController.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
-#include "views/ClipboardListView.h"
+#include "views/list/ClipboardListView.h"
 
 namespace vellumix {
 namespace {

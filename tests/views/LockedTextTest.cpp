@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include "core/HistorySearch.h"
-#include "core/Store.h"
-#include "platform/view/HostingView.h"
-#include "platform/view/Views.h"
+#include "core/history/HistorySearch.h"
+#include "core/history/Store.h"
+#include "platform/view/values/Views.h"
+#include "platform/view/windows/HostingView.h"
 #include "support/HeadlessTest.h"
 #include "support/OwnMemory.h"
-#include "views/ClipboardListView.h"
+#include "views/list/ClipboardListView.h"
 
 namespace vellumix {
 namespace {

@@ -1,6 +1,6 @@
-#include "views/PasswordPrompt.h"
+#include "views/panel/PasswordPrompt.h"
 
-#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/text/LocalizedText.h"
 #include "support/HeadlessTest.h"
 #include "support/OwnMemory.h"
 

@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
-#include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 #include "shell/AppDelegate.h"
-#include "shell/LanguageManager.h"
-#include "shell/RelativeTimestamp.h"
 #include "shell/StatusBarController.h"
+#include "shell/settings/LanguageManager.h"
+#include "shell/settings/RelativeTimestamp.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
-#include "views/RootContainerView.h"
+#include "views/panel/RootContainerView.h"
 
 namespace vellumix {
 namespace {

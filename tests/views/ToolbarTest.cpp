@@ -2,9 +2,9 @@
 
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
-#include "views/ClipboardToolbar.h"
-#include "views/HeaderView.h"
-#include "views/Looks.h"
+#include "views/controls/Looks.h"
+#include "views/list/ClipboardToolbar.h"
+#include "views/panel/HeaderView.h"
 
 namespace vellumix {
 namespace {

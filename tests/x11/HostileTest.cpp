@@ -4,7 +4,7 @@
 #include <linux/input-event-codes.h>
 #include <sys/resource.h>
 
-#include "platform/x11/Hotkeys.h"
+#include "platform/x11/keys/Hotkeys.h"
 #include "support/ProcessMemory.h"
 #include "x11/Person.h"
 #include "x11/X11Test.h"

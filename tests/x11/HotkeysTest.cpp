@@ -1,11 +1,11 @@
 // Hotkeys on a real display, among other programs and changing keyboards.
 
-#include "platform/x11/Hotkeys.h"
+#include "platform/x11/keys/Hotkeys.h"
 
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
 
-#include "platform/x11/WindowServer.h"
+#include "platform/x11/windows/WindowServer.h"
 #include "support/WindowLog.h"
 #include "x11/Peer.h"
 #include "x11/Person.h"

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "platform/foundation/HandleDeleter.h"
-#include "platform/x11/Connection.h"
+#include "platform/foundation/memory/HandleDeleter.h"
+#include "platform/x11/server/Connection.h"
 
 namespace vellumix::tests {
 

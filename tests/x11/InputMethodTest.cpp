@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
 
-#include "platform/x11/WindowServer.h"
+#include "platform/x11/windows/WindowServer.h"
 #include "support/WindowLog.h"
 #include "x11/InputMethodServer.h"
 #include "x11/Peer.h"

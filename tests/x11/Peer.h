@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/GLibRunLoop.h"
-#include "platform/x11/XcbHandles.h"
+#include "platform/linux/loop/GLibRunLoop.h"
+#include "platform/x11/server/XcbHandles.h"
 
 namespace vellumix::tests {
 

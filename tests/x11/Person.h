@@ -3,8 +3,8 @@
 #include <string>
 
 #include "platform/desktop/Geometry.h"
-#include "platform/linux/GLibRunLoop.h"
-#include "platform/x11/XcbHandles.h"
+#include "platform/linux/loop/GLibRunLoop.h"
+#include "platform/x11/server/XcbHandles.h"
 
 namespace vellumix::tests {
 

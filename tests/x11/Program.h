@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/GLibRunLoop.h"
+#include "platform/linux/loop/GLibRunLoop.h"
 
 namespace vellumix::tests {
 

@@ -1,4 +1,4 @@
-#include "platform/x11/PropertyValues.h"
+#include "platform/x11/server/PropertyValues.h"
 
 #include <gtest/gtest.h>
 

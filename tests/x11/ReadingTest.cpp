@@ -2,7 +2,7 @@
 
 #include <numeric>
 
-#include "platform/foundation/SharedInstances.h"
+#include "platform/foundation/observation/SharedInstances.h"
 #include "x11/X11Test.h"
 
 namespace vellumix::tests {

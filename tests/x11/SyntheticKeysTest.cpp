@@ -1,6 +1,6 @@
 // Keys that the program presses, as the program in front sees them.
 
-#include "platform/x11/SyntheticKeys.h"
+#include "platform/x11/keys/SyntheticKeys.h"
 
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>

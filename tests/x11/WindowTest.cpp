@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
 
-#include "platform/x11/ScreenWindow.h"
-#include "platform/x11/WindowServer.h"
-#include "platform/x11/Workspace.h"
+#include "platform/x11/applications/Workspace.h"
+#include "platform/x11/windows/ScreenWindow.h"
+#include "platform/x11/windows/WindowServer.h"
 #include "support/WindowLog.h"
 #include "x11/Peer.h"
 #include "x11/Person.h"

@@ -1,4 +1,4 @@
-#include "platform/x11/Workspace.h"
+#include "platform/x11/applications/Workspace.h"
 
 #include <filesystem>
 #include <fstream>

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/Log.h"
-#include "platform/x11/Pasteboard.h"
+#include "platform/foundation/loop/Log.h"
+#include "platform/x11/selections/Pasteboard.h"
 #include "x11/Peer.h"
 #include "x11/PrivateDisplay.h"
 

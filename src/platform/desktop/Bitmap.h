@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/Data.h"
+#include "platform/foundation/bytes/Data.h"
 
 namespace vellumix {
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "platform/foundation/Data.h"
+#include "platform/foundation/bytes/Data.h"
 
 namespace vellumix {
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/desktop/Bitmap.h"
-#include "platform/foundation/URL.h"
+#include "platform/foundation/coding/URL.h"
 
 namespace vellumix {
 

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "platform/desktop/Bitmap.h"
-#include "platform/foundation/Data.h"
+#include "platform/foundation/bytes/Data.h"
 
 namespace vellumix {
 

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "platform/desktop/Event.h"
-#include "platform/foundation/Observation.h"
+#include "platform/foundation/observation/Observation.h"
 
 /// The keyboard of the desktop beyond the program's own windows. Virtual key codes stand for places on the
 /// board, whatever the layout writes on them; 9 is the key that an American board calls V.

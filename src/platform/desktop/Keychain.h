@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/foundation/Data.h"
+#include "platform/foundation/bytes/Data.h"
 
 namespace vellumix {
 

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "platform/desktop/RefusalReason.h"
-#include "platform/foundation/Data.h"
-#include "platform/foundation/Observation.h"
-#include "platform/foundation/String.h"
-#include "platform/foundation/URL.h"
+#include "platform/foundation/bytes/Data.h"
+#include "platform/foundation/coding/URL.h"
+#include "platform/foundation/observation/Observation.h"
+#include "platform/foundation/text/String.h"
 
 namespace vellumix {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix::platform {
 

@@ -17,11 +17,11 @@
 #include "platform/desktop/UserNotifications.h"
 #include "platform/desktop/Window.h"
 #include "platform/desktop/Workspace.h"
-#include "platform/foundation/FileSystem.h"
-#include "platform/foundation/Log.h"
-#include "platform/foundation/RunLoop.h"
-#include "platform/foundation/SharedInstances.h"
-#include "platform/foundation/UserDefaults.h"
+#include "platform/foundation/files/FileSystem.h"
+#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/loop/Log.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/observation/SharedInstances.h"
 
 namespace vellumix {
 

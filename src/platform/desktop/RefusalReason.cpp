@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/foundation/LocalizedText.h"
+#include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
 

@@ -6,9 +6,9 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/Data.h"
-#include "platform/foundation/String.h"
-#include "platform/foundation/URL.h"
+#include "platform/foundation/bytes/Data.h"
+#include "platform/foundation/coding/URL.h"
+#include "platform/foundation/text/String.h"
 
 namespace vellumix {
 

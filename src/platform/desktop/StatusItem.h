@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/loop/RunLoop.h"
 
 namespace vellumix {
 

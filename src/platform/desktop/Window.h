@@ -9,8 +9,8 @@
 
 #include "platform/desktop/Event.h"
 #include "platform/desktop/Geometry.h"
-#include "platform/foundation/Observation.h"
-#include "platform/foundation/String.h"
+#include "platform/foundation/observation/Observation.h"
+#include "platform/foundation/text/String.h"
 
 namespace vellumix {
 

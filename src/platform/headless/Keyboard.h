@@ -7,8 +7,8 @@
 #include "platform/desktop/Keyboard.h"
 #include "platform/desktop/Pasteboard.h"
 #include "platform/desktop/Workspace.h"
-#include "platform/foundation/Lifetime.h"
-#include "platform/foundation/ObserverList.h"
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/ObserverList.h"
 
 namespace vellumix::headless {
 

@@ -4,7 +4,7 @@
 #include <set>
 #include <string>
 
-#include "platform/foundation/FileSystem.h"
+#include "platform/foundation/files/FileSystem.h"
 
 namespace vellumix::headless {
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "platform/desktop/Pasteboard.h"
-#include "platform/foundation/Lifetime.h"
-#include "platform/foundation/ObserverList.h"
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/ObserverList.h"
 
 namespace vellumix::headless {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/loop/RunLoop.h"
 
 namespace vellumix::headless {
 

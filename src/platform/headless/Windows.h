@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "platform/desktop/Window.h"
-#include "platform/foundation/Data.h"
-#include "platform/foundation/Lifetime.h"
-#include "platform/foundation/ObserverList.h"
-#include "platform/foundation/RunLoop.h"
+#include "platform/foundation/bytes/Data.h"
+#include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/ObserverList.h"
 
 namespace vellumix::headless {
 

@@ -1,0 +1,20 @@
+#include "platform/foundation/observation/NotificationCenter.h"
+
+#include "platform/foundation/observation/SharedInstances.h"
+
+namespace vellumix {
+
+NotificationCenter& NotificationCenter::defaultCenter() {
+    return SharedInstances::current().get<NotificationCenter>();
+}
+
+void NotificationCenter::post(std::string_view name, const UserInfo& userInfo) {
+    const auto found = _observers.find(name);
+    if (found != _observers.end()) found->second.notify(userInfo);
+}
+
+Observation NotificationCenter::observe(std::string_view name, Observer observer) {
+    return _observers.try_emplace(std::string(name)).first->second.add(std::move(observer));
+}
+
+}  // namespace vellumix

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/foundation/observation/Observation.h"
+
+namespace vellumix {
+
+/// Observers called in the order in which they came. Main thread only.
+///
+/// Safe against everything an observer may do while it is called: one that is removed is not called any more,
+/// one that is added waits for the next notification, and the list itself may be destroyed.
+template <class... Arguments>
+class ObserverList {
+public:
+    using Observer = std::function<void(Arguments...)>;
+
+    Observation add(Observer observer) {
+        auto entry = std::make_shared<Entry>(Entry{std::move(observer)});
+        _entries->push_back(entry);
+        return Observation([list = std::weak_ptr(_entries), entry = std::weak_ptr(entry)] {
+            const auto alive = entry.lock();
+            if (!alive) return;
+            alive->call = nullptr;
+            if (const auto entries = list.lock()) std::erase(*entries, alive);
+        });
+    }
+
+    void notify(Arguments... arguments) const {
+        const auto entries = *_entries;
+        for (const auto& entry : entries) {
+            // A copy, as the observer may end its own observation while it runs.
+            if (const auto call = entry->call) call(arguments...);
+        }
+    }
+
+    bool empty() const { return _entries->empty(); }
+
+private:
+    struct Entry {
+        Observer call;
+    };
+    using Entries = std::vector<std::shared_ptr<Entry>>;
+
+    std::shared_ptr<Entries> _entries = std::make_shared<Entries>();
+};
+
+}  // namespace vellumix

@@ -1,0 +1,93 @@
+#include "platform/linux/bus/RunningInstance.h"
+
+#include "platform/linux/bus/ControlInterface.h"
+#include "platform/linux/bus/SessionBus.h"
+
+namespace vellumix::linux_desktop {
+
+namespace {
+
+constexpr double lookSeconds = 5;
+constexpr double callSeconds = 10;
+
+}  // namespace
+
+struct RunningInstance::State {
+    PrivateContext context;
+    glib::Connection connection;
+    Presence presence = Presence::noBus;
+
+    glib::Variant call(const char* name, const char* path, const char* interface, const char* method,
+                       GVariant* arguments, const char* replyType, Deadline deadline);
+    glib::Variant control(const char* method, const char* replyType, Deadline deadline) {
+        return call(control::busName, control::objectPath, control::interfaceName, method, nullptr, replyType,
+                    deadline);
+    }
+};
+
+glib::Variant RunningInstance::State::call(const char* name, const char* path, const char* interface,
+                                           const char* method, GVariant* arguments, const char* replyType,
+                                           Deadline deadline) {
+    const auto operation = context.perform(
+        [&](auto... rest) {
+            g_dbus_connection_call(connection.get(), name, path, interface, method, arguments,
+                                   G_VARIANT_TYPE(replyType), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, rest...);
+        },
+        deadline);
+    if (!operation) return nullptr;
+    return glib::Variant(g_dbus_connection_call_finish(connection.get(), operation->result(), nullptr));
+}
+
+RunningInstance::RunningInstance() : _state(std::make_unique<State>()) {
+    const auto deadline = Deadline::in(lookSeconds);
+    _state->connection = connectToSessionBus(_state->context, deadline);
+    if (!_state->connection) return;
+    const auto reply = _state->call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                    "NameHasOwner", g_variant_new("(s)", control::busName), "(b)", deadline);
+    if (!reply) return;
+    gboolean hasOwner = FALSE;
+    g_variant_get(reply.get(), "(b)", &hasOwner);
+    _state->presence = hasOwner ? Presence::running : Presence::notRunning;
+}
+
+RunningInstance::~RunningInstance() = default;
+
+RunningInstance::Presence RunningInstance::presence() const { return _state->presence; }
+
+std::optional<std::string> RunningInstance::status() {
+    if (presence() != Presence::running) return std::nullopt;
+    const auto reply = _state->control("Status", "(s)", Deadline::in(callSeconds));
+    if (!reply) return std::nullopt;
+    const char* json = nullptr;
+    g_variant_get(reply.get(), "(&s)", &json);
+    return json;
+}
+
+bool RunningInstance::quit() {
+    if (presence() != Presence::running) return false;
+    const auto deadline = Deadline::in(callSeconds);
+    bool hasGone = false;
+    glib::NameWatch watch;
+    {
+        const auto pushed = _state->context.push();
+        watch = glib::NameWatch(g_bus_watch_name_on_connection(
+            _state->connection.get(), control::busName, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
+            [](GDBusConnection*, const gchar*, gpointer flag) { *static_cast<bool*>(flag) = true; }, &hasGone,
+            nullptr));
+    }
+    // Without a reply it may have gone before it could give one.
+    _state->control("Quit", "()", deadline);
+    const bool isDone = _state->context.waitUntil([&] { return hasGone; }, deadline);
+    if (isDone) _state->presence = Presence::notRunning;
+    return isDone;
+}
+
+bool RunningInstance::ask(PanelRequest request) {
+    if (presence() != Presence::running) return false;
+    const char* method = request == PanelRequest::toggle ? "Toggle"
+                         : request == PanelRequest::show ? "Show"
+                                                         : "Hide";
+    return static_cast<bool>(_state->control(method, "()", Deadline::in(callSeconds)));
+}
+
+}  // namespace vellumix::linux_desktop

@@ -1,0 +1,162 @@
+#include "platform/linux/keyring/ChosenKeychain.h"
+
+#include <utility>
+
+#include "platform/foundation/cipher/AESGCM.h"
+#include "platform/foundation/loop/Log.h"
+
+namespace vellumix::linux_desktop {
+
+namespace {
+
+constexpr Log logger("Encryption");
+constexpr std::string_view secretServiceWord = "secret-service";
+constexpr std::string_view keyFileWord = "key-file";
+/// More than a word and its line end, in bytes.
+constexpr std::size_t wordLimit = 64;
+
+std::string choicePath(const std::string& folder) { return folder + "/keychain"; }
+
+std::string_view withoutLineEnd(std::string_view text) {
+    while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
+    return text;
+}
+
+}  // namespace
+
+ChosenKeychain::ChosenKeychain(FileSystem& files, std::string folder, KeychainPatience patience)
+    : _files(files),
+      _folder(std::move(folder)),
+      _secretService(std::move(patience)),
+      _keyFile(files, _folder),
+      _choice(readChoice()) {}
+
+void ChosenKeychain::clearLeftovers(const KeychainItem& item) {
+    removeLeftovers(_files, choicePath(_folder));
+    _keyFile.clearLeftovers(item);
+}
+
+ChosenKeychain::Choice ChosenKeychain::readChoice() {
+    Bytes content;
+    const auto error = _files.read(choicePath(_folder), wordLimit, content);
+    if (error == std::errc::no_such_file_or_directory) return Choice::none;
+    const auto word = withoutLineEnd(asText(content));
+    if (!error && word == secretServiceWord) return Choice::secretService;
+    if (!error && word == keyFileWord) return Choice::keyFile;
+    _whyUnreadable = error ? error.message() : "unknown content";
+    return Choice::unreadable;
+}
+
+ChosenKeychain::Choice ChosenKeychain::choice() {
+    // What kept it from being read may have passed.
+    if (_choice == Choice::unreadable) _choice = readChoice();
+    return _choice;
+}
+
+OSStatus ChosenKeychain::unreadable() {
+    return refuse("The file \"keychain\" can't be read; no key is used or made: " + _whyUnreadable);
+}
+
+OSStatus ChosenKeychain::refuse(const std::string& why) {
+    if (_lastTold != why) logger.error(why);
+    _lastTold = why;
+    return errSecIO;
+}
+
+/// Without the word, the key has gone with its folder, and the folder may come back: a second key would leave
+/// what comes back unreadable.
+bool ChosenKeychain::isKeyFileInPlace() { return readChoice() == Choice::keyFile; }
+
+Keychain::Match ChosenKeychain::copyFromKeyFile(const KeychainItem& item) {
+    auto match = _keyFile.SecItemCopyMatching(item);
+    if (match.status == errSecItemNotFound && !isKeyFileInPlace()) match.status = keyFileHasGone();
+    return match;
+}
+
+OSStatus ChosenKeychain::keyFileHasGone() {
+    return refuse("The data folder has gone, and the key with it; no other key is made: " + _folder);
+}
+
+bool ChosenKeychain::choose(Choice choice) {
+    const auto path = choicePath(_folder);
+    auto error = _files.makeFolder(_folder);
+    const auto word = choice == Choice::keyFile ? keyFileWord : secretServiceWord;
+    if (!error) error = writeAtomically(_files, path, viewOf(std::string(word) + '\n'));
+    if (error) {
+        logger.error("The choice of the keychain can't be written: " + error.message());
+        return false;
+    }
+    _choice = choice;
+    if (choice == Choice::keyFile)
+        logger.info("There is no Secret Service; the encryption key is kept in a file of the data folder");
+    return true;
+}
+
+Keychain::Match ChosenKeychain::copyAndChoose(const KeychainItem& item) {
+    if (_keyFile.holds(item))
+        return choose(Choice::keyFile) ? _keyFile.SecItemCopyMatching(item) : Match{errSecIO, std::nullopt};
+    auto match = _secretService.SecItemCopyMatching(item);
+    switch (_secretService.contact()) {
+        case SecretServiceKeychain::Contact::answered:
+            // A key that is already there is safe to use; a new one must wait until the choice is on the
+            // disk.
+            if (!choose(Choice::secretService) && match.status == errSecItemNotFound) match.status = errSecIO;
+            return match;
+        case SecretServiceKeychain::Contact::impossible:
+            return choose(Choice::keyFile) ? _keyFile.SecItemCopyMatching(item)
+                                           : Match{errSecIO, std::nullopt};
+        case SecretServiceKeychain::Contact::unclear:
+            break;
+    }
+    return match;
+}
+
+Keychain::Match ChosenKeychain::SecItemCopyMatching(const KeychainItem& item) {
+    switch (choice()) {
+        case Choice::none:
+            return copyAndChoose(item);
+        case Choice::secretService:
+            return _secretService.SecItemCopyMatching(item);
+        case Choice::keyFile:
+            return copyFromKeyFile(item);
+        case Choice::unreadable:
+            break;
+    }
+    return {unreadable(), std::nullopt};
+}
+
+/// Makes the choice, if need be, by a look for the item, and passes the call on.
+template <class Call>
+OSStatus ChosenKeychain::withChosen(const KeychainItem& item, Call call) {
+    if (choice() == Choice::none) {
+        auto match = copyAndChoose(item);
+        if (match.data) wipe(*match.data);
+        if (_choice == Choice::none) return match.status == errSecSuccess ? errSecIO : match.status;
+    }
+    if (_choice == Choice::unreadable) return unreadable();
+    if (_choice == Choice::secretService) return call(_secretService);
+    return isKeyFileInPlace() ? call(_keyFile) : keyFileHasGone();
+}
+
+OSStatus ChosenKeychain::SecItemDelete(const KeychainItem& item) {
+    return withChosen(item, [&](Keychain& chosen) { return chosen.SecItemDelete(item); });
+}
+
+OSStatus ChosenKeychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
+    return withChosen(item, [&](Keychain& chosen) { return chosen.SecItemAdd(item, secret); });
+}
+
+std::string ChosenKeychain::description() const {
+    switch (_choice) {
+        case Choice::secretService:
+            return _secretService.description();
+        case Choice::keyFile:
+            return _keyFile.description();
+        case Choice::none:
+        case Choice::unreadable:
+            break;
+    }
+    return "none yet";
+}
+
+}  // namespace vellumix::linux_desktop

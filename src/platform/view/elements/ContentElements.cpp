@@ -1,0 +1,207 @@
+#include <cmath>
+
+#include "platform/view/tree/LayoutPass.h"
+#include "platform/view/tree/Recorder.h"
+#include "platform/view/values/Views.h"
+
+namespace vellumix::view {
+
+namespace {
+
+struct Tint final : NodeData {
+    Animated<Color> color;
+};
+
+class TextElement final : public Element {
+public:
+    explicit TextElement(String text) : _text(std::move(text)) {}
+
+    const char* name() const override { return "Text"; }
+
+    Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
+        // How narrow it may become is asked often, and setting a long text in single letters is dear.
+        if (proposal.width && *proposal.width <= 0) return {};
+        const auto size = set(node, proposal, pass)->size();
+        return {pass.roundedUp(size.width), pass.roundedUp(size.height)};
+    }
+
+    void place(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
+        auto& data = node.data<Data>();
+        data.layout = set(node, proposal, pass);
+        pass.move(data.color, node.environment->foreground);
+    }
+
+    void record(Node& node, Recorder& recorder) const override {
+        const auto& data = node.data<Data>();
+        if (!_text.empty() && data.layout) {
+            recorder.add(draw::Text{node.drawn.origin, data.layout, data.color.at(recorder.now())});
+        }
+    }
+
+    bool isSolid() const override { return true; }
+
+    std::optional<SetText> setText(const Node& node) const override {
+        const auto* data = node.dataIfAny<Data>();
+        if (!data || !data->layout) return std::nullopt;
+        return SetText{_text, data->layout, node.drawn.origin};
+    }
+
+    void describe(const Node& node, std::vector<SemanticNode>& into) const override {
+        SemanticNode text;
+        text.role = Role::text;
+        text.label = _text;
+        text.frame = node.visible;
+        into.push_back(std::move(text));
+    }
+
+private:
+    struct Data final : NodeData {
+        Animated<Color> color;
+        std::shared_ptr<const TextLayout> layout;
+        /// What `last` was set from.
+        String text;
+        TextOptions options;
+        std::shared_ptr<const TextLayout> last;
+    };
+
+    std::shared_ptr<const TextLayout> set(Node& node, const Proposal& proposal, LayoutPass& pass) const {
+        auto& data = node.data<Data>();
+        const auto& environment = *node.environment;
+        const TextOptions options{environment.font, std::max(0.0, proposal.width.value_or(unbounded)),
+                                  environment.lineLimit, environment.textAlignment};
+        const auto& before = data.options;
+        const bool isKnown = data.last && data.text == _text && before.font == options.font &&
+                             before.maximumWidth == options.maximumWidth &&
+                             before.lineLimit == options.lineLimit && before.alignment == options.alignment;
+        if (!isKnown) {
+            data.text = _text;
+            data.options = options;
+            data.last = pass.texts.set(_text, options);
+        }
+        return data.last;
+    }
+
+    String _text;
+};
+
+class SymbolElement final : public Element {
+public:
+    explicit SymbolElement(std::string name) : _name(std::move(name)) {}
+
+    const char* name() const override { return "Symbol"; }
+
+    Size measure(Node& node, const Proposal&, LayoutPass& pass) const override {
+        const double side = pass.roundedUp(node.environment->font.size * sideOfSize);
+        return {side, side};
+    }
+    void place(Node& node, const Proposal&, LayoutPass& pass) const override {
+        pass.move(node.data<Tint>().color, node.environment->foreground);
+    }
+    void record(Node& node, Recorder& recorder) const override {
+        recorder.add(draw::Symbol{node.drawn, _name, node.data<Tint>().color.at(recorder.now()),
+                                  node.environment->font.weight});
+    }
+    bool isSolid() const override { return true; }
+
+private:
+    /// A symbol stands a little above and below the capitals beside it.
+    static constexpr double sideOfSize = 1.2;
+
+    std::string _name;
+};
+
+class ImageElement final : public Element {
+public:
+    ImageElement(std::shared_ptr<const Bitmap> bitmap, Image::Scaling scaling)
+        : _bitmap(std::move(bitmap)), _scaling(scaling) {}
+
+    const char* name() const override { return "Image"; }
+
+    Size measure(Node&, const Proposal& proposal, LayoutPass&) const override {
+        if (!isDrawable()) return {};
+        const double width = _bitmap->width;
+        const double height = _bitmap->height;
+        const double offeredWidth = proposal.width.value_or(unbounded);
+        const double offeredHeight = proposal.height.value_or(unbounded);
+        if (_scaling == Image::Scaling::fill) {
+            return {proposal.width ? offeredWidth : width, proposal.height ? offeredHeight : height};
+        }
+        const double factor = std::min(offeredWidth / width, offeredHeight / height);
+        return std::isfinite(factor) ? Size{width * factor, height * factor} : Size{width, height};
+    }
+
+    void record(Node& node, Recorder& recorder) const override {
+        if (!isDrawable() || node.drawn.isEmpty()) return;
+        if (_scaling == Image::Scaling::fit) {
+            recorder.add(draw::Image{node.drawn, _bitmap});
+            return;
+        }
+        const auto& box = node.drawn.size;
+        const double factor = std::max(box.width / _bitmap->width, box.height / _bitmap->height);
+        const Size size{_bitmap->width * factor, _bitmap->height * factor};
+        const auto centre = node.drawn.centre();
+        recorder.clipped(node.drawn, Rectangle(), [&] {
+            recorder.add(
+                draw::Image{{{centre.x - size.width / 2, centre.y - size.height / 2}, size}, _bitmap});
+        });
+    }
+    bool isSolid() const override { return true; }
+
+private:
+    bool isDrawable() const { return _bitmap && _bitmap->width > 0 && _bitmap->height > 0; }
+
+    std::shared_ptr<const Bitmap> _bitmap;
+    Image::Scaling _scaling;
+};
+
+class ShapeElement final : public Element {
+public:
+    ShapeElement(const Shape& shape, std::optional<Color> fill, std::optional<Outline> outline)
+        : _shape(shape), _fill(fill), _outline(outline) {}
+
+    const char* name() const override { return "Shape"; }
+
+    Size measure(Node&, const Proposal& proposal, LayoutPass&) const override {
+        constexpr double own = 10;
+        return {proposal.width.value_or(own), proposal.height.value_or(own)};
+    }
+    void place(Node& node, const Proposal&, LayoutPass& pass) const override {
+        auto& data = node.data<Data>();
+        pass.move(data.fill, _fill.value_or(node.environment->foreground));
+        // An outline that comes or goes does so by its colour.
+        pass.move(data.stroke, _outline ? _outline->color : Color::clear());
+        pass.move(data.width, _outline ? _outline->width : data.width.target());
+    }
+    void record(Node& node, Recorder& recorder) const override {
+        const auto& data = node.data<Data>();
+        const auto fill = data.fill.at(recorder.now());
+        const auto stroke = data.stroke.at(recorder.now());
+        if (fill.alpha > 0) recorder.add(draw::Fill{node.drawn, _shape, fill});
+        if (stroke.alpha > 0) {
+            recorder.add(draw::Stroke{node.drawn, _shape, stroke, data.width.at(recorder.now())});
+        }
+    }
+    bool isSolid() const override { return !_fill || _fill->alpha > 0; }
+
+private:
+    struct Data final : NodeData {
+        Animated<Color> fill;
+        Animated<Color> stroke;
+        Animated<double> width;
+    };
+
+    Shape _shape;
+    std::optional<Color> _fill;
+    std::optional<Outline> _outline;
+};
+
+}  // namespace
+
+Text::Text(String text) : View(std::make_shared<const TextElement>(std::move(text))) {}
+Symbol::Symbol(std::string name) : View(std::make_shared<const SymbolElement>(std::move(name))) {}
+Image::Image(std::shared_ptr<const Bitmap> bitmap, Scaling scaling)
+    : View(std::make_shared<const ImageElement>(std::move(bitmap), scaling)) {}
+ShapeView::ShapeView(const Shape& shape, std::optional<Color> fill, std::optional<Outline> outline)
+    : View(std::make_shared<const ShapeElement>(shape, fill, outline)) {}
+
+}  // namespace vellumix::view

@@ -1,0 +1,28 @@
+#include "platform/view/paint/Renderer.h"
+
+#include "platform/desktop/Platform.h"
+#include "platform/foundation/text/RememberedTexts.h"
+#include "platform/view/paint/CairoPainter.h"
+#include "platform/view/paint/PangoTextSetter.h"
+
+namespace vellumix::view {
+
+Renderer& Renderer::shared() { return SharedInstances::current().get<Renderer>(); }
+
+Renderer::Renderer()
+    : _painter(std::make_unique<CairoPainter>()), _forgetting(RememberedTexts::shared().onForget([this] {
+          if (_texts) _texts->forget();
+      })) {}
+Renderer::~Renderer() = default;
+
+TextSetter& Renderer::texts() {
+    if (!_texts) _texts = std::make_unique<PangoTextSetter>(platform::current().fontFamilies);
+    return *_texts;
+}
+
+void Renderer::paint(const DrawingList& drawing, const PixelBuffer& pixels, double scale) {
+    CairoSurface surface(pixels.memory, pixels.width, pixels.height, pixels.stride);
+    _painter->paint(drawing, surface, scale, {{}, {pixels.width / scale, pixels.height / scale}});
+}
+
+}  // namespace vellumix::view

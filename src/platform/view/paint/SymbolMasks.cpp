@@ -1,0 +1,41 @@
+#include "platform/view/paint/SymbolMasks.h"
+
+#include <cmath>
+
+#include "platform/view/paint/SymbolOutlines.h"
+#include "platform/view/values/Symbols.h"
+
+namespace vellumix::view {
+
+namespace {
+
+/// Null for a drawing that can't be read.
+handles::Surface drawn(std::string_view svg, double strokeWidth, int side) {
+    constexpr double units = 24;
+    handles::Surface surface(cairo_image_surface_create(CAIRO_FORMAT_A8, side, side));
+    const handles::Context context(cairo_create(surface.get()));
+    cairo_scale(context.get(), side / units, side / units);
+    if (!drawSymbolOutlines(context.get(), svg, strokeWidth)) return nullptr;
+    cairo_surface_flush(surface.get());
+    return surface;
+}
+
+}  // namespace
+
+std::shared_ptr<const handles::Surface> SymbolMasks::mask(std::string_view name, int side, double points,
+                                                          Font::Weight weight) {
+    constexpr int largestSide = 1024;
+    if (side < 1 || side > largestSide) return nullptr;
+    const double width = symbolStrokeWidth(weight, points);
+    const auto& key = _key.of(name, side, std::lround(width * 1000));
+    if (auto known = _masks.objectForKey(key)) return known;
+    const auto drawing = symbolDrawing(name);
+    if (!drawing) return nullptr;
+    auto surface = drawn(*drawing, width, side);
+    if (!surface) return nullptr;
+    auto mask = std::make_shared<const handles::Surface>(std::move(surface));
+    _masks.setObject(mask, key, static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
+    return mask;
+}
+
+}  // namespace vellumix::view

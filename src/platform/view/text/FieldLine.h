@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+
+#include "platform/view/text/ShownText.h"
+#include "platform/view/values/TextLayout.h"
+
+namespace vellumix::view {
+
+/// The one line of a text field: the stretch of its text that is laid out, and how far that has been scrolled
+/// to keep a place in sight. Lengths are in points, places from the left edge of what is laid out.
+class FieldLine {
+public:
+    static constexpr double caretWidth = 1.5;
+
+    /// Brings `source.around` into sight; `source.reach` is its own affair. `composedCaret` is where the
+    /// caret stands in what is being composed, in bytes.
+    void layOut(TextSetter& texts, const Font& font, double width, ShownText::Source source,
+                std::size_t composedCaret);
+
+    /// Null before it has been laid out.
+    const std::shared_ptr<const TextLayout>& layout() const { return _layout; }
+    const ShownText& shown() const { return _shown; }
+    /// How much of it is out of sight on the left.
+    double scrolled() const { return _scrolled; }
+    /// Of a line of the font alone, from its top.
+    double baseline() const { return _baseline; }
+    double caretX() const { return _caretX; }
+
+    /// These need a layout.
+    double xOf(std::size_t offset) const;
+    std::size_t offsetAt(double x) const;
+    /// The place for a caret that is seen next to that of an offset; nothing at the end of what is laid out.
+    std::optional<std::size_t> offsetBeside(std::size_t offset, bool toRight) const;
+
+private:
+    ShownText _shown;
+    std::shared_ptr<const TextLayout> _layout;
+    double _baseline = 0;
+    double _scrolled = 0;
+    double _caretX = 0;
+};
+
+}  // namespace vellumix::view

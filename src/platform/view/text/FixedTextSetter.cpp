@@ -1,0 +1,149 @@
+#include <algorithm>
+#include <cmath>
+
+#include "platform/foundation/text/Unicode.h"
+#include "platform/view/values/TextLayout.h"
+
+namespace vellumix::view {
+
+namespace {
+
+/// One line: the graphemes from `first` up to `end`, without the break that ends it.
+struct Line {
+    std::size_t first = 0;
+    std::size_t end = 0;
+    double x = 0;
+    /// In graphemes, with an ellipsis.
+    std::size_t width = 0;
+};
+
+class FixedTextLayout final : public TextLayout {
+public:
+    FixedTextLayout(const String& text, const TextOptions& options)
+        : _text(text),
+          _advance(options.font.size * (options.font.design == Font::Design::monospaced ? 0.6 : 0.5)),
+          _height(options.font.size * 1.25),
+          _boundaries(graphemeBoundaries(_text)) {
+        breakLines(options);
+        std::size_t widest = 0;
+        for (const auto& line : _lines) widest = std::max(widest, line.width);
+        _size = {static_cast<double>(widest) * _advance, static_cast<double>(_lines.size()) * _height};
+        for (auto& line : _lines) {
+            const double free = _size.width - static_cast<double>(line.width) * _advance;
+            if (options.alignment == TextOptions::Alignment::centre) line.x = free / 2;
+            if (options.alignment == TextOptions::Alignment::trailing) line.x = free;
+        }
+    }
+
+    Size size() const override { return _size; }
+    double baseline() const override { return _height * 0.8; }
+    int lineCount() const override { return static_cast<int>(_lines.size()); }
+    bool isTruncated() const override { return _isTruncated; }
+
+    Rect caret(std::size_t offset) const override {
+        const auto grapheme = graphemeAt(offset);
+        const auto line = lineOf(grapheme);
+        return {{xOf(line, grapheme), static_cast<double>(line) * _height}, {0, _height}};
+    }
+
+    std::size_t offsetAt(Point point) const override {
+        const double row = std::floor(point.y / _height);
+        const auto last = static_cast<double>(_lines.size() - 1);
+        const auto& line = _lines[static_cast<std::size_t>(std::clamp(row, 0.0, last))];
+        const double column = std::round((point.x - line.x) / _advance);
+        const auto count = static_cast<double>(line.end - line.first);
+        return _boundaries[line.first + static_cast<std::size_t>(std::clamp(column, 0.0, count))];
+    }
+
+    std::vector<Rect> areas(std::size_t begin, std::size_t end) const override {
+        std::vector<Rect> found;
+        const auto from = graphemeAt(begin);
+        const auto to = graphemeAt(end);
+        for (std::size_t at = 0; at < _lines.size(); ++at) {
+            const auto first = std::max(from, _lines[at].first);
+            const auto last = std::min(to, _lines[at].end);
+            if (first >= last) continue;
+            found.push_back({{xOf(at, first), static_cast<double>(at) * _height},
+                             {static_cast<double>(last - first) * _advance, _height}});
+        }
+        return found;
+    }
+
+private:
+    std::size_t graphemeCount() const { return _boundaries.size() - 1; }
+
+    bool isAt(std::size_t grapheme, char c) const { return _text.view()[_boundaries[grapheme]] == c; }
+
+    /// The end of the line that begins at a grapheme, and where the next begins.
+    std::pair<std::size_t, std::size_t> lineFrom(std::size_t first, std::size_t columns) const {
+        std::size_t lastBlank = first;
+        for (auto at = first; at < graphemeCount(); ++at) {
+            if (isAt(at, '\n') || isAt(at, '\r')) return {at, at + 1};
+            if (isAt(at, ' ')) {
+                lastBlank = at;
+            } else if (at - first >= columns) {
+                return lastBlank > first ? std::pair{lastBlank, lastBlank + 1} : std::pair{at, at};
+            }
+        }
+        return {graphemeCount(), graphemeCount()};
+    }
+
+    void breakLines(const TextOptions& options) {
+        const double fitting = std::floor(std::max(0.0, options.maximumWidth) / _advance + 1e-9);
+        const auto columns =
+            static_cast<std::size_t>(std::clamp(fitting, 1.0, static_cast<double>(graphemeCount() + 1)));
+        std::size_t at = 0;
+        bool isOpen = true;
+        while (isOpen) {
+            if (options.lineLimit > 0 && lineCount() == options.lineLimit) {
+                _isTruncated = true;
+                auto& last = _lines.back();
+                last.end = std::min(last.end, last.first + columns - 1);
+                last.width = last.end - last.first + 1;
+                return;
+            }
+            const auto [end, next] = lineFrom(at, columns);
+            _lines.push_back({at, end, 0, std::min(end - at, columns)});
+            // A break at the very end opens one more line, where a caret can stand.
+            isOpen = next < graphemeCount() || (next > end && !isAt(end, ' '));
+            at = next;
+        }
+    }
+
+    std::size_t graphemeAt(std::size_t offset) const {
+        const auto after = std::upper_bound(_boundaries.begin(), _boundaries.end(), offset);
+        return static_cast<std::size_t>(after - _boundaries.begin()) - 1;
+    }
+
+    std::size_t lineOf(std::size_t grapheme) const {
+        std::size_t line = _lines.size() - 1;
+        while (line > 0 && _lines[line].first > grapheme) --line;
+        return line;
+    }
+
+    double xOf(std::size_t line, std::size_t grapheme) const {
+        const auto column = std::min(grapheme, _lines[line].end) - _lines[line].first;
+        return _lines[line].x + static_cast<double>(column) * _advance;
+    }
+
+    String _text;
+    double _advance;
+    double _height;
+    std::vector<std::size_t> _boundaries;
+    std::vector<Line> _lines;
+    Size _size;
+    bool _isTruncated = false;
+};
+
+class FixedTextSetter final : public TextSetter {
+public:
+    std::shared_ptr<const TextLayout> set(const String& text, const TextOptions& options) override {
+        return std::make_shared<FixedTextLayout>(text, options);
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<TextSetter> fixedTextSetter() { return std::make_unique<FixedTextSetter>(); }
+
+}  // namespace vellumix::view

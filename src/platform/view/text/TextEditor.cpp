@@ -1,0 +1,209 @@
+#include "platform/view/text/TextEditor.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vellumix::view {
+
+namespace {
+
+/// How many bytes a line end at this place has; 0 where there is none (Unicode Standard section 5.8).
+std::size_t lineEndLength(std::string_view rest) {
+    if (rest.starts_with("\r\n")) return 2;
+    if (rest[0] >= '\n' && rest[0] <= '\r') return 1;
+    if (rest.starts_with("\u0085")) return 2;
+    return rest.starts_with("\u2028") || rest.starts_with("\u2029") ? 3 : 0;
+}
+
+std::string inOneLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        if (const auto length = lineEndLength(text.substr(at))) {
+            line += ' ';
+            at += length;
+        } else {
+            line += text[at++];
+        }
+    }
+    return line;
+}
+
+}  // namespace
+
+TextEditor::TextEditor(std::string text) { reset(std::move(text)); }
+
+TextRange TextEditor::selection() const { return {std::min(_anchor, _head), std::max(_anchor, _head)}; }
+
+std::string_view TextEditor::selectedText() const {
+    const auto [begin, end] = selection();
+    return std::string_view(_text).substr(begin, end - begin);
+}
+
+void TextEditor::reset(std::string text) {
+    _text = std::move(text);
+    _anchor = _head = _text.size();
+    _pressed = {};
+    forgetSteps();
+}
+
+void TextEditor::move(Way way, Unit unit, Selecting selecting) {
+    const auto selected = selection();
+    const bool collapses = selecting == Selecting::no && unit == Unit::grapheme && !selected.isEmpty();
+    const auto edge = way == Way::backward ? selected.begin : selected.end;
+    moveTo(collapses ? edge : target(way, unit), selecting);
+}
+
+void TextEditor::moveTo(std::size_t offset, Selecting selecting) {
+    _head = boundaryAt(offset);
+    if (selecting == Selecting::no) _anchor = _head;
+    endStep();
+}
+
+void TextEditor::selectAll() {
+    _anchor = 0;
+    _head = _text.size();
+    endStep();
+}
+
+void TextEditor::pressAt(std::size_t offset, Unit unit, Selecting selecting) {
+    _pressedUnit = unit;
+    if (selecting == Selecting::yes) {
+        _pressed = {_anchor, _anchor};
+        dragTo(offset);
+        return;
+    }
+    _pressed = unitAt(offset, unit);
+    _anchor = _pressed.begin;
+    _head = _pressed.end;
+    endStep();
+}
+
+void TextEditor::dragTo(std::size_t offset) {
+    _pressed.end = std::min(_pressed.end, _text.size());
+    _pressed.begin = std::min(_pressed.begin, _pressed.end);
+    const auto reached = unitAt(offset, _pressedUnit);
+    const bool isBackward = reached.begin < _pressed.begin;
+    _anchor = isBackward ? _pressed.end : _pressed.begin;
+    _head = isBackward ? reached.begin : std::max(reached.end, _pressed.end);
+    endStep();
+}
+
+void TextEditor::insert(std::string_view text, Source source) {
+    const auto line = inOneLine(repairedUTF8(text));
+    if (line.empty() && selection().isEmpty()) return;
+    replace(selection(), line, source == Source::typed ? Kind::typing : Kind::pasting);
+    if (source == Source::pasted) endStep();
+}
+
+void TextEditor::erase(Way way, Unit unit) {
+    auto range = selection();
+    if (range.isEmpty()) {
+        const auto reached = target(way, unit);
+        range = {std::min(_head, reached), std::max(_head, reached)};
+    }
+    if (range.isEmpty()) return;
+    replace(range, {}, way == Way::backward ? Kind::erasingBackward : Kind::erasingForward);
+}
+
+void TextEditor::undo() {
+    if (_done.empty()) return;
+    auto step = std::move(_done.back());
+    _done.pop_back();
+    _text.replace(step.offset, step.inserted.size(), step.removed);
+    _anchor = step.anchorBefore;
+    _head = step.headBefore;
+    endStep();
+    _undone.push_back(std::move(step));
+}
+
+void TextEditor::redo() {
+    if (_undone.empty()) return;
+    auto step = std::move(_undone.back());
+    _undone.pop_back();
+    _text.replace(step.offset, step.removed.size(), step.inserted);
+    _anchor = _head = step.offset + step.inserted.size();
+    endStep();
+    _done.push_back(std::move(step));
+}
+
+void TextEditor::forgetSteps() {
+    _done.clear();
+    _undone.clear();
+    endStep();
+}
+
+std::size_t TextEditor::boundaryAt(std::size_t offset) const {
+    if (offset >= _text.size()) return _text.size();
+    return graphemeBoundaryBefore(_text, graphemeBoundaryAfter(_text, offset));
+}
+
+std::size_t TextEditor::target(Way way, Unit unit) const {
+    const bool isBackward = way == Way::backward;
+    switch (unit) {
+        case Unit::grapheme:
+            return isBackward ? graphemeBoundaryBefore(_text, _head) : graphemeBoundaryAfter(_text, _head);
+        case Unit::word:
+            return isBackward ? wordStartBefore(_text, _head) : wordEndAfter(_text, _head);
+        case Unit::line:
+            break;
+    }
+    return isBackward ? 0 : _text.size();
+}
+
+TextRange TextEditor::unitAt(std::size_t offset, Unit unit) const {
+    const auto at = boundaryAt(offset);
+    if (unit == Unit::line) return {0, _text.size()};
+    return unit == Unit::word ? wordSegmentAt(_text, at) : TextRange{at, at};
+}
+
+void TextEditor::replace(TextRange range, std::string_view text, Kind kind) {
+    const bool isContinued = continueStep(range, text, kind);
+    if (!isContinued) {
+        const auto removed = _text.substr(range.begin, range.end - range.begin);
+        _done.push_back({kind, range.begin, removed, std::string(text), _anchor, _head});
+    }
+    _undone.clear();
+    _text.replace(range.begin, range.end - range.begin, text);
+    _anchor = _head = range.begin + text.size();
+    // What was typed may have joined the letter behind it.
+    if (boundaryAt(_head) != _head) _anchor = _head = graphemeBoundaryAfter(_text, _head);
+    _isStepOpen = true;
+    dropOldSteps();
+}
+
+bool TextEditor::continueStep(TextRange range, std::string_view text, Kind kind) {
+    if (!_isStepOpen || _done.empty() || _done.back().kind != kind || !selection().isEmpty()) return false;
+    auto& step = _done.back();
+    const std::string_view removed = std::string_view(_text).substr(range.begin, range.end - range.begin);
+    if (kind == Kind::typing && range.begin == step.offset + step.inserted.size()) {
+        step.inserted += text;
+        return true;
+    }
+    if (kind == Kind::erasingBackward && range.end == step.offset) {
+        step.removed.insert(0, removed);
+        step.offset = range.begin;
+        return true;
+    }
+    if (kind == Kind::erasingForward && range.begin == step.offset) {
+        step.removed += removed;
+        return true;
+    }
+    return false;
+}
+
+void TextEditor::dropOldSteps() {
+    constexpr std::size_t mostSteps = 1000;
+    constexpr std::size_t mostBytes = std::size_t{8} << 20;
+    std::size_t bytes = 0;
+    auto kept = _done.size();
+    while (kept > 0 && _done.size() - kept < mostSteps) {
+        bytes += _done[kept - 1].removed.size() + _done[kept - 1].inserted.size();
+        // The last step stays, however large: it is what somebody is most likely to regret.
+        if (bytes > mostBytes && kept < _done.size()) break;
+        --kept;
+    }
+    _done.erase(_done.begin(), _done.begin() + static_cast<std::ptrdiff_t>(kept));
+}
+
+}  // namespace vellumix::view

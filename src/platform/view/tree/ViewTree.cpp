@@ -1,0 +1,112 @@
+#include "platform/view/tree/ViewTree.h"
+
+#include "platform/view/tree/TreeCore.h"
+#include "platform/view/tree/TreeDump.h"
+
+namespace vellumix::view {
+
+// Each event holds the core, as what it sets off may destroy the tree.
+
+ViewTree::ViewTree(const View& root, TextSetter& texts, const Surface& surface)
+    : _core(std::make_shared<TreeCore>(root, texts, surface)) {}
+ViewTree::ViewTree(ViewTree&&) noexcept = default;
+ViewTree& ViewTree::operator=(ViewTree&&) noexcept = default;
+ViewTree::~ViewTree() = default;
+
+void ViewTree::setRoot(const View& root) {
+    const auto core = _core;
+    core->setRoot(root);
+}
+void ViewTree::setSurface(const Surface& surface) {
+    const auto core = _core;
+    core->setSurface(surface);
+}
+const DrawingList& ViewTree::frame(double now) {
+    const auto core = _core;
+    return core->frame(now);
+}
+void ViewTree::settle() { _core->settle(); }
+void ViewTree::setHasKeyboard(bool hasKeyboard) {
+    const auto core = _core;
+    core->setHasKeyboard(hasKeyboard);
+}
+bool ViewTree::needsFrame() const { return _core->needsFrame(); }
+std::optional<double> ViewTree::nextFrameAt() const { return _core->nextFrameAt(); }
+void ViewTree::onNeedsFrame(std::function<void()> handler) { _core->onNeedsFrame(std::move(handler)); }
+void ViewTree::onMenu(std::function<void(const MenuRequest&)> handler) { _core->onMenu(std::move(handler)); }
+Size ViewTree::fittingSize(double maximumWidth) { return _core->fittingSize(maximumWidth); }
+
+void ViewTree::pointerMoved(Point at) {
+    const auto core = _core;
+    core->dispatcher().pointerMoved(at);
+}
+void ViewTree::pointerLeft() {
+    const auto core = _core;
+    core->dispatcher().pointerMoved(std::nullopt);
+}
+void ViewTree::pointerPressed(const PointerPress& press) {
+    const auto core = _core;
+    core->dispatcher().pointerPressed(press);
+}
+void ViewTree::pointerReleased(Point at, PointerButton button) {
+    const auto core = _core;
+    core->dispatcher().pointerReleased(at, button);
+}
+void ViewTree::scrolled(Point at, double by) {
+    const auto core = _core;
+    core->dispatcher().scrolled(at, by);
+}
+bool ViewTree::keyPressed(const KeyEvent& event) {
+    const auto core = _core;
+    return core->dispatcher().keyPressed(event);
+}
+bool ViewTree::takesPress(Point at) const { return _core->dispatcher().takesPress(at); }
+void ViewTree::textComposed(const MarkedText& text) {
+    const auto core = _core;
+    core->dispatcher().textComposed(text);
+}
+std::optional<Rect> ViewTree::textInputCaret() const { return _core->dispatcher().textInputCaret(); }
+void ViewTree::focusNext() {
+    const auto core = _core;
+    core->dispatcher().moveFocus(1);
+}
+void ViewTree::focusPrevious() {
+    const auto core = _core;
+    core->dispatcher().moveFocus(-1);
+}
+void ViewTree::clearFocus() {
+    const auto core = _core;
+    core->dispatcher().setFocus(nullptr, false);
+}
+
+Cursor ViewTree::cursor() const { return _core->dispatcher().cursor(); }
+
+std::optional<ViewTree::Help> ViewTree::help() const {
+    const auto* node = _core->dispatcher().helpNode();
+    if (!node) return std::nullopt;
+    return Help{node->element->handlers()->help, node->visible, controlPalette(*node->environment)};
+}
+
+std::optional<AlertRequest> ViewTree::alert() const {
+    const auto node = _core->dispatcher().alertNode();
+    const auto* handlers = node ? node->element->handlers() : nullptr;
+    if (!handlers || !handlers->alert || !handlers->alert->isPresented.get()) return std::nullopt;
+    auto request = *handlers->alert;
+    request.palette = controlPalette(*node->environment);
+    request.source = node;
+    return request;
+}
+
+SemanticNode ViewTree::semantics() const {
+    SemanticNode window;
+    window.role = Role::group;
+    window.frame = {{}, _core->surface().size};
+    auto& root = _core->root();
+    if (root.element) root.element->describe(root, window.children);
+    return window;
+}
+
+std::string ViewTree::layoutDump() const { return layoutText(_core->root()); }
+std::string ViewTree::semanticsDump() const { return semanticsText(semantics()); }
+
+}  // namespace vellumix::view

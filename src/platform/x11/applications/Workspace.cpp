@@ -1,0 +1,184 @@
+#include "platform/x11/applications/Workspace.h"
+
+#include <unistd.h>
+
+#include <cstring>
+
+#include "platform/x11/applications/FocusedWindow.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+constexpr std::uint32_t unitsOfText = 256;
+/// Until the keys of a paste are out and have been read.
+constexpr double focusSeconds = 1.5;
+
+/// "/usr/share/applications/org.gnome.gedit.desktop" and "org.gnome.gedit" give "org.gnome.gedit".
+std::string desktopFileID(std::string_view name) {
+    constexpr std::string_view extension = ".desktop";
+    name.remove_prefix(name.rfind('/') + 1);
+    if (name.ends_with(extension)) name.remove_suffix(extension.size());
+    return std::string(name);
+}
+
+std::string_view textOf(const xcb_get_property_reply_t* reply) {
+    if (!reply || reply->format != 8) return {};
+    return {static_cast<const char*>(xcb_get_property_value(reply)),
+            static_cast<std::size_t>(xcb_get_property_value_length(reply))};
+}
+
+std::string_view untilNUL(std::string_view text) { return text.substr(0, text.find('\0')); }
+
+std::uint32_t numberOf(const xcb_get_property_reply_t* reply) {
+    std::uint32_t number = 0;
+    if (reply && reply->format == 32 && reply->value_len > 0) {
+        std::memcpy(&number, xcb_get_property_value(reply), sizeof number);
+    }
+    return number;
+}
+
+/// The class is the second of the two names in WM_CLASS.
+std::string classOf(std::string_view names) {
+    const auto instance = untilNUL(names);
+    if (instance.size() == names.size()) return std::string(instance);
+    return std::string(untilNUL(names.substr(instance.size() + 1)));
+}
+
+}  // namespace
+
+Workspace::Workspace(Connection& connection, DesktopFiles desktopFiles)
+    : _connection(connection), _desktopFiles(std::move(desktopFiles)) {
+    _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
+        if (xcb::typeOf(event) != XCB_PROPERTY_NOTIFY) return;
+        const auto& change = xcb::as<xcb_property_notify_event_t>(event);
+        if (change.atom == _connection.atoms().windowManagerCheck) readWindowManager();
+        if (change.atom == _connection.atoms().activeWindow) readActiveWindow();
+    });
+    readWindowManager();
+}
+
+std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
+    if (!hasWindowManager()) readFocus();
+    if (!_front) return std::nullopt;
+    NSRunningApplication application{
+        .processIdentifier = _front->processIdentifier, .bundleIdentifier = {}, .window = _front->window};
+    // Looked up here and not when the window came to the front: most windows come and go without a question.
+    if (!_front->desktopFile.empty()) {
+        application.bundleIdentifier = _front->desktopFile;
+    } else if (!_front->windowClass.empty()) {
+        application.bundleIdentifier =
+            _desktopFiles.idForClass(_front->windowClass).value_or(_front->windowClass);
+    }
+    return application;
+}
+
+std::vector<std::string> Workspace::frontNames() const {
+    std::vector<std::string> names;
+    if (const auto front = frontmostApplication(); front && front->bundleIdentifier) {
+        names.push_back(*front->bundleIdentifier);
+    }
+    if (_front && !_front->windowClass.empty()) names.push_back(_front->windowClass);
+    return names;
+}
+
+xcb_window_t Workspace::windowNamedBy(xcb_window_t window, xcb_atom_t property) const {
+    const auto reply = xcb::await<xcb_get_property_reply>(
+        _connection.xcb(), xcb_get_property(_connection.xcb(), 0, window, property, XCB_ATOM_WINDOW, 0, 1));
+    return numberOf(reply.get());
+}
+
+bool Workspace::activate(const NSRunningApplication& application) {
+    if (application.window == XCB_WINDOW_NONE || !applicationOf(application.window)) return false;
+    if (!hasWindowManager()) {
+        giveFocus(application.window);
+        return true;
+    }
+    // As a pager asks (EWMH 1.5, "_NET_ACTIVE_WINDOW"): the user chose the window by what he did before.
+    constexpr std::uint32_t fromPager = 2;
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = application.window;
+    message.type = _connection.atoms().activeWindow;
+    message.data.data32[0] = fromPager;
+    message.data.data32[1] = _connection.userTime();
+    constexpr std::uint32_t toWindowManager =
+        XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_send_event(_connection.xcb(), 0, _connection.root(), toWindowManager,
+                   reinterpret_cast<const char*>(&message));
+    return true;
+}
+
+void Workspace::giveFocus(xcb_window_t window) {
+    auto* const xcb = _connection.xcb();
+    const auto focused = FocusedWindow::read(_connection);
+    if (focused.window == window) return;
+    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(xcb, window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+    if (!focused.followsPointer) return;
+    // The window keeps the focus for as long as a paste takes: whose keys follow the pointer has nobody who
+    // would give it back.
+    _focusEnd = _connection.runLoop().oneShotTimer(focusSeconds, [this, window] {
+        if (FocusedWindow::read(_connection).window != window) return;
+        xcb_set_input_focus(_connection.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, XCB_INPUT_FOCUS_POINTER_ROOT,
+                            XCB_CURRENT_TIME);
+    });
+}
+
+void Workspace::readWindowManager() {
+    const auto property = _connection.atoms().windowManagerCheck;
+    const auto window = windowNamedBy(_connection.root(), property);
+    _managerEvents = window == XCB_WINDOW_NONE
+                         ? std::nullopt
+                         : _connection.observeForeign(window, [this](const auto& event) {
+                               if (xcb::typeOf(event) == XCB_DESTROY_NOTIFY) readWindowManager();
+                           });
+    // One that has gone may have left the root's property behind, but not the window's own.
+    _manager = windowNamedBy(window, property) == window ? window : xcb_window_t{XCB_WINDOW_NONE};
+    readActiveWindow();
+}
+
+void Workspace::readActiveWindow() {
+    if (hasWindowManager()) setFront(windowNamedBy(_connection.root(), _connection.atoms().activeWindow));
+}
+
+void Workspace::readFocus() const {
+    const auto focused = FocusedWindow::read(_connection).window;
+    if (!_connection.isOurs(focused)) setFront(focused);
+}
+
+void Workspace::setFront(xcb_window_t window) const {
+    const auto front = window == XCB_WINDOW_NONE ? std::nullopt : applicationOf(window);
+    if (!front || front->processIdentifier != getpid()) _front = front;
+}
+
+std::optional<Workspace::Application> Workspace::applicationOf(xcb_window_t window) const {
+    const auto& atoms = _connection.atoms();
+    auto* const xcb = _connection.xcb();
+    const auto ask = [&](xcb_atom_t property) {
+        return xcb_get_property(xcb, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, unitsOfText);
+    };
+    const xcb_atom_t idProperties[] = {atoms.gtkApplicationID, atoms.kdeDesktopFile, atoms.bamfDesktopFile};
+    const auto process = ask(atoms.windowProcess);
+    const auto windowClass = ask(XCB_ATOM_WM_CLASS);
+    xcb_get_property_cookie_t ids[std::size(idProperties)];
+    for (std::size_t at = 0; at < std::size(ids); ++at) ids[at] = ask(idProperties[at]);
+
+    const auto processReply = xcb::await<xcb_get_property_reply>(xcb, process);
+    const auto classReply = xcb::await<xcb_get_property_reply>(xcb, windowClass);
+    Application application;
+    application.window = window;
+    application.processIdentifier = static_cast<int>(numberOf(processReply.get()));
+    application.windowClass = classOf(textOf(classReply.get()));
+    for (const auto cookie : ids) {
+        const auto reply = xcb::await<xcb_get_property_reply>(xcb, cookie);
+        const auto id = desktopFileID(untilNUL(textOf(reply.get())));
+        if (application.desktopFile.empty()) application.desktopFile = id;
+    }
+    // A window that has gone answers with errors.
+    return processReply ? std::optional(std::move(application)) : std::nullopt;
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <algorithm>
+#include <list>
+#include <memory>
+#include <optional>
+
+#include "platform/desktop/Keyboard.h"
+#include "platform/x11/keys/KeyCodes.h"
+#include "platform/x11/keys/KeyboardWatch.h"
+
+namespace vellumix::x11 {
+
+/// Hotkeys by grabs of keys on the root window (X protocol, request "GrabKey"), one for each way in which the
+/// lock keys can stand. They follow the keyboard when its modifiers change. While a window of the program
+/// holds the whole keyboard, a hotkey is taken before it; while another program does, as an open menu does,
+/// none arrives.
+///
+/// A combination that another program turns out to have once the modifiers have changed is tried again every
+/// few seconds, and at each change of the keyboard: the server doesn't tell when a grab ends.
+class Hotkeys final : public vellumix::Hotkeys {
+public:
+    explicit Hotkeys(Connection& connection);
+    ~Hotkeys() override;
+    Hotkeys(const Hotkeys&) = delete;
+    Hotkeys& operator=(const Hotkeys&) = delete;
+
+    Observation InstallEventHandler(std::function<void()> function) override {
+        return _handlers.add(std::move(function));
+    }
+    std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) override;
+    bool hasAllHotKeys() const override {
+        return std::ranges::all_of(_registrations, &Registration::isGrabbed);
+    }
+
+private:
+    struct Registration {
+        xcb_keycode_t key;
+        std::uint32_t modifiers;
+        bool isGrabbed = true;
+    };
+
+    /// Whether the key is a hotkey, or the rest of one.
+    bool take(const xcb_key_press_event_t& event);
+    void hold(xcb_keycode_t key);
+    void keyboardChanged();
+    void grabWhatIsMissing();
+    /// All grabs of the registration, or none.
+    bool grab(const Registration& registration);
+    void ungrab(const Registration& registration);
+    /// The modifiers of a registration, without the locks, and with them in every way in which they can
+    /// stand.
+    ModifierMap::Mask modifiersOf(const Registration& registration) const;
+    std::vector<ModifierMap::Mask> statesOf(const Registration& registration) const;
+
+    Connection& _connection;
+    KeyboardWatch _keyboard;
+    ModifierMap _modifiers;
+    std::list<Registration> _registrations;
+    /// The hotkey that is down, until it is seen to be up.
+    std::optional<xcb_keycode_t> _held;
+    std::unique_ptr<NSTimer> _holding;
+    std::unique_ptr<NSTimer> _retry;
+    bool _isChangeDue = false;
+    ObserverList<> _handlers;
+    Observation _changes;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

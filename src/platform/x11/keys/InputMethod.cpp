@@ -1,0 +1,318 @@
+#include "platform/x11/keys/InputMethod.h"
+
+#include <xcb-imdkit/encoding.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/foundation/loop/Log.h"
+#include "platform/foundation/text/Unicode.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+constexpr double answerSeconds = 1;
+constexpr std::size_t mostPendingKeys = 256;
+constexpr std::size_t mostMarkedBytes = 4096;
+
+bool isRelease(const xcb_key_press_event_t& event) { return (event.response_type & 0x7F) == XCB_KEY_RELEASE; }
+
+std::uint32_t eventMaskOf(const xcb_key_press_event_t& event) {
+    return isRelease(event) ? XCB_EVENT_MASK_KEY_RELEASE : XCB_EVENT_MASK_KEY_PRESS;
+}
+
+/// The best of the styles that the server offers and this program can show.
+std::uint32_t chosenStyle(const xcb_im_get_im_values_reply_fr_t* reply) {
+    constexpr std::uint32_t known[] = {XCB_IM_PreeditCallbacks | XCB_IM_StatusNothing,
+                                       XCB_IM_PreeditPosition | XCB_IM_StatusNothing,
+                                       XCB_IM_PreeditNothing | XCB_IM_StatusNothing};
+    std::vector<std::uint32_t> offered;
+    if (reply && reply->im_attribute_returned.size > 0) {
+        const auto& value = reply->im_attribute_returned.items[0];
+        // A count of 16 bits, two bytes unused, and the styles.
+        constexpr std::size_t head = 4;
+        for (std::size_t at = head; at + sizeof(std::uint32_t) <= value.value_length;
+             at += sizeof(std::uint32_t)) {
+            std::memcpy(&offered.emplace_back(), value.value + at, sizeof(std::uint32_t));
+        }
+    }
+    for (const auto style : known) {
+        if (std::find(offered.begin(), offered.end(), style) != offered.end()) return style;
+    }
+    return known[2];
+}
+
+/// Where a character of the text begins, in bytes.
+std::size_t offsetOf(const std::string& text, std::size_t character) {
+    std::size_t at = 0;
+    for (; at < text.size(); ++at) {
+        const bool isFollowing = (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
+        if (!isFollowing && character-- == 0) break;
+    }
+    return at;
+}
+
+}  // namespace
+
+/// What the library calls. Its user data is the input method.
+struct InputMethod::Callbacks {
+    static InputMethod& self(void* data) { return *static_cast<InputMethod*>(data); }
+
+    static void opened(xcb_xim_t* method, void* data) {
+        xcb_xim_get_im_values(method, stylesRead, data, XCB_XIM_XNQueryInputStyle, nullptr);
+    }
+    static void stylesRead(xcb_xim_t*, xcb_im_get_im_values_reply_fr_t* reply, void* data) {
+        self(data).createContext(chosenStyle(reply));
+    }
+    static void contextCreated(xcb_xim_t*, xcb_xic_t context, void* data) {
+        if (context) self(data).contextCreated(context);
+    }
+    static void eventsWanted(xcb_xim_t*, xcb_xic_t, std::uint32_t events, std::uint32_t, void* data) {
+        self(data)._wantedEvents = events;
+    }
+    static void givenBack(xcb_xim_t*, xcb_xic_t, xcb_key_press_event_t* event, void* data) {
+        self(data).givenBack(*event);
+    }
+    static void committed(xcb_xim_t*, xcb_xic_t, std::uint32_t flags, char* text, std::uint32_t length,
+                          std::uint32_t* symbols, std::size_t count, void* data) {
+        auto& method = self(data);
+        method.commit(flags, text ? method.decoded(text, length) : std::string(), count > 0 ? *symbols : 0);
+    }
+    static void drawn(xcb_xim_t*, xcb_xic_t, xcb_im_preedit_draw_fr_t* change, void* data) {
+        self(data).draw(*change);
+    }
+    static void done(xcb_xim_t*, xcb_xic_t, void* data) { self(data).clearMarked(); }
+    static void heard(xcb_xim_t*, xcb_xic_t, void* data) { self(data).heard(); }
+    static void gone(xcb_xim_t*, void* data) { self(data).giveUp(); }
+};
+
+InputMethod::InputMethod(Connection& connection, int screen, Handlers handlers)
+    : _connection(connection), _screen(screen), _handlers(std::move(handlers)) {
+    xcb_compound_text_init();
+    _events = connection.observeEvery([this](const auto& event) {
+        // The library takes an event that may be changed, and changes none.
+        if (_method) xcb_xim_filter_event(_method.get(), const_cast<xcb_generic_event_t*>(&event));
+    });
+    _servers = connection.observeForeign(connection.root(), [this](const auto& event) {
+        if (xcb::typeOf(event) != XCB_PROPERTY_NOTIFY ||
+            xcb::as<xcb_property_notify_event_t>(event).atom != _connection.atoms().inputMethodServers) {
+            return;
+        }
+        if (_caret && !_context) openSoon();
+    });
+}
+
+InputMethod::~InputMethod() = default;
+
+void InputMethod::setWindow(xcb_window_t window) {
+    // The server of the input method knows the window by its number.
+    if (std::exchange(_window, window) != XCB_WINDOW_NONE && _caret) openSoon();
+}
+
+void InputMethod::open() {
+    _wantedEvents = XCB_EVENT_MASK_KEY_PRESS;
+    _method.reset(xcb_xim_create(_connection.xcb(), _screen, nullptr));
+    if (!_method) return;
+    xcb_xim_im_callback callbacks{};
+    callbacks.set_event_mask = Callbacks::eventsWanted;
+    callbacks.forward_event = Callbacks::givenBack;
+    callbacks.commit_string = Callbacks::committed;
+    callbacks.preedit_draw = Callbacks::drawn;
+    callbacks.preedit_done = Callbacks::done;
+    callbacks.disconnected = Callbacks::gone;
+    xcb_xim_set_im_callback(_method.get(), &callbacks, this);
+    xcb_xim_set_use_compound_text(_method.get(), true);
+    xcb_xim_set_use_utf8_string(_method.get(), true);
+    xcb_xim_open(_method.get(), Callbacks::opened, false, this);
+}
+
+void InputMethod::openSoon() {
+    forgetContext();
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        if (_context) return;
+        _method.reset();
+        if (_caret) open();
+    }));
+}
+
+void InputMethod::forgetContext() {
+    _context.reset();
+    _request = Request::none;
+    _isFocused = _isCaretStale = _isComposingStale = false;
+}
+
+void InputMethod::createContext(std::uint32_t style) {
+    _style = style;
+    xcb_point_t spot{};
+    const auto attributes = xcb_xim_create_nested_list(_method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
+    xcb_xim_create_ic(_method.get(), Callbacks::contextCreated, this, XCB_XIM_XNInputStyle, &_style,
+                      XCB_XIM_XNClientWindow, &_window, XCB_XIM_XNFocusWindow, &_window,
+                      XCB_XIM_XNPreeditAttributes, &attributes, nullptr);
+    std::free(attributes.data);
+}
+
+void InputMethod::contextCreated(xcb_xic_t context) {
+    _context = context;
+    _isCaretStale = true;
+    goOnSoon();
+}
+
+void InputMethod::setCaret(std::optional<xcb_point_t> caret) {
+    const auto before = std::exchange(_caret, caret);
+    if (caret && !_context) {
+        // Whoever doesn't answer may do so by the next time that somebody types.
+        if (!before) openSoon();
+        return;
+    }
+    if (caret) {
+        if (before && before->x == caret->x && before->y == caret->y) return;
+        _isCaretStale = true;
+    } else {
+        if (!before) return;
+        const bool isWithServer = _request == Request::key;
+        _pending.resize(isWithServer ? 1 : 0);
+        if (isWithServer) _pending.front().isAnswered = true;
+        _marked.clear();
+        if (!_context) return;
+        _isComposingStale = true;
+    }
+    goOnSoon();
+}
+
+void InputMethod::goOnSoon() {
+    if (std::exchange(_goesOn, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _goesOn = false;
+        goOn();
+    }));
+}
+
+void InputMethod::goOn() {
+    if (!_context || _request != Request::none) return;
+    if (std::exchange(_isComposingStale, false)) {
+        // The library doesn't tell of the answer.
+        xcb_xim_reset_ic(_method.get(), *_context, nullptr, nullptr);
+    }
+    if (_isFocused != _caret.has_value()) {
+        _isFocused = _caret.has_value();
+        (_isFocused ? xcb_xim_set_ic_focus : xcb_xim_unset_ic_focus)(_method.get(), *_context);
+    }
+    if (!_caret) return;
+    while (_request == Request::none && !_pending.empty()) forwardNext();
+    if (_request == Request::none && _isCaretStale) {
+        begin(Request::caret);
+        showCaret();
+    }
+}
+
+void InputMethod::forwardNext() {
+    auto event = _pending.front().event;
+    event.event = _window;
+    xcb_xim_forward_event(_method.get(), *_context, &event);
+    if (isRelease(event)) {
+        _pending.pop_front();
+        return;
+    }
+    // Not every server says that it keeps a key; each answers a request, and in the order of them.
+    begin(Request::key);
+    showCaret();
+}
+
+void InputMethod::begin(Request request) {
+    _request = request;
+    _deadline = _connection.runLoop().oneShotTimer(answerSeconds, [this] {
+        const auto timer = std::move(_deadline);
+        if (_request == Request::none) return;
+        Log("InputMethod").error("The input method doesn't answer: keys are taken as typed");
+        giveUp();
+    });
+}
+
+void InputMethod::heard() {
+    _deadline.reset();
+    if (std::exchange(_request, Request::none) == Request::key) _pending.pop_front();
+    goOnSoon();
+}
+
+void InputMethod::showCaret() {
+    _isCaretStale = false;
+    // The window that the keys come to lies just outside of the root's corner.
+    const auto at = _caret.value_or(xcb_point_t{});
+    xcb_point_t spot{static_cast<std::int16_t>(at.x + 1), static_cast<std::int16_t>(at.y + 1)};
+    const auto attributes = xcb_xim_create_nested_list(_method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
+    xcb_xim_set_ic_values(_method.get(), *_context, Callbacks::heard, this, XCB_XIM_XNPreeditAttributes,
+                          &attributes, nullptr);
+    std::free(attributes.data);
+}
+
+bool InputMethod::take(const xcb_key_press_event_t& event) {
+    if (!_caret || !_context || !(_wantedEvents & eventMaskOf(event)) || _pending.size() >= mostPendingKeys) {
+        return false;
+    }
+    _pending.push_back({event});
+    goOn();
+    // Whoever keeps a release keeps nothing from anybody.
+    return !isRelease(event);
+}
+
+void InputMethod::givenBack(const xcb_key_press_event_t& event) {
+    if (isRelease(event)) return;
+    if (_request == Request::key && _pending.front().event.detail == event.detail)
+        _pending.front().isAnswered = true;
+    if (_caret) _handlers.typed(event);
+}
+
+void InputMethod::commit(std::uint32_t flags, std::string text, std::uint32_t symbol) {
+    if (text.empty() && (flags & XCB_XIM_LOOKUP_KEYSYM)) {
+        char buffer[8] = {};
+        if (xkb_keysym_to_utf8(symbol, buffer, sizeof buffer) > 1) text = buffer;
+    }
+    if (_caret && !text.empty()) _handlers.committed(text);
+}
+
+void InputMethod::draw(const xcb_im_preedit_draw_fr_t& change) {
+    enum Status : std::uint32_t { hasNoString = 1 };
+    std::string inserted;
+    if (!(change.status & hasNoString)) {
+        inserted =
+            decoded(reinterpret_cast<const char*>(change.preedit_string), change.length_of_preedit_string);
+    }
+    if (_marked.size() + inserted.size() > mostMarkedBytes) return;
+    const auto first = offsetOf(_marked, change.chg_first);
+    const auto end = offsetOf(_marked, std::size_t{change.chg_first} + change.chg_length);
+    _marked.replace(first, end - first, inserted);
+    if (_caret) _handlers.composed({.text = _marked, .caret = offsetOf(_marked, change.caret)});
+}
+
+void InputMethod::clearMarked() {
+    if (_marked.empty()) return;
+    _marked.clear();
+    if (_caret) _handlers.composed({});
+}
+
+void InputMethod::giveUp() {
+    openSoon();
+    const auto alive = _lifetime.watch();
+    const auto unanswered = std::exchange(_pending, {});
+    clearMarked();
+    for (const auto& key : unanswered) {
+        if (alive.expired() || !_caret) return;
+        if (!key.isAnswered && !isRelease(key.event)) _handlers.typed(key.event);
+    }
+}
+
+std::string InputMethod::decoded(const char* text, std::size_t length) const {
+    std::string utf8;
+    if (xcb_xim_get_encoding(_method.get()) == XCB_XIM_UTF8_STRING) {
+        utf8.assign(text, length);
+    } else {
+        std::size_t converted = 0;
+        const std::unique_ptr<char, HandleDeleter<std::free>> memory(
+            xcb_compound_text_to_utf8(text, length, &converted));
+        if (memory) utf8.assign(memory.get(), converted);
+    }
+    return isValidUTF8(utf8) ? utf8 : std::string();
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,60 @@
+#include "platform/x11/keys/LockerWatch.h"
+
+#include <xcb/screensaver.h>
+
+#include <utility>
+
+namespace vellumix::x11 {
+
+LockerWatch::LockerWatch(Connection& connection, std::function<void()> onLocker)
+    : _connection(connection), _onLocker(std::move(onLocker)) {
+    auto* const xcb = connection.xcb();
+    _children = connection.observeChildrenOfRoot([this](const auto& event) { handle(event); });
+    const auto* saver = xcb_get_extension_data(xcb, &xcb_screensaver_id);
+    if (!saver || !saver->present) return;
+    _saverEvent = static_cast<std::uint8_t>(saver->first_event + XCB_SCREENSAVER_NOTIFY);
+    xcb_screensaver_select_input(xcb, connection.root(), XCB_SCREENSAVER_EVENT_NOTIFY_MASK);
+    _extensions = connection.observeExtensions([this](const auto& event) {
+        if (xcb::typeOf(event) == _saverEvent &&
+            xcb::as<xcb_screensaver_notify_event_t>(event).state == XCB_SCREENSAVER_STATE_ON) {
+            _onLocker();
+        }
+    });
+}
+
+LockerWatch::~LockerWatch() {
+    if (_saverEvent) xcb_screensaver_select_input(_connection.xcb(), _connection.root(), 0);
+}
+
+bool LockerWatch::takesOver(xcb_window_t window) const {
+    auto* const xcb = _connection.xcb();
+    const auto attributes = xcb_get_window_attributes(xcb, window);
+    const auto geometry = xcb_get_geometry(xcb, window);
+    const auto rootGeometry = xcb_get_geometry(xcb, _connection.root());
+    const auto kind = xcb::await<xcb_get_window_attributes_reply>(xcb, attributes);
+    const auto area = xcb::await<xcb_get_geometry_reply>(xcb, geometry);
+    const auto screen = xcb::await<xcb_get_geometry_reply>(xcb, rootGeometry);
+    if (!kind || !area || !screen) return false;
+    const int right = area->x + area->width;
+    const int bottom = area->y + area->height;
+    if (area->x <= 0 && area->y <= 0 && right >= screen->width && bottom >= screen->height) return true;
+    // Out of sight they are for a program's own affairs, such as a selection.
+    const bool isInSight = right > 0 && bottom > 0 && area->x < screen->width && area->y < screen->height;
+    return isInSight && kind->map_state != XCB_MAP_STATE_UNMAPPED &&
+           kind->_class == XCB_WINDOW_CLASS_INPUT_ONLY;
+}
+
+void LockerWatch::handle(const xcb_generic_event_t& event) {
+    const auto consider = [&](xcb_window_t window, bool isPastWindowManager) {
+        if (isPastWindowManager && !_connection.isOurs(window) && takesOver(window)) _onLocker();
+    };
+    if (xcb::typeOf(event) == XCB_CREATE_NOTIFY) {
+        const auto& made = xcb::as<xcb_create_notify_event_t>(event);
+        consider(made.window, made.override_redirect != 0);
+    } else if (xcb::typeOf(event) == XCB_MAP_NOTIFY) {
+        const auto& mapped = xcb::as<xcb_map_notify_event_t>(event);
+        consider(mapped.window, mapped.override_redirect != 0);
+    }
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,194 @@
+#include "platform/x11/keys/SyntheticKeys.h"
+
+#include <linux/input-event-codes.h>
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+#include <xkbcommon/xkbcommon-x11.h>
+
+// The header of libxcb names a field "explicit".
+#define explicit isExplicit
+#include <xcb/xkb.h>
+#undef explicit
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/foundation/loop/Log.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+constexpr KeyChord paste{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
+constexpr double patienceSeconds = 0.5;
+constexpr double pollSeconds = 0.01;
+/// Longer than a program takes to ask for what it pastes.
+constexpr double primarySeconds = 2;
+
+/// The key of a letter on an American board.
+std::optional<xcb_keycode_t> keyAtPlaceOf(xkb_keysym_t symbol) {
+    for (unsigned position = KEY_Q; position <= KEY_M; ++position) {
+        const auto letter = letterAt(position);
+        // The keysyms of ASCII are its codes (X protocol, appendix A).
+        if (letter && static_cast<xkb_keysym_t>(*letter) == symbol) return keyCodeOf(position);
+    }
+    return std::nullopt;
+}
+
+bool hasTestExtension(Connection& connection) {
+    const auto* const extension = xcb_get_extension_data(connection.xcb(), &xcb_test_id);
+    return extension && extension->present;
+}
+
+}  // namespace
+
+SyntheticKeys::SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
+                             PasteChords chords, std::function<void(Lack)> tellUser)
+    : _connection(connection),
+      _workspace(workspace),
+      _pasteboard(pasteboard),
+      _chords(std::move(chords)),
+      _hasTest(hasTestExtension(connection)),
+      _tellUser(std::move(tellUser)),
+      _keyboard(connection) {}
+
+bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool prompts) {
+    if (!_hasTest) {
+        if (prompts && !std::exchange(_hasToldOfExtension, true)) {
+            Log("SyntheticKeys")
+                .error("The display has no XTEST extension; what is picked waits on the clipboard");
+            if (_tellUser) _tellUser(Lack::extension);
+        }
+        return false;
+    }
+    if (!_chords.chordsFor(_workspace.frontNames()).empty()) return true;
+    if (prompts && _tellUser) _tellUser(Lack::chord);
+    return false;
+}
+
+void SyntheticKeys::CGEventPost(const KeyChord& chord) {
+    if (chord != paste || !_hasTest) return;
+    _pastes.push_back({.deadline = _connection.runLoop().uptime() + patienceSeconds});
+    if (!_waiting) goOn();
+}
+
+void SyntheticKeys::goOn() {
+    while (!_pastes.empty() && deliver(_pastes.front())) _pastes.pop_front();
+    if (_pastes.empty()) {
+        _waiting.reset();
+    } else {
+        _waiting = _connection.runLoop().oneShotTimer(pollSeconds, [this] { goOn(); });
+    }
+}
+
+bool SyntheticKeys::deliver(Paste& paste) {
+    const auto& chords = _chords.chordsFor(_workspace.frontNames());
+    const auto keys = keysFor(chords, paste);
+    if (!keys) {
+        Log("SyntheticKeys").error("The keyboard lacks the key that the front application pastes by");
+        return true;
+    }
+    const bool readsPrimary = keys->chord.readsPrimary;
+    if (readsPrimary && !std::exchange(paste.hasPrimary, true)) lendPrimary();
+    const bool isOffered = !_pasteboard.isClaiming() && !(readsPrimary && _primary->isClaiming());
+    const bool isLate = _connection.runLoop().uptime() > paste.deadline;
+    if ((!isOffered || isUserHoldingModifiers()) && !isLate) return false;
+    if (isOffered) {
+        press(*keys);
+    } else {
+        Log("SyntheticKeys").error("The clipboard couldn't be taken in time; nothing is pasted");
+    }
+    return true;
+}
+
+bool SyntheticKeys::isUserHoldingModifiers() const {
+    const ModifierMap modifiers(_connection);
+    const KeysDown down(_connection);
+    const auto keys = modifiers.keysOf(static_cast<ModifierMap::Mask>(~modifiers.locks()));
+    return std::ranges::any_of(keys, [&](xcb_keycode_t key) { return down.test(key); });
+}
+
+void SyntheticKeys::lendPrimary() {
+    if (!_primary) {
+        _primary = std::make_unique<SelectionOwner>(_connection, XCB_ATOM_PRIMARY, TransferLimits());
+    }
+    _primary->offer(Offer::of(_pasteboard.content(), _connection));
+    _primaryEnd = _connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
+}
+
+void SyntheticKeys::returnPrimary() {
+    if (_primary->activeTransfers() > 0) {
+        _primaryEnd = _connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
+        return;
+    }
+    _primaryEnd.reset();
+    _primary.reset();
+}
+
+void SyntheticKeys::press(const Keys& found) {
+    const auto& chord = found.chord;
+    const ModifierMap modifiers(_connection);
+    const KeysDown down(_connection);
+    const std::pair<bool, ModifierMap::Mask> wanted[] = {
+        {chord.hasControl, ModifierMap::Mask{XCB_MOD_MASK_CONTROL}},
+        {chord.hasShift, ModifierMap::Mask{XCB_MOD_MASK_SHIFT}},
+        {chord.hasOption, modifiers.option()},
+        {chord.hasCommand, modifiers.command()},
+    };
+    std::vector<xcb_keycode_t> keys;
+    for (const auto& [isWanted, mask] : wanted) {
+        const auto candidates = isWanted ? modifiers.keysOf(mask) : std::vector<xcb_keycode_t>();
+        const bool isDown =
+            std::ranges::any_of(candidates, [&](xcb_keycode_t candidate) { return down.test(candidate); });
+        // One that the user holds is the user's to release.
+        if (!candidates.empty() && !isDown) keys.push_back(candidates.front());
+    }
+    keys.push_back(found.key);
+
+    const auto send = [&](std::uint8_t kind, xcb_keycode_t code) {
+        xcb_test_fake_input(_connection.xcb(), kind, code, XCB_CURRENT_TIME, _connection.root(), 0, 0, 0);
+    };
+    for (const auto code : keys) send(XCB_KEY_PRESS, code);
+    std::ranges::reverse(keys);
+    for (const auto code : keys) send(XCB_KEY_RELEASE, code);
+}
+
+std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<PasteChord>& chords,
+                                                          Paste& paste) const {
+    if (!paste.keymap) {
+        const xkb::Context context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
+        paste.keymap = _keyboard.readKeymap(context.get());
+    }
+    if (!paste.keymap) return std::nullopt;
+    for (const auto& chord : chords) {
+        if (const auto key = keyTyping(chord.key, paste.keymap.get())) return Keys{chord, *key};
+    }
+    // Some programs take a chord by the place of its key where no layout has the letter.
+    for (const auto& chord : chords) {
+        if (const auto key = keyAtPlaceOf(chord.key)) return Keys{chord, *key};
+    }
+    return std::nullopt;
+}
+
+std::optional<xcb_keycode_t> SyntheticKeys::keyTyping(xkb_keysym_t symbol, xkb_keymap* keymap) const {
+    auto* const xcb = _connection.xcb();
+    const auto state =
+        xcb::await<xcb_xkb_get_state_reply>(xcb, xcb_xkb_get_state(xcb, XCB_XKB_ID_USE_CORE_KBD));
+    const auto layouts = xkb_keymap_num_layouts(keymap);
+    const xkb_layout_index_t present = state ? state->group : 0;
+    for (xkb_layout_index_t turn = 0; turn <= layouts; ++turn) {
+        // The present layout, and then all in their order.
+        const auto layout = turn == 0 ? present : turn - 1;
+        const auto last = std::min<xkb_keycode_t>(xkb_keymap_max_keycode(keymap), 0xFF);
+        for (auto code = xkb_keymap_min_keycode(keymap); code <= last; ++code) {
+            const xkb_keysym_t* symbols = nullptr;
+            if (xkb_keymap_key_get_syms_by_level(keymap, code, layout, 0, &symbols) == 1 &&
+                *symbols == symbol) {
+                return static_cast<xcb_keycode_t>(code);
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace vellumix::x11

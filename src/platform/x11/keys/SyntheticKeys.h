@@ -1,0 +1,86 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/desktop/Keyboard.h"
+#include "platform/x11/applications/Workspace.h"
+#include "platform/x11/keys/KeyCodes.h"
+#include "platform/x11/keys/KeyboardHandles.h"
+#include "platform/x11/keys/KeyboardWatch.h"
+#include "platform/x11/keys/PasteChords.h"
+#include "platform/x11/selections/Pasteboard.h"
+
+namespace vellumix::x11 {
+
+/// Keys by the XTEST extension (XTEST 2.2), without which there are none. Keys go to the window with the
+/// input focus.
+///
+/// Nothing is posted before what was written to the pasteboard is offered to other programs, and nothing at
+/// all where that takes half a second. For an application that pastes the selection PRIMARY, that selection
+/// is taken with the same content, and left two seconds later; what was selected elsewhere is then selected
+/// no more.
+class SyntheticKeys final : public vellumix::SyntheticKeys {
+public:
+    /// Why nothing can be pressed.
+    enum class Lack {
+        /// The display has no XTEST extension. Told once.
+        extension,
+        /// No keys are known that paste into the front application. Told each time.
+        chord,
+    };
+
+    /// All must outlive it. `tellUser` is called when keys are wanted and there are none.
+    SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
+                  PasteChords chords = PasteChords(), std::function<void(Lack)> tellUser = {});
+    SyntheticKeys(const SyntheticKeys&) = delete;
+    SyntheticKeys& operator=(const SyntheticKeys&) = delete;
+
+    bool AXIsProcessTrustedWithOptions(bool prompts) override;
+    /// Knows Command-V alone.
+    void CGEventPost(const KeyChord& chord) override;
+
+private:
+    struct Paste {
+        /// When it goes out at the latest, as `RunLoop::uptime` counts.
+        double deadline;
+        bool hasPrimary = false;
+        /// As it is when the paste is first tried.
+        xkb::Keymap keymap;
+    };
+    /// A chord, and the key that it is pressed by.
+    struct Keys {
+        PasteChord chord;
+        xcb_keycode_t key;
+    };
+
+    void goOn();
+    /// False while it must wait.
+    bool deliver(Paste& paste);
+    bool isUserHoldingModifiers() const;
+    void lendPrimary();
+    void returnPrimary();
+    void press(const Keys& keys);
+    /// The first chord that the keyboard has the key of.
+    std::optional<Keys> keysFor(const std::vector<PasteChord>& chords, Paste& paste) const;
+    /// The key that types the sign without modifiers, in the present layout if there is one.
+    std::optional<xcb_keycode_t> keyTyping(xkb_keysym_t symbol, xkb_keymap* keymap) const;
+
+    Connection& _connection;
+    const Workspace& _workspace;
+    const Pasteboard& _pasteboard;
+    const PasteChords _chords;
+    const bool _hasTest;
+    std::function<void(Lack)> _tellUser;
+    bool _hasToldOfExtension = false;
+    KeyboardWatch _keyboard;
+    std::deque<Paste> _pastes;
+    std::unique_ptr<NSTimer> _waiting;
+    std::unique_ptr<SelectionOwner> _primary;
+    std::unique_ptr<NSTimer> _primaryEnd;
+};
+
+}  // namespace vellumix::x11

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/x11/selections/SelectionOwner.h"
+
+namespace vellumix::x11 {
+
+/// Answers programs that are about to end and ask for their copy to be kept (the ClipboardManager
+/// specification of freedesktop.org: CLIPBOARD_MANAGER and SAVE_TARGETS).
+class ClipboardManager {
+public:
+    /// Takes the part of the manager unless another program has it. `mustWait` is told each time that a
+    /// program asks; true lets its answer wait until `answer`. A program must not wait for long, and must not
+    /// be answered before all is read, as it ends then.
+    ClipboardManager(Connection& connection, const TransferLimits& limits,
+                     std::function<bool(const SelectionOwner::Request&)> mustWait);
+
+    void answer() { _owner.answer(); }
+
+private:
+    void announce();
+
+    Connection& _connection;
+    SelectionOwner _owner;
+};
+
+}  // namespace vellumix::x11

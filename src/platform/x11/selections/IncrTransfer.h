@@ -1,0 +1,62 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/x11/selections/Offer.h"
+
+namespace vellumix::x11 {
+
+/// A value on its way to a requestor in pieces (ICCCM 2.0 section 2.7.2), one each time that the requestor
+/// has deleted the property, as soon as it is this client's turn.
+///
+/// Ends with the last piece, with its requestor, or when the requestor takes too long.
+class IncrTransfer {
+public:
+    struct Destination {
+        xcb_window_t requestor;
+        xcb_atom_t property;
+        bool operator==(const Destination&) const = default;
+    };
+
+    struct Value {
+        xcb_atom_t type;
+        /// Bits of one element: 8, 16 or 32.
+        std::uint8_t format;
+        SharedBytes bytes;
+    };
+
+    /// Announces the value. Nothing when the requestor's window is gone. `end` is called once, from the loop,
+    /// as the last thing that the transfer does: it may destroy the transfer.
+    static std::unique_ptr<IncrTransfer> begin(Connection& connection, const Destination& destination,
+                                               Value value, double pieceSeconds,
+                                               std::function<void(IncrTransfer*)> end);
+    IncrTransfer(const IncrTransfer&) = delete;
+    IncrTransfer& operator=(const IncrTransfer&) = delete;
+
+    const Destination& destination() const { return _destination; }
+
+private:
+    IncrTransfer(Connection& connection, const Destination& destination, Value value, double pieceSeconds,
+                 std::function<void(IncrTransfer*)> end);
+
+    void handle(const xcb_generic_event_t& event);
+    void sendPieceLater();
+    std::size_t sendPiece();
+    void await();
+    void finish();
+
+    Connection& _connection;
+    const Destination _destination;
+    const Value _value;
+    const double _pieceSeconds;
+    std::function<void(IncrTransfer*)> _end;
+    std::size_t _offset = 0;
+    /// The requestor waits for the next piece.
+    bool _isPieceDue = false;
+    Observation _events;
+    std::unique_ptr<NSTimer> _deadline;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

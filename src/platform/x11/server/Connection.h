@@ -1,0 +1,129 @@
+#pragma once
+
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/ObserverList.h"
+#include "platform/linux/loop/GLibRunLoop.h"
+#include "platform/x11/server/Atoms.h"
+#include "platform/x11/server/ClientWork.h"
+#include "platform/x11/server/XcbHandles.h"
+
+namespace vellumix::x11 {
+
+/// The connection to the X server: requests go out before the loop sleeps, events come in through it.
+///
+/// Main thread only. Events that another program has forged reach nobody. Errors of requests whose reply
+/// nobody awaits end here, as another program's window may go at any moment. After the server has ended,
+/// requests do nothing and replies are absent. Everything that uses a connection goes before it.
+class Connection {
+public:
+    using EventHandler = std::function<void(const xcb_generic_event_t&)>;
+    using SelectionChange = xcb_xfixes_selection_notify_event_t;
+    using SelectionHandler = std::function<void(const SelectionChange&)>;
+
+    /// Connects to the display that the environment names. Nothing without a display, or without the XFixes
+    /// extension; `error` is then one sentence for a person.
+    static std::unique_ptr<Connection> open(linux_desktop::GLibRunLoop& runLoop, std::string& error);
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    xcb_connection_t* xcb() const { return _xcb.get(); }
+    RunLoop& runLoop() const { return _runLoop; }
+    xcb_window_t root() const { return _root; }
+    const Atoms& atoms() const { return _atoms; }
+    /// The largest piece of a property that goes out in one request, in bytes; a multiple of 4.
+    std::size_t pieceBytes() const { return _pieceBytes; }
+    /// Whether the window was made by this connection.
+    bool isOurs(xcb_window_t window) const;
+    /// Which client of the server has made the window, ourselves among them; as a number without further
+    /// meaning.
+    ClientWork::Client clientOf(xcb_window_t window) const;
+    /// What other programs have this one do for them.
+    ClientWork& clientWork() { return _clientWork; }
+
+    /// Calls the handler with each event that concerns the window. Does not change what the window selects.
+    Observation observe(xcb_window_t window, EventHandler handler);
+    /// The same for a window of the server or of another program, with its property changes and its end
+    /// selected for as long as anybody observes it so. Nothing when the window is gone.
+    std::optional<Observation> observeForeign(xcb_window_t window, EventHandler handler);
+    /// Calls the handler with each change of the selection's owner (XFixes 5.0 section 7).
+    Observation observeSelection(xcb_atom_t selection, SelectionHandler handler);
+    /// Calls the handler with each event of the root's children themselves, of any program: made, mapped,
+    /// moved and so on. Nobody else hears of these.
+    Observation observeChildrenOfRoot(EventHandler handler);
+    /// Calls the handler with each event that an extension has defined (X protocol, section 1; XGE 1.0), but
+    /// for those of XFixes, which concern a window.
+    Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
+    /// Calls the handler with each event, before those whom it concerns.
+    Observation observeEvery(EventHandler handler) { return _everyHandlers.add(std::move(handler)); }
+    /// Asks about each press and release of a key before anybody else hears of it; true keeps it from them.
+    void filterKeys(std::function<bool(const xcb_key_press_event_t&)> filter) {
+        _keyFilter = std::move(filter);
+    }
+    /// Calls the handler once, from the loop, after the server has gone.
+    Observation observeEnd(std::function<void()> handler);
+
+    /// The server's time of the last thing that the user did with the program; 0 before the first. Window
+    /// managers ask for it (Extended Window Manager Hints 1.5, "_NET_ACTIVE_WINDOW").
+    xcb_timestamp_t userTime() const { return _userTime; }
+    void userActed(xcb_timestamp_t time) { _userTime = time; }
+
+    /// The numbers of a window's property, no more than that many; none where it has no such property. Waits
+    /// for the server.
+    std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t property, std::uint32_t most);
+    /// Whether one program has made both windows: by how the server gives out their ids (X protocol, section
+    /// 8).
+    bool isSameClient(xcb_window_t a, xcb_window_t b) const;
+    /// The names of the atoms, in order; an atom that doesn't exist has an empty name.
+    std::vector<std::string> names(std::span<const xcb_atom_t> atoms);
+
+private:
+    struct Start;
+    Connection(linux_desktop::GLibRunLoop& runLoop, xcb::ConnectionHandle handle, const Start& start);
+
+    bool prepare();
+    void dispatch();
+    void deliver(const xcb_generic_event_t& event);
+    bool isSelectionChange(const xcb_generic_event_t& event) const;
+    void selectSelection(xcb_atom_t selection, std::uint32_t events) const;
+    static xcb_window_t windowOf(const xcb_generic_event_t& event);
+    bool isOfChildOfRoot(const xcb_generic_event_t& event) const;
+    /// The events of another program's window that anybody observes.
+    xcb_void_cookie_t selectForeign(xcb_window_t window) const;
+    void releaseForeign(xcb_window_t window);
+
+    RunLoop& _runLoop;
+    xcb::ConnectionHandle _xcb;
+    xcb_window_t _root;
+    Atoms _atoms;
+    std::size_t _pieceBytes;
+    std::uint8_t _xfixesFirstEvent;
+    xcb::Event _readAhead;
+    std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> _handlers;
+    std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
+    std::unordered_map<xcb_atom_t, std::string> _names;
+    std::unordered_map<xcb_atom_t, ObserverList<const SelectionChange&>> _selectionHandlers;
+    ObserverList<const xcb_generic_event_t&> _childHandlers;
+    ObserverList<const xcb_generic_event_t&> _extensionHandlers;
+    ObserverList<const xcb_generic_event_t&> _everyHandlers;
+    std::function<bool(const xcb_key_press_event_t&)> _keyFilter;
+    xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
+    ClientWork _clientWork;
+    ObserverList<> _endHandlers;
+    Observation _watch;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

@@ -1,0 +1,31 @@
+#include "platform/x11/server/SelectionWatch.h"
+
+#include <utility>
+
+namespace vellumix::x11 {
+
+SelectionWatch::SelectionWatch(Connection& connection, const std::string& name) : _connection(connection) {
+    auto* const xcb = connection.xcb();
+    const auto atom = xcb::await<xcb_intern_atom_reply>(
+        xcb, xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.data()));
+    _selection = atom ? atom->atom : xcb_atom_t{XCB_ATOM_NONE};
+    _changes = connection.observeSelection(_selection, [this](const auto&) { readLater(); });
+    read();
+}
+
+void SelectionWatch::readLater() {
+    if (std::exchange(_isReading, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _isReading = false;
+        read();
+        _observers.notify();
+    }));
+}
+
+void SelectionWatch::read() {
+    const auto owner = xcb::await<xcb_get_selection_owner_reply>(
+        _connection.xcb(), xcb_get_selection_owner(_connection.xcb(), _selection));
+    _owner = owner ? owner->owner : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+}  // namespace vellumix::x11

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/ObserverList.h"
+#include "platform/x11/server/Connection.h"
+
+namespace vellumix::x11 {
+
+/// Who has a manager selection (ICCCM 2.0 section 2.8), by which a desktop's services announce themselves.
+class SelectionWatch {
+public:
+    SelectionWatch(Connection& connection, const std::string& name);
+    SelectionWatch(const SelectionWatch&) = delete;
+    SelectionWatch& operator=(const SelectionWatch&) = delete;
+
+    /// None where the service doesn't run.
+    xcb_window_t owner() const { return _owner; }
+    /// Several changes in a row are told as one.
+    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+
+private:
+    void readLater();
+    void read();
+
+    Connection& _connection;
+    xcb_atom_t _selection;
+    xcb_window_t _owner = XCB_WINDOW_NONE;
+    bool _isReading = false;
+    ObserverList<> _observers;
+    Observation _changes;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

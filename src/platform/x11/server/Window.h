@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/x11/server/Connection.h"
+
+namespace vellumix::x11 {
+
+/// A window that nobody sees: an address for selections and their properties, destroyed when this goes.
+class Window {
+public:
+    explicit Window(Connection& connection);
+    ~Window();
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    xcb_window_t id() const { return _id; }
+
+private:
+    Connection& _connection;
+    xcb_window_t _id;
+};
+
+}  // namespace vellumix::x11

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "platform/foundation/bytes/Data.h"
+#include "platform/foundation/observation/ObserverList.h"
+#include "platform/x11/server/Connection.h"
+#include "platform/x11/server/SelectionWatch.h"
+
+namespace vellumix::x11 {
+
+/// What the user has set for the whole desktop; absent where the desktop doesn't tell.
+struct DesktopSettings {
+    /// The family of the interface's font.
+    std::optional<std::string> fontFamily;
+    std::optional<std::string> iconTheme;
+    /// Dots an inch for text.
+    std::optional<double> dotsPerInch;
+    /// How many device pixels make up one of the desktop's own.
+    std::optional<int> scalingFactor;
+
+    friend bool operator==(const DesktopSettings&, const DesktopSettings&) = default;
+};
+
+/// The settings in an _XSETTINGS_SETTINGS value (XSETTINGS 0.5, "Format of the _XSETTINGS_SETTINGS
+/// property"). Any bytes whatever; what follows a malformed setting doesn't count.
+DesktopSettings settingsOfProperty(ByteView value);
+/// "Noto Sans Bold 11" gives "Noto Sans"; nothing when no family is named.
+std::optional<std::string> familyOfFontName(std::string_view name);
+/// The value of "Xft.dpi" among the resources of a display; nothing when it isn't there or isn't a number.
+std::optional<double> dotsPerInchOfResources(std::string_view resources);
+
+/// Follows the settings manager of the display, if there is one, and the display's resources. Main thread.
+class SettingsReader {
+public:
+    SettingsReader(Connection& connection, int screenNumber);
+    SettingsReader(const SettingsReader&) = delete;
+    SettingsReader& operator=(const SettingsReader&) = delete;
+
+    const DesktopSettings& settings() const { return _settings; }
+    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+
+private:
+    void followManager();
+    void read();
+
+    Connection& _connection;
+    SelectionWatch _manager;
+    DesktopSettings _settings;
+    ObserverList<> _observers;
+    Observation _managerChanges;
+    std::optional<Observation> _managerEvents;
+    std::optional<Observation> _rootEvents;
+};
+
+}  // namespace vellumix::x11

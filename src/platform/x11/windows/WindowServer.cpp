@@ -1,0 +1,187 @@
+#include "platform/x11/windows/WindowServer.h"
+
+#include <xcb/xcb_cursor.h>
+
+#include <cstring>
+
+#include "platform/x11/windows/ScreenWindow.h"
+
+namespace vellumix::x11 {
+
+namespace {
+
+int numberOfScreen(Connection& connection) {
+    int number = 0;
+    auto at = xcb_setup_roots_iterator(xcb_get_setup(connection.xcb()));
+    for (; at.rem > 1 && at.data->root != connection.root(); xcb_screen_next(&at)) ++number;
+    return number;
+}
+
+const xcb_screen_t& screenOf(Connection& connection) {
+    auto at = xcb_setup_roots_iterator(xcb_get_setup(connection.xcb()));
+    while (at.rem > 1 && at.data->root != connection.root()) xcb_screen_next(&at);
+    return *at.data;
+}
+
+const char* nameOf(Cursor cursor) {
+    switch (cursor) {
+        case Cursor::arrow:
+            return "default";
+        case Cursor::pointingHand:
+            return "pointer";
+        case Cursor::text:
+            return "text";
+        case Cursor::resizeHorizontal:
+            return "ew-resize";
+        case Cursor::resizeVertical:
+            return "ns-resize";
+        case Cursor::resizeDiagonalDown:
+            return "nwse-resize";
+        case Cursor::resizeDiagonalUp:
+            return "nesw-resize";
+    }
+    return "default";
+}
+
+}  // namespace
+
+WindowServer::WindowServer(Connection& connection)
+    : _connection(connection),
+      _screen(screenOf(connection)),
+      _screenNumber(numberOfScreen(connection)),
+      _plain{_screen.root_depth, _screen.root_visual, XCB_NONE},
+      _alpha(formatWithAlpha()),
+      _settings(connection, _screenNumber),
+      _screens(connection, _screen, _settings),
+      _compositor(connection, "_NET_WM_CM_S" + std::to_string(_screenNumber)),
+      _keys(connection, _screenNumber),
+      _pointer(connection, {.delegateOf = [this](xcb_window_t id) -> NSWindowDelegate* {
+                                const auto found = _windows.find(id);
+                                return found == _windows.end() ? nullptr : found->second->delegate();
+                            },
+                            .isOurs =
+                                [this](xcb_window_t id) {
+                                    for (const auto& [own, window] : _windows) {
+                                        if (own == id || window->frameWindow() == id) return true;
+                                    }
+                                    return false;
+                                },
+                            .scale = [this] { return _screens.scale(); }}) {
+    _compositorEvents = _compositor.observe([this] { redrawAll(); });
+    _screenEvents = _screens.observe([this] { redrawAll(); });
+    _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
+        if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY &&
+            xcb::as<xcb_property_notify_event_t>(event).atom == _connection.atoms().currentDesktop) {
+            _spaceObservers.notify();
+        }
+    });
+}
+
+WindowServer::~WindowServer() {
+    for (const auto& [name, cursor] : _cursors) xcb_free_cursor(_connection.xcb(), cursor);
+    if (_cursorContext) xcb_cursor_context_free(_cursorContext);
+    if (_alpha.colormap) xcb_free_colormap(_connection.xcb(), _alpha.colormap);
+}
+
+WindowServer::Format WindowServer::formatWithAlpha() const {
+    constexpr std::uint8_t depthWithAlpha = 32;
+    for (auto depth = xcb_screen_allowed_depths_iterator(&_screen); depth.rem > 0; xcb_depth_next(&depth)) {
+        if (depth.data->depth != depthWithAlpha) continue;
+        for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0;
+             xcb_visualtype_next(&visual)) {
+            const auto& one = *visual.data;
+            if (one._class != XCB_VISUAL_CLASS_TRUE_COLOR || one.red_mask != 0xFF0000) continue;
+            const auto colormap = xcb_generate_id(_connection.xcb());
+            xcb_create_colormap(_connection.xcb(), XCB_COLORMAP_ALLOC_NONE, colormap, _screen.root,
+                                one.visual_id);
+            return {depthWithAlpha, one.visual_id, colormap};
+        }
+    }
+    return _plain;
+}
+
+std::unique_ptr<NSWindow> WindowServer::makeWindow(const NSWindow::Options& options) {
+    return std::make_unique<ScreenWindow>(*this, options);
+}
+
+xcb_window_t WindowServer::activeWindow() const {
+    auto* const xcb = _connection.xcb();
+    const auto reply = xcb::await<xcb_get_property_reply>(
+        xcb, xcb_get_property(xcb, 0, _screen.root, _connection.atoms().activeWindow, XCB_ATOM_WINDOW, 0, 1));
+    xcb_window_t window = XCB_WINDOW_NONE;
+    if (reply && reply->format == 32 && reply->value_len == 1) {
+        std::memcpy(&window, xcb_get_property_value(reply.get()), sizeof window);
+    }
+    return window;
+}
+
+std::optional<NSScreen> WindowServer::mainScreen() const {
+    auto* const xcb = _connection.xcb();
+    if (const auto window = activeWindow(); window != XCB_WINDOW_NONE) {
+        const auto geometry = xcb_get_geometry(xcb, window);
+        const auto place = xcb_translate_coordinates(xcb, window, _screen.root, 0, 0);
+        const auto size = xcb::await<xcb_get_geometry_reply>(xcb, geometry);
+        const auto origin = xcb::await<xcb_translate_coordinates_reply>(xcb, place);
+        if (size && origin) {
+            const double scale = _screens.scale();
+            const auto screen = _screens.at(
+                {(origin->dst_x + size->width / 2.0) / scale, (origin->dst_y + size->height / 2.0) / scale});
+            if (screen) return screen;
+        }
+    }
+    if (const auto screen = _screens.at(mouseLocation())) return screen;
+    const auto& all = _screens.all();
+    return all.empty() ? std::nullopt : std::optional(all.front());
+}
+
+Point WindowServer::mouseLocation() const {
+    const auto at = _pointer.location();
+    return {at.x / _screens.scale(), at.y / _screens.scale()};
+}
+
+bool WindowServer::hasWindowManager() const {
+    auto* const xcb = _connection.xcb();
+    const auto root =
+        xcb::await<xcb_get_window_attributes_reply>(xcb, xcb_get_window_attributes(xcb, _screen.root));
+    // Only one program can have that (ICCCM 2.0 section 4.2); a property could be left of one that has gone.
+    return root && (root->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
+}
+
+Observation WindowServer::observeSessionResign(std::function<void()> observer) {
+    auto bySession = std::make_shared<Observation>(_session.observe(observer));
+    auto byLocker = std::make_shared<Observation>(_keys.observeLockers(std::move(observer)));
+    return Observation([bySession, byLocker] {
+        bySession->cancel();
+        byLocker->cancel();
+    });
+}
+
+xcb_cursor_t WindowServer::cursor(Cursor cursor) {
+    if (!_cursorContext &&
+        xcb_cursor_context_new(_connection.xcb(), const_cast<xcb_screen_t*>(&_screen), &_cursorContext) < 0) {
+        return XCB_NONE;
+    }
+    const auto known = _cursors.find(cursor);
+    if (known != _cursors.end()) return known->second;
+    return _cursors[cursor] = xcb_cursor_load_cursor(_cursorContext, nameOf(cursor));
+}
+
+void WindowServer::stackFloating(xcb_window_t below) {
+    for (const auto& [id, window] : _windows) {
+        if (!window->isFloating() || !window->isVisible()) continue;
+        if (below == XCB_WINDOW_NONE) {
+            const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
+            xcb_configure_window(_connection.xcb(), id, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+        } else {
+            const std::uint32_t values[] = {below, XCB_STACK_MODE_BELOW};
+            xcb_configure_window(_connection.xcb(), id,
+                                 XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, values);
+        }
+    }
+}
+
+void WindowServer::redrawAll() {
+    for (const auto& [id, window] : _windows) window->surroundingsChanged();
+}
+
+}  // namespace vellumix::x11

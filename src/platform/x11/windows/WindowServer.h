@@ -1,0 +1,98 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "platform/desktop/Window.h"
+#include "platform/linux/authentication/SessionWatch.h"
+#include "platform/x11/keys/KeyFocus.h"
+#include "platform/x11/server/SelectionWatch.h"
+#include "platform/x11/windows/DesktopSettings.h"
+#include "platform/x11/windows/Pointer.h"
+#include "platform/x11/windows/Screens.h"
+
+struct xcb_cursor_context_t;
+
+namespace vellumix::x11 {
+
+class ScreenWindow;
+
+/// The windows and monitors of an X11 display. Main thread.
+class WindowServer final : public vellumix::WindowServer {
+public:
+    /// What the pixels of a window are on the display.
+    struct Format {
+        std::uint8_t depth = 0;
+        xcb_visualid_t visual = 0;
+        /// None for that of the root.
+        xcb_colormap_t colormap = XCB_NONE;
+    };
+
+    explicit WindowServer(Connection& connection);
+    ~WindowServer() override;
+    WindowServer(const WindowServer&) = delete;
+    WindowServer& operator=(const WindowServer&) = delete;
+
+    std::unique_ptr<NSWindow> makeWindow(const NSWindow::Options& options) override;
+    std::vector<NSScreen> screens() const override { return _screens.all(); }
+    std::optional<NSScreen> mainScreen() const override;
+    Point mouseLocation() const override;
+    Observation observeScreenParameters(std::function<void()> observer) override {
+        return _screens.observe(std::move(observer));
+    }
+    Observation observeActiveSpace(std::function<void()> observer) override {
+        return _spaceObservers.add(std::move(observer));
+    }
+    Observation observeSessionResign(std::function<void()> observer) override;
+    Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override {
+        return _pointer.observePressElsewhere(std::move(handler));
+    }
+    Observation addGlobalMonitorForMouseUp(std::function<void()> handler) override {
+        return _pointer.observeRelease(std::move(handler));
+    }
+
+    /// What the desktop says of fonts and icons.
+    const DesktopSettings& settings() const { return _settings.settings(); }
+    const xcb_screen_t& screen() const { return _screen; }
+    int screenNumber() const { return _screenNumber; }
+    /// Device pixels a point.
+    double scale() const { return _screens.scale(); }
+    /// Whether a window of the program keeps the keys from all others.
+    bool hasKeyboard() const { return _keys.hasKeyboard(); }
+
+private:
+    friend class ScreenWindow;
+
+    Format formatWithAlpha() const;
+    bool hasCompositor() const { return _compositor.owner() != XCB_WINDOW_NONE; }
+    bool hasWindowManager() const;
+    xcb_window_t activeWindow() const;
+    /// Owned by the server.
+    xcb_cursor_t cursor(Cursor cursor);
+    void redrawAll();
+    /// Window managers stack their windows without regard to those that they don't know: panels and menus
+    /// stand right below that sibling from now on, or above everything without one.
+    void stackFloating(xcb_window_t below);
+
+    Connection& _connection;
+    const xcb_screen_t& _screen;
+    int _screenNumber;
+    Format _plain;
+    Format _alpha;
+    SettingsReader _settings;
+    Screens _screens;
+    SelectionWatch _compositor;
+    KeyFocus _keys;
+    Pointer _pointer;
+    std::map<xcb_window_t, ScreenWindow*> _windows;
+    xcb_cursor_context_t* _cursorContext = nullptr;
+    std::map<Cursor, xcb_cursor_t> _cursors;
+    ObserverList<> _spaceObservers;
+    linux_desktop::SessionWatch _session;
+    Observation _compositorEvents;
+    Observation _screenEvents;
+    std::optional<Observation> _rootEvents;
+};
+
+}  // namespace vellumix::x11

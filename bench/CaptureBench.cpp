@@ -63,29 +63,11 @@ public:
             std::exit(1);
         }
         _pasteboard = std::make_unique<x11::Pasteboard>(*_connection);
-        _scope = std::make_unique<platform::Scope>(Platform{
-            .runLoop = _runLoop,
-            .log = _desktop.log,
-            .files = _desktop.files,
-            .pasteboard = *_pasteboard,
-            .workspace = _desktop.workspace,
-            .keychain = _desktop.keychain,
-            .authentication = _desktop.authentication,
-            .images = _images,
-            .alerts = _desktop.alerts,
-            .notifications = _desktop.notifications,
-            .statusBar = _desktop.statusBar,
-            .windows = _desktop.windows,
-            .imageDecoder = _desktop.imageDecoder,
-            .fileIcons = _desktop.fileIcons,
-            .sharing = _desktop.sharing,
-            .hotkeys = _desktop.hotkeys,
-            .syntheticKeys = _desktop.syntheticKeys,
-            .applicationSupportDirectories = {"/data"},
-            .temporaryDirectory = "/tmp",
-            .defaultsPath = "/settings.plist",
-            .preferredLanguages = {},
-        });
+        auto platform = _desktop.platform();
+        platform.runLoop = &_runLoop;
+        platform.pasteboard = _pasteboard.get();
+        platform.images = &_images;
+        _scope = std::make_unique<platform::Scope>(std::move(platform));
         _store = std::make_unique<Store>();
         _watcher = std::make_unique<PasteboardWatcher>(*_store);
         _watcher->start();

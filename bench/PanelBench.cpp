@@ -13,11 +13,11 @@
 #include "bench/PanelList.h"
 #include "core/history/HistorySearch.h"
 #include "core/history/Store.h"
+#include "gallery/GallerySamples.h"
 #include "platform/foundation/loop/RunLoop.h"
 #include "platform/headless/Desktop.h"
 #include "platform/view/values/Views.h"
 #include "platform/view/windows/HostingView.h"
-#include "views/GallerySamples.h"
 #include "views/controls/Looks.h"
 #include "views/list/ClipboardListView.h"
 
@@ -228,7 +228,10 @@ int main() {
     headless::Desktop desktop;
     SampleImageDecoder images;
     SampleFileIcons icons;
-    const platform::Scope scope(withSamplePictures(desktop.platform(), images, icons));
+    auto platform = desktop.platform();
+    platform.imageDecoder = &images;
+    platform.fileIcons = &icons;
+    const platform::Scope scope(std::move(platform));
 
     const auto mixed = mixedHistory();
     for (const double scale : {1.0, 2.0}) {

@@ -7,7 +7,7 @@
 namespace vellumix {
 
 HotKey::HotKey(std::function<void()> handler) : _handler(std::move(handler)) {
-    _eventHandlerRef = platform::current().hotkeys.InstallEventHandler([this] {
+    _eventHandlerRef = platform::current().hotkeys->InstallEventHandler([this] {
         if (_handler) _handler();
     });
 }
@@ -20,7 +20,7 @@ HotKey::~HotKey() {
 std::unique_ptr<HotKey> HotKey::make(std::uint32_t keyCode, std::uint32_t modifiers,
                                      std::function<void()> handler) {
     std::unique_ptr<HotKey> hotKey(new HotKey(std::move(handler)));
-    hotKey->_hotKeyRef = platform::current().hotkeys.RegisterEventHotKey(keyCode, modifiers);
+    hotKey->_hotKeyRef = platform::current().hotkeys->RegisterEventHotKey(keyCode, modifiers);
     return hotKey->_hotKeyRef ? std::move(hotKey) : nullptr;
 }
 
@@ -30,6 +30,8 @@ bool GlobalHotkeyManager::registerHotKey(const Shortcut& shortcut, std::function
     return _hotKey != nullptr;
 }
 
-bool GlobalHotkeyManager::hasHotKey() const { return _hotKey && platform::current().hotkeys.hasAllHotKeys(); }
+bool GlobalHotkeyManager::hasHotKey() const {
+    return _hotKey && platform::current().hotkeys->hasAllHotKeys();
+}
 
 }  // namespace vellumix

@@ -24,7 +24,7 @@ constexpr KeyChord commandV{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
 /// False where there was nothing to write.
 bool write(const ClipboardItem& item) {
     auto& platform = platform::current();
-    auto& pasteboard = platform.pasteboard;
+    auto& pasteboard = *platform.pasteboard;
     switch (item.kind) {
         case ClipboardItem::Kind::text:
         case ClipboardItem::Kind::link:
@@ -34,7 +34,7 @@ bool write(const ClipboardItem& item) {
             return true;
         case ClipboardItem::Kind::image: {
             const auto image = item.imageData();
-            const auto whole = image ? platform.images.pngRepresentation(*image) : std::nullopt;
+            const auto whole = image ? platform.images->pngRepresentation(*image) : std::nullopt;
             if (!whole) return false;
             pasteboard.clearContents();
             return pasteboard.writeImage(*whole);
@@ -56,7 +56,7 @@ bool write(const ClipboardItem& item) {
 void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplication>& target) {
     auto& platform = platform::current();
     writeToPasteboard(item);
-    if (!platform.syntheticKeys.AXIsProcessTrustedWithOptions(true)) {
+    if (!platform.syntheticKeys->AXIsProcessTrustedWithOptions(true)) {
         NotificationCenter::defaultCenter().post("AutoPasteFailed");
         return;
     }
@@ -64,8 +64,8 @@ void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplic
         onMainAfter(settlingSeconds, [item] { postPasteKeystroke(item); });
         return;
     }
-    platform.workspace.activate(*target);
-    const auto deadline = platform.runLoop.uptime() + activationSeconds;
+    platform.workspace->activate(*target);
+    const auto deadline = platform.runLoop->uptime() + activationSeconds;
     onMainAfter(pollSeconds, [item, deadline, target = *target] {
         waitForFrontmost(
             target, [item] { postPasteKeystroke(item); }, deadline, pollSeconds);
@@ -75,16 +75,16 @@ void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplic
 void waitForFrontmost(const NSRunningApplication& application, std::function<void()> action, double deadline,
                       double interval) {
     const auto& platform = platform::current();
-    const auto front = platform.workspace.frontmostApplication();
+    const auto front = platform.workspace->frontmostApplication();
     const bool isInFront = front && front->processIdentifier == application.processIdentifier &&
                            (front->processIdentifier != 0 || front->window == application.window);
-    if (isInFront || platform.runLoop.uptime() > deadline) return action();
+    if (isInFront || platform.runLoop->uptime() > deadline) return action();
     onMainAfter(interval, [application, action = std::move(action), deadline, interval] {
         waitForFrontmost(application, action, deadline, interval);
     });
 }
 
-void postPasteKeystroke(const ClipboardItem&) { platform::current().syntheticKeys.CGEventPost(commandV); }
+void postPasteKeystroke(const ClipboardItem&) { platform::current().syntheticKeys->CGEventPost(commandV); }
 
 void writeToPasteboard(const ClipboardItem& item) {
     if (!write(item)) return;

@@ -29,7 +29,7 @@ Status statusOf(bool isSuccess, const std::optional<LAError>& error) {
 }  // namespace
 
 void AuthenticationManager::authenticate(const std::string& reason, Completion completion) {
-    const std::shared_ptr<LAContext> context = platform::current().authentication.makeContext();
+    const std::shared_ptr<LAContext> context = platform::current().authentication->makeContext();
     context->localizedCancelTitle = localized("cancel");
     context->localizedFallbackTitle = localized("auth.enterPassword");
     std::optional<LAError> refusal;
@@ -48,6 +48,6 @@ void AuthenticationManager::authenticate(const std::string& reason, Completion c
         });
 }
 
-void AuthenticationManager::breakOff() { platform::current().authentication.cancelAll(); }
+void AuthenticationManager::breakOff() { platform::current().authentication->cancelAll(); }
 
 }  // namespace vellumix

@@ -98,7 +98,7 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
 }
 
 void AppDelegate::pasteAndClose(const ClipboardItem& item) {
-    const auto target = previousApp ? previousApp : platform::current().workspace.frontmostApplication();
+    const auto target = previousApp ? previousApp : platform::current().workspace->frontmostApplication();
     if (_statusBar) _statusBar->hideImmediately();
     previousApp.reset();
     onMainAfter(deliverySeconds, [item, target] { deliverPaste(item, target); });
@@ -119,11 +119,11 @@ void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelOpen() ? hide
 
 void AppDelegate::showPanel() {
     if (!_statusBar || _statusBar->isPanelOpen()) return;
-    previousApp = platform::current().workspace.frontmostApplication();
+    previousApp = platform::current().workspace->frontmostApplication();
     _statusBar->show();
     if (!previousApp) return;
     onMainAfter(reactivationSeconds,
-                [application = *previousApp] { platform::current().workspace.activate(application); });
+                [application = *previousApp] { platform::current().workspace->activate(application); });
 }
 
 void AppDelegate::hidePanel() {

@@ -30,10 +30,6 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             line.command = Command::quit;
         } else if (word == showWord) {
             line.showsPanel = true;
-        } else if (word == "gallery") {
-            line.command = Command::gallery;
-        } else if (line.command == Command::gallery && line.folder.empty()) {
-            line.folder = word;
         } else if (word == "--json") {
             line.json = true;
         } else if (word == "--platform=headless") {
@@ -48,7 +44,6 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
     if (line.showsPanel && isOther) line.error = localized("command.goesAlone", showWord);
     if (line.resetsOnboarding && isOther) line.error = localized("command.goesAlone", resetWord);
     if (line.json && line.command != Command::status) line.error = localized("command.onlyWithStatus");
-    if (line.command == Command::gallery && line.folder.empty()) line.error = localized("command.noFolder");
     return line;
 }
 

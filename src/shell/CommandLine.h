@@ -16,8 +16,6 @@ struct CommandLine {
         quit,
         help,
         version,
-        /// Paints the views into the files of `folder`, for those who work on them.
-        gallery,
     };
     enum class PlatformChoice { desktop, headless };
 
@@ -27,8 +25,6 @@ struct CommandLine {
     bool json = false;
     /// With `run`: open the panel as soon as the program is up.
     bool showsPanel = false;
-    /// With `gallery`: the folder, which is there already.
-    std::string folder;
     /// With `run`: forget that the introduction has been shown.
     bool resetsOnboarding = false;
     /// Why the words can't be followed, in the user's language; empty when they can.

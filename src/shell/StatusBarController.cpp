@@ -37,7 +37,7 @@ double fraction(double origin, double roomBegin, double freeRoom) {
 }
 
 std::optional<NSScreen> mainOrFirstScreen() {
-    const auto& windows = platform::current().windows;
+    const auto& windows = *platform::current().windows;
     if (const auto main = windows.mainScreen()) return main;
     const auto screens = windows.screens();
     return screens.empty() ? std::nullopt : std::optional(screens.front());
@@ -52,7 +52,7 @@ void takeLength(double shown, double& wanted, double& cutOff) {
 
 /// Whether monitors show the whole of the rectangle, and none of them does so alone.
 bool spansMonitors(const Rect& rect) {
-    const auto screens = platform::current().windows.screens();
+    const auto screens = platform::current().windows->screens();
     std::set<double> columns{rect.minX(), rect.maxX()};
     std::set<double> rows{rect.minY(), rect.maxY()};
     for (const auto& screen : screens) {
@@ -83,7 +83,7 @@ bool spansMonitors(const Rect& rect) {
 }  // namespace
 
 StatusBarController::StatusBarController(Store& store, AppDelegate& application)
-    : _store(store), _application(application), _statusItem(platform::current().statusBar.makeStatusItem()) {
+    : _store(store), _application(application), _statusItem(platform::current().statusBar->makeStatusItem()) {
     restoreFromDefaults();
     showTexts();
     _statusItem->setAction(_lifetime.weakly([this] { toggleFromStatusItem(); }));
@@ -91,7 +91,7 @@ StatusBarController::StatusBarController(Store& store, AppDelegate& application)
 
     // A later turn of the loop, so that whoever caused it is done with it.
     const auto hideLater = [this] { onMain(_lifetime.weakly([this] { hide(); })); };
-    auto& windows = platform::current().windows;
+    auto& windows = *platform::current().windows;
     _workspaceObserver = windows.observeActiveSpace(hideLater);
     _screenParamObserver = windows.observeScreenParameters(hideLater);
     // At once: while the panel has the keyboard, the screen can't be locked.

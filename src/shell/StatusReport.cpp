@@ -141,7 +141,7 @@ std::string statusReport(AppDelegate& application) {
     writer.key("saveFailed");
     writer.boolean(application.store().saveFailed().get());
     writer.key("keychain");
-    writer.string(platform::current().keychain.description());
+    writer.string(platform::current().keychain->description());
     writer.key("panel");
     const auto* statusBar = application.statusBar();
     writer.string(statusBar && statusBar->isPanelVisible() ? "visible" : "hidden");

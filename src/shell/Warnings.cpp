@@ -12,7 +12,7 @@ namespace vellumix {
 
 namespace {
 
-void tell(const std::string& text) { platform::current().notifications.show(localized("app.name"), text); }
+void tell(const std::string& text) { platform::current().notifications->show(localized("app.name"), text); }
 
 void tellOnce(bool isSo, bool& hasTold, const char* key) {
     if (!std::exchange(hasTold, isSo) && isSo) tell(localized(key));

@@ -78,30 +78,11 @@ constexpr int never = 1 << 30;
 /// A headless desktop over other files.
 Platform over(headless::Desktop& desktop, FileSystem& files, const std::string& folder) {
     auto platform = desktop.platform();
-    return Platform{
-        .runLoop = platform.runLoop,
-        .log = platform.log,
-        .files = files,
-        .pasteboard = platform.pasteboard,
-        .workspace = platform.workspace,
-        .keychain = platform.keychain,
-        .authentication = platform.authentication,
-        .images = platform.images,
-        .alerts = platform.alerts,
-        .notifications = platform.notifications,
-        .statusBar = platform.statusBar,
-        .windows = platform.windows,
-        .imageDecoder = platform.imageDecoder,
-        .fileIcons = platform.fileIcons,
-        .sharing = platform.sharing,
-        .hotkeys = platform.hotkeys,
-        .syntheticKeys = platform.syntheticKeys,
-        .applicationSupportDirectories = {folder},
-        .temporaryDirectory = folder,
-        .defaultsPath = folder + "/settings.plist",
-        .preferredLanguages = {},
-        .fontFamilies = {},
-    };
+    platform.files = &files;
+    platform.applicationSupportDirectories = {folder};
+    platform.temporaryDirectory = folder;
+    platform.defaultsPath = folder + "/settings.plist";
+    return platform;
 }
 
 constexpr const char* folder = "/data";

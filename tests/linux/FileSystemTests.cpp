@@ -17,6 +17,7 @@
 #include "platform/linux/files/PosixFileSystem.h"
 #include "platform/linux/files/ReadAhead.h"
 #include "platform/linux/process/InstanceLock.h"
+#include "platform/linux/process/Locale.h"
 #include "platform/linux/process/SystemLog.h"
 
 namespace vellumix::linux_desktop {
@@ -313,6 +314,26 @@ TEST_F(FileSystemTest, OneProcessHoldsTheDataFolder) {
     EXPECT_EQ(second.take(files, data), InstanceLock::Outcome::taken);
     std::ofstream(path("file"));
     EXPECT_EQ(first.take(files, path("file")), InstanceLock::Outcome::failed);
+}
+
+TEST(LocaleTest, TheLanguagesAreThoseThatTheEnvironmentAsksFor) {
+    const std::vector<std::pair<std::map<std::string, std::string>, std::vector<std::string>>> rows{
+        {{}, {}},
+        {{{"LANG", "pt_BR.UTF-8"}}, {"pt_BR.UTF-8"}},
+        {{{"LANG", "pt_BR.UTF-8"}, {"LC_MESSAGES", "es_ES"}}, {"es_ES"}},
+        {{{"LC_MESSAGES", "es_ES"}, {"LC_ALL", "C"}}, {}},
+        {{{"LC_MESSAGES", "es_ES"}, {"LC_ALL", ""}}, {"es_ES"}},
+        {{{"LANG", "de_DE"}, {"LANGUAGE", ":es::en"}}, {"es", "en", "de_DE"}},
+        // A person who asked for no translation gets none, whatever else is set.
+        {{{"LANG", "POSIX"}, {"LANGUAGE", "es"}}, {}},
+    };
+    for (const auto& [environment, expected] : rows) {
+        const auto languages = preferredLanguages([&](const char* name) {
+            const auto found = environment.find(name);
+            return found == environment.end() ? nullptr : found->second.c_str();
+        });
+        EXPECT_EQ(languages, expected);
+    }
 }
 
 TEST(PathsTest, FollowTheBaseDirectories) {

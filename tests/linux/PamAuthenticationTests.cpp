@@ -99,8 +99,8 @@ protected:
     GLibRunLoop loop;
     Person person;
     PamAuthentication service{{.makePrompt =
-                                   [this](AuthenticationPrompt::Setting setting) {
-                                       person.cancel = setting.onCancel;
+                                   [this](AuthenticationPrompt::Request request) {
+                                       person.cancel = request.onCancel;
                                        return std::make_unique<ScriptedPrompt>(person);
                                    },
                                .serviceFolder = folder.path(),

@@ -6,7 +6,7 @@
 
 #include "linux/PrivateSession.h"
 #include "platform/linux/bus/ControlInterface.h"
-#include "platform/linux/bus/RunningInstance.h"
+#include "platform/linux/bus/SessionInstance.h"
 #include "platform/linux/bus/SessionService.h"
 #include "platform/linux/loop/GLibRunLoop.h"
 
@@ -14,8 +14,8 @@ namespace vellumix::linux_desktop {
 namespace {
 
 using Outcome = SessionService::Outcome;
-using PanelRequest = RunningInstance::PanelRequest;
-using Presence = RunningInstance::Presence;
+using PanelRequest = SessionInstance::PanelRequest;
+using Presence = SessionInstance::Presence;
 
 class SessionServiceTest : public testing::Test {
 protected:
@@ -37,13 +37,13 @@ protected:
 };
 
 TEST_F(SessionServiceTest, AnswersOthersAndEndsOnRequest) {
-    EXPECT_EQ(RunningInstance().presence(), Presence::notRunning);
-    EXPECT_FALSE(RunningInstance().status());
-    EXPECT_FALSE(RunningInstance().quit());
+    EXPECT_EQ(SessionInstance().presence(), Presence::notRunning);
+    EXPECT_FALSE(SessionInstance().status());
+    EXPECT_FALSE(SessionInstance().quit());
 
     auto claim = SessionService::claim(loop);
     ASSERT_EQ(claim.outcome, Outcome::owner);
-    EXPECT_FALSE(beside([] { return RunningInstance().status(); })) << "before the handlers";
+    EXPECT_FALSE(beside([] { return SessionInstance().status(); })) << "before the handlers";
     std::string asked;
     claim.service->setHandlers({
         .status = [] { return std::string(R"({"pinned":2})"); },
@@ -52,9 +52,9 @@ TEST_F(SessionServiceTest, AnswersOthersAndEndsOnRequest) {
         .show = [&] { asked += "show "; },
         .hide = [&] { asked += "hide "; },
     });
-    EXPECT_EQ(beside([] { return RunningInstance().status(); }), R"({"pinned":2})");
+    EXPECT_EQ(beside([] { return SessionInstance().status(); }), R"({"pinned":2})");
     for (const auto request : {PanelRequest::hide, PanelRequest::show, PanelRequest::toggle}) {
-        EXPECT_TRUE(beside([&] { return RunningInstance().ask(request); }));
+        EXPECT_TRUE(beside([&] { return SessionInstance().ask(request); }));
     }
     EXPECT_EQ(asked, "hide show toggle ");
 
@@ -62,9 +62,9 @@ TEST_F(SessionServiceTest, AnswersOthersAndEndsOnRequest) {
     EXPECT_EQ(second.outcome, Outcome::otherOwns);
     EXPECT_FALSE(second.service);
 
-    EXPECT_TRUE(beside([] { return RunningInstance().quit(); }));
+    EXPECT_TRUE(beside([] { return SessionInstance().quit(); }));
     EXPECT_FALSE(claim.service);
-    EXPECT_EQ(RunningInstance().presence(), Presence::notRunning);
+    EXPECT_EQ(SessionInstance().presence(), Presence::notRunning);
     EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::owner) << "the name is free again";
 }
 
@@ -101,7 +101,7 @@ TEST_F(SessionServiceTest, AFloodOfCallsHoldsUpNeitherTheLoopNorAnotherCaller) {
     loop.post([&] { loop.post([&] { loop.post([&] { servedMeanwhile = served; }); }); });
     loop.runUntil([&] { return servedMeanwhile >= 0; });
     EXPECT_LE(servedMeanwhile, 2);
-    EXPECT_TRUE(beside([] { return RunningInstance().status(); }));
+    EXPECT_TRUE(beside([] { return SessionInstance().status(); }));
     EXPECT_LE(served, mostWaiting + 1);
 }
 
@@ -114,15 +114,15 @@ TEST_F(SessionServiceTest, LosingTheBusEndsNothing) {
     loop.runUntil([&] { return isPast; });
     claim.service.reset();
     EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::noBus);
-    EXPECT_EQ(RunningInstance().presence(), Presence::noBus);
+    EXPECT_EQ(SessionInstance().presence(), Presence::unknown);
 }
 
 TEST(SessionServiceWithoutBus, SaysSo) {
     PrivateSession session(PrivateSession::Bus::absent);
     GLibRunLoop loop;
     EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::noBus);
-    EXPECT_EQ(RunningInstance().presence(), Presence::noBus);
-    EXPECT_FALSE(RunningInstance().status());
+    EXPECT_EQ(SessionInstance().presence(), Presence::unknown);
+    EXPECT_FALSE(SessionInstance().status());
     const ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
     EXPECT_EQ(SessionService::claim(loop).outcome, Outcome::noBus);
 }

@@ -218,7 +218,7 @@ TEST(CommandLine, Words) {
     EXPECT_EQ(CommandLine::parse({"--platform=headless"}).platform, CommandLine::PlatformChoice::headless);
     EXPECT_NE(CommandLine::parse({"--json"}).error, "");
     for (const auto& wrong : std::vector<std::vector<std::string>>{
-             {"stauts"}, {"toggle", "--show"}, {"toggle", "-resetOnboarding"}, {"gallery"}}) {
+             {"stauts"}, {"toggle", "--show"}, {"toggle", "-resetOnboarding"}}) {
         EXPECT_NE(CommandLine::parse(wrong).error, "") << wrong.front();
     }
 }

@@ -186,7 +186,8 @@ protected:
                                    .cancelTitle = "Cancel",
                                    .confirmTitle = "Confirm",
                                    .onCancel = [&] { isCancelled = true; }});
-            prompt.ask("Password:", true, [&](SecretText answer) { given = answer.view(); });
+            prompt.ask("Password:", PasswordPrompt::Echo::off,
+                       [&](SecretText answer) { given = answer.view(); });
             desktop.runLoop.advance(0.1);
             const std::string word = any(2) ? "right" : "wrong";
             for (const char letter : word) key({.text = std::string(1, letter)});

@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <sstream>
 
+#include "gallery/Gallery.h"
 #include "shell/settings/LanguageManager.h"
 #include "support/HeadlessTest.h"
 #include "view/TreeUnderTest.h"
-#include "views/Gallery.h"
 
 namespace vellumix {
 namespace {

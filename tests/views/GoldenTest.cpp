@@ -5,12 +5,12 @@
 #include <filesystem>
 #include <ostream>
 
+#include "gallery/Gallery.h"
+#include "gallery/GallerySamples.h"
 #include "platform/view/paint/PangoTextSetter.h"
 #include "shell/settings/LanguageManager.h"
 #include "shell/settings/ThemeManager.h"
 #include "support/HeadlessTest.h"
-#include "views/Gallery.h"
-#include "views/GallerySamples.h"
 
 namespace vellumix {
 namespace {
@@ -71,7 +71,10 @@ TEST_P(GoldenTest, LooksAsItDid) {
     headless::Desktop desktop;
     SampleImageDecoder images;
     SampleFileIcons icons;
-    const platform::Scope scope(withSamplePictures(desktop.platform(), images, icons));
+    auto platform = desktop.platform();
+    platform.imageDecoder = &images;
+    platform.fileIcons = &icons;
+    const platform::Scope scope(std::move(platform));
     ThemeManager::shared().currentTheme.set(GetParam().theme);
     LanguageManager::shared().currentLanguage.set(GetParam().language);
     const auto sheets = gallerySheets();

@@ -11,7 +11,7 @@ class PasswordPromptTest : public HeadlessTest {
 protected:
     PasswordPromptTest() {
         view::Renderer::shared().setTexts(view::fixedTextSetter());
-        prompt = std::make_unique<PasswordPrompt>(PasswordPrompt::Setting{
+        prompt = std::make_unique<PasswordPrompt>(PasswordPrompt::Request{
             .reason = "To see it.", .cancelTitle = "Cancel", .confirmTitle = "Confirm", .onCancel = [this] {
                 prompt.reset();
             }});
@@ -25,8 +25,8 @@ protected:
         window().delegate()->keyPressed({.key = Key::enter, .text = {}});
         desktop.runLoop.advance(0.1);
     }
-    void ask(bool isSecret = true) {
-        prompt->ask("Password:", isSecret, [this](SecretText given) { answers.emplace_back(given.view()); });
+    void ask(PasswordPrompt::Echo echo = PasswordPrompt::Echo::off) {
+        prompt->ask("Password:", echo, [this](SecretText given) { answers.emplace_back(given.view()); });
     }
 
     std::unique_ptr<PasswordPrompt> prompt;
@@ -39,7 +39,7 @@ TEST_F(PasswordPromptTest, EachQuestionGetsTheAnswerThatWasTypedForIt) {
     type("first");
     type("too late");
     EXPECT_EQ(answers, std::vector<std::string>{"first"}) << "no question is open";
-    ask(false);
+    ask(PasswordPrompt::Echo::on);
     type("2nd");
     EXPECT_EQ(answers, (std::vector<std::string>{"first", "2nd"})) << "nothing of what came between";
 }
@@ -58,7 +58,7 @@ TEST_F(PasswordPromptTest, WhatIsTypedWhileAnAnswerIsLookedAtIsTheNextTry) {
 TEST_F(PasswordPromptTest, ASecretIsFoundNowhereOnceItIsAnswered) {
     const std::vector<std::string> letters{"Z", "q", "7", "#", "K", "w", "u", "'"};
     SecretText answer;
-    prompt->ask("Password:", true, [&](SecretText given) { answer = std::move(given); });
+    prompt->ask("Password:", PasswordPrompt::Echo::off, [&](SecretText given) { answer = std::move(given); });
     desktop.runLoop.advance(0.1);
     for (const auto& letter : letters) {
         window().delegate()->keyPressed({.text = letter});

@@ -41,7 +41,7 @@ const std::set<std::string_view>& markerTypes() {
 }
 
 bool isFrontExcluded() {
-    const auto application = platform::current().workspace.frontmostApplication();
+    const auto application = platform::current().workspace->frontmostApplication();
     return application && application->bundleIdentifier &&
            ExclusionSettings::shared().excludedBundleIds->contains(*application->bundleIdentifier);
 }
@@ -65,7 +65,7 @@ std::optional<RefusalReason> excessOf(const ClipboardItem& item, const Store& st
 }  // namespace
 
 PasteboardWatcher::PasteboardWatcher(Store& store)
-    : _pb(platform::current().pasteboard), _changeCount(_pb.changeCount()), _store(store) {
+    : _pb(*platform::current().pasteboard), _changeCount(_pb.changeCount()), _store(store) {
     latest().watcher = this;
 }
 
@@ -153,7 +153,7 @@ Task PasteboardWatcher::captureImage(Data encoded) {
         item._imageData = std::move(*png);
         record(std::move(item), change);
     });
-    auto conversion = [&images = platform::current().images, encoded = std::move(encoded)] {
+    auto conversion = [&images = *platform::current().images, encoded = std::move(encoded)] {
         return images.pngRepresentation(encoded);
     };
     auto png = co_await inBackground(std::move(conversion));

@@ -67,7 +67,7 @@ bool AutoCleanScheduler::userConsents() {
         .buttons = {localized("cancel"), localized("clear")},
     };
     _isAsking = true;
-    const auto answer = platform::current().alerts.runModal(alert);
+    const auto answer = platform::current().alerts->runModal(alert);
     _isAsking = false;
     return answer == NSAlert::firstButtonReturn + 1;
 }

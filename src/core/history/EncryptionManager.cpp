@@ -19,7 +19,7 @@ KeychainItem keyItem() { return {EncryptionManager::keychainService, EncryptionM
 EncryptionManager& EncryptionManager::shared() { return SharedInstances::current().get<EncryptionManager>(); }
 
 EncryptionManager::LoadedKey EncryptionManager::loadKeyFromKeychain() {
-    auto match = platform::current().keychain.SecItemCopyMatching(keyItem());
+    auto match = platform::current().keychain->SecItemCopyMatching(keyItem());
     LoadedKey loaded{std::nullopt, match.status};
     if (match.status == errSecItemNotFound) return loaded;
     if (match.status == errSecSuccess && match.data) loaded.key = SymmetricKey::fromRaw(*match.data);
@@ -29,7 +29,7 @@ EncryptionManager::LoadedKey EncryptionManager::loadKeyFromKeychain() {
 }
 
 bool EncryptionManager::saveKeyToKeychain(const SymmetricKey& key) {
-    auto& keychain = platform::current().keychain;
+    auto& keychain = *platform::current().keychain;
     const auto deleted = keychain.SecItemDelete(keyItem());
     if (deleted != errSecSuccess && deleted != errSecItemNotFound) {
         log.error("saveKeyToKeychain: delete returned " + std::to_string(deleted));

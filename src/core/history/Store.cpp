@@ -17,7 +17,7 @@ URL defaultURL() {
     const auto& platform = platform::current();
     const auto& folders = platform.applicationSupportDirectories;
     const auto folder = (folders.empty() ? platform.temporaryDirectory : folders.front()) + "/Vellumix";
-    platform.files.makeFolder(folder);
+    platform.files->makeFolder(folder);
     return URL::file(folder + "/history.json");
 }
 
@@ -30,7 +30,7 @@ bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked;
 Store::Store(std::optional<URL> url, std::size_t sizeLimit)
     : _url(url ? std::move(*url) : defaultURL()),
       _sizeLimit(sizeLimit),
-      _file(std::make_shared<KeptFile>(platform::current().files, _url.path(),
+      _file(std::make_shared<KeptFile>(*platform::current().files, _url.path(),
                                        KeptFile::Nature{"Store", "history", bounds::historyFile})),
       _saveQueue(RunLoop::main().serialQueue(saveQueueLabel)) {
     load();

@@ -38,7 +38,7 @@ void ThumbnailCache::order(const std::string& key, ImageDecoder::PixelSize box, 
     const int number = ++_orders;
     _pending[key] = number;
     queue->asyncAfter(0,
-                      [box, encoded = source().value_or(Data()), decoder = &platform::current().imageDecoder,
+                      [box, encoded = source().value_or(Data()), decoder = platform::current().imageDecoder,
                        arrived = _lifetime.weakly([this, key, number](auto facts, auto bitmap) {
                            arrive(key, number, std::move(facts), std::move(bitmap));
                        })] {

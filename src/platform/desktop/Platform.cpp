@@ -15,10 +15,10 @@ Platform& current() { return *installed; }
 Scope::Scope(Platform platform)
     : _platform(std::move(platform)),
       _outerPlatform(std::exchange(installed, &_platform)),
-      _outerLoop(RunLoop::install(&_platform.runLoop)),
-      _outerLog(Log::install(&_platform.log)),
+      _outerLoop(RunLoop::install(_platform.runLoop)),
+      _outerLog(Log::install(_platform.log)),
       _outerInstances(SharedInstances::install(&_instances)),
-      _defaults(_platform.files, _platform.defaultsPath),
+      _defaults(*_platform.files, _platform.defaultsPath),
       _outerDefaults(UserDefaults::install(&_defaults)) {
     Localization::current().preferredLanguages = _platform.preferredLanguages;
 }

@@ -25,25 +25,26 @@
 
 namespace vellumix {
 
-/// Everything that the program takes from a desktop. A backend fills it in; the services outlive it.
+/// Everything that the program takes from a desktop: plain, so that it can be filled in parts and changed
+/// field by field. Once it is in force every service is there, and outlives it.
 struct Platform {
-    RunLoop& runLoop;
-    LogSink& log;
-    FileSystem& files;
-    NSPasteboard& pasteboard;
-    NSWorkspace& workspace;
-    Keychain& keychain;
-    LocalAuthentication& authentication;
-    NSBitmapImageRep& images;
-    Alerts& alerts;
-    UserNotifications& notifications;
-    NSStatusBar& statusBar;
-    WindowServer& windows;
-    ImageDecoder& imageDecoder;
-    FileIcons& fileIcons;
-    SharingServices& sharing;
-    Hotkeys& hotkeys;
-    SyntheticKeys& syntheticKeys;
+    RunLoop* runLoop = nullptr;
+    LogSink* log = nullptr;
+    FileSystem* files = nullptr;
+    NSPasteboard* pasteboard = nullptr;
+    NSWorkspace* workspace = nullptr;
+    Keychain* keychain = nullptr;
+    LocalAuthentication* authentication = nullptr;
+    NSBitmapImageRep* images = nullptr;
+    Alerts* alerts = nullptr;
+    UserNotifications* notifications = nullptr;
+    NSStatusBar* statusBar = nullptr;
+    WindowServer* windows = nullptr;
+    ImageDecoder* imageDecoder = nullptr;
+    FileIcons* fileIcons = nullptr;
+    SharingServices* sharing = nullptr;
+    Hotkeys* hotkeys = nullptr;
+    SyntheticKeys* syntheticKeys = nullptr;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;
     std::string temporaryDirectory;

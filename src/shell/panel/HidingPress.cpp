@@ -13,8 +13,8 @@ constexpr double answerSeconds = 1;
 
 // It owns the monitors and the timer, so that none outlives it.
 HidingPress::HidingPress()
-    : _down(platform::current().windows.addGlobalMonitorForMouseDown([this] { end(); })),
-      _up(platform::current().windows.addGlobalMonitorForMouseUp([this] { released(); })) {}
+    : _down(platform::current().windows->addGlobalMonitorForMouseDown([this] { end(); })),
+      _up(platform::current().windows->addGlobalMonitorForMouseUp([this] { released(); })) {}
 
 void HidingPress::released() {
     if (!_answer) _answer = RunLoop::main().oneShotTimer(answerSeconds, [this] { end(); });

@@ -105,12 +105,12 @@ View TransformMenuButton::body() const {
 std::vector<MenuItem> SharingServiceButton::Coordinator::showPicker() const {
     auto items = shareItems();
     if (items.empty()) return {};
-    const auto offered = platform::current().sharing.servicesFor(items);
+    const auto offered = platform::current().sharing->servicesFor(items);
     std::vector<MenuItem> services;
     services.reserve(offered.size());
     for (const auto service : offered) {
         services.push_back({.title = titleOf(service), .action = [service, items] {
-                                platform::current().sharing.perform(service, items);
+                                platform::current().sharing->perform(service, items);
                             }});
     }
     return services;

@@ -40,7 +40,7 @@ View boxedSymbol(const std::string& name, const Color& color) {
 }  // namespace
 
 View FileIconBox::body() const {
-    const auto icon = platform::current().fileIcons.iconForFile(url, iconPixels);
+    const auto icon = platform::current().fileIcons->iconForFile(url, iconPixels);
     if (icon) return boxed(Image(icon).frame(iconSide, iconSide));
     return boxedSymbol(symbolOf(ClipboardItem::Kind::file), ThemeManager::shared().secondaryTextColor());
 }

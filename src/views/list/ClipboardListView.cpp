@@ -101,7 +101,7 @@ public:
             _toast.show("transform.failed", 2.0);
             return;
         }
-        auto& pasteboard = platform::current().pasteboard;
+        auto& pasteboard = *platform::current().pasteboard;
         pasteboard.clearContents();
         pasteboard.setString(String(*result), NSPasteboardTypeString);
         _toast.show("transform.applied", 1.5);
@@ -149,7 +149,7 @@ std::vector<SharedItem> shareItems(const ClipboardItem& item) {
             return {};
         case Kind::image: {
             auto image = item.imageData();
-            if (!image || !platform::current().imageDecoder.sizeOf(*image)) return {};
+            if (!image || !platform::current().imageDecoder->sizeOf(*image)) return {};
             return {*std::move(image)};
         }
         case Kind::file:

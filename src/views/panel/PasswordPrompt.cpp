@@ -32,7 +32,7 @@ struct PasswordPrompt::Model {
         bool isFocused = true;
     };
 
-    Setting setting;
+    Request request;
     Published<Shown> shown;
     /// The answer to a secret question.
     std::shared_ptr<SecretText> secret = std::make_shared<SecretText>();
@@ -59,7 +59,7 @@ struct PasswordPrompt::Model {
         taker(std::move(given));
     }
     void cancel() {
-        if (const auto handler = std::exchange(setting.onCancel, nullptr)) handler();
+        if (const auto handler = std::exchange(request.onCancel, nullptr)) handler();
     }
 };
 
@@ -92,10 +92,10 @@ struct PasswordPrompt::Form {
                             Outline{theme.accentColor(), shown.isFocused ? 1.5 : 1});
         const auto buttons =
             HStack(Spacing(8), Spacer(),
-                   View(FlatCapsuleButton{.title = model->setting.cancelTitle, .icon = {}, .action = cancel})
+                   View(FlatCapsuleButton{.title = model->request.cancelTitle, .icon = {}, .action = cancel})
                        .windowAction(WindowAction::cancel)
                        .layoutPriority(1),
-                   View(FlatCapsuleButton{.title = model->setting.confirmTitle, .icon = {}, .action = submit})
+                   View(FlatCapsuleButton{.title = model->request.confirmTitle, .icon = {}, .action = submit})
                        .windowAction(WindowAction::accept)
                        .layoutPriority(1));
         return themed(
@@ -103,7 +103,7 @@ struct PasswordPrompt::Form {
                    {HStack(Spacing(10), Symbol("lock.fill").font(Font::system(20)),
                            VStack(Spacing(3), Alignment::leading(),
                                   {Text(localized("app.name")).font(ThemeManager::headingFont()),
-                                   Text(model->setting.reason)
+                                   Text(model->request.reason)
                                        .font(ThemeManager::smallFont())
                                        .foreground(theme.secondaryTextColor())})
                                .fillWidth(Alignment::leading())),
@@ -121,13 +121,13 @@ struct PasswordPrompt::Form {
                 .padding(margin)
                 .frame({.width = width, .maximumHeight = unbounded, .alignment = Alignment::top()})
                 .background(Rectangle(), theme.backgroundColor())
-                .semantics(Role::alert, model->setting.reason));
+                .semantics(Role::alert, model->request.reason));
     }
 };
 
-View PasswordPrompt::content(Setting setting, const std::string& question, const std::string& error) {
+View PasswordPrompt::content(Request request, const std::string& question, const std::string& error) {
     const auto model = std::make_shared<Model>();
-    model->setting = std::move(setting);
+    model->request = std::move(request);
     model->shown.update([&](Model::Shown& now) {
         now.question = question;
         now.message = error;
@@ -136,9 +136,9 @@ View PasswordPrompt::content(Setting setting, const std::string& question, const
     return Form{model};
 }
 
-PasswordPrompt::PasswordPrompt(Setting setting) : _model(std::make_shared<Model>()) {
-    _model->setting = std::move(setting);
-    auto& windows = platform::current().windows;
+PasswordPrompt::PasswordPrompt(Request request) : _model(std::make_shared<Model>()) {
+    _model->request = std::move(request);
+    auto& windows = *platform::current().windows;
     auto& renderer = Renderer::shared();
     const Form form{_model};
     const auto size = fittingSize(form, renderer, width);
@@ -160,7 +160,8 @@ PasswordPrompt::PasswordPrompt(Setting setting) : _model(std::make_shared<Model>
 
 PasswordPrompt::~PasswordPrompt() { _hostingView->orderOut(); }
 
-void PasswordPrompt::ask(const std::string& question, bool isSecret, Answer answer) {
+void PasswordPrompt::ask(const std::string& question, Echo echo, Answer answer) {
+    const bool isSecret = echo == Echo::off;
     _model->onAnswer = std::move(answer);
     const auto& before = _model->shown.get();
     const bool isSame = before.question == question && before.isSecret == isSecret;
@@ -179,10 +180,10 @@ void PasswordPrompt::ask(const std::string& question, bool isSecret, Answer answ
     if (std::exchange(_model->isSubmitted, false) && isSame) _model->submit();
 }
 
-void PasswordPrompt::show(const std::string& message, bool isError) {
+void PasswordPrompt::show(const std::string& message, Importance importance) {
     _model->shown.update([&](Model::Shown& now) {
         now.message = message;
-        now.isError = isError;
+        now.isError = importance == Importance::error;
     });
 }
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
-#include "platform/desktop/Event.h"
-#include "platform/foundation/cipher/SecretText.h"
+#include "platform/desktop/AuthenticationPrompt.h"
 #include "platform/view/windows/HostingView.h"
 
 namespace vellumix {
@@ -13,30 +11,22 @@ namespace vellumix {
 /// The window in which a person proves who they are: the reason, one question at a time with a field for the
 /// answer, and what there is to be said about it. On the screen for its lifetime, with the keyboard. Main
 /// thread only.
-class PasswordPrompt {
+class PasswordPrompt final : public AuthenticationPrompt {
 public:
-    struct Setting {
-        std::string reason;
-        std::string cancelTitle;
-        std::string confirmTitle;
-        /// The person broke it off, once. May destroy the prompt.
-        Action onCancel;
-    };
-    using Answer = std::function<void(SecretText answer)>;
-
-    explicit PasswordPrompt(Setting setting);
-    ~PasswordPrompt();
+    /// Its `onCancel` is called once, and may destroy the prompt.
+    explicit PasswordPrompt(Request request);
+    ~PasswordPrompt() override;
     PasswordPrompt(const PasswordPrompt&) = delete;
     PasswordPrompt& operator=(const PasswordPrompt&) = delete;
 
     /// Asks in an empty field, in place of any question before. A secret answer isn't shown, and stays
     /// nowhere in memory but in what is handed over.
-    void ask(const std::string& question, bool isSecret, Answer answer);
+    void ask(const std::string& question, Echo echo, Answer answer) override;
     /// Until the next message.
-    void show(const std::string& message, bool isError);
+    void show(const std::string& message, Importance importance) override;
 
     /// What the window shows, without a window: a question, and what is wrong, if anything.
-    static view::View content(Setting setting, const std::string& question, const std::string& error);
+    static view::View content(Request request, const std::string& question, const std::string& error);
 
 private:
     struct Model;

@@ -10,7 +10,7 @@ using namespace view;
 namespace {
 
 std::optional<NSScreen> screenAt(Point place) {
-    const auto& windows = platform::current().windows;
+    const auto& windows = *platform::current().windows;
     for (const auto& screen : windows.screens()) {
         if (screen.frame.contains(place)) return screen;
     }

@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "platform/desktop/AuthenticationPrompt.h"
 #include "platform/desktop/LocalAuthentication.h"
 #include "platform/linux/authentication/AccountPassword.h"
-#include "platform/linux/authentication/AuthenticationPrompt.h"
 
 namespace vellumix::linux_desktop {
 

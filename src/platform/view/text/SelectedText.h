@@ -10,7 +10,7 @@ namespace vellumix::view {
 
 /// Replaces the content of the clipboard of the platform in force.
 inline void copyText(std::string_view text) {
-    auto& pasteboard = platform::current().pasteboard;
+    auto& pasteboard = *platform::current().pasteboard;
     pasteboard.clearContents();
     pasteboard.setString(text, NSPasteboardTypeString);
 }

@@ -339,7 +339,7 @@ private:
             case TextCommand::Kind::cut:
                 return copy(data, command.kind == TextCommand::Kind::cut);
             case TextCommand::Kind::paste:
-                if (const auto text = platform::current().pasteboard.stringForType(NSPasteboardTypeString)) {
+                if (const auto text = platform::current().pasteboard->stringForType(NSPasteboardTypeString)) {
                     insert(data, *text, TextEditor::Source::pasted);
                 }
                 return true;

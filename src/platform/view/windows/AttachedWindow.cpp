@@ -9,7 +9,7 @@ namespace vellumix::view {
 
 AttachedWindow::AttachedWindow(const NSWindow::Options& options, HostingView::RootMaker root,
                                Renderer& renderer)
-    : _window(platform::current().windows.makeWindow(options)),
+    : _window(platform::current().windows->makeWindow(options)),
       _host(std::make_unique<HostingView>(*_window, std::move(root), renderer)) {}
 
 AttachedWindow::~AttachedWindow() = default;

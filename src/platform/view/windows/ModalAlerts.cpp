@@ -9,7 +9,7 @@
 namespace vellumix::view {
 
 int ModalAlerts::runModal(const NSAlert& alert) {
-    const auto screen = platform::current().windows.mainScreen();
+    const auto screen = platform::current().windows->mainScreen();
     if (!screen) {
         Log("Alerts").error("There is no screen to ask on");
         return NSAlert::firstButtonReturn;

@@ -154,7 +154,7 @@ PopUpMenu::PopUpMenu(const MenuRequest& request, const Rect& anchor, const Rect&
         if (!isKey) close();
     });
     _closing = host.observeClose([this] { close(); });
-    _pressesElsewhere = platform::current().windows.addGlobalMonitorForMouseDown([this] { close(); });
+    _pressesElsewhere = platform::current().windows->addGlobalMonitorForMouseDown([this] { close(); });
     host.orderFront();
     host.window().makeKeyWindow();
 }
@@ -181,7 +181,7 @@ void PopUpMenu::released(Point pointer) {
 }
 
 void PopUpMenu::hover(std::size_t item, bool isOver) {
-    if (_restingPointer == platform::current().windows.mouseLocation()) return;
+    if (_restingPointer == platform::current().windows->mouseLocation()) return;
     _restingPointer.reset();
     if (isOver && canBeChosen(_model->items[item])) {
         highlight(item);
@@ -200,7 +200,7 @@ void PopUpMenu::step(std::size_t from, std::size_t by, const std::function<bool(
         const auto at = (from + tried * by) % count;
         const auto& item = _model->items[at];
         if (!canBeChosen(item) || (passes && !passes(item))) continue;
-        _restingPointer = platform::current().windows.mouseLocation();
+        _restingPointer = platform::current().windows->mouseLocation();
         _model->highlight.update([&](MenuModel::Highlight& highlight) {
             highlight.item = at;
             ++highlight.reveals;

@@ -7,12 +7,12 @@
 
 #include "platform/foundation/cipher/SecretText.h"
 
-namespace vellumix::linux_desktop {
+namespace vellumix {
 
 /// What a person sees while they prove who they are. Main thread. Destroying it takes it off the screen.
 class AuthenticationPrompt {
 public:
-    struct Setting {
+    struct Request {
         std::string reason;
         std::string cancelTitle;
         std::string confirmTitle;
@@ -31,6 +31,6 @@ public:
 
 /// Makes prompts; nothing where none can be shown.
 using AuthenticationPromptMaker =
-    std::function<std::unique_ptr<AuthenticationPrompt>(AuthenticationPrompt::Setting setting)>;
+    std::function<std::unique_ptr<AuthenticationPrompt>(AuthenticationPrompt::Request request)>;
 
-}  // namespace vellumix::linux_desktop
+}  // namespace vellumix

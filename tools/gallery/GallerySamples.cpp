@@ -1,4 +1,4 @@
-#include "views/GallerySamples.h"
+#include "gallery/GallerySamples.h"
 
 #include <algorithm>
 #include <cmath>
@@ -98,33 +98,6 @@ std::shared_ptr<const Bitmap> SampleFileIcons::iconForFile(const URL&, int pixel
     bitmap->height = surface.height();
     bitmap->pixels.assign(surface.pixels().begin(), surface.pixels().end());
     return bitmap;
-}
-
-Platform withSamplePictures(const Platform& platform, SampleImageDecoder& images, SampleFileIcons& icons) {
-    return {
-        .runLoop = platform.runLoop,
-        .log = platform.log,
-        .files = platform.files,
-        .pasteboard = platform.pasteboard,
-        .workspace = platform.workspace,
-        .keychain = platform.keychain,
-        .authentication = platform.authentication,
-        .images = platform.images,
-        .alerts = platform.alerts,
-        .notifications = platform.notifications,
-        .statusBar = platform.statusBar,
-        .windows = platform.windows,
-        .imageDecoder = images,
-        .fileIcons = icons,
-        .sharing = platform.sharing,
-        .hotkeys = platform.hotkeys,
-        .syntheticKeys = platform.syntheticKeys,
-        .applicationSupportDirectories = platform.applicationSupportDirectories,
-        .temporaryDirectory = platform.temporaryDirectory,
-        .defaultsPath = platform.defaultsPath,
-        .preferredLanguages = platform.preferredLanguages,
-        .fontFamilies = platform.fontFamilies,
-    };
 }
 
 Samples Samples::make() {

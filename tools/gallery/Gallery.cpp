@@ -1,4 +1,4 @@
-#include "views/Gallery.h"
+#include "gallery/Gallery.h"
 
 #include <algorithm>
 #include <cmath>

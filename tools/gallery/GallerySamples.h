@@ -21,9 +21,6 @@ public:
     std::shared_ptr<const Bitmap> iconForFile(const URL& file, int pixels) override;
 };
 
-/// The platform with sample pictures in place of its own. The services must outlive it.
-Platform withSamplePictures(const Platform& platform, SampleImageDecoder& images, SampleFileIcons& icons);
-
 /// One entry of each kind, as people copy them, and awkward ones, newest first.
 struct Samples {
     ClipboardItem text;

@@ -2,6 +2,8 @@
 #include <utility>
 
 #include "core/history/EncryptionManager.h"
+#include "gallery/Gallery.h"
+#include "gallery/GallerySamples.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/foundation/text/LocalizedText.h"
 #include "platform/view/values/Views.h"
@@ -10,8 +12,6 @@
 #include "platform/view/windows/PopUpMenu.h"
 #include "shell/AppDelegate.h"
 #include "shell/settings/ThemeManager.h"
-#include "views/Gallery.h"
-#include "views/GallerySamples.h"
 #include "views/card/ClipboardCard.h"
 #include "views/controls/FlatControls.h"
 #include "views/controls/Looks.h"

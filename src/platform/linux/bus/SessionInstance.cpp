@@ -1,4 +1,4 @@
-#include "platform/linux/bus/RunningInstance.h"
+#include "platform/linux/bus/SessionInstance.h"
 
 #include "platform/linux/bus/ControlInterface.h"
 #include "platform/linux/bus/SessionBus.h"
@@ -12,10 +12,10 @@ constexpr double callSeconds = 10;
 
 }  // namespace
 
-struct RunningInstance::State {
+struct SessionInstance::State {
     PrivateContext context;
     glib::Connection connection;
-    Presence presence = Presence::noBus;
+    Presence presence = Presence::unknown;
 
     glib::Variant call(const char* name, const char* path, const char* interface, const char* method,
                        GVariant* arguments, const char* replyType, Deadline deadline);
@@ -25,7 +25,7 @@ struct RunningInstance::State {
     }
 };
 
-glib::Variant RunningInstance::State::call(const char* name, const char* path, const char* interface,
+glib::Variant SessionInstance::State::call(const char* name, const char* path, const char* interface,
                                            const char* method, GVariant* arguments, const char* replyType,
                                            Deadline deadline) {
     const auto operation = context.perform(
@@ -38,7 +38,7 @@ glib::Variant RunningInstance::State::call(const char* name, const char* path, c
     return glib::Variant(g_dbus_connection_call_finish(connection.get(), operation->result(), nullptr));
 }
 
-RunningInstance::RunningInstance() : _state(std::make_unique<State>()) {
+SessionInstance::SessionInstance() : _state(std::make_unique<State>()) {
     const auto deadline = Deadline::in(lookSeconds);
     _state->connection = connectToSessionBus(_state->context, deadline);
     if (!_state->connection) return;
@@ -50,11 +50,11 @@ RunningInstance::RunningInstance() : _state(std::make_unique<State>()) {
     _state->presence = hasOwner ? Presence::running : Presence::notRunning;
 }
 
-RunningInstance::~RunningInstance() = default;
+SessionInstance::~SessionInstance() = default;
 
-RunningInstance::Presence RunningInstance::presence() const { return _state->presence; }
+SessionInstance::Presence SessionInstance::presence() const { return _state->presence; }
 
-std::optional<std::string> RunningInstance::status() {
+std::optional<std::string> SessionInstance::status() {
     if (presence() != Presence::running) return std::nullopt;
     const auto reply = _state->control("Status", "(s)", Deadline::in(callSeconds));
     if (!reply) return std::nullopt;
@@ -63,7 +63,7 @@ std::optional<std::string> RunningInstance::status() {
     return json;
 }
 
-bool RunningInstance::quit() {
+bool SessionInstance::quit() {
     if (presence() != Presence::running) return false;
     const auto deadline = Deadline::in(callSeconds);
     bool hasGone = false;
@@ -82,7 +82,7 @@ bool RunningInstance::quit() {
     return isDone;
 }
 
-bool RunningInstance::ask(PanelRequest request) {
+bool SessionInstance::ask(PanelRequest request) {
     if (presence() != Presence::running) return false;
     const char* method = request == PanelRequest::toggle ? "Toggle"
                          : request == PanelRequest::show ? "Show"

@@ -1,0 +1,31 @@
+#include "platform/linux/Services.h"
+
+#include <utility>
+
+#include "platform/linux/process/Locale.h"
+
+namespace vellumix::linux_desktop {
+
+Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, FileSystem& files,
+                   const Display& display, const Paths& paths, AuthenticationPromptMaker makePrompt)
+    : keychain(files, paths.dataFolder(), {.canUserAnswer = [&display] { return !display.hasKeyboard(); }}),
+      _authentication({.makePrompt = std::move(makePrompt)}),
+      _fileIcons(runLoop, {.themeName = [&display] { return display.iconTheme(); }}),
+      _sharing(runLoop, files, *platform.pasteboard) {
+    platform.runLoop = &runLoop;
+    platform.log = &_log;
+    platform.files = &files;
+    platform.keychain = &keychain;
+    platform.authentication = &_authentication;
+    platform.images = &images.images;
+    platform.imageDecoder = &images.decoder;
+    platform.notifications = &_notifications;
+    platform.fileIcons = &_fileIcons;
+    platform.sharing = &_sharing;
+    if (paths.dataHome) platform.applicationSupportDirectories = {*paths.dataHome};
+    platform.temporaryDirectory = paths.temporaryFolder;
+    platform.defaultsPath = paths.settingsFile();
+    platform.preferredLanguages = preferredLanguages();
+}
+
+}  // namespace vellumix::linux_desktop

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/desktop/RunningInstance.h"
+#include "shell/CommandLine.h"
+
+namespace vellumix {
+
+/// What the process tells whoever started it.
+enum class ExitStatus { done = 0, impossible = 1, wrongWords = 2, nothingRunning = 3 };
+
+/// Says one sentence to the person who started the program, on standard error.
+void say(const std::string& sentence);
+
+/// What a person asks of the program on the command line, besides running it. Each says on standard error why
+/// it can't be done. In the user's language.
+class Commands {
+public:
+    struct Options {
+        /// Looks for the running instance, which may take seconds.
+        std::function<std::unique_ptr<RunningInstance>()> find;
+        /// Starts the program with these words, and comes back. False when it could not be started.
+        std::function<bool(const std::vector<std::string>&)> start;
+        /// As `--version` prints it.
+        std::string version;
+    };
+    explicit Commands(Options options) : _options(std::move(options)) {}
+
+    /// Any command but `run`.
+    ExitStatus perform(const CommandLine& line) const;
+    /// What a start does where the program runs already.
+    ExitStatus handOver(const CommandLine& line) const;
+
+private:
+    ExitStatus printStatus(bool asJson) const;
+    ExitStatus askForPanel(RunningInstance::PanelRequest request) const;
+    ExitStatus quit() const;
+
+    Options _options;
+};
+
+}  // namespace vellumix

@@ -1,15 +1,27 @@
 #include "core/history/Store.h"
 
 #include <algorithm>
+#include <array>
+#include <new>
 
+#include "core/history/EncryptionManager.h"
+#include "core/history/HistoryCoding.h"
 #include "core/history/ThumbnailCache.h"
 #include "platform/desktop/Platform.h"
+#include "platform/foundation/loop/Log.h"
 #include "platform/foundation/text/RememberedTexts.h"
 #include "platform/foundation/text/Unicode.h"
 
 namespace vellumix {
 
 namespace {
+
+constexpr Log log("Store");
+constexpr std::array<std::uint8_t, 4> magic{'V', 'L', 'X', '1'};
+
+bool hasMagic(ByteView content) {
+    return content.size() >= magic.size() && sameBytes(content.first(magic.size()), magic);
+}
 
 constexpr const char* saveQueueLabel = "com.tarnwick.Vellumix.Store.Save";
 
@@ -110,6 +122,107 @@ void Store::replaceAll(std::vector<ClipboardItem> items) {
 std::optional<ClipboardItem> Store::item(const UUID& id) const {
     const auto found = std::ranges::find(_items.get(), id, &ClipboardItem::id);
     return found == _items.get().end() ? std::nullopt : std::optional(*found);
+}
+
+void Store::load() {
+    auto content = _file->read();
+    if (!content || content->empty()) return;
+    try {
+        decode(std::move(*content));
+    } catch (const std::bad_alloc&) {
+        log.error("Failed to decode history: not enough memory");
+        _file->markUnreadable();
+    }
+}
+
+void Store::decode(Bytes content) {
+    ByteView payload = content;
+    if (hasMagic(content)) {
+        const auto plaintext =
+            EncryptionManager::shared().decryptInPlace(std::span(content).subspan(magic.size()));
+        if (!plaintext) {
+            log.error("Failed to decrypt history — file corrupt or key unavailable");
+            return _file->markUnreadable();
+        }
+        payload = *plaintext;
+    }
+    _fileSize = content.size();
+    std::vector<ClipboardItem> items;
+    if (const auto reason = decodeHistory(std::move(content), payload, items); !reason.empty()) {
+        log.error("Failed to decode history: " + reason);
+        _fileSize = 0;
+        return _file->markUnreadable();
+    }
+    _items.set(std::move(items));
+}
+
+bool Store::hasRoomFor(const ClipboardItem& item) const {
+    return _fileSize + recordSizeLimit(item) <= _sizeLimit;
+}
+
+bool Store::sealHistory(const ByteSource& json, BlockBuffer& out) {
+    if (!out.append(magic)) return false;
+    const auto outcome = EncryptionManager::shared().encrypt(json, out);
+    if (outcome != EncryptionManager::Outcome::failed) return outcome == EncryptionManager::Outcome::done;
+    log.error("Encryption unavailable — writing history as plaintext");
+    out.clear();
+    return json([&](ByteView piece) { return out.append(piece); });
+}
+
+std::shared_ptr<const BlockBuffer> Store::sealedItems() {
+    auto sealed = encodeAndSeal();
+    const bool hasKey = sealed && hasMagic(sealed->parts().front());
+    if (!hasKey || std::ranges::none_of(_items.get(), &ClipboardItem::isLockedInClear)) return sealed;
+    // There is a key again, for what was locked while there was none.
+    _items.update([](std::vector<ClipboardItem>& items) {
+        for (auto& item : items) {
+            if (item.isLockedInClear()) item.encryptContent();
+        }
+    });
+    return encodeAndSeal();
+}
+
+std::shared_ptr<const BlockBuffer> Store::encodeAndSeal() {
+    auto sealed = std::make_shared<BlockBuffer>(_blocks);
+    const auto json = [&](const ByteTaker& take) { return encodeHistory(_items.get(), take); };
+    if (!sealHistory(json, *sealed)) {
+        _file->noteFailure("there is no memory to encode it in");
+        noteOutcome();
+        return nullptr;
+    }
+    _fileSize = sealed->size();
+    return sealed;
+}
+
+void Store::noteOutcome() {
+    if (_saveFailed.get() != _file->hasFailed()) _saveFailed.set(_file->hasFailed());
+}
+
+void Store::scheduleSave() {
+    _hasChanged = true;
+    if (_pendingSave) _pendingSave->cancel();
+    if (_pendingRelease) _pendingRelease->cancel();
+    auto sealed = sealedItems();
+    if (sealed) {
+        _pendingSave = _saveQueue->asyncAfter(
+            saveDebounce,
+            [file = _file, sealed = std::move(sealed), tell = _lifetime.weakly([this] { noteOutcome(); })] {
+                const bool hadFailed = file->hasFailed();
+                file->write(sealed->parts());
+                if (file->hasFailed() != hadFailed) onMain(tell);
+            });
+    }
+    _pendingRelease =
+        _saveQueue->asyncAfter(saveDebounce + memoryLingers, [blocks = _blocks] { blocks->release(); });
+}
+
+void Store::saveNow() {
+    if (!_hasChanged) return;
+    if (_pendingSave) _pendingSave->cancel();
+    const auto sealed = sealedItems();
+    if (!sealed) return;
+    _saveQueue->sync([&] { _file->write(sealed->parts()); });
+    noteOutcome();
 }
 
 }  // namespace vellumix

@@ -7,7 +7,6 @@
 #include <span>
 #include <utility>
 
-#include "platform/linux/images/PixbufBitmap.h"
 #include "platform/linux/images/PixbufLoading.h"
 
 namespace vellumix::linux_desktop {

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/linux/images/PixbufBitmap.h"
 #include "platform/linux/images/PixbufLoading.h"
 
 namespace vellumix::linux_desktop {

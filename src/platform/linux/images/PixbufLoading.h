@@ -1,9 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string_view>
 
+#include "platform/desktop/Bitmap.h"
 #include "platform/desktop/ImageDecoder.h"
 #include "platform/linux/images/PixbufHandles.h"
 
@@ -44,5 +46,8 @@ std::optional<ImageDecoder::PixelSize> sizeFromHead(const Data& encoded);
 
 /// Whether turning it upright exchanges width and height (Exif 2.3 section 4.6.4, Orientation).
 bool liesOnItsSide(GdkPixbuf* pixbuf);
+
+/// The pixels of a picture that gdk-pixbuf has decoded, as the program keeps them. Any thread.
+std::shared_ptr<const Bitmap> bitmapOf(GdkPixbuf* pixbuf);
 
 }  // namespace vellumix::linux_desktop

@@ -328,7 +328,7 @@ TEST(LocaleTest, TheLanguagesAreThoseThatTheEnvironmentAsksFor) {
         {{{"LANG", "POSIX"}, {"LANGUAGE", "es"}}, {}},
     };
     for (const auto& [environment, expected] : rows) {
-        const auto languages = preferredLanguages([&](const char* name) {
+        const auto languages = preferredLanguages([&environment = environment](const char* name) {
             const auto found = environment.find(name);
             return found == environment.end() ? nullptr : found->second.c_str();
         });

@@ -165,7 +165,8 @@ TEST_F(PamAuthenticationTest, WhereNothingTellsAnEmptyAnswerEndsIt) {
 
 TEST_F(PamAuthenticationTest, ServicesThatHangAreLeftBehindInAFewThreadsAtMost) {
     const auto hanging = folder.path() + "/hanging", release = folder.path() + "/release";
-    writeScript("module", "echo >>" + hanging + "\nuntil [ -e " + release + " ]; do sleep 0.05; done");
+    writeScript("module", "echo >>" + hanging + "\nuntil [ -e " + release + " ] || [ ! -e " + hanging +
+                              " ]; do sleep 0.05; done");
     serve("auth required pam_exec.so " + folder.path() + "/module");
     const auto modules = [&] {
         std::ifstream file(hanging);

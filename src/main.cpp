@@ -12,6 +12,7 @@
 #include "platform/linux/bus/SessionInstance.h"
 #include "platform/linux/bus/SessionService.h"
 #include "platform/linux/files/ReadAhead.h"
+#include "platform/linux/keyring/ChosenKeychain.h"
 #include "platform/linux/process/HardenProcess.h"
 #include "platform/linux/process/InstanceLock.h"
 #include "platform/linux/process/Locale.h"
@@ -116,15 +117,19 @@ ExitStatus run(const CommandLine& line, const std::vector<std::string>& argument
     if (!take(lock, files, paths.dataFolder())) return ExitStatus::impossible;
     // Under the lock, whose holder alone writes it.
     files.begin(paths.dataFolder() + "/history.json", bounds::historyFile);
-    const auto display = openDisplay(line.platform, paths, runLoop);
+    std::unique_ptr<Display> display;
+    linux_desktop::ChosenKeychain keychain(files, paths.dataFolder(),
+                                           {.canUserAnswer = [&] { return !display->hasKeyboard(); }});
+    // The key is read with the history, for which the display has to be there.
+    keychain.prepare();
+    display = openDisplay(line.platform, paths, runLoop);
     if (!display) return ExitStatus::impossible;
+    keychain.clearLeftovers({EncryptionManager::keychainService, EncryptionManager::keychainAccount});
 
     Platform platform;
     display->fill(platform);
-    linux_desktop::Services services(platform, runLoop, images, files, *display, paths,
-                                     promptMaker(*display));
-    services.keychain.clearLeftovers(
-        {EncryptionManager::keychainService, EncryptionManager::keychainAccount});
+    const linux_desktop::Services services(platform, runLoop, images, files, keychain, *display, paths,
+                                           promptMaker(*display));
     const platform::Scope scope(std::move(platform));
 
     AppDelegate application;

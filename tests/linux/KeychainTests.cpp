@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <thread>
 
 #include "linux/FakeSecretService.h"
 #include "linux/PrivateSession.h"
@@ -120,6 +121,40 @@ TEST_F(KeychainTest, NeverTakesAKeyringThatWasNeverUnlockedForAnEmptyOne) {
     keyring.unlock();
     EXPECT_EQ(keychain.SecItemCopyMatching(item).data, makeKey());
     EXPECT_EQ(keyring.itemCount(), 1);
+}
+
+TEST_F(KeychainTest, OpensItsSessionAheadAndLeavesWhatFailsToTheFirstCall) {
+    {
+        FakeSecretService service({});
+        makeKeychain().prepare();
+        EXPECT_EQ(service.calls, 0) << "no service is chosen yet";
+        ASSERT_EQ(makeKeychain().SecItemAdd(item, makeKey()), errSecSuccess);
+        auto keychain = makeKeychain();
+        keychain.prepare();
+        const auto limit = Deadline::in(10);
+        const int before = service.calls;
+        while (service.calls == before && !limit.hasPassed()) std::this_thread::yield();
+        EXPECT_GT(service.calls, before) << "without a call";
+        EXPECT_EQ(keychain.SecItemCopyMatching(item).data, makeKey());
+    }
+    log.lines.clear();
+    makeKeychain().prepare();
+    EXPECT_TRUE(log.lines.empty()) << "there is no log yet when the program does so";
+    auto withoutService = makeKeychain();
+    withoutService.prepare();
+    EXPECT_EQ(withoutService.SecItemCopyMatching(item).status, errSecNotAvailable);
+    EXPECT_EQ(log.lines.size(), 1U);
+
+    GnomeKeyring keyring(session, GnomeKeyring::Start::unlocked);
+    keyring.freeze();
+    auto silent = makeKeychain();
+    const auto limit = Deadline::in(5);
+    silent.prepare();
+    EXPECT_EQ(silent.SecItemCopyMatching(item).status, errSecTimedOut);
+    EXPECT_FALSE(limit.hasPassed());
+    EXPECT_EQ(log.lines.size(), 2U);
+    keyring.thaw();
+    EXPECT_EQ(silent.SecItemCopyMatching(item).status, errSecItemNotFound);
 }
 
 TEST_F(KeychainTest, ASilentServiceDecidesNothing) {

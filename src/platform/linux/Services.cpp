@@ -7,9 +7,9 @@
 namespace vellumix::linux_desktop {
 
 Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, FileSystem& files,
-                   const Display& display, const Paths& paths, AuthenticationPromptMaker makePrompt)
-    : keychain(files, paths.dataFolder(), {.canUserAnswer = [&display] { return !display.hasKeyboard(); }}),
-      _authentication({.makePrompt = std::move(makePrompt)}),
+                   Keychain& keychain, const Display& display, const Paths& paths,
+                   AuthenticationPromptMaker makePrompt)
+    : _authentication({.makePrompt = std::move(makePrompt)}),
       _fileIcons(runLoop, {.themeName = [&display] { return display.iconTheme(); }}),
       _sharing(runLoop, files, *platform.pasteboard) {
     platform.runLoop = &runLoop;

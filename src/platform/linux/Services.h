@@ -8,7 +8,6 @@
 #include "platform/linux/images/IconThemeFileIcons.h"
 #include "platform/linux/images/PixbufDecoder.h"
 #include "platform/linux/images/PixbufImages.h"
-#include "platform/linux/keyring/ChosenKeychain.h"
 #include "platform/linux/loop/GLibRunLoop.h"
 #include "platform/linux/process/SystemLog.h"
 
@@ -26,10 +25,8 @@ public:
     /// All must outlive this. `platform` has the display's services already, and gets the others and the
     /// user's folders; `makePrompt` shows the password service's questions, and nothing where nobody sees a
     /// window.
-    Services(Platform& platform, GLibRunLoop& runLoop, Images& images, FileSystem& files,
+    Services(Platform& platform, GLibRunLoop& runLoop, Images& images, FileSystem& files, Keychain& keychain,
              const Display& display, const Paths& paths, AuthenticationPromptMaker makePrompt);
-
-    ChosenKeychain keychain;
 
 private:
     SystemLog _log{SystemLog::StandardError::withoutJournal};

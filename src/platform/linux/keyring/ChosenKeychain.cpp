@@ -31,6 +31,10 @@ ChosenKeychain::ChosenKeychain(FileSystem& files, std::string folder, KeychainPa
       _keyFile(files, _folder),
       _choice(readChoice()) {}
 
+void ChosenKeychain::prepare() {
+    if (_choice == Choice::secretService) _secretService.prepare();
+}
+
 void ChosenKeychain::clearLeftovers(const KeychainItem& item) {
     removeLeftovers(_files, choicePath(_folder));
     _keyFile.clearLeftovers(item);

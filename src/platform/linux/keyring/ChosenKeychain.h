@@ -24,6 +24,9 @@ public:
     OSStatus SecItemAdd(const KeychainItem& item, ByteView secret) override;
     std::string description() const override;
 
+    /// Begins what the first call will need and can be had without it, where the Secret Service is chosen.
+    /// Before any call.
+    void prepare();
     /// Removes what a write that was killed halfway left behind, of the choice and of the item's key file.
     void clearLeftovers(const KeychainItem& item);
 

@@ -38,6 +38,11 @@ glib::Attributes attributesOf(const KeychainItem& item) {
                                                     item.account.c_str(), nullptr));
 }
 
+void beginOpening(GCancellable* cancellable, GAsyncReadyCallback callback, gpointer data) {
+    secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, cancellable, callback,
+                        data);
+}
+
 std::vector<std::string> listOf(const glib::TextList& texts) {
     std::vector<std::string> list;
     for (char** text = texts.get(); text && *text; ++text) list.emplace_back(*text);
@@ -66,13 +71,18 @@ bool SecretServiceClient::open(Deadline deadline) {
     if (_proxy) return true;
     if (!_connection && !connect(deadline)) return false;
     return call(
-        [&](auto... rest) {
-            secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, rest...);
-        },
+        beginOpening,
         [&](GAsyncResult* result, GError** error) {
             _proxy.reset(secret_service_open_finish(result, error));
         },
         deadline);
+}
+
+void SecretServiceClient::openQuietly(Deadline deadline) {
+    glib::Error untold;
+    _connection = sharedSessionBus(_context, deadline, untold);
+    const auto operation = _connection ? _context.perform(beginOpening, deadline) : nullptr;
+    if (operation) _proxy.reset(secret_service_open_finish(operation->result(), glib::Out(untold)));
 }
 
 bool SecretServiceClient::connect(Deadline deadline) {

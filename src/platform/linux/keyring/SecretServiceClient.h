@@ -27,6 +27,9 @@ public:
 
     /// Connects and opens a session, if need be. False when that failed.
     bool open(Deadline deadline);
+    /// Tries the same. A failure is neither told nor logged. On any thread, as long as no other uses the
+    /// client or its context.
+    void openQuietly(Deadline deadline);
     bool isOpen() const { return static_cast<bool>(_proxy); }
     const SecretServiceFailure& failure() const { return _failure; }
 

@@ -3,6 +3,7 @@
 #include <glib-unix.h>
 
 #include <csignal>
+#include <future>
 #include <utility>
 #include <vector>
 
@@ -69,6 +70,7 @@ public:
         _context.waitUntil([this] { return _question->operation->isDone(); }, Deadline::in(lastMoment));
     }
 
+    void prepare();
     Match copy(const KeychainItem& item);
     OSStatus remove(const KeychainItem& item);
     OSStatus add(const KeychainItem& item, ByteView secret);
@@ -77,6 +79,9 @@ public:
 private:
     /// For what was called off at the end of the process.
     static constexpr double lastMoment = 0.2;
+    /// For the session that nobody waits for yet. A service that is only starting takes longer, and the first
+    /// call has the patience for it.
+    static constexpr double forPreparation = 1;
 
     enum class Subject { unlocking, makingCollection };
     /// A question to the user that the desktop shows.
@@ -106,6 +111,8 @@ private:
     KeychainPatience _patience;
     PrivateContext _context;
     SecretServiceClient _client{_context};
+    /// Has the client and the context to itself until it is done.
+    std::future<void> _preparation;
     Contact _contact = Contact::unclear;
     std::optional<Question> _question;
     std::optional<Deadline> _silentUntil;
@@ -115,7 +122,13 @@ private:
     Log _log{"Encryption"};
 };
 
+void SecretServiceKeychain::Service::prepare() {
+    _preparation =
+        std::async(std::launch::async, [this] { _client.openQuietly(Deadline::in(forPreparation)); });
+}
+
 void SecretServiceKeychain::Service::beginCall() {
+    if (_preparation.valid()) _preparation.get();
     _contact = Contact::unclear;
     _context.catchUp();
     takeAnswer();
@@ -291,6 +304,7 @@ SecretServiceKeychain::SecretServiceKeychain(KeychainPatience patience)
     : _service(std::make_unique<Service>(std::move(patience))) {}
 SecretServiceKeychain::~SecretServiceKeychain() = default;
 
+void SecretServiceKeychain::prepare() { _service->prepare(); }
 Keychain::Match SecretServiceKeychain::SecItemCopyMatching(const KeychainItem& item) {
     return _service->copy(item);
 }

@@ -54,6 +54,12 @@ public:
     Match SecItemCopyMatching(const KeychainItem& item) override;
     OSStatus SecItemDelete(const KeychainItem& item) override;
     OSStatus SecItemAdd(const KeychainItem& item, ByteView secret) override;
+
+    /// Begins to open a session with the service on a thread of its own: what both sides calculate for it
+    /// takes longer than all else that a call does. The first call waits for its end, a second at most, and
+    /// opens one itself where there is none then. Before any call.
+    void prepare();
+
     std::string description() const override;
 
     /// What the last call has seen.

@@ -149,8 +149,13 @@ TEST_F(PamAuthenticationTest, TheMachineTellsOfTheOwnersPassword) {
         EXPECT_EQ(password.known(), Known::unclear) << "passwords have changed";
         runUntil([&, wanted = expected] { return password.known() == wanted; });
     }
-    password.turnedOutMissing();
-    EXPECT_EQ(password.known(), Known::missing);
+    AccountPassword unchanged(sources());
+    runUntil([&] { return unchanged.known() == Known::present; });
+    AccountPassword unasked(sources());
+    for (auto* const one : {&password, &unasked}) {
+        one->turnedOutMissing();
+        EXPECT_EQ(one->known(), Known::missing);
+    }
 }
 
 TEST_F(PamAuthenticationTest, WhereNothingTellsAnEmptyAnswerEndsIt) {

@@ -36,6 +36,20 @@ struct AccountPassword::State : std::enable_shared_from_this<State> {
         if (::stat(sources.passwords.c_str(), &facts) != 0) return {};
         return {facts.st_ctim.tv_sec, facts.st_ctim.tv_nsec};
     }
+    /// As soon as the main loop has nothing else to do: a fork while the history is being loaded slows that
+    /// down.
+    void askWhenIdle() {
+        asked = version();
+        idleness.reset(g_idle_source_new());
+        g_source_set_callback(
+            idleness.get(),
+            [](gpointer state) -> gboolean {
+                static_cast<State*>(state)->ask();
+                return G_SOURCE_REMOVE;
+            },
+            this, nullptr);
+        g_source_attach(idleness.get(), g_main_context_get_thread_default());
+    }
     void ask() {
         breakOff();
         known = Known::unclear;
@@ -64,16 +78,18 @@ struct AccountPassword::State : std::enable_shared_from_this<State> {
     void breakOff() {
         if (process) g_subprocess_force_exit(process.get());
         process.reset();
+        idleness.reset();
     }
 
     const Sources sources;
+    glib::Source idleness;
     glib::Object<GSubprocess> process;
     Known known = Known::unclear;
     Version asked;
 };
 
 AccountPassword::AccountPassword(Sources sources) : _state(std::make_shared<State>(std::move(sources))) {
-    _state->ask();
+    _state->askWhenIdle();
 }
 
 AccountPassword::~AccountPassword() = default;

@@ -9,8 +9,8 @@ namespace vellumix::linux_desktop {
 /// superuser reads the passwords themselves, but the tool that changes them tells everybody of their own
 /// (passwd(1), option -S). Main thread.
 ///
-/// The tool is asked at the construction and again after passwords have changed, and answers from the main
-/// loop; until it has, nothing is known.
+/// The tool is asked when the main loop is first idle and again after passwords have changed, and answers
+/// from the main loop; until it has, nothing is known.
 class AccountPassword {
 public:
     enum class Known { unclear, present, missing };

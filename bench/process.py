@@ -65,18 +65,27 @@ def activity(pid):
 
 
 def milliseconds_to_ready(desktop, bus):
-    """From the start of the process until it answers for its state, which it does when it is recording."""
+    """From the start of the process until it answers for its state, which it does when it is recording.
+
+    Sleeps until the program has its name: who asked all the time would take the processors from it.
+    """
+    owned = GLib.MainLoop()
+
+    def on_owner(_bus, _sender, _path, _interface, _signal, words):
+        if words[2]:
+            owned.quit()
+    watch = bus.signal_subscribe("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+                                 "/org/freedesktop/DBus", BUS_NAME, Gio.DBusSignalFlags.NONE, on_owner)
     begin = time.monotonic()
     process = desktop.start(binary())
-    while True:
-        try:
-            bus.call_sync(BUS_NAME, "/com/tarnwick/Vellumix", "com.tarnwick.Vellumix.Control", "Status", None, None,
-                          Gio.DBusCallFlags.NONE, -1, None)
-            break
-        except GLib.Error:
-            if time.monotonic() - begin > 10:
-                raise
-    return process, (time.monotonic() - begin) * 1000
+    late = GLib.timeout_add_seconds(10, owned.quit)
+    owned.run()
+    GLib.source_remove(late)
+    bus.call_sync(BUS_NAME, "/com/tarnwick/Vellumix", "com.tarnwick.Vellumix.Control", "Status", None, None,
+                  Gio.DBusCallFlags.NONE, 10_000, None)
+    needed = (time.monotonic() - begin) * 1000
+    bus.signal_unsubscribe(watch)
+    return process, needed
 
 
 def measure(desktop, bus, what, meant):

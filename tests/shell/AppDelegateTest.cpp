@@ -1,8 +1,11 @@
 #include "shell/AppDelegate.h"
 
 #include <algorithm>
+#include <set>
+#include <sstream>
 
 #include "platform/foundation/coding/Json.h"
+#include "platform/foundation/text/Unicode.h"
 #include "shell/CommandLine.h"
 #include "shell/StatusReport.h"
 #include "shell/settings/LanguageManager.h"
@@ -170,6 +173,13 @@ TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {
         EXPECT_NE(lines.find(one.link), std::string::npos) << lines;
         EXPECT_NE(lines.find(one.refusal), std::string::npos) << lines;
         EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(lines, '\n')), 1 + members.size()) << lines;
+        std::set<std::size_t> columns;
+        std::istringstream stream(lines.substr(lines.find('\n') + 1));
+        for (std::string line; std::getline(stream, line);) {
+            const auto value = line.find_first_not_of(' ', line.find(':') + 1);
+            columns.insert(graphemeBoundaries(line.substr(0, value)).size());
+        }
+        EXPECT_EQ(columns.size(), 1U) << lines;
         // A key without a text is shown as it is.
         for (const auto* prefix : {"report.", "category.", "help."}) {
             EXPECT_EQ((lines + CommandLine::help()).find(prefix), std::string::npos) << prefix;

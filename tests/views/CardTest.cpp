@@ -231,10 +231,13 @@ TEST_F(CardTest, TextWithoutAVisibleSignSaysWhatItIs) {
         std::string text;
         std::string said;
     } cases[] = {
+        {"\x01\u2029", "Invisible characters: U+0001 U+2029"},
         {"\u200b", "Invisible characters: U+200B"},
         {"\u2800\u200d\u2800", "Invisible characters: U+2800 U+200D"},
         {"\u202a\u202b\u202c\u202d\u202e", "Invisible characters: U+202A U+202B U+202C U+202D \u2026"},
+        {"\u3164\ufe0f\u034f", "Invisible characters: U+3164 U+FE0F U+034F"},
         {"\u200bx", "\u200bx"},
+        {"\u06dd", "\u06dd"},
         {"\u0301", "\u0301"},
     };
     for (const auto& each : cases) {

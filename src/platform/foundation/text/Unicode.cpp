@@ -227,9 +227,10 @@ bool isVisible(std::string_view text) {
     constexpr UChar32 noDots = 0x2800;
     for (std::size_t at = 0; at < text.size();) {
         const auto c = codePointAt(text, at, &at);
-        const bool hasSign = u_isgraph(c) && u_charType(c) != U_FORMAT_CHAR && c != noDots &&
-                             !u_hasBinaryProperty(c, UCHAR_DEFAULT_IGNORABLE_CODE_POINT);
-        if (hasSign) return true;
+        // Of the characters that direct how others are shown, these have a sign of their own.
+        const bool hasSign = u_isgraph(c) || u_hasBinaryProperty(c, UCHAR_PREPENDED_CONCATENATION_MARK);
+        if (hasSign && c != noDots && !u_hasBinaryProperty(c, UCHAR_DEFAULT_IGNORABLE_CODE_POINT))
+            return true;
     }
     return false;
 }

@@ -1,11 +1,15 @@
 #include <dlfcn.h>
 #include <gcrypt.h>
+#include <sys/resource.h>
 
 #include <cstring>
 
+#include "core/history/EncryptionManager.h"
+#include "core/history/HistorySearch.h"
 #include "core/history/Store.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "support/HeadlessTest.h"
+#include "support/ProcessMemory.h"
 
 namespace vellumix {
 namespace {
@@ -68,6 +72,64 @@ TEST_F(CipherFailureTest, CostsNeitherTheEntryNorTheHistory) {
         again.saveNow();
         EXPECT_TRUE(history().starts_with("VLX1"));
         EXPECT_EQ(Store().items()->back().text(), String("letter.txt"));
+    }
+}
+
+constexpr std::size_t largeSize = 40'000'000;
+/// Too little for either of the two copies that deciphering makes, and enough for the first alone. The second
+/// of a text comes from the heap, and a sanitizer's heap ends the process instead.
+constexpr std::size_t leftForDeciphering[] = {largeSize / 2,
+#ifndef VELLUMIX_ADDRESS_SANITIZER
+                                              largeSize * 3 / 2
+#endif
+};
+
+/// The memory that is left to this process while the work is done, in bytes.
+template <class Work>
+void withLeft(std::size_t left, Work work) {
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit tight{tests::ProcessMemory::now().mapped + left, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &tight), 0);
+    work();
+    ::setrlimit(RLIMIT_AS, &before);
+}
+
+TEST_F(CipherFailureTest, ALackOfMemoryCostsNeitherTheEntryNorTheProgram) {
+    std::vector<std::string> failures;
+    const auto observation = NotificationCenter::defaultCenter().observe(
+        EncryptionManager::failedNotification,
+        [&](const auto& info) { failures.push_back(info.at("operation") + ' ' + info.at("reason")); });
+    const std::string content(largeSize, 'x');
+    for (const auto& item : {textItem(content), imageItem(content)}) {
+        desktop.files.files.clear();
+        Store store;
+        store.add(item);
+        const auto entry = [&] { return store.items()->front(); };
+        const auto isReadable = [&] { return entry().text() || entry().imageData(); };
+        const auto isWhole = [&] {
+            return entry().text() == item._text && entry().imageData() == item._imageData;
+        };
+        failures.clear();
+        withLeft(largeSize / 2, [&] { store.setLocked(entry(), true); });
+        ASSERT_FALSE(failures.empty());
+        EXPECT_EQ(failures.front(), "encrypt noMemory");
+        EXPECT_TRUE(entry().isLockedInClear() && isWhole());
+        store.saveNow();
+        EXPECT_TRUE(entry().isEncrypted) << "made up for by the next save";
+        for (const auto left : leftForDeciphering) {
+            failures.clear();
+            withLeft(left, [&] {
+                EXPECT_FALSE(isReadable());
+                HistorySearch::shared().found({entry()}, ClipboardItem::Kind::all, String("x"));
+                HistorySearch::shared().forget();
+                store.setLocked(entry(), false);
+            });
+            // A search asks for texts alone.
+            EXPECT_EQ(failures, std::vector<std::string>(item._text ? 3 : 2, "decrypt noMemory"));
+            store.setLocked(entry(), true);
+            EXPECT_TRUE(isWhole());
+        }
     }
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "core/history/EncryptionManager.h"
-#include "platform/foundation/text/Unicode.h"
 
 namespace vellumix {
 
@@ -13,9 +12,7 @@ constexpr std::array<std::string_view, ClipboardItem::allKinds.size()> rawKinds{
                                                                                 "file", "link", "code"};
 
 std::optional<String> decipheredText(const Data& blob) {
-    const auto bytes = EncryptionManager::shared().decrypt(blob);
-    if (!bytes || !isValidUTF8(asText(*bytes))) return std::nullopt;
-    return String(asText(*bytes));
+    return EncryptionManager::shared().decryptText(blob);
 }
 
 std::optional<URL> decipheredURL(const Data& blob) {

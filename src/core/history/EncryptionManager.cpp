@@ -1,10 +1,12 @@
 #include "core/history/EncryptionManager.h"
 
 #include <algorithm>
+#include <new>
 
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/text/Unicode.h"
 
 namespace vellumix {
 
@@ -58,6 +60,17 @@ void EncryptionManager::postFailure(const char* operation, const std::string& re
                                              {{"operation", operation}, {"reason", reason}});
 }
 
+template <class Work>
+std::invoke_result_t<Work> EncryptionManager::withMemory(const char* operation, Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        log.error(std::string(operation) + ": not enough memory");
+        postFailure(operation, "noMemory");
+        return std::nullopt;
+    }
+}
+
 std::optional<aesgcm::Sealing> EncryptionManager::beginSealing() {
     const auto key = getOrCreateKey();
     if (!key) {
@@ -92,15 +105,17 @@ EncryptionManager::Outcome EncryptionManager::encrypt(const ByteSource& plaintex
 }
 
 std::optional<Data> EncryptionManager::encrypt(ByteView data) {
-    auto sealing = beginSealing();
-    if (!sealing) return std::nullopt;
-    Bytes blob(data.size() + aesgcm::overhead);
-    std::ranges::copy(sealing->nonce(), blob.begin());
-    auto error = sealing->add(data, blob.data() + aesgcm::nonceSize);
-    if (!error) error = sealing->finish(std::span(blob).last<aesgcm::tagSize>());
-    if (!error) return Data(std::move(blob));
-    sealFailed(*error);
-    return std::nullopt;
+    return withMemory("encrypt", [&]() -> std::optional<Data> {
+        auto sealing = beginSealing();
+        if (!sealing) return std::nullopt;
+        Bytes blob(data.size() + aesgcm::overhead);
+        std::ranges::copy(sealing->nonce(), blob.begin());
+        auto error = sealing->add(data, blob.data() + aesgcm::nonceSize);
+        if (!error) error = sealing->finish(std::span(blob).last<aesgcm::tagSize>());
+        if (!error) return Data(std::move(blob));
+        sealFailed(*error);
+        return std::nullopt;
+    });
 }
 
 std::optional<SymmetricKey> EncryptionManager::keyToDecrypt() {
@@ -117,14 +132,26 @@ std::optional<ByteView> EncryptionManager::decryptInPlace(std::span<std::uint8_t
     return key ? open(combined, *key) : std::nullopt;
 }
 
-std::vector<std::optional<Bytes>> EncryptionManager::decryptAll(const std::vector<ByteView>& blobs) {
-    std::vector<std::optional<Bytes>> plaintexts(blobs.size());
+std::optional<String> EncryptionManager::decryptText(ByteView data) {
+    const auto key = keyToDecrypt();
+    return key ? openText(data, *key) : std::nullopt;
+}
+
+std::vector<std::optional<String>> EncryptionManager::decryptTexts(const std::vector<ByteView>& blobs) {
+    std::vector<std::optional<String>> texts(blobs.size());
     const auto key = blobs.empty() ? std::nullopt : keyToDecrypt();
-    for (std::size_t at = 0; key && at < blobs.size(); ++at) {
-        auto copy = bytesOf(blobs[at]);
-        if (const auto plaintext = open(copy, *key)) plaintexts[at] = bytesOf(*plaintext);
-    }
-    return plaintexts;
+    if (key)
+        std::ranges::transform(blobs, texts.begin(), [&](ByteView blob) { return openText(blob, *key); });
+    return texts;
+}
+
+std::optional<String> EncryptionManager::openText(ByteView combined, const SymmetricKey& key) {
+    return withMemory("decrypt", [&]() -> std::optional<String> {
+        auto copy = bytesOf(combined);
+        const auto plaintext = open(copy, key);
+        if (!plaintext || !isValidUTF8(asText(*plaintext))) return std::nullopt;
+        return String(asText(*plaintext));
+    });
 }
 
 std::optional<ByteView> EncryptionManager::open(std::span<std::uint8_t> combined, const SymmetricKey& key) {
@@ -138,9 +165,11 @@ std::optional<ByteView> EncryptionManager::open(std::span<std::uint8_t> combined
 }
 
 std::optional<Bytes> EncryptionManager::decrypt(ByteView data) {
-    auto copy = bytesOf(data);
-    const auto plaintext = decryptInPlace(copy);
-    return plaintext ? std::optional(bytesOf(*plaintext)) : std::nullopt;
+    return withMemory("decrypt", [&]() -> std::optional<Bytes> {
+        auto copy = bytesOf(data);
+        const auto plaintext = decryptInPlace(copy);
+        return plaintext ? std::optional(bytesOf(*plaintext)) : std::nullopt;
+    });
 }
 
 }  // namespace vellumix

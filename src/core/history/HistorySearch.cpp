@@ -2,7 +2,6 @@
 
 #include "core/history/EncryptionManager.h"
 #include "platform/foundation/observation/SharedInstances.h"
-#include "platform/foundation/text/Unicode.h"
 
 namespace vellumix {
 
@@ -41,11 +40,8 @@ void HistorySearch::decipher(const std::vector<ClipboardItem>& items) {
         need(_texts, item, item.encryptedText);
         need(_fileURLs, item, item.encryptedFileURL);
     }
-    const auto plaintexts = EncryptionManager::shared().decryptAll(blobs);
-    for (std::size_t at = 0; at < missing.size(); ++at) {
-        const auto& plain = plaintexts[at];
-        if (plain && isValidUTF8(asText(*plain))) missing[at]->text = String(asText(*plain));
-    }
+    const auto texts = EncryptionManager::shared().decryptTexts(blobs);
+    for (std::size_t at = 0; at < missing.size(); ++at) missing[at]->text = texts[at];
 }
 
 bool HistorySearch::matches(const ClipboardItem& item, const CaselessText& query) const {

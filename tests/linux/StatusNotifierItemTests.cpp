@@ -213,6 +213,23 @@ TEST_F(StatusNotifierItemTest, WatchersComeAndGo) {
     EXPECT_EQ(choices, 3);
 }
 
+TEST_F(StatusNotifierItemTest, AWatcherThatComesAndGoesWithoutEndIsToldNowAndThen) {
+    ASSERT_TRUE(untilOnTheBus());
+    const auto call = [&](const char* method, GVariant* arguments) {
+        session.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
+                     arguments);
+    };
+    constexpr auto name = "org.kde.StatusNotifierWatcher";
+    for (int change = 0; change < 200; ++change) {
+        call("RequestName", g_variant_new("(su)", name, doNotQueue));
+        call("ReleaseName", g_variant_new("(s)", name));
+    }
+    FakeTray tray(loop);
+    ASSERT_TRUE(tray.untilRegistered());
+    EXPECT_TRUE(tray.property("Title")) << "which is answered behind all that was due";
+    EXPECT_LT(tray.registered.size(), 20U);
+}
+
 TEST_F(StatusNotifierItemTest, AClickThatEndsTheItemIsAnswered) {
     FakeTray tray(loop);
     ASSERT_TRUE(tray.untilRegistered());

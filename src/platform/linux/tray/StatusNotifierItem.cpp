@@ -82,11 +82,14 @@ struct StatusNotifierItem::State : std::enable_shared_from_this<State> {
     std::unique_ptr<BusObject> object;
     std::unique_ptr<DBusMenu> menu;
     glib::NameWatch watcher;
+    bool hasWatcher = false;
+    bool isUpdateDue = false;
 
     ~State();
     void connect();
     void start(glib::Connection made);
     void watch();
+    void watcherChanged(bool isThere);
     void registerWithWatcher();
     void tell(bool hasWatcher) const {
         if (onWatcher) onWatcher(hasWatcher);
@@ -167,11 +170,26 @@ void StatusNotifierItem::State::watch() {
     watcher = glib::NameWatch(g_bus_watch_name_on_connection(
         connection.get(), watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE,
         [](GDBusConnection*, const gchar*, const gchar*, gpointer state) {
-            static_cast<State*>(state)->registerWithWatcher();
-            static_cast<State*>(state)->tell(true);
+            static_cast<State*>(state)->watcherChanged(true);
         },
-        [](GDBusConnection*, const gchar*, gpointer state) { static_cast<State*>(state)->tell(false); }, this,
-        nullptr));
+        [](GDBusConnection*, const gchar*, gpointer state) {
+            static_cast<State*>(state)->watcherChanged(false);
+        },
+        this, nullptr));
+}
+
+void StatusNotifierItem::State::watcherChanged(bool isThere) {
+    // Any program can take the name and give it up again, as often as it likes: what follows from it is done
+    // once for all changes that have come until then.
+    hasWatcher = isThere;
+    if (std::exchange(isUpdateDue, true)) return;
+    runLoop.postBehind([weak = weak_from_this()] {
+        const auto state = weak.lock();
+        if (!state) return;
+        state->isUpdateDue = false;
+        if (state->hasWatcher) state->registerWithWatcher();
+        state->tell(state->hasWatcher);
+    });
 }
 
 void StatusNotifierItem::State::registerWithWatcher() {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <utility>
 
 #include "platform/x11/applications/FocusedWindow.h"
 
@@ -52,13 +53,17 @@ Workspace::Workspace(Connection& connection, DesktopFiles desktopFiles)
     _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
         if (xcb::typeOf(event) != XCB_PROPERTY_NOTIFY) return;
         const auto& change = xcb::as<xcb_property_notify_event_t>(event);
-        if (change.atom == _connection.atoms().windowManagerCheck) readWindowManager();
-        if (change.atom == _connection.atoms().activeWindow) readActiveWindow();
+        const bool isManager = change.atom == _connection.atoms().windowManagerCheck;
+        const bool isActive = change.atom == _connection.atoms().activeWindow;
+        _hasManagerChanged = _hasManagerChanged || isManager;
+        _hasActiveChanged = _hasActiveChanged || isActive;
+        if (isManager || isActive) readLater();
     });
     readWindowManager();
 }
 
 std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
+    if (_hasActiveChanged) readActiveWindow();
     if (!hasWindowManager()) readFocus();
     if (!_front) return std::nullopt;
     NSRunningApplication application{
@@ -127,7 +132,18 @@ void Workspace::giveFocus(xcb_window_t window) {
     });
 }
 
+void Workspace::readLater() {
+    // Any program can change the root's properties, as often as it likes.
+    if (std::exchange(_isReading, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _isReading = false;
+        if (_hasManagerChanged) readWindowManager();
+        if (_hasActiveChanged) readActiveWindow();
+    }));
+}
+
 void Workspace::readWindowManager() {
+    _hasManagerChanged = false;
     const auto property = _connection.atoms().windowManagerCheck;
     const auto window = windowNamedBy(_connection.root(), property);
     _managerEvents = window == XCB_WINDOW_NONE
@@ -140,7 +156,8 @@ void Workspace::readWindowManager() {
     readActiveWindow();
 }
 
-void Workspace::readActiveWindow() {
+void Workspace::readActiveWindow() const {
+    _hasActiveChanged = false;
     if (hasWindowManager()) setFront(windowNamedBy(_connection.root(), _connection.atoms().activeWindow));
 }
 

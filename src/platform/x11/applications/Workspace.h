@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/desktop/Workspace.h"
+#include "platform/foundation/memory/Lifetime.h"
 #include "platform/x11/applications/DesktopFiles.h"
 #include "platform/x11/server/Connection.h"
 
@@ -44,7 +45,9 @@ private:
 
     xcb_window_t windowNamedBy(xcb_window_t window, xcb_atom_t property) const;
     void readWindowManager();
-    void readActiveWindow();
+    void readActiveWindow() const;
+    /// Several changes in a row are read as one.
+    void readLater();
     /// What is in front where nobody announces it.
     void readFocus() const;
     void setFront(xcb_window_t window) const;
@@ -57,9 +60,13 @@ private:
     xcb_window_t _manager = XCB_WINDOW_NONE;
     std::optional<Observation> _managerEvents;
     mutable std::optional<Application> _front;
+    bool _hasManagerChanged = false;
+    mutable bool _hasActiveChanged = false;
+    bool _isReading = false;
     std::optional<Observation> _rootEvents;
     /// Until the keys follow the pointer again.
     std::unique_ptr<NSTimer> _focusEnd;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

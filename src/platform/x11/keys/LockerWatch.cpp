@@ -6,6 +6,13 @@
 
 namespace vellumix::x11 {
 
+namespace {
+
+/// Of one client, with all else that it waits for.
+constexpr std::size_t windowsWaiting = 64;
+
+}  // namespace
+
 LockerWatch::LockerWatch(Connection& connection, std::function<void()> onLocker)
     : _connection(connection), _onLocker(std::move(onLocker)) {
     auto* const xcb = connection.xcb();
@@ -44,9 +51,23 @@ bool LockerWatch::takesOver(xcb_window_t window) const {
            kind->_class == XCB_WINDOW_CLASS_INPUT_ONLY;
 }
 
+void LockerWatch::considerLater(xcb_window_t window) {
+    auto& work = _connection.clientWork();
+    const auto client = _connection.clientOf(window);
+    if (work.countOf(client) >= windowsWaiting || !_windows.insert(window).second) return;
+    auto step = _lifetime.weakly([this, window] {
+        _windows.erase(window);
+        if (takesOver(window)) _onLocker();
+    });
+    work.add(client, [step = std::move(step)]() mutable -> std::size_t {
+        step();
+        return 0;
+    });
+}
+
 void LockerWatch::handle(const xcb_generic_event_t& event) {
     const auto consider = [&](xcb_window_t window, bool isPastWindowManager) {
-        if (isPastWindowManager && !_connection.isOurs(window) && takesOver(window)) _onLocker();
+        if (isPastWindowManager && !_connection.isOurs(window)) considerLater(window);
     };
     if (xcb::typeOf(event) == XCB_CREATE_NOTIFY) {
         const auto& made = xcb::as<xcb_create_notify_event_t>(event);

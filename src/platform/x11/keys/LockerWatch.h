@@ -1,7 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <set>
 
+#include "platform/foundation/memory/Lifetime.h"
 #include "platform/x11/server/Connection.h"
 
 namespace vellumix::x11 {
@@ -13,8 +15,9 @@ namespace vellumix::x11 {
 /// in sight; and the server's own screen saver (X11 Screen Saver Extension 1.1), with which many are started.
 ///
 /// Other programs have such windows too, to pick a part of the screen: they want the keyboard just as well.
-/// Look for lockers only while it matters: every new window wakes the program. `onLocker` mustn't end the
-/// watch. Main thread.
+/// Look for lockers only while it matters: every new window wakes the program. The windows of a program that
+/// shows very many at a time are not all looked at: lockers have few. `onLocker` mustn't end the watch. Main
+/// thread.
 class LockerWatch {
 public:
     LockerWatch(Connection& connection, std::function<void()> onLocker);
@@ -24,6 +27,7 @@ public:
 
 private:
     void handle(const xcb_generic_event_t& event);
+    void considerLater(xcb_window_t window);
     /// Whether the window, which is about to be shown, leaves nobody else the screen or the input.
     bool takesOver(xcb_window_t window) const;
 
@@ -31,8 +35,11 @@ private:
     std::function<void()> _onLocker;
     /// 0 where the server has no such extension.
     std::uint8_t _saverEvent = 0;
+    /// Those that wait to be looked at.
+    std::set<xcb_window_t> _windows;
     Observation _children;
     Observation _extensions;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

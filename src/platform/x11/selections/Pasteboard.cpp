@@ -185,11 +185,10 @@ void Pasteboard::handle(const Change& change) {
         _endTime.reset();
         _copyObservers.notify();
     }
-    const auto windows =
-        _connection.numbers(_connection.root(), _connection.atoms().clientList, windowsLookedAt);
-    _hasHolderWindows = std::ranges::any_of(
-        windows, [&](xcb_window_t window) { return _connection.isSameClient(window, change.owner); });
-    beginReading(change.selection_timestamp);
+    _isReading = true;
+    _reader.reset();
+    if (!_isReadingDue) beginReading();
+    readLater();
 }
 
 void Pasteboard::holderEnded(xcb_timestamp_t ownedSince) {
@@ -263,10 +262,22 @@ void Pasteboard::endSaving() {
     _manager.answer();
 }
 
-void Pasteboard::beginReading(xcb_timestamp_t time) {
-    _isReading = true;
+void Pasteboard::readLater() {
+    // Of the copies that follow another one in the same turn of the loop only the last is worth asking for.
+    if (std::exchange(_isReadingDue, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _isReadingDue = false;
+        if (_isReading && !_reader) beginReading();
+    }));
+}
+
+void Pasteboard::beginReading() {
+    const auto windows =
+        _connection.numbers(_connection.root(), _connection.atoms().clientList, windowsLookedAt);
+    _hasHolderWindows = std::ranges::any_of(
+        windows, [&](xcb_window_t window) { return _connection.isSameClient(window, _holderWindow); });
     _reader = std::make_unique<SelectionReader>(
-        _connection, _limits, _hostName, _connection.atoms().clipboard, time,
+        _connection, _limits, _hostName, _connection.atoms().clipboard, _holderTime,
         [this](SelectionReader::Outcome outcome) { endReading(std::move(outcome)); });
 }
 

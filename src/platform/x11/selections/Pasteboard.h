@@ -81,7 +81,8 @@ private:
     bool mustWaitToSave(const SelectionOwner::Request& request);
     void goOnSaving();
     void endSaving();
-    void beginReading(xcb_timestamp_t time);
+    void readLater();
+    void beginReading();
     void endReading(SelectionReader::Outcome outcome);
     void abandonReading(RefusalReason reason);
     void show(Content content);
@@ -127,6 +128,7 @@ private:
     std::deque<Change> _changes;
     bool _isAnnouncing = false;
     bool _isReading = false;
+    bool _isReadingDue = false;
     /// The present reading, or the last one that brought something.
     std::unique_ptr<SelectionReader> _reader;
     ObserverList<> _changeObservers;

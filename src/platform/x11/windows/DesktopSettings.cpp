@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace vellumix::x11 {
 
@@ -130,7 +131,7 @@ SettingsReader::SettingsReader(Connection& connection, int screenNumber)
     _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
         if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY &&
             xcb::as<xcb_property_notify_event_t>(event).atom == XCB_ATOM_RESOURCE_MANAGER) {
-            read();
+            readLater();
         }
     });
     followManager();
@@ -142,11 +143,19 @@ void SettingsReader::followManager() {
         _managerEvents = _connection.observeForeign(_manager.owner(), [this](const auto& event) {
             if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY &&
                 xcb::as<xcb_property_notify_event_t>(event).atom == _connection.atoms().settings) {
-                read();
+                readLater();
             }
         });
     }
     read();
+}
+
+void SettingsReader::readLater() {
+    if (std::exchange(_isReading, true)) return;
+    _connection.runLoop().post(_lifetime.weakly([this] {
+        _isReading = false;
+        read();
+    }));
 }
 
 void SettingsReader::read() {

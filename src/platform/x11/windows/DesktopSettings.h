@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/foundation/bytes/Data.h"
+#include "platform/foundation/memory/Lifetime.h"
 #include "platform/foundation/observation/ObserverList.h"
 #include "platform/x11/server/Connection.h"
 #include "platform/x11/server/SelectionWatch.h"
@@ -44,15 +45,19 @@ public:
 
 private:
     void followManager();
+    /// Several changes in a row are read as one.
+    void readLater();
     void read();
 
     Connection& _connection;
     SelectionWatch _manager;
     DesktopSettings _settings;
+    bool _isReading = false;
     ObserverList<> _observers;
     Observation _managerChanges;
     std::optional<Observation> _managerEvents;
     std::optional<Observation> _rootEvents;
+    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -90,6 +90,20 @@ TEST_F(FileIconTest, TheThemeShowsItsNearestSizeBeforeItsParentsFittingOne) {
     EXPECT_EQ(colourOf("/nowhere/book.pdf"), red) << "what every theme falls back on";
 }
 
+TEST_F(FileIconTest, AThemeThatSaysTooMuchIsNone) {
+    const std::string description = "[Icon Theme]\nDirectories=56,wide\n[56]\nSize=56\n";
+    write("all/Long/index.theme", description + std::string(1 << 20, '#'));
+    draw("all/Long/56/text-plain.png", red, 56, 56);
+    write("all/Wide/index.theme", description + "[wide]\nSize=2000000000\n");
+    draw("all/Wide/wide/text-plain.png", red, 56, 56);
+    write("all/hicolor/index.theme", description);
+    draw("all/hicolor/56/text-plain.png", green, 56, 56);
+    for (const auto* name : {"Long", "Wide"}) {
+        theme = name;
+        EXPECT_EQ(colourOf("/nowhere/letter.txt"), green) << name;
+    }
+}
+
 TEST_F(FileIconTest, AFolderIsToldFromAFileAndNobodyWaitsForTheDisk) {
     write("all/Adwaita/index.theme", "[Icon Theme]\nDirectories=48\n[48]\nSize=48\n");
     draw("all/Adwaita/48/folder.png", green, 48, 48);

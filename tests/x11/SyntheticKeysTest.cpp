@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
 
+#include <algorithm>
+
 #include "x11/Person.h"
 #include "x11/Program.h"
 #include "x11/X11Test.h"
@@ -180,6 +182,35 @@ TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
     EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(true));
     EXPECT_EQ(told, 1) << "the user hears of it once";
     keys.CGEventPost(commandV);
+}
+
+TEST(PasteChords, NoProgramGetsKeysThatDoSomethingElseThere) {
+    const x11::PasteChord control{.hasControl = true, .key = XKB_KEY_v};
+    const x11::PasteChord shifted{.hasControl = true, .hasShift = true, .key = XKB_KEY_v};
+    const x11::PasteChord yank{.hasControl = true, .key = XKB_KEY_y};
+    const x11::PasteChord selected{.hasShift = true, .key = XKB_KEY_Insert, .readsPrimary = true};
+    const struct {
+        std::vector<std::string> names;
+        x11::PasteChord first;
+    } rows[] = {
+        {{"gvim", "Gvim"}, selected},  // Ctrl+V marks a block
+        {{"org.gnome.Terminal", "Gnome-terminal"}, shifted},
+        {{"konsole"}, shifted},
+        {{"debian-xterm", "XTerm"}, selected},
+        {{"URxvt"}, selected},
+        {{"emacs", "Emacs"}, yank},  // Ctrl+V scrolls
+        {{"org.example.Unknown", "Unknown"}, control},
+        {{}, control},
+    };
+    const x11::PasteChords chords;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.names.empty() ? "no name" : row.names.front());
+        const auto& found = chords.chordsFor(row.names);
+        ASSERT_FALSE(found.empty());
+        EXPECT_EQ(found.front(), row.first);
+        EXPECT_EQ(std::ranges::count(found, control), row.first == control ? 1 : 0);
+    }
+    EXPECT_TRUE(chords.chordsFor({"nvim-qt"}).empty());
 }
 
 TEST(PasteChords, TheUsersTableGoesOverTheProgramsOwn) {

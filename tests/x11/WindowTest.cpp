@@ -121,6 +121,30 @@ TEST_F(WindowTest, KeysTypeWithDeadKeysOfTheLayoutAndShortcutsTypeNothing) {
     EXPECT_EQ(log.keys[3].key, Key::enter);
 }
 
+TEST_F(WindowTest, ANewLayoutCountsFromTheNextKeyAndCostsNothingBefore) {
+    const auto panel = make(NSWindow::Kind::panel);
+    WindowLog log(*panel);
+    panel->orderFrontRegardless();
+    panel->makeKeyWindow();
+    ASSERT_TRUE(wait([&] { return log.keyStates == "+"; }));
+    person.typeKey(KEY_Z);
+    ASSERT_TRUE(wait([&] { return log.keys.size() == 1; }));
+    EXPECT_EQ(log.keys[0].text, "z");
+    const auto before = xcb_no_operation(connection->xcb()).sequence;
+    for (const char* layout : {"fr", "de"}) {
+        ASSERT_TRUE(Program(runLoop, {"setxkbmap", "-layout", layout}).waitForEnd());
+        // What the server has told by now is served before what stands behind.
+        x11::xcb::await<xcb_get_input_focus_reply>(connection->xcb(), xcb_get_input_focus(connection->xcb()));
+        bool isServed = false;
+        runLoop.postBehind([&] { isServed = true; });
+        ASSERT_TRUE(wait([&] { return isServed; }));
+    }
+    EXPECT_LT(xcb_no_operation(connection->xcb()).sequence - before, 20U);
+    person.typeKey(KEY_Z);
+    ASSERT_TRUE(wait([&] { return log.keys.size() == 2; }));
+    EXPECT_EQ(log.keys[1].text, "y");
+}
+
 TEST_F(WindowTest, AShortcutIsALatinLetterUnderEveryLayout) {
     const auto panel = make(NSWindow::Kind::panel);
     WindowLog log(*panel);

@@ -62,6 +62,15 @@ TEST_F(WorkspaceTest, FollowsTheActiveWindow) {
     EXPECT_TRUE(wait([&] { return !workspace.frontmostApplication(); }));
 }
 
+TEST_F(WorkspaceTest, OfADesktopFileNoMoreIsReadThanItsBeginning) {
+    const std::string much(300'000, '#');
+    std::ofstream(folder + "/late.desktop") << "[Desktop Entry]\n" << much << "\nStartupWMClass=Late-Class\n";
+    std::ofstream(folder + "/long.desktop") << "[Desktop Entry]\nStartupWMClass=Long-Class\n" << much;
+    x11::DesktopFiles files({folder});
+    EXPECT_EQ(files.idForClass("Long-Class"), "long");
+    EXPECT_EQ(files.idForClass("Late-Class"), std::nullopt);
+}
+
 /// Windows of another program without anybody who manages them.
 class BareWindows {
 public:

@@ -1,5 +1,7 @@
 #include "core/transforms/TextTransform.h"
 
+#include <set>
+
 #include "support/HeadlessTest.h"
 
 namespace vellumix {
@@ -52,9 +54,14 @@ TEST_F(TextTransformTest, EachRewritesOrRefuses) {
         {removeDiacritics, "Čeština éñü", "Cestina enu"},
         {removeDiacritics, "plain 한글", "plain 한글"},
     };
+    std::set<TextTransform> tried;
     for (const auto& each : cases) {
+        tried.insert(each.transform);
         EXPECT_EQ(vellumix::apply(each.transform, each.text), each.result)
             << rawValue(each.transform) << ": " << each.text.substr(0, 80);
+    }
+    for (const auto transform : allTextTransforms) {
+        EXPECT_TRUE(tried.contains(transform)) << rawValue(transform) << " is not among the cases";
     }
 }
 

@@ -10,27 +10,6 @@ namespace vellumix {
 
 namespace {
 
-struct Row {
-    std::string_view name;
-    std::string_view icon;
-};
-
-const Row& row(TextTransform transform) {
-    static constexpr std::array<Row, allTextTransforms.size()> rows{{
-        {"uppercase", "textformat.size.larger"},
-        {"lowercase", "textformat.size.smaller"},
-        {"titleCase", "textformat"},
-        {"trim", "scissors"},
-        {"jsonFormat", "curlybraces"},
-        {"urlEncode", "link"},
-        {"urlDecode", "link.badge.plus"},
-        {"base64Encode", "lock.shield"},
-        {"base64Decode", "lock.open"},
-        {"removeDiacritics", "character"},
-    }};
-    return rows[static_cast<std::size_t>(transform)];
-}
-
 std::optional<std::string> validUTF8(std::optional<std::string> text) {
     return text && isValidUTF8(*text) ? text : std::nullopt;
 }
@@ -40,10 +19,26 @@ std::optional<std::string> base64Decoded(std::string_view text) {
     return bytes ? validUTF8(std::string(asText(*bytes))) : std::nullopt;
 }
 
-std::optional<std::string> formatted(std::string_view json) {
+std::optional<std::string> formattedJson(std::string_view json) {
     const auto value = JsonValue::parse(json);
     return value ? std::optional(value->pretty()) : std::nullopt;
 }
+
+using Result = std::optional<std::string>;
+
+struct Row {
+    std::string_view name;
+    std::string_view icon;
+    Result (*apply)(std::string_view text);
+};
+
+constexpr Row rows[] = {
+#define TEXT_TRANSFORM(name, icon, result) \
+    {#name, icon, [](std::string_view text) -> Result { return result; }},
+#include "core/transforms/TextTransforms.def"
+};
+
+const Row& row(TextTransform transform) { return rows[static_cast<std::size_t>(transform)]; }
 
 }  // namespace
 
@@ -52,31 +47,8 @@ std::string title(TextTransform transform) {
     return localized("transform." + std::string(row(transform).name));
 }
 std::string_view icon(TextTransform transform) { return row(transform).icon; }
-
 std::optional<std::string> apply(TextTransform transform, std::string_view text) {
-    switch (transform) {
-        case TextTransform::uppercase:
-            return uppercased(text);
-        case TextTransform::lowercase:
-            return lowercased(text);
-        case TextTransform::titleCase:
-            return capitalized(text);
-        case TextTransform::trim:
-            return std::string(trimmedOfWhitespaceAndNewlines(text));
-        case TextTransform::jsonFormat:
-            return formatted(text);
-        case TextTransform::urlEncode:
-            return percentEncoded(text, isAllowedInQuery);
-        case TextTransform::urlDecode:
-            return validUTF8(percentDecoded(text));
-        case TextTransform::base64Encode:
-            return base64::encode(viewOf(text));
-        case TextTransform::base64Decode:
-            return base64Decoded(text);
-        case TextTransform::removeDiacritics:
-            return withoutDiacritics(text);
-    }
-    return std::nullopt;
+    return row(transform).apply(text);
 }
 
 }  // namespace vellumix

@@ -7,26 +7,16 @@
 
 namespace vellumix {
 
-/// The rewrites that the transform menu offers, in the menu's order.
+/// One for each line of TextTransforms.def.
 enum class TextTransform {
-    uppercase,
-    lowercase,
-    titleCase,
-    trim,
-    jsonFormat,
-    urlEncode,
-    urlDecode,
-    base64Encode,
-    base64Decode,
-    removeDiacritics,
+#define TEXT_TRANSFORM(name, icon, result) name,
+#include "core/transforms/TextTransforms.def"
 };
 
+/// In the menu's order.
 inline constexpr std::array allTextTransforms{
-    TextTransform::uppercase,    TextTransform::lowercase,
-    TextTransform::titleCase,    TextTransform::trim,
-    TextTransform::jsonFormat,   TextTransform::urlEncode,
-    TextTransform::urlDecode,    TextTransform::base64Encode,
-    TextTransform::base64Decode, TextTransform::removeDiacritics,
+#define TEXT_TRANSFORM(name, icon, result) TextTransform::name,
+#include "core/transforms/TextTransforms.def"
 };
 
 /// The name of the case.

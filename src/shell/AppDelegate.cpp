@@ -5,10 +5,9 @@
 #include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/coding/Json.h"
-#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/files/Setting.h"
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/loop/RunLoop.h"
-#include "shell/settings/JSONSetting.h"
 
 namespace vellumix {
 
@@ -19,32 +18,35 @@ constexpr double reactivationSeconds = 0.05;
 /// From the panel's going to the writing of an entry.
 constexpr double deliverySeconds = 0.05;
 
-constexpr auto shortcutKey = "settings.globalShortcut";
-constexpr Shortcut standardShortcut{.keyCode = 9, .modifiers = cmdKey | optionKey};
+/// As data that hold a pair of numbers in JSON. No size of a window is as good as none.
+struct AsWindowSize {
+    static std::optional<Size> load(std::string_view key, const UserDefaults& defaults) {
+        const auto data = defaults.value<Data>(key);
+        if (!data) return std::nullopt;
+        JsonReader reader(*data);
+        std::vector<double> lengths;
+        const auto element = [&] { return reader.number(lengths.emplace_back()); };
+        const bool isPair = reader.array(element) && reader.end() && lengths.size() == 2;
+        // What the window protocol can count (X protocol, request "CreateWindow").
+        constexpr double longest = 32767;
+        const auto isLength = [](double length) { return length > 0 && length <= longest; };
+        if (!isPair || !std::ranges::all_of(lengths, isLength)) return std::nullopt;
+        return Size{lengths.front(), lengths.back()};
+    }
+};
 
-/// A pair of numbers as JSON; what is anything else, or no size of a window, is as if it were absent.
-Size storedPopoverSize() {
-    constexpr Size standard{520, 450};
-    const auto data = UserDefaults::standard().value<Data>("ui.popoverSize");
-    if (!data) return standard;
-    JsonReader reader(*data);
-    std::vector<double> lengths;
-    const auto element = [&] { return reader.number(lengths.emplace_back()); };
-    const bool isPair = reader.array(element) && reader.end() && lengths.size() == 2;
-    // What the window protocol can count (X protocol, request "CreateWindow").
-    constexpr double longest = 32767;
-    const auto isLength = [](double length) { return length > 0 && length <= longest; };
-    return isPair && std::ranges::all_of(lengths, isLength) ? Size{lengths.front(), lengths.back()}
-                                                            : standard;
-}
+const Setting<Shortcut, AsJSON<Shortcut>> shortcutSetting("settings.globalShortcut",
+                                                          {.keyCode = 9, .modifiers = cmdKey | optionKey});
+const Setting<Size, AsWindowSize> popoverSizeSetting("ui.popoverSize", {520, 450});
+const Setting<bool> onboardingCompletedSetting("onboarding.completed", false);
 
 }  // namespace
 
 AppDelegate::AppDelegate()
-    : shortcut(loadJSONSetting(shortcutKey, UserDefaults::standard()).value_or(standardShortcut)),
+    : shortcut(shortcutSetting.get()),
       autoCleanSettings(AutoCleanSettings::load()),
       appearanceSettings(loadAppearanceSettings()),
-      popoverSize(storedPopoverSize()) {}
+      popoverSize(popoverSizeSetting.get()) {}
 
 AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
     if (!_autoCleanScheduler) {
@@ -77,7 +79,7 @@ void AppDelegate::setAutoCleanSettings(AutoCleanSettings settings) {
 
 void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
     if (std::ranges::find(process.arguments, "-resetOnboarding") != process.arguments.end()) {
-        UserDefaults::standard().remove("onboarding.completed");
+        onboardingCompletedSetting.remove();
     }
     if (process.environment("XCTestConfigurationFilePath")) return;
 
@@ -111,7 +113,7 @@ bool AppDelegate::updateGlobalShortcut(const Shortcut& wanted) {
         return false;
     }
     shortcut.set(wanted);
-    saveJSONSetting(std::optional(wanted), shortcutKey, UserDefaults::standard());
+    shortcutSetting.set(wanted);
     return true;
 }
 

@@ -7,7 +7,7 @@
 
 #include "core/history/HistorySearch.h"
 #include "platform/desktop/Platform.h"
-#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/files/Setting.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/foundation/text/LocalizedText.h"
 #include "platform/view/values/Curve.h"
@@ -18,13 +18,14 @@ namespace vellumix {
 
 namespace {
 
-constexpr auto widthKey = "panelWidth";
-constexpr auto heightKey = "panelHeight";
-constexpr auto relativeXKey = "panelRelativeX";
-constexpr auto relativeYKey = "panelRelativeY";
-constexpr auto hasCustomPositionKey = "hasCustomPosition";
-constexpr auto spanningXKey = "panelSpanningX";
-constexpr auto spanningYKey = "panelSpanningY";
+// No length is none stored.
+const Setting<double> widthSetting("panelWidth", 0);
+const Setting<double> heightSetting("panelHeight", 0);
+const Setting<double> relativeXSetting("panelRelativeX", 0);
+const Setting<double> relativeYSetting("panelRelativeY", 0);
+const Setting<bool> hasCustomPositionSetting("hasCustomPosition", false);
+const Setting<std::optional<double>> spanningXSetting("panelSpanningX");
+const Setting<std::optional<double>> spanningYSetting("panelSpanningY");
 
 constexpr double showSeconds = 0.2;
 constexpr double hideSeconds = 0.15;
@@ -100,19 +101,18 @@ StatusBarController::StatusBarController(Store& store, AppDelegate& application)
 }
 
 void StatusBarController::restoreFromDefaults() {
-    const auto& defaults = UserDefaults::standard();
-    const Size stored{defaults.doubleForKey(widthKey), defaults.doubleForKey(heightKey)};
+    const Size stored{widthSetting.get(), heightSetting.get()};
     if (stored.width > 0 && stored.height > 0) {
         const auto& least = FloatingPanel::minSize;
         const auto& most = FloatingPanel::maxSize;
         currentSize = {std::clamp(stored.width, least.width, most.width),
                        std::clamp(stored.height, least.height, most.height)};
     }
-    if (!defaults.boolForKey(hasCustomPositionKey)) return;
-    const Point place{defaults.doubleForKey(relativeXKey), defaults.doubleForKey(relativeYKey)};
+    if (!hasCustomPositionSetting.get()) return;
+    const Point place{relativeXSetting.get(), relativeYSetting.get()};
     if (isFraction(place.x) && isFraction(place.y)) _relativePosition = place;
-    const auto x = defaults.value<double>(spanningXKey);
-    const auto y = defaults.value<double>(spanningYKey);
+    const auto x = spanningXSetting.get();
+    const auto y = spanningYSetting.get();
     if (x && y) _spanningPosition = Point{*x, *y};
 }
 
@@ -260,9 +260,8 @@ void StatusBarController::panelChangedFrame(bool hasResized) {
 }
 
 void StatusBarController::persistPanelFrame() {
-    auto& defaults = UserDefaults::standard();
-    defaults.set(widthKey, PropertyValue(currentSize.width));
-    defaults.set(heightKey, PropertyValue(currentSize.height));
+    widthSetting.set(currentSize.width);
+    heightSetting.set(currentSize.height);
     if (!_currentPosition) return;
     auto screen = _floatingPanel->window().screen();
     if (!screen) screen = mainOrFirstScreen();
@@ -272,17 +271,12 @@ void StatusBarController::persistPanelFrame() {
         fraction(_currentPosition->x, visible.minX(), visible.size.width - currentSize.width),
         fraction(_currentPosition->y, visible.minY(), visible.size.height - currentSize.height),
     };
-    defaults.set(relativeXKey, PropertyValue(_relativePosition->x));
-    defaults.set(relativeYKey, PropertyValue(_relativePosition->y));
-    defaults.set(hasCustomPositionKey, PropertyValue(true));
+    relativeXSetting.set(_relativePosition->x);
+    relativeYSetting.set(_relativePosition->y);
+    hasCustomPositionSetting.set(true);
     _spanningPosition = spansMonitors(_floatingPanel->window().frame()) ? _currentPosition : std::nullopt;
-    if (_spanningPosition) {
-        defaults.set(spanningXKey, PropertyValue(_spanningPosition->x));
-        defaults.set(spanningYKey, PropertyValue(_spanningPosition->y));
-    } else {
-        defaults.remove(spanningXKey);
-        defaults.remove(spanningYKey);
-    }
+    spanningXSetting.set(_spanningPosition ? std::optional(_spanningPosition->x) : std::nullopt);
+    spanningYSetting.set(_spanningPosition ? std::optional(_spanningPosition->y) : std::nullopt);
 }
 
 }  // namespace vellumix

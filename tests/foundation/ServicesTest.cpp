@@ -153,7 +153,7 @@ TEST_F(ServicesTest, ASettingsFileThatCannotBeReadIsKeptAside) {
         UserDefaults defaults(desktop.files, settings);
         defaults.set("a", true);
         defaults.synchronize();
-        EXPECT_TRUE(UserDefaults(desktop.files, settings).boolForKey("a"));
+        EXPECT_EQ(UserDefaults(desktop.files, settings).value<bool>("a"), true);
         EXPECT_EQ(desktop.files.files.size(), 2U);
         EXPECT_EQ(asText(desktop.files.files.rbegin()->second), torn) << desktop.files.files.rbegin()->first;
     }

@@ -349,7 +349,7 @@ TEST_F(FloatingPanelTest, IsNeverLargerThanItsScreenAndAsLargeAsBeforeOnOneThatH
     showOn(small);
     EXPECT_EQ(panel().frame().minY(), 30);
     EXPECT_EQ(panel().frame().size, (Size{600, 738}));
-    EXPECT_EQ(UserDefaults::standard().doubleForKey("panelHeight"), 1000);
+    EXPECT_EQ(UserDefaults::standard().value<double>("panelHeight"), 1000);
     showOn(large);
     EXPECT_EQ(panel().frame().size, (Size{600, 1000}));
 

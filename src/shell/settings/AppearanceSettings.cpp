@@ -1,21 +1,30 @@
 #include "shell/settings/AppearanceSettings.h"
 
-#include <algorithm>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include "platform/foundation/coding/Json.h"
-#include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/files/Setting.h"
 
 namespace vellumix {
 
 namespace {
 
-view::Color loadColor(std::string_view key) {
-    const auto data = UserDefaults::standard().value<Data>(key);
-    return snappedToPalette(data ? storedColor(*data) : std::nullopt);
-}
+/// As the data of a colour, which is told from its nearest neighbour in the palette.
+struct AsPaletteColor {
+    static std::optional<view::Color> load(std::string_view key, const UserDefaults& defaults) {
+        const auto data = defaults.value<Data>(key);
+        const auto color = data ? storedColor(*data) : std::nullopt;
+        return color ? std::optional(snappedToPalette(color)) : std::nullopt;
+    }
+};
+
+const Setting<BlockStyle, AsName<allBlockStyles>> blockStyleSetting("appearance.blockStyle",
+                                                                    BlockStyle::alternate);
+const Setting<view::Color, AsPaletteColor> colorASetting("appearance.colorA", blockPalette[0]);
+const Setting<view::Color, AsPaletteColor> colorBSetting("appearance.colorB", blockPalette[0]);
+const Setting<view::Color, AsPaletteColor> singleColorSetting("appearance.singleColor", blockPalette[0]);
 
 /// Distances that differ by less are equal but for the rounding of their decimal fractions.
 constexpr double rounding = 1e-12;
@@ -30,14 +39,11 @@ double squaredDistance(const view::Color& a, const view::Color& b) {
 std::string_view rawValue(BlockStyle style) { return style == BlockStyle::single ? "single" : "alternate"; }
 
 AppearanceSettings loadAppearanceSettings() {
-    const auto stored = UserDefaults::standard().value<std::string>("appearance.blockStyle");
-    const auto* const style = std::ranges::find_if(
-        allBlockStyles, [&](BlockStyle each) { return stored == std::string(rawValue(each)); });
     return {
-        .blockStyle = style == allBlockStyles.end() ? BlockStyle::alternate : *style,
-        .colorA = loadColor("appearance.colorA"),
-        .colorB = loadColor("appearance.colorB"),
-        .singleColor = loadColor("appearance.singleColor"),
+        .blockStyle = blockStyleSetting.get(),
+        .colorA = colorASetting.get(),
+        .colorB = colorBSetting.get(),
+        .singleColor = singleColorSetting.get(),
     };
 }
 

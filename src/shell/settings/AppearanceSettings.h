@@ -27,6 +27,10 @@ inline constexpr std::array<view::Color, 6> blockPalette{{
 
 /// The block colours of the user defaults: `appearance.blockStyle`, a string, and `appearance.colorA`,
 /// `appearance.colorB` and `appearance.singleColor`, data. The program itself never writes them.
+///
+/// No view paints by them: the list shows cards in the colours of the theme, not blocks. They are loaded and
+/// published so that what a person has stored is checked at one place, and never lost by a program that
+/// doesn't know it.
 struct AppearanceSettings {
     BlockStyle blockStyle = BlockStyle::alternate;
     view::Color colorA = blockPalette[0];

@@ -1,9 +1,7 @@
 #include "shell/settings/LanguageManager.h"
 
-#include <algorithm>
 #include <iterator>
 
-#include "platform/foundation/files/UserDefaults.h"
 #include "platform/foundation/observation/SharedInstances.h"
 #include "platform/foundation/text/LocalizedText.h"
 
@@ -11,7 +9,7 @@ namespace vellumix {
 
 namespace {
 
-constexpr auto languageKey = "settings.language";
+const Setting<AppLanguage, AsName<allAppLanguages>> languageSetting("settings.language", AppLanguage::system);
 
 struct Row {
     std::string_view rawValue;
@@ -29,12 +27,6 @@ static_assert(std::size(rows) == std::size(allAppLanguages));
 
 const Row& row(AppLanguage language) { return rows[static_cast<std::size_t>(language)]; }
 
-AppLanguage languageOf(const std::optional<std::string>& stored) {
-    const auto found = std::ranges::find_if(
-        allAppLanguages, [&](AppLanguage language) { return stored == rawValue(language); });
-    return found == std::end(allAppLanguages) ? AppLanguage::system : *found;
-}
-
 }  // namespace
 
 std::string_view rawValue(AppLanguage language) { return row(language).rawValue; }
@@ -50,21 +42,17 @@ std::string displayName(AppLanguage language) {
 }
 
 std::optional<std::string> chosenFolder(const PropertyDictionary& settings) {
-    const auto found = settings.find(languageKey);
+    const auto found = settings.find(languageSetting.key());
     const auto* const stored = found == settings.end() ? nullptr : std::get_if<std::string>(&found->second);
-    const auto folder = stored ? resourceFolder(languageOf(*stored)) : std::nullopt;
+    const auto language = stored ? AsName<allAppLanguages>::named(*stored) : std::nullopt;
+    const auto folder = language ? resourceFolder(*language) : std::nullopt;
     return folder ? std::optional(std::string(*folder)) : std::nullopt;
 }
 
 LanguageManager& LanguageManager::shared() { return SharedInstances::current().get<LanguageManager>(); }
 
 LanguageManager::LanguageManager()
-    : currentLanguage(languageOf(UserDefaults::standard().value<std::string>(languageKey))),
-      _ownChange(currentLanguage.observe([this] {
-          UserDefaults::standard().set(languageKey,
-                                       PropertyValue(std::string(rawValue(currentLanguage.get()))));
-          putInForce();
-      })) {
+    : currentLanguage(languageSetting), _ownChange(currentLanguage.observe([this] { putInForce(); })) {
     putInForce();
 }
 

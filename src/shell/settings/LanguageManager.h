@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "platform/foundation/coding/PropertyList.h"
-#include "platform/foundation/observation/Published.h"
+#include "platform/foundation/files/Setting.h"
 #include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
@@ -38,7 +38,7 @@ public:
 
     /// Setting it stores it and puts it in force before any other observer hears of it: every `localized`
     /// from then on answers in that language.
-    Published<AppLanguage> currentLanguage;
+    PublishedSetting<AppLanguage, AsName<allAppLanguages>> currentLanguage;
 
     /// What texts are looked up in.
     Bundle bundle() const;

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
+#include "platform/foundation/files/Setting.h"
 #include "platform/foundation/memory/Lifetime.h"
-#include "platform/foundation/observation/Published.h"
 #include "platform/view/values/Style.h"
 
 namespace vellumix {
@@ -32,7 +32,7 @@ public:
     ThemeManager();
 
     /// Setting it, to the same value too, stores it and posts `didChangeNotification`.
-    Published<ThemeMode> currentTheme;
+    PublishedSetting<ThemeMode, AsName<allThemeModes>> currentTheme;
 
     /// The window; the mark on an accent fill.
     view::Color backgroundColor() const { return grey(0.11, 0.96); }
@@ -76,6 +76,7 @@ private:
     view::Color grey(double dark, double light) const {
         return view::Color::grey(currentTheme.get() == ThemeMode::dark ? dark : light);
     }
+    /// Tells everyone of a theme that is stored already.
     void applyTheme();
 
     Observation _ownChange;

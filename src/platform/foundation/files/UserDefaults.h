@@ -13,7 +13,7 @@
 namespace vellumix {
 
 /// The settings of the process: string keys with typed values, and an absent state that differs from every
-/// value.
+/// value. What the program keeps goes through a `Setting`, and none of it comes here by itself.
 ///
 /// Main thread only. Changes that follow each other closely go to the file in one write, off the main thread;
 /// a failed write is logged, and the next change writes everything again. A getter gives nothing when the key
@@ -41,8 +41,6 @@ public:
         const auto* typed = std::get_if<T>(&found->second);
         return typed ? std::optional<T>(*typed) : std::nullopt;
     }
-    bool boolForKey(std::string_view key) const { return value<bool>(key).value_or(false); }
-    double doubleForKey(std::string_view key) const { return value<double>(key).value_or(0); }
 
     void set(std::string_view key, PropertyValue value);
     void set(std::string_view key, const char* text) { set(key, PropertyValue(std::string(text))); }

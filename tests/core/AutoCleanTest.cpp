@@ -4,6 +4,7 @@
 #include "core/history/Store.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/foundation/text/LocalizedText.h"
+#include "platform/foundation/text/MissingResources.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {
@@ -187,6 +188,7 @@ TEST_F(LocalizedTextTest, TheBestLanguageServesAndEveryTableHasEveryKey) {
     Localization::current().folder = "pt-BR";
     EXPECT_EQ(localized("clear"), "Limpar");
     EXPECT_EQ(localized("no.such.key"), "no.such.key");
+    EXPECT_EQ(takeMissing(), std::vector<std::string>{"text no.such.key"});
     EXPECT_FALSE(Bundle::withFolder("ptBR"));
 
     const auto english = Bundle::withFolder("en")->table();

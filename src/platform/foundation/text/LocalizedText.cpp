@@ -4,6 +4,7 @@
 
 #include "platform/foundation/observation/SharedInstances.h"
 #include "platform/foundation/text/EmbeddedTables.h"
+#include "platform/foundation/text/MissingResources.h"
 
 namespace vellumix {
 
@@ -83,7 +84,9 @@ Bundle Bundle::mainBundle() {
 
 std::string Bundle::localizedString(std::string_view key) const {
     const auto found = _table->find(key);
-    return found == _table->end() ? std::string(key) : found->second;
+    if (found != _table->end()) return found->second;
+    reportMissing("text", key);
+    return std::string(key);
 }
 
 Localization& Localization::current() { return SharedInstances::current().get<Localization>(); }

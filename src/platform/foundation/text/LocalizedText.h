@@ -16,7 +16,7 @@ public:
     /// The bundle of a folder such as "pt-BR"; nothing when there is none.
     static std::optional<Bundle> withFolder(std::string_view folder);
 
-    /// The text, or the key itself when the table has none.
+    /// The text, or the key itself when the table has none, which is reported as missing.
     std::string localizedString(std::string_view key) const;
     const std::map<std::string, std::string, std::less<>>& table() const { return *_table; }
 

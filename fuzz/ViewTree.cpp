@@ -85,7 +85,7 @@ View randomLeaf(Input& input) {
         case 0:
             return Text(std::string(input.next(), static_cast<char>(input.next())));
         case 1:
-            return Symbol("star");
+            return Symbol("pin");
         case 2:
             return ShapeView(RoundedRectangle(input.next()), Color::grey(0.5), Outline{});
         case 3:

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "linux/FakeTray.h"
+#include "platform/foundation/text/MissingResources.h"
 #include "platform/linux/tray/StatusNotifierItem.h"
 
 namespace vellumix::linux_desktop {
@@ -97,6 +98,7 @@ TEST_F(StatusNotifierItemTest, TellsAHostWhatToShow) {
 
     item->setImage("no.such.symbol", "Vellumix");
     EXPECT_EQ(printed(tray.property("IconPixmap")), "[]");
+    EXPECT_EQ(takeMissing(), std::vector<std::string>{"symbol no.such.symbol"});
 }
 
 TEST_F(StatusNotifierItemTest, TheMenuIsARealOne) {

@@ -2,6 +2,7 @@
 
 #include "platform/view/tree/LayoutPass.h"
 #include "platform/view/tree/Recorder.h"
+#include "platform/view/values/Symbols.h"
 #include "platform/view/values/Views.h"
 
 namespace vellumix::view {
@@ -86,7 +87,10 @@ private:
 
 class SymbolElement final : public Element {
 public:
-    explicit SymbolElement(std::string name) : _name(std::move(name)) {}
+    explicit SymbolElement(std::string name) : _name(std::move(name)) {
+        // Told where a view asks for it, whether or not it is ever painted.
+        symbolOutlines(_name);
+    }
 
     const char* name() const override { return "Symbol"; }
 

@@ -9,13 +9,12 @@ namespace vellumix::view {
 
 namespace {
 
-/// Null for a drawing that can't be read.
-handles::Surface drawn(std::string_view svg, double strokeWidth, int side) {
+handles::Surface drawn(std::span<const SymbolOutline> outlines, double strokeWidth, int side) {
     constexpr double units = 24;
     handles::Surface surface(cairo_image_surface_create(CAIRO_FORMAT_A8, side, side));
     const handles::Context context(cairo_create(surface.get()));
     cairo_scale(context.get(), side / units, side / units);
-    if (!drawSymbolOutlines(context.get(), svg, strokeWidth)) return nullptr;
+    drawSymbolOutlines(context.get(), outlines, strokeWidth);
     cairo_surface_flush(surface.get());
     return surface;
 }
@@ -29,11 +28,9 @@ std::shared_ptr<const handles::Surface> SymbolMasks::mask(std::string_view name,
     const double width = symbolStrokeWidth(weight, points);
     const auto& key = _key.of(name, side, std::lround(width * 1000));
     if (auto known = _masks.objectForKey(key)) return known;
-    const auto drawing = symbolDrawing(name);
-    if (!drawing) return nullptr;
-    auto surface = drawn(*drawing, width, side);
-    if (!surface) return nullptr;
-    auto mask = std::make_shared<const handles::Surface>(std::move(surface));
+    const auto outlines = symbolOutlines(name);
+    if (outlines.empty()) return nullptr;
+    auto mask = std::make_shared<const handles::Surface>(drawn(outlines, width, side));
     _masks.setObject(mask, key, static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
     return mask;
 }

@@ -1,216 +1,54 @@
 #include "platform/view/paint/SymbolOutlines.h"
 
-#include <algorithm>
-#include <cctype>
-#include <charconv>
-#include <cmath>
-#include <numbers>
-#include <optional>
-
-#include "platform/desktop/Geometry.h"
-
 namespace vellumix::view {
 
 namespace {
 
-/// Appends what the `d` attribute of a path says (SVG 2 section 9.3) to the context's path.
-class PathReader {
-public:
-    PathReader(cairo_t* context, std::string_view text) : _context(context), _rest(text) {}
-
-    bool read() {
-        char command = 0;
-        while (skipSeparators(), !_rest.empty()) {
-            const bool isLetter = std::isalpha(static_cast<unsigned char>(_rest.front())) != 0;
-            if (isLetter) {
-                command = _rest.front();
-                _rest.remove_prefix(1);
-            }
-            if (!run(command) || !_isSound) return false;
-            // Further pairs behind a move are lines.
-            if (command == 'M') command = 'L';
-            if (command == 'm') command = 'l';
-        }
-        return true;
-    }
-
-private:
-    bool run(char command) {
-        const bool isRelative = std::islower(static_cast<unsigned char>(command)) != 0;
-        const Point base = isRelative ? current() : Point();
-        const auto point = [&] {
-            const double x = number();
-            return Point{base.x + x, base.y + number()};
-        };
-        switch (std::toupper(static_cast<unsigned char>(command))) {
-            case 'M': {
-                const auto to = point();
-                cairo_move_to(_context, to.x, to.y);
-                return true;
-            }
-            case 'L':
-                lineTo(point());
-                return true;
-            case 'H':
-                lineTo({base.x + number(), current().y});
-                return true;
-            case 'V':
-                lineTo({current().x, base.y + number()});
-                return true;
-            case 'C': {
-                const auto first = point();
-                const auto second = point();
-                const auto to = point();
-                cairo_curve_to(_context, first.x, first.y, second.x, second.y, to.x, to.y);
-                return true;
-            }
-            case 'A': {
-                const double radius = number();
-                if (number() != radius || number() != 0) return false;
-                const bool isLarge = flag();
-                const bool isClockwise = flag();
-                arcTo(point(), radius, isLarge, isClockwise);
-                return true;
-            }
-            case 'Z':
-                cairo_close_path(_context);
-                return true;
-            default:
-                return false;
+void appendPath(cairo_t* context, const SymbolOutline& outline) {
+    const auto* next = outline.numbers.data();
+    for (const auto step : outline.steps) {
+        const auto* at = next;
+        switch (step) {
+            case SymbolStep::move:
+                cairo_move_to(context, at[0], at[1]);
+                next += 2;
+                break;
+            case SymbolStep::line:
+                cairo_line_to(context, at[0], at[1]);
+                next += 2;
+                break;
+            case SymbolStep::curve:
+                cairo_curve_to(context, at[0], at[1], at[2], at[3], at[4], at[5]);
+                next += 6;
+                break;
+            case SymbolStep::arc:
+                cairo_arc(context, at[0], at[1], at[2], at[3], at[4]);
+                next += 5;
+                break;
+            case SymbolStep::arcBack:
+                cairo_arc_negative(context, at[0], at[1], at[2], at[3], at[4]);
+                next += 5;
+                break;
+            case SymbolStep::close:
+                cairo_close_path(context);
+                break;
         }
     }
-
-    Point current() const {
-        Point at;
-        cairo_get_current_point(_context, &at.x, &at.y);
-        return at;
-    }
-    void lineTo(Point to) { cairo_line_to(_context, to.x, to.y); }
-
-    /// SVG 2, appendix B.2.4, for circles.
-    void arcTo(Point to, double radius, bool isLarge, bool isClockwise) {
-        const auto from = current();
-        const double distance = std::hypot(from.x - to.x, from.y - to.y);
-        if (distance == 0) return;
-        // An arc that can't reach is made larger.
-        const double reaching = std::max(radius, distance / 2);
-        const double height = std::sqrt(reaching * reaching - distance * distance / 4);
-        const double side = (isLarge == isClockwise ? -height : height) / distance;
-        const Point centre{(from.x + to.x) / 2 + side * (from.y - to.y),
-                           (from.y + to.y) / 2 - side * (from.x - to.x)};
-        const double begin = std::atan2(from.y - centre.y, from.x - centre.x);
-        const double end = std::atan2(to.y - centre.y, to.x - centre.x);
-        (isClockwise ? cairo_arc : cairo_arc_negative)(_context, centre.x, centre.y, reaching, begin, end);
-    }
-
-    void skipSeparators() { _rest.remove_prefix(std::min(_rest.size(), _rest.find_first_not_of(" ,\n"))); }
-    double number() {
-        skipSeparators();
-        double value = 0;
-        const auto read = std::from_chars(_rest.data(), _rest.data() + _rest.size(), value);
-        _isSound = _isSound && read.ec == std::errc();
-        _rest.remove_prefix(static_cast<std::size_t>(read.ptr - _rest.data()));
-        return value;
-    }
-    /// One digit, which the next number may follow at once.
-    bool flag() {
-        skipSeparators();
-        _isSound = _isSound && (_rest.starts_with('0') || _rest.starts_with('1'));
-        if (!_isSound) return false;
-        const bool isSet = _rest.front() == '1';
-        _rest.remove_prefix(1);
-        return isSet;
-    }
-
-    cairo_t* _context;
-    std::string_view _rest;
-    bool _isSound = true;
-};
-
-/// What stands between the angle brackets.
-struct Tag {
-    std::string_view text;
-
-    std::string_view name() const { return text.substr(0, text.find_first_of(" \n")); }
-    std::optional<std::string_view> attribute(std::string_view wanted) const {
-        for (auto at = text.find(wanted); at != std::string_view::npos; at = text.find(wanted, at + 1)) {
-            const bool isWhole = at > 0 && (text[at - 1] == ' ' || text[at - 1] == '\n');
-            const auto value = text.substr(at + wanted.size());
-            if (isWhole && value.starts_with("=\"")) return value.substr(2, value.find('"', 2) - 2);
-        }
-        return std::nullopt;
-    }
-    double length(std::string_view wanted) const {
-        const auto value = attribute(wanted).value_or("0");
-        double number = 0;
-        std::from_chars(value.data(), value.data() + value.size(), number);
-        return number;
-    }
-};
-
-std::optional<Tag> nextTag(std::string_view& svg) {
-    const auto begin = svg.find('<');
-    const auto end = svg.find('>', std::min(begin, svg.size()));
-    if (end == std::string_view::npos) return std::nullopt;
-    const Tag tag{svg.substr(begin + 1, end - begin - 1)};
-    svg.remove_prefix(end + 1);
-    return tag;
-}
-
-bool appendElement(cairo_t* context, const Tag& tag) {
-    cairo_new_path(context);
-    if (tag.name() == "path") return PathReader(context, tag.attribute("d").value_or("")).read();
-    if (tag.name() == "circle") {
-        cairo_arc(context, tag.length("cx"), tag.length("cy"), tag.length("r"), 0, 2 * std::numbers::pi);
-        cairo_close_path(context);
-        return true;
-    }
-    if (tag.name() != "rect") return false;
-    const double radius = tag.length("rx");
-    const double left = tag.length("x") + radius;
-    const double top = tag.length("y") + radius;
-    const double right = tag.length("x") + tag.length("width") - radius;
-    const double bottom = tag.length("y") + tag.length("height") - radius;
-    constexpr double quarter = std::numbers::pi / 2;
-    cairo_arc(context, left, top, radius, 2 * quarter, 3 * quarter);
-    cairo_arc(context, right, top, radius, -quarter, 0);
-    cairo_arc(context, right, bottom, radius, 0, quarter);
-    cairo_arc(context, left, bottom, radius, quarter, 2 * quarter);
-    cairo_close_path(context);
-    return true;
-}
-
-/// Draws what is inside of masks, or what is outside.
-bool drawElements(cairo_t* context, std::string_view svg, bool areInMask) {
-    bool isInMask = false;
-    bool isGroupFilled = false;
-    while (const auto tag = nextTag(svg)) {
-        const auto name = tag->name();
-        const auto fill = tag->attribute("fill");
-        if (name == "mask" || name == "/mask") {
-            isInMask = name == "mask";
-        } else if (name == "g" || name == "/g") {
-            isGroupFilled = fill && fill != "none";
-        } else if (name != "svg" && name != "/svg" && name != "!--" && isInMask == areInMask) {
-            // The white of a mask leaves everything as it is.
-            if (fill == "white") continue;
-            if (!appendElement(context, *tag)) return false;
-            if (fill ? fill != "none" : isGroupFilled) cairo_fill_preserve(context);
-            cairo_stroke(context);
-        }
-    }
-    return true;
 }
 
 }  // namespace
 
-bool drawSymbolOutlines(cairo_t* context, std::string_view svg, double strokeWidth) {
+void drawSymbolOutlines(cairo_t* context, std::span<const SymbolOutline> outlines, double strokeWidth) {
     cairo_set_line_width(context, strokeWidth);
     cairo_set_line_cap(context, CAIRO_LINE_CAP_ROUND);
     cairo_set_line_join(context, CAIRO_LINE_JOIN_ROUND);
-    if (!drawElements(context, svg, false)) return false;
-    cairo_set_operator(context, CAIRO_OPERATOR_DEST_OUT);
-    return drawElements(context, svg, true);
+    for (const auto& outline : outlines) {
+        cairo_set_operator(context, outline.isCutOut ? CAIRO_OPERATOR_DEST_OUT : CAIRO_OPERATOR_OVER);
+        cairo_new_path(context);
+        appendPath(context, outline);
+        if (outline.isFilled) cairo_fill_preserve(context);
+        cairo_stroke(context);
+    }
 }
 
 }  // namespace vellumix::view

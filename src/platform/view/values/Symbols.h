@@ -1,6 +1,7 @@
 #pragma once
 
-#include <optional>
+#include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -8,19 +9,44 @@
 
 namespace vellumix::view {
 
-/// One symbol: the name by which views ask for it, and the drawing that stands for it.
+/// A step of an outline, in a box of 24 by 24 units, with as many numbers.
+enum class SymbolStep : std::uint8_t {
+    /// x, y
+    move,
+    /// x, y
+    line,
+    /// x and y of two control points and of the end
+    curve,
+    /// x and y of the centre, radius, and the angles of the begin and the end in radians, clockwise
+    arc,
+    /// the same anticlockwise
+    arcBack,
+    close,
+};
+inline constexpr std::size_t symbolStepCount = 6;
+
+struct SymbolOutline {
+    std::span<const SymbolStep> steps;
+    /// Of all steps, in their order.
+    std::span<const double> numbers;
+    bool isFilled = false;
+    /// Taken out of all outlines that aren't; comes behind them.
+    bool isCutOut = false;
+};
+
 struct SymbolEntry {
     std::string_view name;
-    std::string_view file;
+    std::span<const SymbolOutline> outlines;
 };
-/// All symbols, sorted by name.
-std::span<const SymbolEntry> symbolTable();
 
-/// The SVG drawing of a symbol; nothing for a name that the set doesn't know.
-std::optional<std::string_view> symbolDrawing(std::string_view name);
+/// Every drawing of src/resources/symbols by the name of its file, in the names' order. Written by the build.
+extern const std::span<const SymbolEntry> symbolTable;
 
-/// The width of a symbol's outlines, in units of its 24 by 24 box. Large symbols have thinner lines, as the
-/// optical sizes of a font do. `side` is that of the box, in points.
+/// Empty for a name that the set doesn't know, which is reported as missing.
+std::span<const SymbolOutline> symbolOutlines(std::string_view name);
+
+/// The width of a symbol's outlines, in units of its box. Large symbols have thinner lines, as the optical
+/// sizes of a font do. `side` is that of the box, in points.
 double symbolStrokeWidth(Font::Weight weight, double side);
 
 }  // namespace vellumix::view

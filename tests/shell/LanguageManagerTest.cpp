@@ -1,12 +1,5 @@
 #include "shell/settings/LanguageManager.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <set>
-#include <sstream>
-
 #include "platform/foundation/files/UserDefaults.h"
 #include "platform/foundation/text/LocalizedText.h"
 #include "shell/settings/RelativeTimestamp.h"
@@ -92,74 +85,6 @@ TEST_F(LanguageManagerTest, AnAgeIsCutToWholeUnits) {
         EXPECT_EQ(relativeTimestamp(item), each.portuguese) << each.age;
         language.set(AppLanguage::es);
         EXPECT_EQ(relativeTimestamp(item), each.spanish) << each.age;
-    }
-}
-
-std::string contentOf(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    std::stringstream content;
-    content << file.rdbuf();
-    return content.str();
-}
-
-/// What a text has of %-arguments, in order.
-std::vector<std::string> arguments(const std::string& text) {
-    std::vector<std::string> found;
-    for (auto at = text.find('%'); at != std::string::npos; at = text.find('%', at + 2))
-        found.push_back(text.substr(at, 2));
-    return found;
-}
-
-const std::filesystem::path sources = VELLUMIX_SOURCES;
-
-/// The keys that the sources look up, and whether with a number or a text to put in.
-std::map<std::string, bool> keysInSources() {
-    static constexpr std::string_view lookUp = "localized(\"";
-    std::map<std::string, bool> keys;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(sources)) {
-        if (entry.path().extension() != ".cpp") continue;
-        const auto code = contentOf(entry.path());
-        for (auto at = code.find(lookUp); at != std::string::npos; at = code.find(lookUp, at + 1)) {
-            const auto begin = at + lookUp.size();
-            const auto end = code.find('"', begin);
-            // Keys that are put together from parts end in something else than the quote.
-            if (code[end + 1] != ')' && code[end + 1] != ',') continue;
-            keys[code.substr(begin, end - begin)] |= code[end + 1] == ',';
-        }
-    }
-    return keys;
-}
-
-TEST(LocalizableStrings, HoldExactlyTheListedKeysInEveryLanguage) {
-    std::set<std::string, std::less<>> listed;
-    std::istringstream lines(contentOf(sources / "resources/keys.txt"));
-    for (std::string line; std::getline(lines, line);) listed.insert(line);
-    ASSERT_FALSE(listed.empty());
-    const auto lookedUp = keysInSources();
-    EXPECT_GT(lookedUp.size(), 50U);
-    for (const auto& [key, takesArgument] : lookedUp) EXPECT_TRUE(listed.contains(key)) << key;
-
-    const auto english = Bundle::withFolder("en")->table();
-    for (const auto* folder : {"en", "pt-BR", "es"}) {
-        const auto table = Bundle::withFolder(folder)->table();
-        for (const auto& key : listed) EXPECT_TRUE(table.contains(key)) << folder << " lacks " << key;
-        for (const auto& [key, text] : table) {
-            EXPECT_TRUE(listed.contains(key)) << folder << " has an unlisted " << key;
-            EXPECT_FALSE(text.empty()) << folder << ' ' << key;
-            EXPECT_EQ(text.find_first_of("'\"\t"), std::string::npos)
-                << folder << " is not typeset: " << text;
-            const auto original = english.find(key);
-            if (original != english.end()) {
-                EXPECT_EQ(arguments(text), arguments(original->second)) << folder << ' ' << key;
-            }
-            const auto inSources = lookedUp.find(key);
-            const bool takesArgument = inSources != lookedUp.end() && inSources->second;
-            EXPECT_EQ(arguments(text).size(), takesArgument ? 1U : 0U) << folder << ' ' << key;
-        }
-        // Each key stands once: a second line would silently win.
-        const auto file =
-            contentOf(sources / "resources" / (std::string(folder) + ".lproj/Localizable.strings"));
-        EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(file, '=')), table.size()) << folder;
     }
 }
 

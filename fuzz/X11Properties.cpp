@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/desktop/Pasteboard.h"
 #include "platform/foundation/text/Unicode.h"
 #include "platform/x11/selections/PayloadChoice.h"
 #include "platform/x11/server/PropertyValues.h"
@@ -57,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
                     asText(value).find("svg") != std::string_view::npos);
             require(x11::passwordHintOf(value) != x11::PasswordHint::secret || size > 6);
             for (const auto& candidate : x11::payloadCandidates(linesOf(asText(value)))) {
-                require(!x11::isMarker(candidate.target));
+                require(!isMarkerType(candidate.target));
             }
     }
     return 0;

@@ -32,7 +32,4 @@ std::vector<PayloadCandidate> candidatesOfSilentOwner();
 
 bool isText(PayloadForm form);
 
-/// True for the names by which an owner asks that its content not be recorded.
-bool isMarker(std::string_view target);
-
 }  // namespace vellumix::x11

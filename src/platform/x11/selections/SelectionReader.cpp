@@ -81,7 +81,7 @@ void SelectionReader::targetsCame(Ending ending, ConvertedValue value) {
     if (isHint && _hint != PasswordHint::otherWord) return endMarked();
     _content.ownerTypes = _connection.names(_targets);
     _content.ownerTargets = _targets;
-    if (std::any_of(_content.ownerTypes.begin(), _content.ownerTypes.end(), isMarker)) {
+    if (std::any_of(_content.ownerTypes.begin(), _content.ownerTypes.end(), isMarkerType)) {
         _content.isMarked = true;
         return end({std::move(_content), {}});
     }

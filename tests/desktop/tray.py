@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The icon in a real panel: seen, found again by a panel that comes later, and a way to quit."""
+"""The icon in a real bar: seen, found again by a bar that comes later, and a way to quit."""
 
 import os
 import unittest
@@ -17,7 +17,7 @@ class StatusItem(unittest.TestCase):
         self.addCleanup(desktop.close)
         return desktop
 
-    def test_a_panel_shows_it_and_its_menu_quits(self):
+    def test_a_bar_shows_it_and_its_menu_quits(self):
         for dark in (False, True):
             with self.subTest(dark=dark):
                 desktop = self.desktop()
@@ -26,8 +26,8 @@ class StatusItem(unittest.TestCase):
                 vellumix = Vellumix(desktop).start(environment={"LANGUAGE": "pt_BR"})
                 icon = Icon(desktop, tray.until_item())
                 self.assertIn("Vellumix", icon.property("Title"))
-                # Light strokes on their dark ground stand out on whatever colour the panel has.
-                wait_for("the panel draws the icon", lambda: self.contrast(desktop) > 140)
+                # Light strokes on their dark ground stand out on whatever colour the bar has.
+                wait_for("the bar draws the icon", lambda: self.contrast(desktop) > 140)
                 self.picture(desktop, "tray", dark)
                 self.assertEqual(set(icon.menu()), {"Abrir", "Configurações", "Sair"})
                 self.assertEqual(icon.choose("Sair").returncode, 0)
@@ -39,7 +39,7 @@ class StatusItem(unittest.TestCase):
         tray = Tray(desktop).start()
         vellumix = Vellumix(desktop).start()
         tray.until_item()
-        wait_for("the panel draws the icon", lambda: self.contrast(desktop) > 140)
+        wait_for("the bar draws the icon", lambda: self.contrast(desktop) > 140)
         for state in ("visible", "hidden", "visible", "hidden"):
             # Held for longer than the fade takes.
             desktop.run("xdotool", "mousemove", "16", "16", "mousedown", "1", "sleep", "0.3", "mouseup", "1")
@@ -47,7 +47,7 @@ class StatusItem(unittest.TestCase):
             desktop.run("xdotool", "sleep", "0.3")
             self.assertEqual(vellumix.status()["panel"], state, "and stays so")
 
-    def test_panels_come_and_go(self):
+    def test_bars_come_and_go(self):
         desktop = self.desktop()
         vellumix = Vellumix(desktop).start()
         tray = Tray(desktop)
@@ -81,16 +81,16 @@ class StatusItem(unittest.TestCase):
                 desktop.run("xdotool", "key", "Up", "Return")
                 self.assertEqual(vellumix.exit_code(), 0)
 
-    def test_a_panel_on_the_bus_comes_before_a_tray(self):
+    def test_a_bar_on_the_bus_comes_before_a_tray(self):
         desktop = self.desktop()
         embedding = EmbeddingTray(desktop).start()
         vellumix = Vellumix(desktop).start()
         self.until_embedded(desktop, embedding)
-        panel = Tray(desktop).start()
-        panel.until_item()
+        bar = Tray(desktop).start()
+        bar.until_item()
         wait_for("the icon leaves the tray", lambda: not embedding.icon())
-        panel.stop()
-        # This panel has also taken the tray's place.
+        bar.stop()
+        # This bar has also taken the tray's place.
         embedding.stop()
         embedding.start()
         self.until_embedded(desktop, embedding)
@@ -110,8 +110,8 @@ class StatusItem(unittest.TestCase):
 
     @staticmethod
     def contrast(desktop, area="48x30+0+1"):
-        """How far apart the lightest and the darkest grey are; at first, at the panel's left end."""
-        raw = desktop.folder / "panel.gray"
+        """How far apart the lightest and the darkest grey are; at first, at the bar's left end."""
+        raw = desktop.folder / "bar.gray"
         desktop.run("import", "-window", "root", "-crop", area, "-depth", "8", f"gray:{raw}")
         levels = raw.read_bytes()
         return max(levels, default=0) - min(levels, default=0)

@@ -1,4 +1,5 @@
-"""The panels of real desktops with their trays, and what their hosts find out about an icon."""
+"""The bars of real desktops with their trays, and what their hosts find out about an icon. "The panel" is Vellumix's
+own window everywhere; what a desktop calls its panel is its bar here."""
 
 import re
 
@@ -6,7 +7,7 @@ from .processes import end, wait_for
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 
-_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
+_BAR = """<?xml version="1.0" encoding="UTF-8"?>
 <channel name="xfce4-panel" version="1.0">
   <property name="configver" type="int" value="2"/>
   <property name="panels" type="array">
@@ -33,16 +34,16 @@ class Tray:
         self._process = None
         folder = desktop.config / "xfce4/xfconf/xfce-perchannel-xml"
         folder.mkdir(parents=True, exist_ok=True)
-        (folder / "xfce4-panel.xml").write_text(_PANEL.format(dark=str(dark).lower()))
+        (folder / "xfce4-panel.xml").write_text(_BAR.format(dark=str(dark).lower()))
 
     def start(self):
         self._process = self._desktop.start("xfce4-panel", "--disable-wm-check")
-        wait_for("the panel watches for icons", lambda: self._desktop.has_name(WATCHER), seconds=20)
+        wait_for("the bar watches for icons", lambda: self._desktop.has_name(WATCHER), seconds=20)
         return self
 
     def stop(self):
         end(self._process)
-        wait_for("the panel has left the bus", lambda: not self._desktop.has_name(WATCHER))
+        wait_for("the bar has left the bus", lambda: not self._desktop.has_name(WATCHER))
 
     def items(self):
         """The registered items, as their bus names with their object paths."""
@@ -52,7 +53,7 @@ class Tray:
 
     def until_item(self):
         """Waits for an icon; returns the bus name of its program."""
-        return wait_for("an icon in the panel", self.items, seconds=20)[0].partition("/")[0]
+        return wait_for("an icon in the bar", self.items, seconds=20)[0].partition("/")[0]
 
 
 class EmbeddingTray:

@@ -18,7 +18,7 @@ constexpr double symbolPart = 0.75;
 /// In sides of the picture.
 constexpr double cornerRadius = 0.24;
 
-// Levels of grey. The ground keeps the strokes readable on a light panel, its edge keeps it apart from a dark
+// Levels of grey. The ground keeps the strokes readable on a light bar, its edge keeps it apart from a dark
 // one.
 constexpr double strokeLevel = 0.98;
 constexpr double groundLevel = 0.17;

@@ -8,7 +8,7 @@
 
 namespace vellumix::linux_desktop {
 
-/// A square picture for a panel whose colours nobody knows: light strokes on a dark ground of its own.
+/// A square picture for a bar whose colours nobody knows: light strokes on a dark ground of its own.
 struct StatusIcon {
     /// In pixels.
     int side = 0;
@@ -19,7 +19,7 @@ struct StatusIcon {
 
 /// The symbol with that side; nothing for a name that isn't known.
 std::optional<StatusIcon> statusIcon(std::string_view symbolName, int side);
-/// The symbol in the sizes that panels ask for; none for a name that isn't known.
+/// The symbol in the sizes that trays ask for; none for a name that isn't known.
 std::vector<StatusIcon> statusIcons(std::string_view symbolName);
 
 }  // namespace vellumix::linux_desktop

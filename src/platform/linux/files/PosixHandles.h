@@ -35,20 +35,20 @@ private:
 
 /// A structure of the spawning of processes, with its begin and its end.
 template <class T, auto Begin, auto End>
-class SpawnSetting {
+class SpawnValue {
 public:
-    SpawnSetting() { Begin(&_value); }
-    SpawnSetting(const SpawnSetting&) = delete;
-    SpawnSetting& operator=(const SpawnSetting&) = delete;
-    ~SpawnSetting() { End(&_value); }
+    SpawnValue() { Begin(&_value); }
+    SpawnValue(const SpawnValue&) = delete;
+    SpawnValue& operator=(const SpawnValue&) = delete;
+    ~SpawnValue() { End(&_value); }
 
     T* get() const { return &_value; }
 
 private:
     mutable T _value;
 };
-using SpawnAttributes = SpawnSetting<posix_spawnattr_t, posix_spawnattr_init, posix_spawnattr_destroy>;
+using SpawnAttributes = SpawnValue<posix_spawnattr_t, posix_spawnattr_init, posix_spawnattr_destroy>;
 using SpawnActions =
-    SpawnSetting<posix_spawn_file_actions_t, posix_spawn_file_actions_init, posix_spawn_file_actions_destroy>;
+    SpawnValue<posix_spawn_file_actions_t, posix_spawn_file_actions_init, posix_spawn_file_actions_destroy>;
 
 }  // namespace vellumix::linux_desktop::posix

@@ -77,8 +77,8 @@ std::shared_ptr<const Bitmap> iconOfType(const IconTheme& theme, const std::stri
 
 }  // namespace
 
-IconThemeFileIcons::IconThemeFileIcons(RunLoop& runLoop, Setting setting)
-    : _setting(std::move(setting)), _folders(runLoop), _known(0, bytesKept) {}
+IconThemeFileIcons::IconThemeFileIcons(RunLoop& runLoop, Sources sources)
+    : _sources(std::move(sources)), _folders(runLoop), _known(0, bytesKept) {}
 
 std::shared_ptr<const Bitmap> IconThemeFileIcons::iconForFile(const URL& file, int pixels) {
     const auto path = file.path();
@@ -95,9 +95,9 @@ std::shared_ptr<const Bitmap> IconThemeFileIcons::iconForFile(const URL& file, i
 }
 
 const IconTheme& IconThemeFileIcons::theme() {
-    auto name = _setting.themeName().value_or("");
+    auto name = _sources.themeName().value_or("");
     if (!_theme || name != _themeName) {
-        _theme.emplace(_setting.folders, std::vector<std::string>{name, "Adwaita"});
+        _theme.emplace(_sources.folders, std::vector<std::string>{name, "Adwaita"});
         _themeName = std::move(name);
     }
     return *_theme;

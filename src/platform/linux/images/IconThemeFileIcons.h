@@ -19,7 +19,7 @@ namespace vellumix::linux_desktop {
 /// that asked is evaluated again.
 class IconThemeFileIcons final : public FileIcons {
 public:
-    struct Setting {
+    struct Sources {
         /// What the desktop says that its theme is, asked anew each time. Behind it comes "Adwaita".
         std::function<std::optional<std::string>()> themeName = [] { return std::nullopt; };
         /// That hold themes, best first.
@@ -27,7 +27,7 @@ public:
     };
 
     /// The run loop must outlive this.
-    IconThemeFileIcons(RunLoop& runLoop, Setting setting);
+    IconThemeFileIcons(RunLoop& runLoop, Sources sources);
 
     std::shared_ptr<const Bitmap> iconForFile(const URL& file, int pixels) override;
 
@@ -41,7 +41,7 @@ private:
 
     const IconTheme& theme();
 
-    const Setting _setting;
+    const Sources _sources;
     FolderLookup _folders;
     std::string _themeName;
     std::optional<IconTheme> _theme;

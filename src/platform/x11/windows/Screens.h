@@ -5,7 +5,7 @@
 
 #include "platform/desktop/Window.h"
 #include "platform/x11/server/Connection.h"
-#include "platform/x11/windows/DesktopSettings.h"
+#include "platform/x11/windows/DisplaySettings.h"
 
 namespace vellumix::x11 {
 

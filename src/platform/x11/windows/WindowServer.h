@@ -8,7 +8,7 @@
 #include "platform/linux/authentication/SessionWatch.h"
 #include "platform/x11/keys/KeyFocus.h"
 #include "platform/x11/server/SelectionWatch.h"
-#include "platform/x11/windows/DesktopSettings.h"
+#include "platform/x11/windows/DisplaySettings.h"
 #include "platform/x11/windows/Pointer.h"
 #include "platform/x11/windows/Screens.h"
 

@@ -1,4 +1,4 @@
-#include "platform/x11/windows/DesktopSettings.h"
+#include "platform/x11/windows/DisplaySettings.h"
 
 #include <algorithm>
 #include <cstdlib>

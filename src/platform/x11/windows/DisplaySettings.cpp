@@ -56,10 +56,10 @@ std::string property(Connection& connection, xcb_window_t window, xcb_atom_t nam
 
 }  // namespace
 
-DesktopSettings settingsOfProperty(ByteView value) {
+DisplaySettings settingsOfProperty(ByteView value) {
     enum Type : std::uint32_t { integer = 0, text = 1, colour = 2 };
     constexpr double dotsPerUnit = 1024;
-    DesktopSettings settings;
+    DisplaySettings settings;
     Reader reader(value);
     const auto order = reader.number(1);
     reader.setBigEndian(order == 1U);
@@ -159,7 +159,7 @@ void SettingsReader::readLater() {
 }
 
 void SettingsReader::read() {
-    DesktopSettings fresh;
+    DisplaySettings fresh;
     if (_manager.owner() != XCB_WINDOW_NONE) {
         const auto value = property(_connection, _manager.owner(), _connection.atoms().settings);
         fresh = settingsOfProperty({reinterpret_cast<const std::uint8_t*>(value.data()), value.size()});

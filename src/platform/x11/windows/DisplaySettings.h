@@ -12,8 +12,9 @@
 
 namespace vellumix::x11 {
 
-/// What the user has set for the whole desktop; absent where the desktop doesn't tell.
-struct DesktopSettings {
+/// What the user has set for every program on the display; absent where nobody tells. The settings of this
+/// program are another matter: docs/settings.md.
+struct DisplaySettings {
     /// The family of the interface's font.
     std::optional<std::string> fontFamily;
     std::optional<std::string> iconTheme;
@@ -22,12 +23,12 @@ struct DesktopSettings {
     /// How many device pixels make up one of the desktop's own.
     std::optional<int> scalingFactor;
 
-    friend bool operator==(const DesktopSettings&, const DesktopSettings&) = default;
+    friend bool operator==(const DisplaySettings&, const DisplaySettings&) = default;
 };
 
 /// The settings in an _XSETTINGS_SETTINGS value (XSETTINGS 0.5, "Format of the _XSETTINGS_SETTINGS
 /// property"). Any bytes whatever; what follows a malformed setting doesn't count.
-DesktopSettings settingsOfProperty(ByteView value);
+DisplaySettings settingsOfProperty(ByteView value);
 /// "Noto Sans Bold 11" gives "Noto Sans"; nothing when no family is named.
 std::optional<std::string> familyOfFontName(std::string_view name);
 /// The value of "Xft.dpi" among the resources of a display; nothing when it isn't there or isn't a number.
@@ -40,7 +41,7 @@ public:
     SettingsReader(const SettingsReader&) = delete;
     SettingsReader& operator=(const SettingsReader&) = delete;
 
-    const DesktopSettings& settings() const { return _settings; }
+    const DisplaySettings& settings() const { return _settings; }
     Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
 
 private:
@@ -51,7 +52,7 @@ private:
 
     Connection& _connection;
     SelectionWatch _manager;
-    DesktopSettings _settings;
+    DisplaySettings _settings;
     bool _isReading = false;
     ObserverList<> _observers;
     Observation _managerChanges;

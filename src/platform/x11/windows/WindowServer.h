@@ -53,7 +53,7 @@ public:
     }
 
     /// What the desktop says of fonts and icons.
-    const DesktopSettings& settings() const { return _settings.settings(); }
+    const DisplaySettings& settings() const { return _settings.settings(); }
     const xcb_screen_t& screen() const { return _screen; }
     int screenNumber() const { return _screenNumber; }
     /// Device pixels a point.

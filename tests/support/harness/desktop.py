@@ -1,6 +1,7 @@
 """A desktop of its own: home folder, virtual screen, window manager, session bus and keyring, nothing shared."""
 
 import os
+import re
 import shutil
 import subprocess
 import tempfile
@@ -76,8 +77,12 @@ class PrivateDesktop:
 
     def close(self):
         end_everything()
+        log = self.log("vellumix")
+        missing = re.findall(r"The program has no (?:text|symbol) .*", log.read_text(errors="replace") if log.exists() else "")
         # A program that was ended may still have been writing; what it made just now is removed again.
         shutil.rmtree(self.folder, ignore_errors=True)
+        if missing:
+            raise Failure(f"vellumix asked for what it doesn't have: {missing}")
 
     def log(self, name):
         return self.folder / f"{name}.log"

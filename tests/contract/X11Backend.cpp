@@ -1,7 +1,6 @@
 #include "contract/Backend.h"
 #include "platform/x11/selections/Pasteboard.h"
-#include "x11/Peer.h"
-#include "x11/PrivateDisplay.h"
+#include "x11/DisplayRig.h"
 
 namespace vellumix::tests {
 
@@ -52,36 +51,23 @@ private:
 
 class X11Backend final : public Backend {
 public:
-    X11Backend() : _connection(x11::Connection::open(_runLoop, _trouble)) {
-        if (!_connection) return;
+    X11Backend() {
+        if (!_rig.connection) return;
         _pasteboard =
-            std::make_unique<x11::Pasteboard>(*_connection, x11::TransferLimits{.answerSeconds = 0.2});
-        _other = std::make_unique<X11Program>(_runLoop);
+            std::make_unique<x11::Pasteboard>(*_rig.connection, x11::TransferLimits{.answerSeconds = 0.2});
+        _other = std::make_unique<X11Program>(_rig.runLoop);
         settle();
     }
 
-    std::string trouble() const override { return _trouble; }
+    std::string trouble() const override { return _rig.trouble; }
     bool can(Ability) const override { return true; }
     NSPasteboard& pasteboard() override { return *_pasteboard; }
     OtherProgram& other() override { return *_other; }
-    bool wait(const std::function<bool()>& condition) override { return waitUntil(_runLoop, condition); }
-    void settle() override {
-        // A new owner, a death or a write of ours each take a few turns of server and loop. One turn more
-        // than the last change has shown is enough, as nothing else is under way.
-        for (int turn = 0; turn < 8; ++turn) {
-            x11::xcb::await<xcb_get_input_focus_reply>(_connection->xcb(),
-                                                       xcb_get_input_focus(_connection->xcb()));
-            bool isDone = false;
-            _runLoop.post([&] { isDone = true; });
-            _runLoop.runUntil([&] { return isDone; });
-        }
-    }
+    bool wait(const std::function<bool()>& condition) override { return _rig.wait(condition); }
+    void settle() override { _rig.settle(); }
 
 private:
-    PrivateDisplay _display;
-    linux_desktop::GLibRunLoop _runLoop;
-    std::string _trouble;
-    std::unique_ptr<x11::Connection> _connection;
+    DisplayRig _rig;
     std::unique_ptr<x11::Pasteboard> _pasteboard;
     std::unique_ptr<X11Program> _other;
 };

@@ -7,26 +7,21 @@
 
 #include "platform/x11/windows/WindowServer.h"
 #include "support/WindowLog.h"
-#include "x11/Peer.h"
 #include "x11/Person.h"
-#include "x11/PrivateDisplay.h"
 #include "x11/Program.h"
 #include "x11/X11Test.h"
 
 namespace vellumix::tests {
 
-class HotkeysTest : public testing::Test {
+class HotkeysTest : public testing::Test, protected DisplayRig {
 protected:
-    HotkeysTest() : connection(x11::Connection::open(runLoop, error)) {
+    HotkeysTest() {
         if (!connection) return;
         hotkeys = std::make_unique<x11::Hotkeys>(*connection);
         handler = hotkeys->InstallEventHandler([this] { ++presses; });
     }
-    void SetUp() override { ASSERT_TRUE(connection) << error; }
+    void SetUp() override { ASSERT_TRUE(connection) << trouble; }
 
-    bool wait(const std::function<bool()>& condition, double seconds = 5) {
-        return waitUntil(runLoop, condition, seconds);
-    }
     void pass(double seconds) {
         wait([] { return false; }, seconds);
     }
@@ -49,10 +44,6 @@ protected:
     auto registerShortcut() { return hotkeys->RegisterEventHotKey(9, cmdKey | optionKey); }
 
     LogLines log;
-    PrivateDisplay display;
-    linux_desktop::GLibRunLoop runLoop;
-    std::string error;
-    std::unique_ptr<x11::Connection> connection;
     std::unique_ptr<x11::Hotkeys> hotkeys;
     Observation handler;
     int presses = 0;
@@ -112,7 +103,7 @@ TEST_F(HotkeysTest, AHeldKeyIsOnePressAlsoWhenAWindowTakesTheKeyboardMeanwhile) 
 
 TEST_F(HotkeysTest, WhatAnotherProgramHasIsRefusedAndNothingOfItIsKept) {
     // It has one of the ways in which the locks can stand, and that alone.
-    auto other = x11::Connection::open(runLoop, error);
+    auto other = x11::Connection::open(runLoop, trouble);
     ASSERT_TRUE(other);
     constexpr std::uint16_t superAlt = XCB_MOD_MASK_4 | XCB_MOD_MASK_1;
     const auto grab = [&](std::uint16_t state) {
@@ -141,7 +132,7 @@ TEST_F(HotkeysTest, WhatAChangeOfTheKeyboardGivesToAnotherComesBackWhenItEnds) {
     const auto hotkey = registerShortcut();
     ASSERT_TRUE(hotkey);
     // It has what the shortcut becomes when Super moves to another bit.
-    auto other = x11::Connection::open(runLoop, error);
+    auto other = x11::Connection::open(runLoop, trouble);
     ASSERT_TRUE(other);
     ASSERT_TRUE(x11::xcb::succeeded(
         other->xcb(), xcb_grab_key_checked(other->xcb(), 0, other->root(), XCB_MOD_MASK_3 | XCB_MOD_MASK_1,

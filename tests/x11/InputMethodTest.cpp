@@ -5,10 +5,9 @@
 
 #include "platform/x11/windows/WindowServer.h"
 #include "support/WindowLog.h"
+#include "x11/DisplayRig.h"
 #include "x11/InputMethodServer.h"
-#include "x11/Peer.h"
 #include "x11/Person.h"
-#include "x11/PrivateDisplay.h"
 
 #ifdef VELLUMIX_ADDRESS_SANITIZER
 extern "C" const char* __lsan_default_suppressions();
@@ -18,28 +17,18 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:xcb_xim_forw
 
 namespace vellumix::tests {
 
-class InputMethodTest : public testing::Test {
+class InputMethodTest : public testing::Test, protected DisplayRig {
 protected:
-    InputMethodTest() {
-        setenv("XMODIFIERS", "@im=test", 1);
-        connection = x11::Connection::open(runLoop, error);
-    }
+    InputMethodTest() { setenv("XMODIFIERS", "@im=test", 1); }
     ~InputMethodTest() override { unsetenv("XMODIFIERS"); }
-    void SetUp() override { ASSERT_TRUE(connection) << error; }
+    void SetUp() override { ASSERT_TRUE(connection) << trouble; }
 
-    bool wait(const std::function<bool()>& condition, double seconds = 5) {
-        return waitUntil(runLoop, condition, seconds);
-    }
     static std::string typed(const WindowLog& log) {
         std::string text;
         for (const auto& key : log.keys) text += key.text;
         return text;
     }
 
-    PrivateDisplay display;
-    linux_desktop::GLibRunLoop runLoop;
-    std::string error;
-    std::unique_ptr<x11::Connection> connection;
     Person person;
 };
 

@@ -219,14 +219,6 @@ TEST_F(ReadingTest, ContentFromBeforeTheStartIsLeftAlone) {
     EXPECT_EQ(nextText(), "second");
 }
 
-TEST_F(ReadingTest, ADeliberateClearIsAChangeWithoutTypes) {
-    peer->copyText("text");
-    ASSERT_EQ(nextText(), "text");
-    peer->clear();
-    EXPECT_EQ(nextText(), "-");
-    EXPECT_TRUE(pasteboard->types().empty());
-}
-
 TEST_F(ReadingTest, AnObserverMayDestroyThePasteboard) {
     onChange = [&] { pasteboard.reset(); };
     peer->copyText("text");

@@ -165,16 +165,14 @@ TEST_F(SyntheticKeysTest, ForAnOldTerminalTheSelectionIsLentForTheTimeOfThePaste
 }
 
 TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
-    const PrivateDisplay display("XTEST");
-    linux_desktop::GLibRunLoop runLoop;
-    std::string error;
-    const auto connection = x11::Connection::open(runLoop, error);
-    ASSERT_TRUE(connection) << error;
-    const x11::Workspace workspace(*connection, x11::DesktopFiles({}));
-    const x11::Pasteboard pasteboard(*connection);
+    const DisplayRig rig("XTEST");
+    ASSERT_TRUE(rig.connection) << rig.trouble;
+    auto& connection = *rig.connection;
+    const x11::Workspace workspace(connection, x11::DesktopFiles({}));
+    const x11::Pasteboard pasteboard(connection);
     int told = 0;
     x11::SyntheticKeys keys(
-        *connection, workspace, pasteboard, x11::PasteChords(),
+        connection, workspace, pasteboard, x11::PasteChords(),
         [&](x11::SyntheticKeys::Lack lack) { told += lack == x11::SyntheticKeys::Lack::extension; });
     EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(false));
     EXPECT_EQ(told, 0);

@@ -7,31 +7,23 @@
 #include "platform/x11/windows/ScreenWindow.h"
 #include "platform/x11/windows/WindowServer.h"
 #include "support/WindowLog.h"
-#include "x11/Peer.h"
+#include "x11/DisplayRig.h"
 #include "x11/Person.h"
-#include "x11/PrivateDisplay.h"
 #include "x11/Program.h"
 
 namespace vellumix::tests {
 
-class WindowTest : public testing::Test {
+class WindowTest : public testing::Test, protected DisplayRig {
 protected:
-    WindowTest() : connection(x11::Connection::open(runLoop, error)) {
+    WindowTest() {
         if (connection) server = std::make_unique<x11::WindowServer>(*connection);
     }
-    void SetUp() override { ASSERT_TRUE(connection) << error; }
+    void SetUp() override { ASSERT_TRUE(connection) << trouble; }
 
-    bool wait(const std::function<bool()>& condition, double seconds = 5) {
-        return waitUntil(runLoop, condition, seconds);
-    }
     std::unique_ptr<NSWindow> make(NSWindow::Kind kind) {
         return server->makeWindow({.kind = kind, .frame = {{100, 100}, {200, 150}}});
     }
 
-    PrivateDisplay display;
-    linux_desktop::GLibRunLoop runLoop;
-    std::string error;
-    std::unique_ptr<x11::Connection> connection;
     std::unique_ptr<x11::WindowServer> server;
     Person person;
 };

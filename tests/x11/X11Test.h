@@ -8,8 +8,7 @@
 
 #include "platform/foundation/loop/Log.h"
 #include "platform/x11/selections/Pasteboard.h"
-#include "x11/Peer.h"
-#include "x11/PrivateDisplay.h"
+#include "x11/DisplayRig.h"
 
 namespace vellumix::tests {
 
@@ -30,16 +29,15 @@ private:
 };
 
 /// A private display with a pasteboard on it, and another program beside it.
-class X11Test : public testing::Test {
+class X11Test : public testing::Test, protected DisplayRig {
 protected:
     explicit X11Test(const x11::TransferLimits& limits = {}) {
-        connection = x11::Connection::open(runLoop, error);
         if (!connection) return;
         open(limits);
         peer = std::make_unique<Peer>(runLoop);
     }
 
-    void SetUp() override { ASSERT_TRUE(connection) << error; }
+    void SetUp() override { ASSERT_TRUE(connection) << trouble; }
 
     /// A pasteboard with other limits in place of the present one.
     void open(const x11::TransferLimits& limits) {
@@ -59,10 +57,7 @@ protected:
     void settle() {
         if (!peer) peer = std::make_unique<Peer>(runLoop);
         peer->synchronize();
-        presentOwner();
-        bool isDone = false;
-        runLoop.post([&] { isDone = true; });
-        wait([&] { return isDone; });
+        DisplayRig::settle();
     }
 
     xcb_window_t presentOwner() {
@@ -80,10 +75,6 @@ protected:
         settle();
         settle();
         return presentOwner() == XCB_WINDOW_NONE;
-    }
-
-    bool wait(const std::function<bool()>& condition, double seconds = 5) {
-        return waitUntil(runLoop, condition, seconds);
     }
 
     /// Waits for one more change than there was; the text that it brought, or "-".
@@ -108,10 +99,6 @@ protected:
     }
 
     LogLines log;
-    PrivateDisplay display;
-    linux_desktop::GLibRunLoop runLoop;
-    std::string error;
-    std::unique_ptr<x11::Connection> connection;
     std::unique_ptr<x11::Pasteboard> pasteboard;
     std::unique_ptr<Peer> peer;
     int changesSeen = 0;

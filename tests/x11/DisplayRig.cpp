@@ -1,0 +1,18 @@
+#include "x11/DisplayRig.h"
+
+namespace vellumix::tests {
+
+DisplayRig::DisplayRig(const std::string& missingExtension)
+    : display(missingExtension), connection(x11::Connection::open(runLoop, trouble)) {}
+
+void DisplayRig::settle() {
+    constexpr int turns = 8;
+    for (int turn = 0; turn < turns; ++turn) {
+        x11::xcb::await<xcb_get_input_focus_reply>(connection->xcb(), xcb_get_input_focus(connection->xcb()));
+        bool isDone = false;
+        runLoop.post([&] { isDone = true; });
+        runLoop.runUntil([&] { return isDone; });
+    }
+}
+
+}  // namespace vellumix::tests

@@ -11,7 +11,7 @@ class X11Windows final : public WindowBackend {
 public:
     X11Windows() {
         if (!_rig.connection) return;
-        _windows = std::make_unique<x11::WindowServer>(*_rig.connection);
+        _windows = std::make_unique<x11::WindowServer>(*_rig.connection, *_rig.windowManager, *_rig.keyboard);
         _person = std::make_unique<Person>();
         settle();
     }

@@ -3,7 +3,11 @@
 namespace vellumix::tests {
 
 DisplayRig::DisplayRig(const std::string& missingExtension)
-    : display(missingExtension), connection(x11::Connection::open(runLoop, trouble)) {}
+    : display(missingExtension), connection(x11::Connection::open(runLoop, trouble)) {
+    if (!connection) return;
+    windowManager = std::make_unique<x11::WindowManager>(*connection);
+    keyboard = std::make_unique<x11::KeyboardMap>(*connection);
+}
 
 void DisplayRig::settle() {
     constexpr int turns = 8;

@@ -3,7 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/x11/server/Connection.h"
+#include "platform/x11/keys/KeyboardMap.h"
+#include "platform/x11/server/WindowManager.h"
 #include "x11/Peer.h"
 #include "x11/PrivateDisplay.h"
 
@@ -30,6 +31,8 @@ public:
     /// Why there is no connection, where there is none.
     std::string trouble;
     std::unique_ptr<x11::Connection> connection;
+    std::unique_ptr<x11::WindowManager> windowManager;
+    std::unique_ptr<x11::KeyboardMap> keyboard;
 };
 
 }  // namespace vellumix::tests

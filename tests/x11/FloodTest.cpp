@@ -41,7 +41,7 @@ private:
 
 TEST_F(FloodTest, OfWhatHasChangedAgainOnlyTheLastIsRead) {
     peer->tellsWindows();
-    x11::Workspace workspace(*connection, x11::DesktopFiles({}));
+    x11::Workspace workspace(*connection, *windowManager, x11::DesktopFiles({}));
     const auto first = peer->makeWindow({}, 1);
     const auto last = peer->makeWindow({}, 2);
     const auto front = [&] {

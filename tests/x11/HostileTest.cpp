@@ -292,7 +292,7 @@ TEST_F(HostileTest, RequestorsThatNeverTakeOrDie) {
 TEST_F(HostileTest, AFloodOfRequestsHoldsUpNeitherThePersonNorAnotherProgram) {
     const std::string text(900'000, 'x');
     write(text);
-    x11::Hotkeys hotkeys(*connection);
+    x11::Hotkeys hotkeys(*connection, *keyboard);
     bool isPressed = false;
     const auto handler = hotkeys.InstallEventHandler([&] { isPressed = true; });
     const auto hotkey = hotkeys.RegisterEventHotKey(9, cmdKey);

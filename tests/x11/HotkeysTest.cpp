@@ -17,7 +17,7 @@ class HotkeysTest : public testing::Test, protected DisplayRig {
 protected:
     HotkeysTest() {
         if (!connection) return;
-        hotkeys = std::make_unique<x11::Hotkeys>(*connection);
+        hotkeys = std::make_unique<x11::Hotkeys>(*connection, *keyboard);
         handler = hotkeys->InstallEventHandler([this] { ++presses; });
     }
     void SetUp() override { ASSERT_TRUE(connection) << trouble; }
@@ -73,7 +73,7 @@ TEST_F(HotkeysTest, ArriveWhateverTheLocksAndTheLayoutAre) {
 }
 
 TEST_F(HotkeysTest, AHeldKeyIsOnePressAlsoWhenAWindowTakesTheKeyboardMeanwhile) {
-    x11::WindowServer windows(*connection);
+    x11::WindowServer windows(*connection, *windowManager, *keyboard);
     const auto panel = windows.makeWindow({.kind = NSWindow::Kind::panel, .frame = {{10, 10}, {50, 50}}});
     WindowLog window(*panel);
     const auto hotkey = registerShortcut();

@@ -34,7 +34,7 @@ protected:
 
 TEST_F(InputMethodTest, ComposesWhileTextIsTypedAndItsEndCostsNoKey) {
     auto method = std::make_unique<InputMethodServer>(runLoop);
-    x11::WindowServer server(*connection);
+    x11::WindowServer server(*connection, *windowManager, *keyboard);
     const auto panel = server.makeWindow({.kind = NSWindow::Kind::panel, .frame = {{100, 100}, {200, 150}}});
     WindowLog log(*panel);
     panel->orderFrontRegardless();

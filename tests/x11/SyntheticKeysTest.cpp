@@ -84,10 +84,14 @@ protected:
         return listener.keys();
     }
 
-    x11::Workspace workspace{*connection, x11::DesktopFiles({})};
+    x11::Workspace workspace{*connection, *windowManager, x11::DesktopFiles({})};
     int told = 0;
     x11::SyntheticKeys keys{
-        *connection, workspace, *pasteboard, x11::PasteChords("letters = Alt+Y"),
+        *connection,
+        *keyboard,
+        workspace,
+        *pasteboard,
+        x11::PasteChords("letters = Alt+Y"),
         [this](x11::SyntheticKeys::Lack lack) { told += lack == x11::SyntheticKeys::Lack::chord; }};
     KeyListener listener{*connection};
     Person person;
@@ -168,11 +172,11 @@ TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
     const DisplayRig rig("XTEST");
     ASSERT_TRUE(rig.connection) << rig.trouble;
     auto& connection = *rig.connection;
-    const x11::Workspace workspace(connection, x11::DesktopFiles({}));
+    const x11::Workspace workspace(connection, *rig.windowManager, x11::DesktopFiles({}));
     const x11::Pasteboard pasteboard(connection);
     int told = 0;
     x11::SyntheticKeys keys(
-        connection, workspace, pasteboard, x11::PasteChords(),
+        connection, *rig.keyboard, workspace, pasteboard, x11::PasteChords(),
         [&](x11::SyntheticKeys::Lack lack) { told += lack == x11::SyntheticKeys::Lack::extension; });
     EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(false));
     EXPECT_EQ(told, 0);

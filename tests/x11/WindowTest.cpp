@@ -16,7 +16,7 @@ namespace vellumix::tests {
 class WindowTest : public testing::Test, protected DisplayRig {
 protected:
     WindowTest() {
-        if (connection) server = std::make_unique<x11::WindowServer>(*connection);
+        if (connection) server = std::make_unique<x11::WindowServer>(*connection, *windowManager, *keyboard);
     }
     void SetUp() override { ASSERT_TRUE(connection) << trouble; }
 
@@ -291,7 +291,7 @@ TEST_F(WindowTest, TheScaleFollowsTheDisplaysResources) {
 }
 
 TEST_F(WindowTest, TheFrontApplicationStaysWhileThePanelHasTheKeys) {
-    x11::Workspace workspace(*connection);
+    x11::Workspace workspace(*connection, *windowManager);
     Program manager(runLoop, {"openbox", "--sm-disable"});
     Peer peer(runLoop);
     ASSERT_TRUE(wait([&] { return peer.hasRootProperty("_NET_NUMBER_OF_DESKTOPS"); }, 20));

@@ -26,7 +26,7 @@ protected:
 };
 
 TEST_F(WorkspaceTest, FollowsTheActiveWindow) {
-    const x11::Workspace workspace(*connection, x11::DesktopFiles({folder}));
+    const x11::Workspace workspace(*connection, *windowManager, x11::DesktopFiles({folder}));
     EXPECT_FALSE(workspace.frontmostApplication());
     peer->tellsWindows();
 
@@ -103,7 +103,7 @@ private:
 };
 
 TEST_F(WorkspaceTest, TheFocusTellsWhereNobodyElseDoes) {
-    x11::Workspace workspace(*connection, x11::DesktopFiles({folder}));
+    x11::Workspace workspace(*connection, *windowManager, x11::DesktopFiles({folder}));
     const auto front = [&]() -> std::string {
         const auto found = workspace.frontmostApplication();
         return found ? found->bundleIdentifier.value_or("no name") : "nobody";
@@ -151,7 +151,7 @@ TEST_F(WorkspaceTest, TheFocusTellsWhereNobodyElseDoes) {
 }
 
 TEST_F(WorkspaceTest, WithoutAManagerTheFocusIsGivenAndGivenBack) {
-    x11::Workspace workspace(*connection, x11::DesktopFiles({folder}));
+    x11::Workspace workspace(*connection, *windowManager, x11::DesktopFiles({folder}));
     BareWindows other;
     Person person;
     const auto window = other.add(connection->root(), 0, 50, {{"WM_CLASS", windowClass("Plain")}});
@@ -174,7 +174,7 @@ TEST_F(WorkspaceTest, WithoutAManagerTheFocusIsGivenAndGivenBack) {
 }
 
 TEST_F(WorkspaceTest, KnowsARealProgramUnderARealWindowManager) {
-    const x11::Workspace workspace(*connection, x11::DesktopFiles({folder}));
+    const x11::Workspace workspace(*connection, *windowManager, x11::DesktopFiles({folder}));
     setenv("HOME", folder.c_str(), 1);
     const Program manager(runLoop, {"openbox", "--sm-disable"});
     // A window that is there before its manager isn't given the focus.

@@ -8,7 +8,7 @@ Display::Display(std::unique_ptr<Connection> connection, Options options)
     : _connection(std::move(connection)),
       _statusBar(*_connection, _windows, std::move(options.openMenu)),
       _alerts(std::move(options.palette)),
-      _syntheticKeys(*_connection, _workspace, _pasteboard, std::move(options.chords),
+      _syntheticKeys(*_connection, _keyboard, _workspace, _pasteboard, std::move(options.chords),
                      std::move(options.onLackOfKeys)) {}
 
 void Display::fill(Platform& platform) {

@@ -9,9 +9,11 @@
 #include "platform/view/windows/ModalAlerts.h"
 #include "platform/x11/applications/Workspace.h"
 #include "platform/x11/keys/Hotkeys.h"
+#include "platform/x11/keys/KeyboardMap.h"
 #include "platform/x11/keys/SyntheticKeys.h"
 #include "platform/x11/selections/Pasteboard.h"
 #include "platform/x11/server/Connection.h"
+#include "platform/x11/server/WindowManager.h"
 #include "platform/x11/tray/StatusBar.h"
 #include "platform/x11/windows/WindowServer.h"
 
@@ -33,7 +35,7 @@ public:
 
     Display(std::unique_ptr<Connection> connection, Options options);
 
-    bool hasWindowManager() const { return _workspace.hasWindowManager(); }
+    bool hasWindowManager() const { return _windowManager.isRunning(); }
 
     void fill(Platform& platform) override;
     std::optional<std::string> iconTheme() const override { return _windows.settings().iconTheme; }
@@ -45,11 +47,13 @@ public:
 private:
     std::unique_ptr<Connection> _connection;
     Pasteboard _pasteboard{*_connection};
-    Workspace _workspace{*_connection};
-    WindowServer _windows{*_connection};
+    WindowManager _windowManager{*_connection};
+    KeyboardMap _keyboard{*_connection};
+    Workspace _workspace{*_connection, _windowManager};
+    WindowServer _windows{*_connection, _windowManager, _keyboard};
     StatusBar _statusBar;
     view::ModalAlerts _alerts;
-    Hotkeys _hotkeys{*_connection};
+    Hotkeys _hotkeys{*_connection, _keyboard};
     SyntheticKeys _syntheticKeys;
 };
 

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <utility>
 
 #include "platform/x11/applications/FocusedWindow.h"
 
@@ -48,23 +47,16 @@ std::string classOf(std::string_view names) {
 
 }  // namespace
 
-Workspace::Workspace(Connection& connection, DesktopFiles desktopFiles)
-    : _connection(connection), _desktopFiles(std::move(desktopFiles)) {
-    _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
-        if (xcb::typeOf(event) != XCB_PROPERTY_NOTIFY) return;
-        const auto& change = xcb::as<xcb_property_notify_event_t>(event);
-        const bool isManager = change.atom == _connection.atoms().windowManagerCheck;
-        const bool isActive = change.atom == _connection.atoms().activeWindow;
-        _hasManagerChanged = _hasManagerChanged || isManager;
-        _hasActiveChanged = _hasActiveChanged || isActive;
-        if (isManager || isActive) readLater();
-    });
-    readWindowManager();
+Workspace::Workspace(Connection& connection, WindowManager& windowManager, DesktopFiles desktopFiles)
+    : _connection(connection), _windowManager(windowManager), _desktopFiles(std::move(desktopFiles)) {
+    _activeChanges = windowManager.observe([this] { followActiveWindow(); });
+    followActiveWindow();
 }
 
 std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
-    if (_hasActiveChanged) readActiveWindow();
-    if (!hasWindowManager()) readFocus();
+    // What was announced before this question counts.
+    _windowManager.catchUp();
+    if (!_windowManager.isRunning()) readFocus();
     if (!_front) return std::nullopt;
     NSRunningApplication application{
         .processIdentifier = _front->processIdentifier, .bundleIdentifier = {}, .window = _front->window};
@@ -87,31 +79,14 @@ std::vector<std::string> Workspace::frontNames() const {
     return names;
 }
 
-xcb_window_t Workspace::windowNamedBy(xcb_window_t window, xcb_atom_t property) const {
-    const auto reply = xcb::await<xcb_get_property_reply>(
-        _connection.xcb(), xcb_get_property(_connection.xcb(), 0, window, property, XCB_ATOM_WINDOW, 0, 1));
-    return numberOf(reply.get());
-}
-
 bool Workspace::activate(const NSRunningApplication& application) {
     if (application.window == XCB_WINDOW_NONE || !applicationOf(application.window)) return false;
-    if (!hasWindowManager()) {
+    if (!_windowManager.isRunning()) {
         giveFocus(application.window);
-        return true;
+    } else {
+        // As a pager asks: the user chose the window by what he did before.
+        _windowManager.activate(application.window, true);
     }
-    // As a pager asks (EWMH 1.5, "_NET_ACTIVE_WINDOW"): the user chose the window by what he did before.
-    constexpr std::uint32_t fromPager = 2;
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = application.window;
-    message.type = _connection.atoms().activeWindow;
-    message.data.data32[0] = fromPager;
-    message.data.data32[1] = _connection.userTime();
-    constexpr std::uint32_t toWindowManager =
-        XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-    xcb_send_event(_connection.xcb(), 0, _connection.root(), toWindowManager,
-                   reinterpret_cast<const char*>(&message));
     return true;
 }
 
@@ -132,33 +107,8 @@ void Workspace::giveFocus(xcb_window_t window) {
     });
 }
 
-void Workspace::readLater() {
-    // Any program can change the root's properties, as often as it likes.
-    if (std::exchange(_isReading, true)) return;
-    _connection.runLoop().post(_lifetime.weakly([this] {
-        _isReading = false;
-        if (_hasManagerChanged) readWindowManager();
-        if (_hasActiveChanged) readActiveWindow();
-    }));
-}
-
-void Workspace::readWindowManager() {
-    _hasManagerChanged = false;
-    const auto property = _connection.atoms().windowManagerCheck;
-    const auto window = windowNamedBy(_connection.root(), property);
-    _managerEvents = window == XCB_WINDOW_NONE
-                         ? std::nullopt
-                         : _connection.observeForeign(window, [this](const auto& event) {
-                               if (xcb::typeOf(event) == XCB_DESTROY_NOTIFY) readWindowManager();
-                           });
-    // One that has gone may have left the root's property behind, but not the window's own.
-    _manager = windowNamedBy(window, property) == window ? window : xcb_window_t{XCB_WINDOW_NONE};
-    readActiveWindow();
-}
-
-void Workspace::readActiveWindow() const {
-    _hasActiveChanged = false;
-    if (hasWindowManager()) setFront(windowNamedBy(_connection.root(), _connection.atoms().activeWindow));
+void Workspace::followActiveWindow() {
+    if (_windowManager.isRunning()) setFront(_windowManager.activeWindow());
 }
 
 void Workspace::readFocus() const {

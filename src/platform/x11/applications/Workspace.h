@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "platform/desktop/Workspace.h"
-#include "platform/foundation/memory/Lifetime.h"
 #include "platform/x11/applications/DesktopFiles.h"
-#include "platform/x11/server/Connection.h"
+#include "platform/x11/server/WindowManager.h"
 
 namespace vellumix::x11 {
 
@@ -21,8 +20,9 @@ namespace vellumix::x11 {
 /// class, else the class itself (WM_CLASS, ICCCM 2.0 section 4.1.2.5).
 class Workspace final : public NSWorkspace {
 public:
-    explicit Workspace(Connection& connection,
-                       DesktopFiles desktopFiles = DesktopFiles(DesktopFiles::standardFolders()));
+    /// Both must outlive it.
+    Workspace(Connection& connection, WindowManager& windowManager,
+              DesktopFiles desktopFiles = DesktopFiles(DesktopFiles::standardFolders()));
     Workspace(const Workspace&) = delete;
     Workspace& operator=(const Workspace&) = delete;
 
@@ -31,8 +31,6 @@ public:
     /// The bundle identifier of the front application, and its window class: either may be all that somebody
     /// knows of it.
     std::vector<std::string> frontNames() const;
-    /// Whether a window manager runs that tells such things (EWMH 1.5, "_NET_SUPPORTING_WM_CHECK").
-    bool hasWindowManager() const { return _manager != XCB_WINDOW_NONE; }
 
 private:
     /// What a window says of its application.
@@ -43,11 +41,7 @@ private:
         std::string windowClass;
     };
 
-    xcb_window_t windowNamedBy(xcb_window_t window, xcb_atom_t property) const;
-    void readWindowManager();
-    void readActiveWindow() const;
-    /// Several changes in a row are read as one.
-    void readLater();
+    void followActiveWindow();
     /// What is in front where nobody announces it.
     void readFocus() const;
     void setFront(xcb_window_t window) const;
@@ -55,18 +49,12 @@ private:
     void giveFocus(xcb_window_t window);
 
     Connection& _connection;
+    WindowManager& _windowManager;
     mutable DesktopFiles _desktopFiles;
-    /// The window manager's own window; none without one.
-    xcb_window_t _manager = XCB_WINDOW_NONE;
-    std::optional<Observation> _managerEvents;
     mutable std::optional<Application> _front;
-    bool _hasManagerChanged = false;
-    mutable bool _hasActiveChanged = false;
-    bool _isReading = false;
-    std::optional<Observation> _rootEvents;
+    Observation _activeChanges;
     /// Until the keys follow the pointer again.
     std::unique_ptr<NSTimer> _focusEnd;
-    Lifetime _lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -15,14 +15,10 @@ constexpr double retrySeconds = 3;
 
 }  // namespace
 
-Hotkeys::Hotkeys(Connection& connection)
-    : _connection(connection), _keyboard(connection), _modifiers(connection) {
+Hotkeys::Hotkeys(Connection& connection, KeyboardMap& keyboard)
+    : _connection(connection), _keyboard(keyboard), _modifiers(keyboard.modifiers()) {
     connection.filterKeys([this](const auto& key) { return take(key); });
-    _changes = _keyboard.observe([this] {
-        // A change of layouts is told many times over.
-        if (std::exchange(_isChangeDue, true)) return;
-        _connection.runLoop().post(_lifetime.weakly([this] { keyboardChanged(); }));
-    });
+    _changes = _keyboard.observe([this] { keyboardChanged(); });
 }
 
 Hotkeys::~Hotkeys() {
@@ -93,14 +89,12 @@ void Hotkeys::ungrab(const Registration& registration) {
 }
 
 void Hotkeys::keyboardChanged() {
-    _isChangeDue = false;
-    ModifierMap modifiers(_connection);
-    if (modifiers != _modifiers) {
+    if (const auto& modifiers = _keyboard.modifiers(); modifiers != _modifiers) {
         for (auto& registration : _registrations) {
             ungrab(registration);
             registration.isGrabbed = false;
         }
-        _modifiers = std::move(modifiers);
+        _modifiers = modifiers;
     }
     const bool hadAll = !_retry;
     grabWhatIsMissing();

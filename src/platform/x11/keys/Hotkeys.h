@@ -7,7 +7,7 @@
 
 #include "platform/desktop/Keyboard.h"
 #include "platform/x11/keys/KeyCodes.h"
-#include "platform/x11/keys/KeyboardWatch.h"
+#include "platform/x11/keys/KeyboardMap.h"
 
 namespace vellumix::x11 {
 
@@ -20,7 +20,8 @@ namespace vellumix::x11 {
 /// few seconds, and at each change of the keyboard: the server doesn't tell when a grab ends.
 class Hotkeys final : public vellumix::Hotkeys {
 public:
-    explicit Hotkeys(Connection& connection);
+    /// Both must outlive it.
+    Hotkeys(Connection& connection, KeyboardMap& keyboard);
     ~Hotkeys() override;
     Hotkeys(const Hotkeys&) = delete;
     Hotkeys& operator=(const Hotkeys&) = delete;
@@ -54,14 +55,14 @@ private:
     std::vector<ModifierMap::Mask> statesOf(const Registration& registration) const;
 
     Connection& _connection;
-    KeyboardWatch _keyboard;
+    KeyboardMap& _keyboard;
+    /// With which the present grabs were made.
     ModifierMap _modifiers;
     std::list<Registration> _registrations;
     /// The hotkey that is down, until it is seen to be up.
     std::optional<xcb_keycode_t> _held;
     std::unique_ptr<NSTimer> _holding;
     std::unique_ptr<NSTimer> _retry;
-    bool _isChangeDue = false;
     ObserverList<> _handlers;
     Observation _changes;
     Lifetime _lifetime;

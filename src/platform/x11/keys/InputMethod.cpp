@@ -7,6 +7,7 @@
 
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/text/Unicode.h"
+#include "platform/x11/server/RootProperties.h"
 
 namespace vellumix::x11 {
 
@@ -94,11 +95,7 @@ InputMethod::InputMethod(Connection& connection, int screen, Handlers handlers)
         // The library takes an event that may be changed, and changes none.
         if (_method) xcb_xim_filter_event(_method.get(), const_cast<xcb_generic_event_t*>(&event));
     });
-    _servers = connection.observeForeign(connection.root(), [this](const auto& event) {
-        if (xcb::typeOf(event) != XCB_PROPERTY_NOTIFY ||
-            xcb::as<xcb_property_notify_event_t>(event).atom != _connection.atoms().inputMethodServers) {
-            return;
-        }
+    _servers = connection.rootProperties().observe(connection.atoms().inputMethodServers, [this] {
         if (_caret && !_context) openSoon();
     });
 }

@@ -89,7 +89,7 @@ private:
     Request _request = Request::none;
     std::unique_ptr<NSTimer> _deadline;
     Observation _events;
-    std::optional<Observation> _servers;
+    Observation _servers;
     Lifetime _lifetime;
 };
 

@@ -13,9 +13,9 @@ constexpr int mostAttempts = 40;
 
 }  // namespace
 
-KeyFocus::KeyFocus(Connection& connection, int screen)
+KeyFocus::KeyFocus(Connection& connection, KeyboardMap& keyboard, int screen)
     : _connection(connection),
-      _keyboard(connection),
+      _keyboard(connection, keyboard),
       _input(connection, screen,
              {.typed = [this](const auto& key) { handleTyped(key); },
               .committed =

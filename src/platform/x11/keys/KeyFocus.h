@@ -35,7 +35,7 @@ public:
 /// taken again.
 class KeyFocus {
 public:
-    KeyFocus(Connection& connection, int screen);
+    KeyFocus(Connection& connection, KeyboardMap& keyboard, int screen);
     ~KeyFocus();
     KeyFocus(const KeyFocus&) = delete;
     KeyFocus& operator=(const KeyFocus&) = delete;

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdlib>
 
-#include "platform/foundation/loop/Log.h"
 #include "platform/x11/keys/KeyCodes.h"
 
 namespace vellumix::x11 {
@@ -92,17 +91,13 @@ const char* localeOfTyping() {
 
 }  // namespace
 
-Keyboard::Keyboard(Connection& connection)
-    : _connection(connection), _watch(connection), _context(xkb_context_new(XKB_CONTEXT_NO_FLAGS)) {
-    if (!_watch.isAvailable()) Log("Keyboard").error("The X server has no XKB extension: keys can't be read");
-    // Read at the next key: a program can change the map any number of times before somebody types.
-    _changes = _watch.observe([this] { _isStale = true; });
-    readKeymap();
+Keyboard::Keyboard(Connection& connection, KeyboardMap& map) : _connection(connection), _map(map) {
+    followKeymap();
 }
 
-void Keyboard::readKeymap() {
-    auto keymap = _watch.readKeymap(_context.get());
-    if (!keymap) return;
+void Keyboard::followKeymap() {
+    auto keymap = _map.keymap();
+    if (keymap == _keymap) return;
     _keymap = std::move(keymap);
     _state.reset(xkb_state_new(_keymap.get()));
     const auto layouts = xkb_keymap_num_layouts(_keymap.get());
@@ -143,11 +138,11 @@ std::string Keyboard::characterOf(xkb_keycode_t code) const {
 
 std::optional<std::string> Keyboard::composed(xkb_keysym_t symbol, std::string typed) {
     if (!_compose && beginsComposing(symbol)) {
-        _composeTable.reset(xkb_compose_table_new_from_locale(_context.get(), localeOfTyping(),
+        _composeTable.reset(xkb_compose_table_new_from_locale(_map.context(), localeOfTyping(),
                                                               XKB_COMPOSE_COMPILE_NO_FLAGS));
         if (!_composeTable) {
             _composeTable.reset(
-                xkb_compose_table_new_from_locale(_context.get(), "C", XKB_COMPOSE_COMPILE_NO_FLAGS));
+                xkb_compose_table_new_from_locale(_map.context(), "C", XKB_COMPOSE_COMPILE_NO_FLAGS));
         }
         if (_composeTable) {
             _compose.reset(xkb_compose_state_new(_composeTable.get(), XKB_COMPOSE_STATE_NO_FLAGS));
@@ -175,7 +170,7 @@ std::optional<std::string> Keyboard::composed(xkb_keysym_t symbol, std::string t
 }
 
 std::optional<KeyEvent> Keyboard::pressed(const xcb_key_press_event_t& event) {
-    if (std::exchange(_isStale, false)) readKeymap();
+    followKeymap();
     if (!_state) return std::nullopt;
     const xkb_keycode_t code = event.detail;
     // The state in the event is that of this very key, where a notice of the state may be late.

@@ -4,17 +4,16 @@
 #include <optional>
 
 #include "platform/desktop/Event.h"
-#include "platform/x11/keys/KeyboardHandles.h"
-#include "platform/x11/keys/KeyboardWatch.h"
+#include "platform/x11/keys/KeyboardMap.h"
 #include "platform/x11/server/Connection.h"
 
 namespace vellumix::x11 {
 
-/// What the keys of the display mean: its layouts, their changes, and dead and compose keys (X Keyboard
-/// Extension 1.0). Main thread.
+/// What is typed: presses by the keyboard's map, its layouts, and dead and compose keys (X Keyboard Extension
+/// 1.0). Main thread.
 class Keyboard {
 public:
-    explicit Keyboard(Connection& connection);
+    Keyboard(Connection& connection, KeyboardMap& map);
     Keyboard(const Keyboard&) = delete;
     Keyboard& operator=(const Keyboard&) = delete;
 
@@ -28,15 +27,15 @@ public:
     static KeyModifiers modifiersOf(std::uint32_t state);
 
 private:
-    void readKeymap();
+    /// Makes ready for the present keymap, if it is another one.
+    void followKeymap();
     std::string characterOf(xkb_keycode_t code) const;
     bool isLatin(xkb_layout_index_t layout) const;
     /// What the key types after what has been composed; absent while composing goes on.
     std::optional<std::string> composed(xkb_keysym_t symbol, std::string typed);
 
     Connection& _connection;
-    KeyboardWatch _watch;
-    xkb::Context _context;
+    KeyboardMap& _map;
     xkb::Keymap _keymap;
     xkb::State _state;
     /// Made at the first dead or compose key, as its table is large.
@@ -46,8 +45,6 @@ private:
     /// where none has them; then their places name the keys of letters.
     std::vector<std::optional<xkb_layout_index_t>> _namingLayouts;
     std::bitset<256> _down;
-    bool _isStale = false;
-    Observation _changes;
 };
 
 }  // namespace vellumix::x11

@@ -42,15 +42,16 @@ bool hasTestExtension(Connection& connection) {
 
 }  // namespace
 
-SyntheticKeys::SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
-                             PasteChords chords, std::function<void(Lack)> tellUser)
+SyntheticKeys::SyntheticKeys(Connection& connection, KeyboardMap& keyboard, const Workspace& workspace,
+                             const Pasteboard& pasteboard, PasteChords chords,
+                             std::function<void(Lack)> tellUser)
     : _connection(connection),
+      _keyboard(keyboard),
       _workspace(workspace),
       _pasteboard(pasteboard),
       _chords(std::move(chords)),
       _hasTest(hasTestExtension(connection)),
-      _tellUser(std::move(tellUser)),
-      _keyboard(connection) {}
+      _tellUser(std::move(tellUser)) {}
 
 bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool prompts) {
     if (!_hasTest) {
@@ -83,7 +84,7 @@ void SyntheticKeys::goOn() {
 
 bool SyntheticKeys::deliver(Paste& paste) {
     const auto& chords = _chords.chordsFor(_workspace.frontNames());
-    const auto keys = keysFor(chords, paste);
+    const auto keys = keysFor(chords);
     if (!keys) {
         Log("SyntheticKeys").error("The keyboard lacks the key that the front application pastes by");
         return true;
@@ -102,7 +103,7 @@ bool SyntheticKeys::deliver(Paste& paste) {
 }
 
 bool SyntheticKeys::isUserHoldingModifiers() const {
-    const ModifierMap modifiers(_connection);
+    const auto& modifiers = _keyboard.modifiers();
     const KeysDown down(_connection);
     const auto keys = modifiers.keysOf(static_cast<ModifierMap::Mask>(~modifiers.locks()));
     return std::ranges::any_of(keys, [&](xcb_keycode_t key) { return down.test(key); });
@@ -127,7 +128,7 @@ void SyntheticKeys::returnPrimary() {
 
 void SyntheticKeys::press(const Keys& found) {
     const auto& chord = found.chord;
-    const ModifierMap modifiers(_connection);
+    const auto& modifiers = _keyboard.modifiers();
     const KeysDown down(_connection);
     const std::pair<bool, ModifierMap::Mask> wanted[] = {
         {chord.hasControl, ModifierMap::Mask{XCB_MOD_MASK_CONTROL}},
@@ -153,15 +154,11 @@ void SyntheticKeys::press(const Keys& found) {
     for (const auto code : keys) send(XCB_KEY_RELEASE, code);
 }
 
-std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<PasteChord>& chords,
-                                                          Paste& paste) const {
-    if (!paste.keymap) {
-        const xkb::Context context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
-        paste.keymap = _keyboard.readKeymap(context.get());
-    }
-    if (!paste.keymap) return std::nullopt;
+std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<PasteChord>& chords) const {
+    const auto keymap = _keyboard.keymap();
+    if (!keymap) return std::nullopt;
     for (const auto& chord : chords) {
-        if (const auto key = keyTyping(chord.key, paste.keymap.get())) return Keys{chord, *key};
+        if (const auto key = keyTyping(chord.key, keymap.get())) return Keys{chord, *key};
     }
     // Some programs take a chord by the place of its key where no layout has the letter.
     for (const auto& chord : chords) {

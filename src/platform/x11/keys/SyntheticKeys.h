@@ -9,8 +9,7 @@
 #include "platform/desktop/Keyboard.h"
 #include "platform/x11/applications/Workspace.h"
 #include "platform/x11/keys/KeyCodes.h"
-#include "platform/x11/keys/KeyboardHandles.h"
-#include "platform/x11/keys/KeyboardWatch.h"
+#include "platform/x11/keys/KeyboardMap.h"
 #include "platform/x11/keys/PasteChords.h"
 #include "platform/x11/selections/Pasteboard.h"
 
@@ -34,8 +33,9 @@ public:
     };
 
     /// All must outlive it. `tellUser` is called when keys are wanted and there are none.
-    SyntheticKeys(Connection& connection, const Workspace& workspace, const Pasteboard& pasteboard,
-                  PasteChords chords = PasteChords(), std::function<void(Lack)> tellUser = {});
+    SyntheticKeys(Connection& connection, KeyboardMap& keyboard, const Workspace& workspace,
+                  const Pasteboard& pasteboard, PasteChords chords = PasteChords(),
+                  std::function<void(Lack)> tellUser = {});
     SyntheticKeys(const SyntheticKeys&) = delete;
     SyntheticKeys& operator=(const SyntheticKeys&) = delete;
 
@@ -48,8 +48,6 @@ private:
         /// When it goes out at the latest, as `RunLoop::uptime` counts.
         double deadline;
         bool hasPrimary = false;
-        /// As it is when the paste is first tried.
-        xkb::Keymap keymap;
     };
     /// A chord, and the key that it is pressed by.
     struct Keys {
@@ -65,18 +63,18 @@ private:
     void returnPrimary();
     void press(const Keys& keys);
     /// The first chord that the keyboard has the key of.
-    std::optional<Keys> keysFor(const std::vector<PasteChord>& chords, Paste& paste) const;
+    std::optional<Keys> keysFor(const std::vector<PasteChord>& chords) const;
     /// The key that types the sign without modifiers, in the present layout if there is one.
     std::optional<xcb_keycode_t> keyTyping(xkb_keysym_t symbol, xkb_keymap* keymap) const;
 
     Connection& _connection;
+    KeyboardMap& _keyboard;
     const Workspace& _workspace;
     const Pasteboard& _pasteboard;
     const PasteChords _chords;
     const bool _hasTest;
     std::function<void(Lack)> _tellUser;
     bool _hasToldOfExtension = false;
-    KeyboardWatch _keyboard;
     std::deque<Paste> _pastes;
     std::unique_ptr<NSTimer> _waiting;
     std::unique_ptr<SelectionOwner> _primary;

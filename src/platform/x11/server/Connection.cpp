@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/foundation/text/LocalizedText.h"
+#include "platform/x11/server/RootProperties.h"
 
 namespace vellumix::x11 {
 
@@ -90,6 +91,7 @@ Connection::Connection(linux_desktop::GLibRunLoop& runLoop, xcb::ConnectionHandl
       _clientWork(runLoop) {
     _watch = runLoop.watch(
         xcb_get_file_descriptor(_xcb.get()), [this] { return prepare(); }, [this] { dispatch(); });
+    _rootProperties = std::make_unique<RootProperties>(*this);
 }
 
 Connection::~Connection() = default;

@@ -21,6 +21,8 @@
 
 namespace vellumix::x11 {
 
+class RootProperties;
+
 /// The connection to the X server: requests go out before the loop sleeps, events come in through it.
 ///
 /// Main thread only. Events that another program has forged reach nobody. Errors of requests whose reply
@@ -52,6 +54,8 @@ public:
     ClientWork::Client clientOf(xcb_window_t window) const;
     /// What other programs have this one do for them.
     ClientWork& clientWork() { return _clientWork; }
+    /// What the desktop tells by the root window. Nobody else asks for changes of its properties.
+    RootProperties& rootProperties() { return *_rootProperties; }
 
     /// Calls the handler with each event that concerns the window. Does not change what the window selects.
     Observation observe(xcb_window_t window, EventHandler handler);
@@ -122,6 +126,7 @@ private:
     xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
     ClientWork _clientWork;
     ObserverList<> _endHandlers;
+    std::unique_ptr<RootProperties> _rootProperties;
     Observation _watch;
     Lifetime _lifetime;
 };

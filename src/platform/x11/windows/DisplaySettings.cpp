@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/x11/server/RootProperties.h"
+
 namespace vellumix::x11 {
 
 namespace {
@@ -128,12 +130,7 @@ std::optional<double> dotsPerInchOfResources(std::string_view resources) {
 SettingsReader::SettingsReader(Connection& connection, int screenNumber)
     : _connection(connection), _manager(connection, "_XSETTINGS_S" + std::to_string(screenNumber)) {
     _managerChanges = _manager.observe([this] { followManager(); });
-    _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
-        if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY &&
-            xcb::as<xcb_property_notify_event_t>(event).atom == XCB_ATOM_RESOURCE_MANAGER) {
-            readLater();
-        }
-    });
+    _resourceChanges = connection.rootProperties().observe(XCB_ATOM_RESOURCE_MANAGER, [this] { read(); });
     followManager();
 }
 

@@ -57,7 +57,7 @@ private:
     ObserverList<> _observers;
     Observation _managerChanges;
     std::optional<Observation> _managerEvents;
-    std::optional<Observation> _rootEvents;
+    Observation _resourceChanges;
     Lifetime _lifetime;
 };
 

@@ -326,23 +326,11 @@ void ScreenWindow::setIgnoresMouseEvents(bool ignores) {
 
 void ScreenWindow::activate() {
     _wantsActivation = false;
-    auto* const xcb = _connection.xcb();
-    if (!_server.hasWindowManager()) {
-        xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_POINTER_ROOT, _id, XCB_CURRENT_TIME);
-        return;
+    if (_server._windowManager.isRunning()) {
+        _server._windowManager.activate(_id, false);
+    } else {
+        xcb_set_input_focus(_connection.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, _id, XCB_CURRENT_TIME);
     }
-    enum Source : std::uint32_t { application = 1 };
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = _id;
-    message.type = _connection.atoms().activeWindow;
-    message.data.data32[0] = application;
-    message.data.data32[1] = _connection.userTime();
-    message.data.data32[2] = _server.activeWindow();
-    xcb_send_event(xcb, 0, _connection.root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&message));
 }
 
 void ScreenWindow::keyStateChanges(bool isKey) {

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "platform/x11/server/RootProperties.h"
+
 namespace vellumix::x11 {
 
 namespace {
@@ -57,12 +59,12 @@ Screens::Screens(Connection& connection, const xcb_screen_t& screen, SettingsRea
         });
     }
     _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
-        const auto kind = xcb::typeOf(event);
-        if (kind == XCB_CONFIGURE_NOTIFY) readLater();
-        if (kind != XCB_PROPERTY_NOTIFY) return;
-        const auto atom = xcb::as<xcb_property_notify_event_t>(event).atom;
-        const auto& atoms = _connection.atoms();
-        if (atom == atoms.workArea || (atom == atoms.clientList && _all.size() > 1)) readLater();
+        if (xcb::typeOf(event) == XCB_CONFIGURE_NOTIFY) readLater();
+    });
+    auto& properties = connection.rootProperties();
+    _workAreaChanges = properties.observe(connection.atoms().workArea, [this] { readLater(); });
+    _clientChanges = properties.observe(connection.atoms().clientList, [this] {
+        if (_all.size() > 1) readLater();
     });
     _settingEvents = settings.observe([this] { readLater(); });
     read();

@@ -50,6 +50,8 @@ private:
     Observation _settingEvents;
     Observation _randrEvents;
     std::optional<Observation> _rootEvents;
+    Observation _workAreaChanges;
+    Observation _clientChanges;
     Lifetime _lifetime;
 };
 

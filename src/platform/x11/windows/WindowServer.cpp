@@ -2,8 +2,7 @@
 
 #include <xcb/xcb_cursor.h>
 
-#include <cstring>
-
+#include "platform/x11/server/RootProperties.h"
 #include "platform/x11/windows/ScreenWindow.h"
 
 namespace vellumix::x11 {
@@ -45,8 +44,9 @@ const char* nameOf(Cursor cursor) {
 
 }  // namespace
 
-WindowServer::WindowServer(Connection& connection)
+WindowServer::WindowServer(Connection& connection, WindowManager& windowManager, KeyboardMap& keyboard)
     : _connection(connection),
+      _windowManager(windowManager),
       _screen(screenOf(connection)),
       _screenNumber(numberOfScreen(connection)),
       _plain{_screen.root_depth, _screen.root_visual, XCB_NONE},
@@ -54,7 +54,7 @@ WindowServer::WindowServer(Connection& connection)
       _settings(connection, _screenNumber),
       _screens(connection, _screen, _settings),
       _compositor(connection, "_NET_WM_CM_S" + std::to_string(_screenNumber)),
-      _keys(connection, _screenNumber),
+      _keys(connection, keyboard, _screenNumber),
       _pointer(connection, {.delegateOf = [this](xcb_window_t id) -> NSWindowDelegate* {
                                 const auto found = _windows.find(id);
                                 return found == _windows.end() ? nullptr : found->second->delegate();
@@ -69,12 +69,8 @@ WindowServer::WindowServer(Connection& connection)
                             .scale = [this] { return _screens.scale(); }}) {
     _compositorEvents = _compositor.observe([this] { redrawAll(); });
     _screenEvents = _screens.observe([this] { redrawAll(); });
-    _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
-        if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY &&
-            xcb::as<xcb_property_notify_event_t>(event).atom == _connection.atoms().currentDesktop) {
-            _spaceObservers.notify();
-        }
-    });
+    _spaceEvents = connection.rootProperties().observe(connection.atoms().currentDesktop,
+                                                       [this] { _spaceObservers.notify(); });
 }
 
 WindowServer::~WindowServer() {
@@ -104,32 +100,27 @@ std::unique_ptr<NSWindow> WindowServer::makeWindow(const NSWindow::Options& opti
     return std::make_unique<ScreenWindow>(*this, options);
 }
 
-xcb_window_t WindowServer::activeWindow() const {
-    auto* const xcb = _connection.xcb();
-    const auto reply = xcb::await<xcb_get_property_reply>(
-        xcb, xcb_get_property(xcb, 0, _screen.root, _connection.atoms().activeWindow, XCB_ATOM_WINDOW, 0, 1));
-    xcb_window_t window = XCB_WINDOW_NONE;
-    if (reply && reply->format == 32 && reply->value_len == 1) {
-        std::memcpy(&window, xcb_get_property_value(reply.get()), sizeof window);
-    }
-    return window;
-}
-
 std::optional<NSScreen> WindowServer::mainScreen() const {
     auto* const xcb = _connection.xcb();
-    if (const auto window = activeWindow(); window != XCB_WINDOW_NONE) {
-        const auto geometry = xcb_get_geometry(xcb, window);
-        const auto place = xcb_translate_coordinates(xcb, window, _screen.root, 0, 0);
-        const auto size = xcb::await<xcb_get_geometry_reply>(xcb, geometry);
-        const auto origin = xcb::await<xcb_translate_coordinates_reply>(xcb, place);
-        if (size && origin) {
-            const double scale = _screens.scale();
-            const auto screen = _screens.at(
-                {(origin->dst_x + size->width / 2.0) / scale, (origin->dst_y + size->height / 2.0) / scale});
-            if (screen) return screen;
-        }
+    _windowManager.catchUp();
+    const auto window = _windowManager.activeWindow();
+    // All is asked for before the first answer is awaited, for one trip to the server.
+    const auto pointerAsked = xcb_query_pointer(xcb, _screen.root);
+    const auto sizeAsked = xcb_get_geometry(xcb, window);
+    const auto placeAsked = xcb_translate_coordinates(xcb, window, _screen.root, 0, 0);
+    const auto pointer = xcb::await<xcb_query_pointer_reply>(xcb, pointerAsked);
+    const auto size = xcb::await<xcb_get_geometry_reply>(xcb, sizeAsked);
+    const auto origin = xcb::await<xcb_translate_coordinates_reply>(xcb, placeAsked);
+    const double scale = _screens.scale();
+    if (size && origin) {
+        const auto screen = _screens.at(
+            {(origin->dst_x + size->width / 2.0) / scale, (origin->dst_y + size->height / 2.0) / scale});
+        if (screen) return screen;
     }
-    if (const auto screen = _screens.at(mouseLocation())) return screen;
+    if (pointer) {
+        if (const auto screen = _screens.at({pointer->root_x / scale, pointer->root_y / scale}))
+            return screen;
+    }
     const auto& all = _screens.all();
     return all.empty() ? std::nullopt : std::optional(all.front());
 }
@@ -137,14 +128,6 @@ std::optional<NSScreen> WindowServer::mainScreen() const {
 Point WindowServer::mouseLocation() const {
     const auto at = _pointer.location();
     return {at.x / _screens.scale(), at.y / _screens.scale()};
-}
-
-bool WindowServer::hasWindowManager() const {
-    auto* const xcb = _connection.xcb();
-    const auto root =
-        xcb::await<xcb_get_window_attributes_reply>(xcb, xcb_get_window_attributes(xcb, _screen.root));
-    // Only one program can have that (ICCCM 2.0 section 4.2); a property could be left of one that has gone.
-    return root && (root->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
 }
 
 Observation WindowServer::observeSessionResign(std::function<void()> observer) {

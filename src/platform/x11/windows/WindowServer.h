@@ -8,6 +8,7 @@
 #include "platform/linux/authentication/SessionWatch.h"
 #include "platform/x11/keys/KeyFocus.h"
 #include "platform/x11/server/SelectionWatch.h"
+#include "platform/x11/server/WindowManager.h"
 #include "platform/x11/windows/DisplaySettings.h"
 #include "platform/x11/windows/Pointer.h"
 #include "platform/x11/windows/Screens.h"
@@ -29,7 +30,8 @@ public:
         xcb_colormap_t colormap = XCB_NONE;
     };
 
-    explicit WindowServer(Connection& connection);
+    /// All must outlive it.
+    WindowServer(Connection& connection, WindowManager& windowManager, KeyboardMap& keyboard);
     ~WindowServer() override;
     WindowServer(const WindowServer&) = delete;
     WindowServer& operator=(const WindowServer&) = delete;
@@ -66,8 +68,6 @@ private:
 
     Format formatWithAlpha() const;
     bool hasCompositor() const { return _compositor.owner() != XCB_WINDOW_NONE; }
-    bool hasWindowManager() const;
-    xcb_window_t activeWindow() const;
     /// Owned by the server.
     xcb_cursor_t cursor(Cursor cursor);
     void redrawAll();
@@ -76,6 +76,7 @@ private:
     void stackFloating(xcb_window_t below);
 
     Connection& _connection;
+    WindowManager& _windowManager;
     const xcb_screen_t& _screen;
     int _screenNumber;
     Format _plain;
@@ -92,7 +93,7 @@ private:
     linux_desktop::SessionWatch _session;
     Observation _compositorEvents;
     Observation _screenEvents;
-    std::optional<Observation> _rootEvents;
+    Observation _spaceEvents;
 };
 
 }  // namespace vellumix::x11

@@ -1,0 +1,28 @@
+#include "platform/x11/server/RootProperties.h"
+
+#include <utility>
+
+namespace vellumix::x11 {
+
+RootProperties::RootProperties(Connection& connection) : _connection(connection) {
+    _events = connection.observeForeign(connection.root(), [this](const auto& event) {
+        if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY) {
+            changed(xcb::as<xcb_property_notify_event_t>(event).atom);
+        }
+    });
+}
+
+Observation RootProperties::observe(xcb_atom_t property, std::function<void()> observer) {
+    return _observers[property].add(std::move(observer));
+}
+
+void RootProperties::changed(xcb_atom_t property) {
+    if (!_observers.contains(property) || !_changed.insert(property).second) return;
+    _connection.runLoop().post(_lifetime.weakly([this, property] { catchUp(property); }));
+}
+
+void RootProperties::catchUp(xcb_atom_t property) {
+    if (_changed.erase(property) > 0) _observers[property].notify();
+}
+
+}  // namespace vellumix::x11

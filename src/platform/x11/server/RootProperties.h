@@ -1,0 +1,35 @@
+#pragma once
+
+#include <map>
+#include <set>
+
+#include "platform/foundation/memory/Lifetime.h"
+#include "platform/foundation/observation/ObserverList.h"
+#include "platform/x11/server/Connection.h"
+
+namespace vellumix::x11 {
+
+/// The properties of the root window, by which a desktop tells of itself to all programs. Main thread.
+class RootProperties {
+public:
+    explicit RootProperties(Connection& connection);
+    RootProperties(const RootProperties&) = delete;
+    RootProperties& operator=(const RootProperties&) = delete;
+
+    /// Calls the observer from the loop when the property has changed, and once for all changes of one turn:
+    /// any program can change it without end, and only what it holds in the end matters.
+    Observation observe(xcb_atom_t property, std::function<void()> observer);
+    /// Tells at once of a change that has come from the server and is still to be told.
+    void catchUp(xcb_atom_t property);
+
+private:
+    void changed(xcb_atom_t property);
+
+    Connection& _connection;
+    std::map<xcb_atom_t, ObserverList<>> _observers;
+    std::set<xcb_atom_t> _changed;
+    std::optional<Observation> _events;
+    Lifetime _lifetime;
+};
+
+}  // namespace vellumix::x11

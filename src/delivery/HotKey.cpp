@@ -7,7 +7,7 @@
 namespace vellumix {
 
 HotKey::HotKey(std::function<void()> handler) : _handler(std::move(handler)) {
-    _eventHandlerRef = platform::current().hotkeys->InstallEventHandler([this] {
+    _eventHandlerRef = Hotkeys::InstallEventHandler([this] {
         if (_handler) _handler();
     });
 }
@@ -20,7 +20,8 @@ HotKey::~HotKey() {
 std::unique_ptr<HotKey> HotKey::make(std::uint32_t keyCode, std::uint32_t modifiers,
                                      std::function<void()> handler) {
     std::unique_ptr<HotKey> hotKey(new HotKey(std::move(handler)));
-    hotKey->_hotKeyRef = platform::current().hotkeys->RegisterEventHotKey(keyCode, modifiers);
+    hotKey->_hotKeyRef =
+        platform::current().hotkeys->RegisterEventHotKey(keyCode, modifiers, hotKey->_eventHandlerRef);
     return hotKey->_hotKeyRef ? std::move(hotKey) : nullptr;
 }
 

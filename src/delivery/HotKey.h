@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "delivery/Shortcut.h"
-#include "platform/foundation/observation/Observation.h"
+#include "platform/desktop/Keyboard.h"
 
 namespace vellumix {
 
@@ -23,7 +23,7 @@ private:
     explicit HotKey(std::function<void()> handler);
 
     std::optional<Observation> _hotKeyRef;
-    std::optional<Observation> _eventHandlerRef;
+    EventHandlerRef _eventHandlerRef;
     std::function<void()> _handler;
 };
 

@@ -294,8 +294,8 @@ TEST_F(HostileTest, AFloodOfRequestsHoldsUpNeitherThePersonNorAnotherProgram) {
     write(text);
     x11::Hotkeys hotkeys(*connection, *keyboard);
     bool isPressed = false;
-    const auto handler = hotkeys.InstallEventHandler([&] { isPressed = true; });
-    const auto hotkey = hotkeys.RegisterEventHotKey(9, cmdKey);
+    const auto handler = Hotkeys::InstallEventHandler([&] { isPressed = true; });
+    const auto hotkey = hotkeys.RegisterEventHotKey(9, cmdKey, handler);
     ASSERT_TRUE(hotkey);
     Peer flooding(runLoop);
     // More than 4 GB, all of it asked for before the person does anything.

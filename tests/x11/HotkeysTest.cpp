@@ -18,7 +18,7 @@ protected:
     HotkeysTest() {
         if (!connection) return;
         hotkeys = std::make_unique<x11::Hotkeys>(*connection, *keyboard);
-        handler = hotkeys->InstallEventHandler([this] { ++presses; });
+        handler = Hotkeys::InstallEventHandler([this] { ++presses; });
     }
     void SetUp() override { ASSERT_TRUE(connection) << trouble; }
 
@@ -41,11 +41,11 @@ protected:
         pass(0.1);
         return presses == before + 1;
     }
-    auto registerShortcut() { return hotkeys->RegisterEventHotKey(9, cmdKey | optionKey); }
+    auto registerShortcut() { return hotkeys->RegisterEventHotKey(9, cmdKey | optionKey, handler); }
 
     LogLines log;
     std::unique_ptr<x11::Hotkeys> hotkeys;
-    Observation handler;
+    EventHandlerRef handler;
     int presses = 0;
     Person person;
 };
@@ -70,6 +70,35 @@ TEST_F(HotkeysTest, ArriveWhateverTheLocksAndTheLayoutAre) {
     person.typeKey(KEY_V);
     pass(0.1);
     EXPECT_EQ(presses, before) << "the key alone";
+}
+
+TEST_F(HotkeysTest, APressGoesToItsOwnRegistrationAlone) {
+    const auto hotkey = registerShortcut();
+    int othersPresses = 0;
+    auto others = Hotkeys::InstallEventHandler([&] { ++othersPresses; });
+    std::optional<Observation> other = hotkeys->RegisterEventHotKey(9, cmdKey, others);
+    ASSERT_TRUE(hotkey && other);
+    EXPECT_TRUE(arrives());
+    EXPECT_EQ(othersPresses, 0);
+    const auto pressOther = [&] {
+        person.press(KEY_LEFTMETA);
+        person.typeKey(KEY_V);
+        person.release(KEY_LEFTMETA);
+    };
+    pressOther();
+    EXPECT_TRUE(wait([&] { return othersPresses == 1; }));
+    EXPECT_EQ(presses, 1);
+    // One that ends within its own press, as when the person records another combination.
+    others = Hotkeys::InstallEventHandler([&] {
+        ++othersPresses;
+        other.reset();
+    });
+    other.reset();
+    other = hotkeys->RegisterEventHotKey(9, cmdKey, others);
+    pressOther();
+    EXPECT_TRUE(wait([&] { return othersPresses == 2; }));
+    EXPECT_FALSE(other);
+    EXPECT_TRUE(arrives());
 }
 
 TEST_F(HotkeysTest, AHeldKeyIsOnePressAlsoWhenAWindowTakesTheKeyboardMeanwhile) {
@@ -113,8 +142,8 @@ TEST_F(HotkeysTest, WhatAnotherProgramHasIsRefusedAndNothingOfItIsKept) {
     };
     ASSERT_TRUE(grab(superAlt | XCB_MOD_MASK_2));
     EXPECT_FALSE(registerShortcut());
-    EXPECT_TRUE(hotkeys->RegisterEventHotKey(8, cmdKey | optionKey)) << "another key";
-    EXPECT_FALSE(hotkeys->RegisterEventHotKey(10'000, cmdKey)) << "no key of any board";
+    EXPECT_TRUE(hotkeys->RegisterEventHotKey(8, cmdKey | optionKey, handler)) << "another key";
+    EXPECT_FALSE(hotkeys->RegisterEventHotKey(10'000, cmdKey, handler)) << "no key of any board";
     for (const int locks : {0, int{XCB_MOD_MASK_LOCK}, XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2}) {
         EXPECT_TRUE(grab(static_cast<std::uint16_t>(superAlt | locks))) << locks;
     }

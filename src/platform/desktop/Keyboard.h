@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <utility>
 
 #include "platform/desktop/Event.h"
 #include "platform/foundation/observation/Observation.h"
@@ -27,18 +29,24 @@ inline constexpr CGEventFlags kCGEventFlagMaskCommand = 0x100000;
 /// The key's position as `KeyEvent` counts it; absent for a code that no board has.
 std::optional<unsigned> positionOfVirtualKey(std::uint32_t keyCode);
 
+/// What a press of a hotkey calls, for as long as somebody holds this.
+using EventHandlerRef = std::shared_ptr<const std::function<void()>>;
+
 /// Combinations that reach the program whichever application is in front. Main thread only.
 class Hotkeys {
 public:
     virtual ~Hotkeys() = default;
-    /// Calls the function from the main loop, once for each press of a registered combination; a key that is
-    /// held is one press.
-    virtual Observation InstallEventHandler(std::function<void()> function) = 0;
-    /// Takes the combination until the observation ends. Absent when another program has it, and when the
+    /// For the registrations that name it as their target; alone it hears of nothing.
+    static EventHandlerRef InstallEventHandler(std::function<void()> function) {
+        return std::make_shared<const std::function<void()>>(std::move(function));
+    }
+    /// Takes the combination until the observation ends. Calls the target from the main loop, once for each
+    /// press of this combination and of no other; a key that is held is one press. The target isn't kept
+    /// alive, and may end the registration. Absent when another program has it, and when the
     /// desktop or its keyboard can't give it. Lock keys make no difference. While a window of the program has
     /// the keyboard, the press is taken before it.
-    virtual std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode,
-                                                           std::uint32_t modifiers) = 0;
+    virtual std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
+                                                           const EventHandlerRef& target) = 0;
     /// False while another program has a registered combination, to which a change of the keyboard can lead.
     /// It works again soon after the other has let go.
     virtual bool hasAllHotKeys() const = 0;

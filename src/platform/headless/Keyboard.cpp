@@ -12,11 +12,16 @@ bool contains(const std::vector<Hotkeys::Combination>& all, const Hotkeys::Combi
 
 }  // namespace
 
-std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) {
+std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
+                                                        const EventHandlerRef& target) {
     const Combination combination{keyCode, modifiers};
     if (contains(taken, combination) || contains(registered, combination)) return std::nullopt;
     registered.push_back(combination);
-    return Observation(_lifetime.weakly([this, combination] { std::erase(registered, combination); }));
+    _targets[combination] = target;
+    return Observation(_lifetime.weakly([this, combination] {
+        std::erase(registered, combination);
+        _targets.erase(combination);
+    }));
 }
 
 bool Hotkeys::hasAllHotKeys() const {
@@ -25,7 +30,7 @@ bool Hotkeys::hasAllHotKeys() const {
 
 bool Hotkeys::press(const Combination& combination) {
     if (!contains(registered, combination) || contains(taken, combination)) return false;
-    _handlers.notify();
+    if (const auto target = _targets[combination].lock()) (*target)();
     return true;
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -8,7 +11,6 @@
 #include "platform/desktop/Pasteboard.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/memory/Lifetime.h"
-#include "platform/foundation/observation/ObserverList.h"
 
 namespace vellumix::headless {
 
@@ -18,10 +20,8 @@ public:
     /// A virtual key code and its modifiers.
     using Combination = std::pair<std::uint32_t, std::uint32_t>;
 
-    Observation InstallEventHandler(std::function<void()> function) override {
-        return _handlers.add(std::move(function));
-    }
-    std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) override;
+    std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
+                                                   const EventHandlerRef& target) override;
 
     bool hasAllHotKeys() const override;
 
@@ -34,7 +34,7 @@ public:
     std::vector<Combination> taken;
 
 private:
-    ObserverList<> _handlers;
+    std::map<Combination, std::weak_ptr<const std::function<void()>>> _targets;
     Lifetime _lifetime;
 };
 

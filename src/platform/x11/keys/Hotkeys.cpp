@@ -26,10 +26,11 @@ Hotkeys::~Hotkeys() {
     for (const auto& registration : _registrations) ungrab(registration);
 }
 
-std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) {
+std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
+                                                        const EventHandlerRef& target) {
     const auto position = positionOfVirtualKey(keyCode);
     if (!position) return std::nullopt;
-    const Registration wanted{keyCodeOf(*position), modifiers};
+    const Registration wanted{keyCodeOf(*position), modifiers, target};
     // The server would let one program grab a key twice, and the first to let it go would end both.
     const bool isOurs = std::ranges::any_of(_registrations, [&](const Registration& one) {
         return one.key == wanted.key && modifiersOf(one) == modifiersOf(wanted);
@@ -119,14 +120,16 @@ bool Hotkeys::take(const xcb_key_press_event_t& event) {
     }
     // The rest of the state are the buttons of the pointer and the layout.
     const int held = event.state & 0xFF & ~_modifiers.locks();
-    const bool isOurs = std::ranges::any_of(_registrations, [&](const Registration& one) {
+    const auto pressed = std::ranges::find_if(_registrations, [&](const Registration& one) {
         return one.key == event.detail && held == modifiersOf(one);
     });
-    if (!isOurs) return false;
+    if (pressed == _registrations.end()) return false;
     // A window of the program may take the keyboard or let it go between a press and its repetitions.
     const bool isRepetition = _held == event.detail;
     hold(event.detail);
-    if (!isRepetition) _handlers.notify();
+    if (isRepetition) return true;
+    // The registration may end within the call.
+    if (const auto target = pressed->target.lock()) (*target)();
     return true;
 }
 

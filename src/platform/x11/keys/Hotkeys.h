@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
@@ -26,10 +27,8 @@ public:
     Hotkeys(const Hotkeys&) = delete;
     Hotkeys& operator=(const Hotkeys&) = delete;
 
-    Observation InstallEventHandler(std::function<void()> function) override {
-        return _handlers.add(std::move(function));
-    }
-    std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers) override;
+    std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
+                                                   const EventHandlerRef& target) override;
     bool hasAllHotKeys() const override {
         return std::ranges::all_of(_registrations, &Registration::isGrabbed);
     }
@@ -38,6 +37,7 @@ private:
     struct Registration {
         xcb_keycode_t key;
         std::uint32_t modifiers;
+        std::weak_ptr<const std::function<void()>> target;
         bool isGrabbed = true;
     };
 
@@ -63,7 +63,6 @@ private:
     std::optional<xcb_keycode_t> _held;
     std::unique_ptr<NSTimer> _holding;
     std::unique_ptr<NSTimer> _retry;
-    ObserverList<> _handlers;
     Observation _changes;
     Lifetime _lifetime;
 };

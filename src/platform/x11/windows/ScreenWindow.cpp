@@ -1,12 +1,10 @@
 #include "platform/x11/windows/ScreenWindow.h"
 
-#include <xcb/shape.h>
-#include <xcb/xfixes.h>
-
 #include <cmath>
 
 #include "platform/foundation/loop/Log.h"
 #include "platform/x11/windows/WindowHints.h"
+#include "platform/x11/windows/WindowShape.h"
 
 namespace vellumix::x11 {
 
@@ -16,26 +14,6 @@ constexpr double shadowRoom = 24;
 /// So much of the shadow still takes the pointer, as a handle to resize by.
 constexpr double resizeHandle = 6;
 constexpr double keepPixelsSeconds = 10;
-constexpr int deepestFrame = 8;
-
-/// A rectangle with round corners, row by row where they are.
-std::vector<xcb_rectangle_t> roundedRows(int width, int height, int radius) {
-    radius = std::clamp(radius, 0, std::min(width, height) / 2);
-    std::vector<xcb_rectangle_t> rows;
-    const auto add = [&](int inset, int y, int rowHeight) {
-        rows.push_back({static_cast<std::int16_t>(inset), static_cast<std::int16_t>(y),
-                        static_cast<std::uint16_t>(width - 2 * inset),
-                        static_cast<std::uint16_t>(rowHeight)});
-    };
-    const auto insetOf = [&](int row) {
-        const double rise = radius - row - 0.5;
-        return radius - static_cast<int>(std::lround(std::sqrt(radius * double(radius) - rise * rise)));
-    };
-    for (int row = 0; row < radius; ++row) add(insetOf(row), row, 1);
-    if (height > 2 * radius) add(0, radius, height - 2 * radius);
-    for (int row = radius - 1; row >= 0; --row) add(insetOf(row), height - 1 - row, 1);
-    return rows;
-}
 
 }  // namespace
 
@@ -45,6 +23,7 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
       _kind(options.kind),
       _title(options.title),
       _format(isFloating() ? server._alpha : server._plain),
+      _managed(_connection, server._windowManager),
       _pixels(_connection, _format.depth),
       _frame(options.frame) {
     make();
@@ -52,7 +31,8 @@ ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
 
 void ScreenWindow::make() {
     auto* const xcb = _connection.xcb();
-    _id = _frameWindow = xcb_generate_id(xcb);
+    _id = xcb_generate_id(xcb);
+    _managed.setWindow(_id);
     _context = xcb_generate_id(xcb);
     std::uint32_t events = XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     if (!isFloating()) {
@@ -202,24 +182,16 @@ void ScreenWindow::setCornerRadius(double radius) {
 
 void ScreenWindow::cutShape() {
     if (!isFloating()) return;
-    auto* const xcb = _connection.xcb();
     const auto size = area();
-    const double scale = backingScaleFactor();
-    if (isTranslucent()) {
-        xcb_shape_mask(xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, _id, 0, 0, XCB_NONE);
-    } else {
-        const auto rows =
-            roundedRows(size.width, size.height, static_cast<int>(std::lround(_cornerRadius * scale)));
-        xcb_shape_rectangles(xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED, _id, 0,
-                             0, static_cast<std::uint32_t>(rows.size()), rows.data());
-    }
-    const int margin =
-        isTranslucent() ? static_cast<int>(std::lround((shadowRoom - resizeHandle) * scale)) : 0;
-    const xcb_rectangle_t input{static_cast<std::int16_t>(margin), static_cast<std::int16_t>(margin),
-                                static_cast<std::uint16_t>(std::max(size.width - 2 * margin, 0)),
-                                static_cast<std::uint16_t>(std::max(size.height - 2 * margin, 0))};
-    xcb_shape_rectangles(xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, _id, 0, 0,
-                         _kind == Kind::toolTip || _ignoresMouseEvents ? 0 : 1, &input);
+    const auto pixels = [scale = backingScaleFactor()](double points) {
+        return static_cast<int>(std::lround(points * scale));
+    };
+    const WindowShape shape{.width = size.width,
+                            .height = size.height,
+                            .cornerRadius = isTranslucent() ? 0 : pixels(_cornerRadius),
+                            .inputMargin = isTranslucent() ? pixels(shadowRoom - resizeHandle) : 0,
+                            .takesPointer = _kind != Kind::toolTip && !_ignoresMouseEvents};
+    shape.apply(_connection, _id);
 }
 
 void ScreenWindow::setAlphaValue(double alpha) {
@@ -295,7 +267,7 @@ void ScreenWindow::unmap() {
 }
 
 void ScreenWindow::standAbovePanels() {
-    if (_kind == Kind::alert && _isViewable) _server.stackFloating(_frameWindow);
+    if (_kind == Kind::alert && _isViewable) _server.stackFloating(_managed.frame());
 }
 
 void ScreenWindow::orderOut() {
@@ -311,26 +283,17 @@ void ScreenWindow::makeKeyWindow() {
         _server._keys.add(*this);
         return;
     }
-    _wantsActivation = true;
-    if (_isViewable) activate();
+    _managed.setWantsActivation(true);
+    if (_isViewable) _managed.activateIfWanted();
 }
 
 void ScreenWindow::resignKeyWindow() {
-    _wantsActivation = false;
+    _managed.setWantsActivation(false);
     _server._keys.remove(*this);
 }
 
 void ScreenWindow::setIgnoresMouseEvents(bool ignores) {
     if (std::exchange(_ignoresMouseEvents, ignores) != ignores) cutShape();
-}
-
-void ScreenWindow::activate() {
-    _wantsActivation = false;
-    if (_server._windowManager.isRunning()) {
-        _server._windowManager.activate(_id, false);
-    } else {
-        xcb_set_input_focus(_connection.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, _id, XCB_CURRENT_TIME);
-    }
 }
 
 void ScreenWindow::keyStateChanges(bool isKey) {
@@ -400,13 +363,13 @@ void ScreenWindow::handle(const xcb_generic_event_t& event) {
         case XCB_MAP_NOTIFY:
             _isViewable = _isMapped;
             standAbovePanels();
-            if (_isViewable && _wantsActivation) activate();
+            if (_isViewable) _managed.activateIfWanted();
             break;
         case XCB_CONFIGURE_NOTIFY:
             configured(xcb::as<xcb_configure_notify_event_t>(event), xcb::isSent(event));
             break;
         case XCB_REPARENT_NOTIFY:
-            findFrameWindow();
+            _managed.reparented();
             checkLater();
             break;
         case XCB_UNMAP_NOTIFY:
@@ -423,7 +386,9 @@ void ScreenWindow::handle(const xcb_generic_event_t& event) {
             if (isKeyWindow()) _server._keys.handleKey(event);
             break;
         case XCB_CLIENT_MESSAGE:
-            answerMessage(xcb::as<xcb_client_message_event_t>(event));
+            if (_managed.asksToClose(xcb::as<xcb_client_message_event_t>(event)) && _delegate) {
+                _delegate->closeRequested();
+            }
             break;
         default:
             break;
@@ -446,50 +411,18 @@ void ScreenWindow::focusChanged(const xcb_focus_in_event_t& event) {
 
 void ScreenWindow::configured(const xcb_configure_notify_event_t& event, bool isSynthetic) {
     if (isFloating()) return checkLater();
-    Point origin{double(event.x), double(event.y)};
-    // Inside of a frame a real notice counts from that frame (ICCCM 2.0 section 4.1.5).
-    if (!isSynthetic && _frameWindow != _id) {
-        auto* const xcb = _connection.xcb();
-        const auto place = xcb::await<xcb_translate_coordinates_reply>(
-            xcb, xcb_translate_coordinates(xcb, _id, _connection.root(), 0, 0));
-        if (!place) return;
-        origin = {double(place->dst_x), double(place->dst_y)};
-    }
+    const auto origin = _managed.originOf(event, isSynthetic);
+    if (!origin) return;
     const double scale = backingScaleFactor();
     const auto expected = area();
     const auto before = _frame;
-    if (expected.x != static_cast<int>(origin.x) || expected.y != static_cast<int>(origin.y)) {
-        _frame.origin = {origin.x / scale, origin.y / scale};
+    if (expected.x != static_cast<int>(origin->x) || expected.y != static_cast<int>(origin->y)) {
+        _frame.origin = {origin->x / scale, origin->y / scale};
     }
     if (expected.width != event.width || expected.height != event.height) {
         _frame.size = {event.width / scale, event.height / scale};
     }
     tellFrame(before);
-}
-
-void ScreenWindow::findFrameWindow() {
-    auto* const xcb = _connection.xcb();
-    _frameWindow = _id;
-    for (int depth = 0; depth < deepestFrame; ++depth) {
-        const auto tree = xcb::await<xcb_query_tree_reply>(xcb, xcb_query_tree(xcb, _frameWindow));
-        if (!tree || tree->parent == tree->root || tree->parent == XCB_WINDOW_NONE) return;
-        _frameWindow = tree->parent;
-    }
-}
-
-void ScreenWindow::answerMessage(const xcb_client_message_event_t& message) {
-    const auto& atoms = _connection.atoms();
-    if (message.type != atoms.protocols || message.format != 32) return;
-    if (message.data.data32[0] == atoms.deleteWindow) {
-        if (_delegate) _delegate->closeRequested();
-        return;
-    }
-    if (message.data.data32[0] != atoms.windowPing) return;
-    auto answer = message;
-    answer.window = _connection.root();
-    xcb_send_event(_connection.xcb(), 0, _connection.root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&answer));
 }
 
 }  // namespace vellumix::x11

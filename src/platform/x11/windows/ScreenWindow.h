@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/x11/windows/ManagedWindow.h"
 #include "platform/x11/windows/WindowPixels.h"
 #include "platform/x11/windows/WindowServer.h"
 
@@ -46,7 +47,7 @@ public:
     NSWindowDelegate* delegate() const { return _delegate; }
     xcb_window_t id() const { return _id; }
     /// The child of the root that a window manager has put the window into; the window itself without one.
-    xcb_window_t frameWindow() const { return _frameWindow; }
+    xcb_window_t frameWindow() const { return _managed.frame(); }
     /// The scale, the compositor or the monitors are others now.
     void surroundingsChanged();
 
@@ -76,14 +77,11 @@ private:
     void showNow();
     void mapWithContent();
     void unmap();
-    void activate();
     void handle(const xcb_generic_event_t& event);
     void focusChanged(const xcb_focus_in_event_t& event);
     void configured(const xcb_configure_notify_event_t& event, bool isSynthetic);
-    void findFrameWindow();
     /// An alert stands above the panel that it is about.
     void standAbovePanels();
-    void answerMessage(const xcb_client_message_event_t& message);
     /// On a later turn of the loop, if both are still there.
     void tellLater(std::function<void(NSWindowDelegate&)> what);
     void tellFrame(const Rect& before);
@@ -94,7 +92,7 @@ private:
     String _title;
     WindowServer::Format _format;
     xcb_window_t _id = XCB_WINDOW_NONE;
-    xcb_window_t _frameWindow = XCB_WINDOW_NONE;
+    ManagedWindow _managed;
     xcb_gcontext_t _context = XCB_NONE;
     WindowPixels _pixels;
     NSWindowDelegate* _delegate = nullptr;
@@ -109,7 +107,6 @@ private:
     bool _isVisible = false;
     bool _isMapped = false;
     bool _isViewable = false;
-    bool _wantsActivation = false;
     bool _isCheckDue = false;
     std::unique_ptr<NSTimer> _release;
     Observation _events;

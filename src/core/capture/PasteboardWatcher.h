@@ -46,11 +46,13 @@ public:
     /// The latest instance, or null.
     static PasteboardWatcher* shared();
 
-    /// Begins to poll: whenever the pasteboard announces a change, or every `pollInterval` where it can't.
+    /// Begins to call `poll`: whenever the pasteboard announces a change, or every `pollInterval` where it
+    /// can't.
     void start();
     /// Ends polling.
     void stop();
-    /// One check. A change that isn't captured stays consumed.
+    /// One check of the pasteboard, whatever has caused it: on most desktops an announced change and no
+    /// timer. Neither waits nor repeats. A change that isn't captured stays consumed.
     void poll();
 
     /// No capture up to and including this moment. Set by whoever writes to the pasteboard for the user.

@@ -66,7 +66,7 @@ public:
     virtual ~SyntheticKeys() = default;
     /// Whether keys can be posted, and would mean something to the application in front. With `prompts`, a
     /// desktop that must ask its user asks now, and the user is told why not; the answer is that of the
-    /// present moment, and nobody is waited for.
+    /// present moment, and neither the user nor another program is waited for.
     virtual bool AXIsProcessTrustedWithOptions(bool prompts) = 0;
     /// Asks the front application for what the chord means, by the keys that mean it there: Command-V is its
     /// paste, and it then finds what was last written to the pasteboard. Goes out as soon as the user's own

@@ -63,7 +63,7 @@ public:
 };
 
 /// A window that shows pixels. Made hidden; its destruction takes it away. Main thread only; waits for
-/// nobody.
+/// no other program, but for the display's server itself.
 class NSWindow {
 public:
     enum class Kind {
@@ -139,8 +139,8 @@ public:
     virtual void endDrawing() = 0;
 };
 
-/// The windows and monitors of a desktop. Main thread only; answers from what has been observed and waits for
-/// nobody.
+/// The windows and monitors of a desktop. Main thread only; waits for no other program, but for the display's
+/// server itself: `mainScreen` and `mouseLocation` ask it once each, the rest answers from what was observed.
 class WindowServer {
 public:
     virtual ~WindowServer() = default;

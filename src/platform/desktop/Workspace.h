@@ -18,8 +18,8 @@ struct NSRunningApplication {
     friend bool operator==(const NSRunningApplication&, const NSRunningApplication&) = default;
 };
 
-/// The applications of the desktop. Main thread only; answers from what has been observed and waits for
-/// nobody.
+/// The applications of the desktop. Main thread only; waits for no other program, but for the
+/// display's server itself where nobody has announced the answer.
 class NSWorkspace {
 public:
     virtual ~NSWorkspace() = default;

@@ -13,7 +13,9 @@ namespace vellumix::x11 {
 
 /// The front application of an X11 display, as its window manager announces it (_NET_ACTIVE_WINDOW, Extended
 /// Window Manager Hints 1.5), and where none does, the application whose window has the input focus. A
-/// question of the program's own, which may have the focus, leaves in front what was.
+/// question of the program's own, which may have the focus, leaves in front what was. Where a window manager
+/// announces it, the answer is there without asking the server, unless an announcement has come and is still
+/// to be read.
 ///
 /// The bundle identifier is the desktop-file id that the window names (_GTK_APPLICATION_ID,
 /// _KDE_NET_WM_DESKTOP_FILE, BAMF_DESKTOP_FILE_HINT), else that of the desktop file that names the window's

@@ -18,7 +18,8 @@ xcb_keycode_t keyCodeOf(unsigned position);
 /// sign.
 std::optional<char> letterAt(unsigned position);
 
-/// Which keys are down at this moment, whoever has the keyboard.
+/// Which keys are down at this moment, whoever has the keyboard. Made by asking the server, and waiting for
+/// it.
 class KeysDown {
 public:
     explicit KeysDown(Connection& connection);
@@ -30,7 +31,8 @@ private:
 };
 
 /// Which keys are modifiers, and which bits of an event's state are which (X protocol, section 5, and its
-/// request "GetModifierMapping").
+/// request "GetModifierMapping"). Made by asking the server, and waiting for it; `KeyboardMap` has the
+/// present one.
 class ModifierMap {
 public:
     /// Bits of the state.

@@ -10,7 +10,7 @@
 namespace vellumix::x11 {
 
 /// What is typed: presses by the keyboard's map, its layouts, and dead and compose keys (X Keyboard Extension
-/// 1.0). Main thread.
+/// 1.0). Main thread; waits for the server where keys are pressed after a change of the map, and in `reset`.
 class Keyboard {
 public:
     Keyboard(Connection& connection, KeyboardMap& map);

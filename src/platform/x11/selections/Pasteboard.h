@@ -10,10 +10,10 @@
 
 #include "platform/desktop/Pasteboard.h"
 #include "platform/foundation/loop/RepeatedFailure.h"
-#include "platform/x11/selections/ClipboardManager.h"
 #include "platform/x11/selections/FormatKeeper.h"
+#include "platform/x11/selections/SavingService.h"
 #include "platform/x11/selections/SelectionReader.h"
-#include "platform/x11/server/SelectionWatch.h"
+#include "platform/x11/server/ServiceSelection.h"
 
 namespace vellumix::x11 {
 
@@ -95,8 +95,8 @@ private:
     const TransferLimits _limits;
     const std::string _hostName;
     SelectionOwner _owner;
-    ClipboardManager _manager;
-    SelectionWatch _presentManager;
+    SavingService _manager;
+    ServiceSelection _presentManager;
     Content _visible;
     std::int64_t _changeCount = 0;
     /// The visible content was written by this program.

@@ -247,7 +247,7 @@ SelectionOwner::Sent SelectionOwner::convert(const Answer& answer, xcb_atom_t ta
     return representation ? send({requestor, property}, *representation) : std::nullopt;
 }
 
-SelectionOwner::Sent SelectionOwner::send(const IncrTransfer::Destination& destination,
+SelectionOwner::Sent SelectionOwner::send(const IncrementalSending::Destination& destination,
                                           const Offer::Representation& representation) {
     // A requestor that asks again for the same place has given up on what was on its way there.
     _transfers.remove_if([&](const auto& one) { return one->destination() == destination; });
@@ -266,11 +266,11 @@ SelectionOwner::Sent SelectionOwner::send(const IncrTransfer::Destination& desti
     if (std::ranges::count_if(_transfers, isOfClient) >= static_cast<std::ptrdiff_t>(_limits.transfers)) {
         return std::nullopt;
     }
-    auto transfer =
-        IncrTransfer::begin(_connection, destination, {representation.type, representation.format, bytes},
-                            _limits.sendSeconds, [this](IncrTransfer* ended) {
-                                _transfers.remove_if([ended](const auto& one) { return one.get() == ended; });
-                            });
+    auto transfer = IncrementalSending::begin(
+        _connection, destination, {representation.type, representation.format, bytes}, _limits.sendSeconds,
+        [this](IncrementalSending* ended) {
+            _transfers.remove_if([ended](const auto& one) { return one.get() == ended; });
+        });
     if (!transfer) return std::nullopt;
     _transfers.push_back(std::move(transfer));
     return sizeof(std::uint32_t);

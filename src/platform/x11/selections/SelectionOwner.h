@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/x11/selections/IncrTransfer.h"
+#include "platform/x11/selections/IncrementalSending.h"
 #include "platform/x11/selections/Offer.h"
 #include "platform/x11/selections/TransferLimits.h"
 #include "platform/x11/server/Window.h"
@@ -74,7 +74,8 @@ private:
     std::size_t goOnWithPairs(const std::shared_ptr<Answer>& answer);
     bool readPairs(Answer& answer);
     Sent convert(const Answer& answer, xcb_atom_t target, xcb_atom_t property);
-    Sent send(const IncrTransfer::Destination& destination, const Offer::Representation& representation);
+    Sent send(const IncrementalSending::Destination& destination,
+              const Offer::Representation& representation);
     bool isThere(xcb_window_t requestor) const;
 
     Connection& _connection;
@@ -89,7 +90,7 @@ private:
     std::function<bool(const Request&)> _mustWait;
     std::deque<Request> _heldRequests;
     std::size_t _requestsWaiting = 0;
-    std::list<std::unique_ptr<IncrTransfer>> _transfers;
+    std::list<std::unique_ptr<IncrementalSending>> _transfers;
     Observation _events;
     Lifetime _lifetime;
 };

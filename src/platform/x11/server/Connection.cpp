@@ -259,7 +259,7 @@ void Connection::deliver(const xcb_generic_event_t& event) {
         if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(key.time);
         if (_keyFilter && _keyFilter(key)) return;
     }
-    const auto found = _handlers.find(windowOf(event));
+    const auto found = _handlers.find(addresseeOf(event));
     if (found != _handlers.end()) found->second.notify(event);
 }
 
@@ -270,7 +270,7 @@ bool Connection::isOfChildOfRoot(const xcb_generic_event_t& event) const {
     return change.event == _root && change.window != _root;
 }
 
-xcb_window_t Connection::windowOf(const xcb_generic_event_t& event) {
+xcb_window_t Connection::addresseeOf(const xcb_generic_event_t& event) {
     switch (xcb::typeOf(event)) {
         case XCB_PROPERTY_NOTIFY:
             return xcb::as<xcb_property_notify_event_t>(event).window;

@@ -60,7 +60,8 @@ public:
     /// Calls the handler with each event that concerns the window. Does not change what the window selects.
     Observation observe(xcb_window_t window, EventHandler handler);
     /// The same for a window of the server or of another program, with its property changes and its end
-    /// selected for as long as anybody observes it so. Nothing when the window is gone.
+    /// selected for as long as anybody observes it so. Nothing when the window is gone. Waits for the server
+    /// where nobody observes the window yet.
     std::optional<Observation> observeForeign(xcb_window_t window, EventHandler handler);
     /// Calls the handler with each change of the selection's owner (XFixes 5.0 section 7).
     Observation observeSelection(xcb_atom_t selection, SelectionHandler handler);
@@ -90,7 +91,8 @@ public:
     /// Whether one program has made both windows: by how the server gives out their ids (X protocol, section
     /// 8).
     bool isSameClient(xcb_window_t a, xcb_window_t b) const;
-    /// The names of the atoms, in order; an atom that doesn't exist has an empty name.
+    /// The names of the atoms, in order; an atom that doesn't exist has an empty name. Waits for the server,
+    /// once for all that aren't known yet.
     std::vector<std::string> names(std::span<const xcb_atom_t> atoms);
 
 private:
@@ -102,7 +104,8 @@ private:
     void deliver(const xcb_generic_event_t& event);
     bool isSelectionChange(const xcb_generic_event_t& event) const;
     void selectSelection(xcb_atom_t selection, std::uint32_t events) const;
-    static xcb_window_t windowOf(const xcb_generic_event_t& event);
+    /// The window whose observers hear of the event; none for an event that nobody observes.
+    static xcb_window_t addresseeOf(const xcb_generic_event_t& event);
     bool isOfChildOfRoot(const xcb_generic_event_t& event) const;
     /// The events of another program's window that anybody observes.
     xcb_void_cookie_t selectForeign(xcb_window_t window) const;

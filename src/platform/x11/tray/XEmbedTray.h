@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/desktop/Geometry.h"
-#include "platform/x11/server/SelectionWatch.h"
+#include "platform/x11/server/ServiceSelection.h"
 #include "platform/x11/windows/WindowServer.h"
 
 namespace vellumix::x11 {
@@ -48,7 +48,7 @@ private:
     PressHandler _onPress;
     std::string _symbolName;
     std::string _title;
-    SelectionWatch _manager;
+    ServiceSelection _manager;
     xcb_window_t _window = XCB_WINDOW_NONE;
     xcb_gcontext_t _context = XCB_NONE;
     xcb_colormap_t _colormap = XCB_NONE;

@@ -8,7 +8,7 @@
 #include "platform/foundation/memory/Lifetime.h"
 #include "platform/foundation/observation/ObserverList.h"
 #include "platform/x11/server/Connection.h"
-#include "platform/x11/server/SelectionWatch.h"
+#include "platform/x11/server/ServiceSelection.h"
 
 namespace vellumix::x11 {
 
@@ -51,7 +51,7 @@ private:
     void read();
 
     Connection& _connection;
-    SelectionWatch _manager;
+    ServiceSelection _manager;
     DisplaySettings _settings;
     bool _isReading = false;
     ObserverList<> _observers;

@@ -34,7 +34,7 @@ public:
     Observation observePressElsewhere(std::function<void()> handler);
     /// Each release of them, wherever it is. Empty without the extension.
     Observation observeRelease(std::function<void()> handler);
-    /// In pixels of the root window.
+    /// In pixels of the root window. Waits for the server.
     Point location() const;
 
 private:

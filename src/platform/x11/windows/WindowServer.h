@@ -7,7 +7,7 @@
 #include "platform/desktop/Window.h"
 #include "platform/linux/authentication/SessionWatch.h"
 #include "platform/x11/keys/KeyFocus.h"
-#include "platform/x11/server/SelectionWatch.h"
+#include "platform/x11/server/ServiceSelection.h"
 #include "platform/x11/server/WindowManager.h"
 #include "platform/x11/windows/DisplaySettings.h"
 #include "platform/x11/windows/Pointer.h"
@@ -83,7 +83,7 @@ private:
     Format _alpha;
     SettingsReader _settings;
     Screens _screens;
-    SelectionWatch _compositor;
+    ServiceSelection _compositor;
     KeyFocus _keys;
     Pointer _pointer;
     std::map<xcb_window_t, ScreenWindow*> _windows;

@@ -1,4 +1,4 @@
-#include "platform/x11/selections/IncrTransfer.h"
+#include "platform/x11/selections/IncrementalSending.h"
 
 #include <algorithm>
 #include <limits>
@@ -6,19 +6,20 @@
 
 namespace vellumix::x11 {
 
-IncrTransfer::IncrTransfer(Connection& connection, const Destination& destination, Value value,
-                           double pieceSeconds, std::function<void(IncrTransfer*)> end)
+IncrementalSending::IncrementalSending(Connection& connection, const Destination& destination, Value value,
+                                       double pieceSeconds, std::function<void(IncrementalSending*)> end)
     : _connection(connection),
       _destination(destination),
       _value(std::move(value)),
       _pieceSeconds(pieceSeconds),
       _end(std::move(end)) {}
 
-std::unique_ptr<IncrTransfer> IncrTransfer::begin(Connection& connection, const Destination& destination,
-                                                  Value value, double pieceSeconds,
-                                                  std::function<void(IncrTransfer*)> end) {
-    std::unique_ptr<IncrTransfer> transfer(
-        new IncrTransfer(connection, destination, std::move(value), pieceSeconds, std::move(end)));
+std::unique_ptr<IncrementalSending> IncrementalSending::begin(Connection& connection,
+                                                              const Destination& destination, Value value,
+                                                              double pieceSeconds,
+                                                              std::function<void(IncrementalSending*)> end) {
+    std::unique_ptr<IncrementalSending> transfer(
+        new IncrementalSending(connection, destination, std::move(value), pieceSeconds, std::move(end)));
     // Before the property is there, so that its deletion can't be missed.
     auto events = connection.observeForeign(
         destination.requestor, [raw = transfer.get()](const auto& event) { raw->handle(event); });
@@ -32,7 +33,7 @@ std::unique_ptr<IncrTransfer> IncrTransfer::begin(Connection& connection, const 
     return transfer;
 }
 
-void IncrTransfer::handle(const xcb_generic_event_t& event) {
+void IncrementalSending::handle(const xcb_generic_event_t& event) {
     switch (xcb::typeOf(event)) {
         case XCB_DESTROY_NOTIFY:
             return finish();
@@ -46,7 +47,7 @@ void IncrTransfer::handle(const xcb_generic_event_t& event) {
     }
 }
 
-void IncrTransfer::sendPieceLater() {
+void IncrementalSending::sendPieceLater() {
     if (std::exchange(_isPieceDue, true)) return;
     _deadline.reset();
     _connection.clientWork().add(
@@ -54,7 +55,7 @@ void IncrTransfer::sendPieceLater() {
         [this, alive = _lifetime.watch()] { return alive.expired() ? 0 : sendPiece(); });
 }
 
-std::size_t IncrTransfer::sendPiece() {
+std::size_t IncrementalSending::sendPiece() {
     _isPieceDue = false;
     const auto rest = _value.bytes.view.subspan(_offset);
     const auto piece = rest.first(std::min(rest.size(), _connection.pieceBytes()));
@@ -67,11 +68,11 @@ std::size_t IncrTransfer::sendPiece() {
     return piece.size();
 }
 
-void IncrTransfer::await() {
+void IncrementalSending::await() {
     _deadline = _connection.runLoop().oneShotTimer(_pieceSeconds, [this] { finish(); });
 }
 
-void IncrTransfer::finish() {
+void IncrementalSending::finish() {
     _deadline.reset();
     _events.cancel();
     const auto end = std::exchange(_end, nullptr);

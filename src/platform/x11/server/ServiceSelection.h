@@ -8,12 +8,14 @@
 
 namespace vellumix::x11 {
 
-/// Who has a manager selection (ICCCM 2.0 section 2.8), by which a desktop's services announce themselves.
-class SelectionWatch {
+/// Which program offers one of the desktop's services: the owner of the selection that stands for the
+/// service, which holds no content (ICCCM 2.0 section 2.8). The first answer is there at once, for which the
+/// constructor waits for the server; later ones are read from the loop.
+class ServiceSelection {
 public:
-    SelectionWatch(Connection& connection, const std::string& name);
-    SelectionWatch(const SelectionWatch&) = delete;
-    SelectionWatch& operator=(const SelectionWatch&) = delete;
+    ServiceSelection(Connection& connection, const std::string& name);
+    ServiceSelection(const ServiceSelection&) = delete;
+    ServiceSelection& operator=(const ServiceSelection&) = delete;
 
     /// None where the service doesn't run.
     xcb_window_t owner() const { return _owner; }

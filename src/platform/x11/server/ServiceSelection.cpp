@@ -1,10 +1,11 @@
-#include "platform/x11/server/SelectionWatch.h"
+#include "platform/x11/server/ServiceSelection.h"
 
 #include <utility>
 
 namespace vellumix::x11 {
 
-SelectionWatch::SelectionWatch(Connection& connection, const std::string& name) : _connection(connection) {
+ServiceSelection::ServiceSelection(Connection& connection, const std::string& name)
+    : _connection(connection) {
     auto* const xcb = connection.xcb();
     const auto atom = xcb::await<xcb_intern_atom_reply>(
         xcb, xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.data()));
@@ -13,7 +14,7 @@ SelectionWatch::SelectionWatch(Connection& connection, const std::string& name) 
     read();
 }
 
-void SelectionWatch::readLater() {
+void ServiceSelection::readLater() {
     if (std::exchange(_isReading, true)) return;
     _connection.runLoop().post(_lifetime.weakly([this] {
         _isReading = false;
@@ -22,7 +23,7 @@ void SelectionWatch::readLater() {
     }));
 }
 
-void SelectionWatch::read() {
+void ServiceSelection::read() {
     const auto owner = xcb::await<xcb_get_selection_owner_reply>(
         _connection.xcb(), xcb_get_selection_owner(_connection.xcb(), _selection));
     _owner = owner ? owner->owner : xcb_window_t{XCB_WINDOW_NONE};

@@ -7,11 +7,11 @@
 
 namespace vellumix::x11 {
 
-/// A value on its way to a requestor in pieces (ICCCM 2.0 section 2.7.2), one each time that the requestor
-/// has deleted the property, as soon as it is this client's turn.
+/// A value on its way out to a requestor in pieces (INCR, ICCCM 2.0 section 2.7.2; `Conversion` reads them),
+/// one each time that the requestor has deleted the property, as soon as it is this client's turn.
 ///
 /// Ends with the last piece, with its requestor, or when the requestor takes too long.
-class IncrTransfer {
+class IncrementalSending {
 public:
     struct Destination {
         xcb_window_t requestor;
@@ -28,17 +28,17 @@ public:
 
     /// Announces the value. Nothing when the requestor's window is gone. `end` is called once, from the loop,
     /// as the last thing that the transfer does: it may destroy the transfer.
-    static std::unique_ptr<IncrTransfer> begin(Connection& connection, const Destination& destination,
-                                               Value value, double pieceSeconds,
-                                               std::function<void(IncrTransfer*)> end);
-    IncrTransfer(const IncrTransfer&) = delete;
-    IncrTransfer& operator=(const IncrTransfer&) = delete;
+    static std::unique_ptr<IncrementalSending> begin(Connection& connection, const Destination& destination,
+                                                     Value value, double pieceSeconds,
+                                                     std::function<void(IncrementalSending*)> end);
+    IncrementalSending(const IncrementalSending&) = delete;
+    IncrementalSending& operator=(const IncrementalSending&) = delete;
 
     const Destination& destination() const { return _destination; }
 
 private:
-    IncrTransfer(Connection& connection, const Destination& destination, Value value, double pieceSeconds,
-                 std::function<void(IncrTransfer*)> end);
+    IncrementalSending(Connection& connection, const Destination& destination, Value value,
+                       double pieceSeconds, std::function<void(IncrementalSending*)> end);
 
     void handle(const xcb_generic_event_t& event);
     void sendPieceLater();
@@ -50,7 +50,7 @@ private:
     const Destination _destination;
     const Value _value;
     const double _pieceSeconds;
-    std::function<void(IncrTransfer*)> _end;
+    std::function<void(IncrementalSending*)> _end;
     std::size_t _offset = 0;
     /// The requestor waits for the next piece.
     bool _isPieceDue = false;

@@ -1,11 +1,11 @@
-#include "platform/x11/selections/ClipboardManager.h"
+#include "platform/x11/selections/SavingService.h"
 
 #include <utility>
 
 namespace vellumix::x11 {
 
-ClipboardManager::ClipboardManager(Connection& connection, const TransferLimits& limits,
-                                   std::function<bool(const SelectionOwner::Request&)> mustWait)
+SavingService::SavingService(Connection& connection, const TransferLimits& limits,
+                             std::function<bool(const SelectionOwner::Request&)> mustWait)
     : _connection(connection), _owner(connection, connection.atoms().clipboardManager, limits) {
     const auto present = xcb::await<xcb_get_selection_owner_reply>(
         connection.xcb(), xcb_get_selection_owner(connection.xcb(), connection.atoms().clipboardManager));
@@ -19,7 +19,7 @@ ClipboardManager::ClipboardManager(Connection& connection, const TransferLimits&
         Offer({{connection.atoms().saveTargets, connection.atoms().null, [] { return SharedBytes(); }}}));
 }
 
-void ClipboardManager::announce() {
+void SavingService::announce() {
     if (!_owner.isOwner()) return;
     // Programs that started earlier wait for this message (ICCCM 2.0 section 2.8).
     xcb_client_message_event_t message{};

@@ -5,7 +5,7 @@
 
 #include "platform/x11/applications/Workspace.h"
 #include "platform/x11/keys/LockerWatch.h"
-#include "platform/x11/windows/DesktopSettings.h"
+#include "platform/x11/windows/DisplaySettings.h"
 #include "x11/X11Test.h"
 
 namespace vellumix::tests {

@@ -11,7 +11,7 @@ using Kind = ClipboardItem::Kind;
 class HistorySearchTest : public HeadlessTest {
 protected:
     std::vector<std::string> found(const std::string& query, Kind category = Kind::all) {
-        return textsOf(HistorySearch::shared().found(store.items().get(), category, String(query)));
+        return textsOf(*HistorySearch::shared().found(store.items().get(), {category, String(query)}));
     }
 
     Store store;
@@ -92,6 +92,27 @@ TEST_F(HistorySearchTest, LockedEntriesAreFoundWithOneReadOfTheKeyASearch) {
     desktop.keychain.refusal = errSecInteractionNotAllowed;
     EXPECT_EQ(found("secret").size(), 0u) << "a locked keyring hides them, and nothing else";
     EXPECT_EQ(found("open").size(), 1u);
+    EXPECT_EQ(desktop.keychain.reads - readsBefore, 2) << "nor is it asked again and again";
+}
+
+TEST_F(HistorySearchTest, TellsWhatItFoundUntilTheQuestionOrTheEntriesAreOthers) {
+    auto& search = HistorySearch::shared();
+    for (const auto* text : {"apple", "pear"}) store.add(textItem(text));
+    const HistorySearch::Question question{.query = "pp"};
+    EXPECT_FALSE(search.answer(question)) << "who is shown looks for nothing";
+    const auto first = search.found(store.items().get(), question);
+    EXPECT_EQ(search.answer(question), first);
+    EXPECT_EQ(search.found(store.items().get(), question), first) << "looked for once";
+    EXPECT_FALSE(search.answer({.query = "p"}));
+    EXPECT_FALSE(search.answer({Kind::code, "pp"}));
+    store.add(textItem("pepper"));
+    EXPECT_EQ(textsOf(*search.found(store.items().get(), question)),
+              (std::vector<std::string>{"pepper", "apple"}));
+    for (const auto& end : std::vector<std::function<void()>>{[&] { search.forget(); }, [&] { found(""); }}) {
+        found("pp");
+        end();
+        EXPECT_FALSE(search.answer(question));
+    }
 }
 
 }  // namespace

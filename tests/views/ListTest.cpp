@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/history/HistorySearch.h"
 #include "core/history/Store.h"
 #include "core/transforms/TextTransform.h"
 #include "platform/foundation/observation/NotificationCenter.h"
@@ -115,6 +116,28 @@ TEST_F(ListTest, TypingAnywhereSearchesAndTheArrowsGoOnFromThere) {
     EXPECT_EQ(done, "paste apple JUICE ") << "selected again, as it was";
     list->click(Role::radioButton, localized("category.link"));
     EXPECT_EQ(cards(), "");
+}
+
+TEST_F(ListTest, ALetterHasFoundWhatItFindsBeforeAnythingIsDrawn) {
+    open({"one", "two", "three"});
+    store.setLocked(store.items()->back(), true);
+    list->frame();
+    auto reads = desktop.keychain.reads;
+    list->tree->keyPressed({Key::character, "t", {}});
+    EXPECT_EQ(desktop.keychain.reads, ++reads);
+    list->tree->keyPressed({Key::character, "w", {}});
+    list->tree->keyPressed({Key::enter, {}, {}});
+    EXPECT_EQ(done, "paste two ") << "and not what is still shown";
+    EXPECT_EQ(cards(), "[two] ");
+    EXPECT_EQ(desktop.keychain.reads, reads);
+    store.add(textItem("twin"));
+    EXPECT_EQ(cards(), "[twin] two ") << "a search goes on among other entries";
+
+    HistorySearch::shared().forget();
+    store.add(textItem("other"));
+    reads = desktop.keychain.reads;
+    EXPECT_EQ(cards().find("[other] twin one two "), 0U) << "it ended with the panel";
+    EXPECT_EQ(desktop.keychain.reads, reads);
 }
 
 TEST_F(ListTest, KeysGoIntoTheSelectedEntryAndOnToTheNext) {

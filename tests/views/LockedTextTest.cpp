@@ -38,9 +38,7 @@ protected:
         panel.tree().pointerReleased(at);
         desktop.runLoop.advance(2);
     }
-    void search(const char* query) {
-        HistorySearch::shared().found(store.items().get(), ClipboardItem::Kind::all, query);
-    }
+    void search(const char* query) { HistorySearch::shared().found(store.items().get(), {.query = query}); }
 
     Store store;
     Renderer renderer;
@@ -70,6 +68,7 @@ TEST_F(LockedTextTest, NothingOfATextIsLeftInMemoryOnceItIsLocked) {
     clickAt({300, 150});
     search("q");
     EXPECT_TRUE(ownMemoryHolds(secret)) << "it is shown";
+    HistorySearch::shared().forget();
 
     setLocked(true);
     desktop.runLoop.advance(2);

@@ -1,5 +1,9 @@
 #include "core/history/HistorySearch.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include "core/history/EncryptionManager.h"
 #include "platform/foundation/observation/SharedInstances.h"
 
@@ -10,21 +14,32 @@ HistorySearch& HistorySearch::shared() { return SharedInstances::current().get<H
 void HistorySearch::forget() {
     _texts.clear();
     _fileURLs.clear();
+    if (_answer.get()) _answer.set(nullptr);
 }
 
-std::vector<ClipboardItem> HistorySearch::found(const std::vector<ClipboardItem>& items,
-                                                ClipboardItem::Kind category, const String& query) {
-    query.empty() ? forget() : decipher(items);
-    const CaselessText wanted(query);
-    std::vector<ClipboardItem> found;
-    for (const auto& item : items) {
-        if (category != ClipboardItem::Kind::all && item.kind != category) continue;
-        if (query.empty() || matches(item, wanted)) found.push_back(item);
+std::shared_ptr<const HistorySearch::Items> HistorySearch::found(const Items& items,
+                                                                 const Question& question) {
+    auto candidates = entriesOf(question.category, items);
+    if (question.query.empty()) {
+        forget();
+        return std::make_shared<const Items>(std::move(candidates));
     }
+    const auto last = _answer.get();
+    if (last && last->question == question && last->items == items) return last->found;
+    decipher(items);
+    const CaselessText wanted(question.query);
+    std::erase_if(candidates, [&](const ClipboardItem& item) { return !matches(item, wanted); });
+    auto found = std::make_shared<const Items>(std::move(candidates));
+    _answer.set(std::make_shared<const Answer>(Answer{question, items, found}));
     return found;
 }
 
-void HistorySearch::decipher(const std::vector<ClipboardItem>& items) {
+std::shared_ptr<const HistorySearch::Items> HistorySearch::answer(const Question& question) const {
+    const auto& last = _answer.get();
+    return last && last->question == question ? last->found : nullptr;
+}
+
+void HistorySearch::decipher(const Items& items) {
     std::vector<Deciphered*> missing;
     std::vector<ByteView> blobs;
     const auto need = [&](auto& deciphered, const ClipboardItem& item, const std::optional<Data>& blob) {
@@ -58,6 +73,14 @@ bool HistorySearch::matches(const ClipboardItem& item, const CaselessText& query
         if (auto opened = deciphered ? URL::parse(*deciphered) : std::nullopt) url = std::move(opened);
     }
     return url && query.isIn(url->lastPathComponent());
+}
+
+HistorySearch::Items entriesOf(ClipboardItem::Kind category, const HistorySearch::Items& items) {
+    if (category == ClipboardItem::Kind::all) return items;
+    HistorySearch::Items entries;
+    std::ranges::copy_if(items, std::back_inserter(entries),
+                         [&](const ClipboardItem& item) { return item.kind == category; });
+    return entries;
 }
 
 }  // namespace vellumix

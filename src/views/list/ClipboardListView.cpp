@@ -28,10 +28,11 @@ namespace {
 using Kind = ClipboardItem::Kind;
 using Items = std::vector<ClipboardItem>;
 
-/// Entries as they were at one drawing of the list; all that goes with that drawing shares them.
+/// Entries as they were at one moment; all that goes with that moment shares them.
 class Snapshot {
 public:
     explicit Snapshot(Items items) : _items(std::make_shared<const Items>(std::move(items))) {}
+    explicit Snapshot(std::shared_ptr<const Items> items) : _items(std::move(items)) {}
 
     const Items& operator*() const { return *_items; }
     const Items* operator->() const { return _items.get(); }
@@ -215,11 +216,58 @@ void clamp(const Binding<int>& selectedIndex, std::size_t count) {
     if (last >= 0 && selectedIndex.get() > last) selectedIndex.set(last);
 }
 
+/// What is searched for and filtered by. Nothing is looked for by who is drawn: each change of the question
+/// looks for its answer, and so does who acts on the answer.
+class ListQuestion {
+public:
+    ListQuestion(Store& store, Binding<String> query, Binding<Kind> category)
+        : _store(&store), _query(std::move(query)), _category(std::move(category)) {}
+
+    /// The entries that answer it now, however long ago the list was drawn.
+    Snapshot displayed() const {
+        return Snapshot(HistorySearch::shared().found(*_store->items(), question()));
+    }
+    /// As far as is known; after the end of a search, as if nothing were searched for.
+    Snapshot known(const Snapshot& items) const {
+        if (auto found = HistorySearch::shared().answer(question())) return Snapshot(std::move(found));
+        return _category.get() == Kind::all ? items : Snapshot(entriesOf(_category.get(), *items));
+    }
+    /// A search goes on among other entries. One that has ended with the panel doesn't begin again.
+    void goOn() const {
+        if (HistorySearch::shared().answer(question())) displayed();
+    }
+    void set(const String& query, Kind category) const {
+        _query.set(query);
+        _category.set(category);
+        displayed();
+    }
+
+    Binding<String> query() const {
+        return {[query = _query] { return query.get(); },
+                [question = *this](const String& query) { question.set(query, question._category.get()); }};
+    }
+    Binding<Kind> category() const {
+        return {[category = _category] { return category.get(); },
+                [question = *this](Kind category) { question.set(question._query.get(), category); }};
+    }
+
+private:
+    HistorySearch::Question question() const { return {_category.get(), _query.get()}; }
+
+    Store* _store;
+    Binding<String> _query;
+    Binding<Kind> _category;
+};
+
 /// The keys of the list, for the entries that are displayed.
-KeyHandler listKeys(const Snapshot& displayed, const Binding<int>& selectedIndex,
+KeyHandler listKeys(const ListQuestion& question, const Binding<int>& selectedIndex,
                     const Binding<ScrollTarget>& target, const Action& takeFocus,
                     const ListActions& actions) {
-    return [displayed, selectedIndex, target, takeFocus, actions](const KeyEvent& event) {
+    return [question, selectedIndex, target, takeFocus, actions](const KeyEvent& event) {
+        const auto& modifiers = event.modifiers;
+        if (modifiers.hasControl || modifiers.hasCommand || modifiers.hasOption) return false;
+        const auto displayed = question.displayed();
+        if (displayed->empty()) return false;
         const auto moveSelection = [&](int delta) {
             takeFocus();
             const int wanted = selectedIndex.get() + delta;
@@ -232,9 +280,6 @@ KeyHandler listKeys(const Snapshot& displayed, const Binding<int>& selectedIndex
             // Held, as the action may draw the list anew.
             if (at < displayed->size()) act(ClipboardItem((*displayed)[at]));
         };
-        const auto& modifiers = event.modifiers;
-        if (displayed->empty() || modifiers.hasControl || modifiers.hasCommand || modifiers.hasOption)
-            return false;
         switch (event.key) {
             case Key::up:
                 moveSelection(-1);
@@ -293,8 +338,8 @@ View ClipboardListView::body() const {
     const auto& theme = ThemeManager::shared();
     auto& store = **fromEnvironment<Store*>();
     const Snapshot items(store.items().get());
-    auto found = HistorySearch::shared().found(*items, category, query);
-    const auto displayed = found.size() == items->size() ? items : Snapshot(std::move(found));
+    const ListQuestion question(store, query, category);
+    const auto displayed = question.known(items);
     const ListActions actions(*this, store);
     const ToastPresenter messages(toast);
 
@@ -317,7 +362,9 @@ View ClipboardListView::body() const {
             .focusable(listFocused)
             .focusRing(std::nullopt);
     };
-    const auto itemsChanged = [target = scrollTarget.binding(), selection = selectedIndex.binding(), items] {
+    const auto itemsChanged = [question, target = scrollTarget.binding(), selection = selectedIndex.binding(),
+                               items] {
+        question.goOn();
         if (items->empty()) return;
         scrollToTheTop(target);
         clamp(selection, items->size());
@@ -335,15 +382,13 @@ View ClipboardListView::body() const {
     };
     // Who opens the panel has copied something since, or wants something else than the last time: all of it
     // is there, from the newest on.
-    const auto beginAnew = [query = query.binding(), category = category.binding(),
-                            selection = selectedIndex.binding(), target = scrollTarget.binding()] {
-        query.set(String());
-        category.set(Kind::all);
+    const auto beginAnew = [question, selection = selectedIndex.binding(), target = scrollTarget.binding()] {
+        question.set(String(), Kind::all);
         selection.set(0);
         scrollToTheTop(target);
     };
-    const auto toolbar = ClipboardToolbar{.searchText = query,
-                                          .selectedFilter = category,
+    const auto toolbar = ClipboardToolbar{.searchText = question.query(),
+                                          .selectedFilter = question.category(),
                                           .onClear = [&store] { store.clear(); },
                                           .isSearchFocused = isSearchFocused.binding()};
     const auto list = displayed->empty() ? emptyState(!query.get().empty()) : View(rows());
@@ -352,8 +397,8 @@ View ClipboardListView::body() const {
         .onChange(query.get().empty(), searchEnded)
         .onChange(items, itemsChanged)
         .onChange(displayed, displayedChanged)
-        .onKey(listKeys(displayed, selectedIndex, scrollTarget, takeFocus, actions))
-        .onKey(searchKeys(query, isSearchFocused))
+        .onKey(listKeys(question, selectedIndex, scrollTarget, takeFocus, actions))
+        .onKey(searchKeys(question.query(), isSearchFocused))
         .overlay(Toast{toast}, Alignment::top())
         .onReceive(StatusBarController::panelOpens, beginAnew)
         .onReceive("HistoryCleaned", messages.presenting("message.historyCleared", 1.5))

@@ -1,5 +1,6 @@
 #include "views/panel/RootContainerView.h"
 
+#include "core/history/HistorySearch.h"
 #include "core/history/Store.h"
 #include "protection/LockCoordinator.h"
 #include "shell/AppDelegate.h"
@@ -52,10 +53,14 @@ View RootContainerView::body() const {
                               ZStack(page.transition(Transition::opacity().with(Transition::scaleFrom(0.98)))
                                          .id(isList ? "clipboard" : "settings"))
                                   .frame({.maximumWidth = unbounded, .maximumHeight = unbounded}));
+    // With the list goes what was typed in it.
+    const auto searchEnded = [] { HistorySearch::shared().forget(); };
     const auto showSettings = [page = currentView.binding()] { page.set(ViewState::settings); };
     return themed(stack.id(identity)
                       .background(Rectangle(), theme.backgroundColor())
                       .animation(navigation, currentView)
+                      .onChange(currentView.get(), searchEnded)
+                      .onChange(identity, searchEnded)
                       .onReceive(StatusBarController::settingsRequested, showSettings));
 }
 

@@ -1,5 +1,6 @@
 #include "core/history/ThumbnailCache.h"
 
+#include "core/history/FileIconCache.h"
 #include "core/history/Store.h"
 #include "support/HeadlessTest.h"
 
@@ -64,6 +65,55 @@ TEST_F(ThumbnailCacheTest, EntriesThatGoOrAreLockedTakeTheirImagesAlong) {
     desktop.runLoop.settle();
     for (const auto& item : {removed, locked, underWay})
         EXPECT_FALSE(cache.cache.objectForKey(item.id.uuidString()));
+}
+
+/// A view that shows icons: it is drawn again when what it read has changed.
+class IconsShown final : ReadTracker {
+public:
+    std::shared_ptr<const Bitmap> draw(const URL& file) {
+        isStale = false;
+        return FileIconCache::shared().icon(file);
+    }
+
+    bool isStale = false;
+
+private:
+    void didRead(ObserverList<>& observers) override {
+        _reading = observers.add([this] { isStale = true; });
+    }
+
+    Observation _reading;
+};
+
+TEST_F(ThumbnailCacheTest, IconsAreAskedForBetweenTheFramesAndAreAsTheDesktopHasThem) {
+    auto& icons = desktop.fileIcons;
+    Store store;
+    const auto item = fileItem("/home/user/report.pdf");
+    store.add(item);
+    const auto& file = *item._fileURL;
+    IconsShown view;
+    EXPECT_FALSE(view.draw(file));
+    view.draw(file);
+    EXPECT_EQ(icons.questions, 0);
+    desktop.runLoop.settle();
+    EXPECT_EQ(icons.questions, 1);
+    EXPECT_TRUE(view.isStale);
+    const auto first = view.draw(file);
+    ASSERT_TRUE(first);
+    desktop.runLoop.settle();
+    EXPECT_FALSE(view.isStale) << "nothing has changed";
+
+    icons.grey.set(1);
+    EXPECT_TRUE(view.isStale) << "the desktop has other icons now";
+    EXPECT_EQ(view.draw(file), first) << "the old one until the new one is there";
+    desktop.runLoop.settle();
+    EXPECT_TRUE(view.isStale);
+    EXPECT_EQ(view.draw(file)->pixels.front(), 1);
+    store.setLocked(item, true);
+    EXPECT_FALSE(FileIconCache::shared().cache.objectForKey(file.path())) << "locked, its path is nobody's";
+    const auto asked = icons.questions;
+    desktop.runLoop.settle();
+    EXPECT_EQ(icons.questions, asked);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "core/history/EncryptionManager.h"
+#include "core/history/FileIconCache.h"
 #include "core/history/HistoryCoding.h"
 #include "core/history/ThumbnailCache.h"
 #include "platform/desktop/Platform.h"
@@ -33,7 +34,10 @@ URL defaultURL() {
     return URL::file(folder + "/history.json");
 }
 
-void forgetThumbnail(const ClipboardItem& item) { ThumbnailCache::shared().forget(item.id); }
+void forgetPictures(const ClipboardItem& item) {
+    ThumbnailCache::shared().forget(item.id);
+    if (item._fileURL) FileIconCache::shared().forget(*item._fileURL);
+}
 
 bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked; }
 
@@ -77,7 +81,7 @@ void Store::changeFound(const ClipboardItem& item, Change change) {
 
 void Store::remove(const ClipboardItem& item) {
     changeFound(item, [](auto& items, auto found) {
-        forgetThumbnail(*found);
+        forgetPictures(*found);
         items.erase(found);
     });
 }
@@ -90,7 +94,7 @@ void Store::setLocked(const ClipboardItem& item, bool locked) {
     if (item.locked == locked) return;
     changeFound(item, [locked](auto&, auto found) {
         // No picture of a locked entry stays in memory.
-        if (locked) forgetThumbnail(*found);
+        if (locked) forgetPictures(*found);
         found->locked = locked;
         locked ? found->encryptContent() : found->decryptContent();
     });
@@ -101,7 +105,7 @@ void Store::clear() {
     _items.update([](std::vector<ClipboardItem>& items) {
         std::erase_if(items, [](const ClipboardItem& item) {
             if (isProtected(item)) return false;
-            forgetThumbnail(item);
+            forgetPictures(item);
             return true;
         });
     });
@@ -115,7 +119,7 @@ void Store::replaceAll(std::vector<ClipboardItem> items) {
         return std::ranges::none_of(items, [&](const ClipboardItem& kept) { return kept.id == entry.id; });
     });
     _items.set(std::move(items));
-    std::ranges::for_each(gone, forgetThumbnail);
+    std::ranges::for_each(gone, forgetPictures);
     scheduleSave();
 }
 

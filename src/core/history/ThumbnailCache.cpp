@@ -75,6 +75,4 @@ void ThumbnailCache::forget(const UUID& id) {
     _pending.erase(key);
 }
 
-FileIconCache& FileIconCache::shared() { return SharedInstances::current().get<FileIconCache>(); }
-
 }  // namespace vellumix

@@ -77,12 +77,4 @@ private:
     Lifetime _lifetime;
 };
 
-/// Icons of files, by path.
-class FileIconCache {
-public:
-    static FileIconCache& shared();
-
-    NSCache<Bitmap> cache{0, 0};
-};
-
 }  // namespace vellumix

@@ -9,11 +9,11 @@ namespace {
 
 std::string nameOf(const KeychainItem& item) { return item.service + '/' + item.account; }
 
-std::shared_ptr<const Bitmap> greyBitmap(int width, int height) {
-    constexpr std::uint8_t grey = 128;
+std::shared_ptr<const Bitmap> greyBitmap(int width, int height, int grey = 128) {
     constexpr std::size_t bytesPerPixel = 4;
     const auto pixelCount = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    return std::make_shared<const Bitmap>(Bitmap{width, height, Bytes(pixelCount * bytesPerPixel, grey)});
+    return std::make_shared<const Bitmap>(
+        Bitmap{width, height, Bytes(pixelCount * bytesPerPixel, static_cast<std::uint8_t>(grey))});
 }
 
 }  // namespace
@@ -59,7 +59,8 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const Data& encoded, PixelSiz
 }
 
 std::shared_ptr<const Bitmap> FileIcons::iconForFile(const URL&, int pixels) {
-    return hasIcons ? greyBitmap(pixels, pixels) : nullptr;
+    ++questions;
+    return hasIcons ? greyBitmap(pixels, pixels, grey.get()) : nullptr;
 }
 
 std::vector<SharingServices::Service> SharingServices::servicesFor(

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/desktop/Platform.h"
+#include "platform/foundation/observation/Published.h"
 #include "platform/headless/Keyboard.h"
 #include "platform/headless/LocalAuthentication.h"
 #include "platform/headless/MemoryFileSystem.h"
@@ -86,12 +87,14 @@ public:
     int decodings = 0;
 };
 
-/// One grey square for every file.
+/// One square for every file, of the grey that the desktop has for files.
 class FileIcons final : public vellumix::FileIcons {
 public:
     std::shared_ptr<const Bitmap> iconForFile(const URL& file, int pixels) override;
 
     bool hasIcons = true;
+    Published<int> grey{128};
+    int questions = 0;
 };
 
 /// Keeps what was shared.

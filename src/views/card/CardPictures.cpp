@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "core/history/FileIconCache.h"
 #include "core/history/ThumbnailCache.h"
-#include "platform/desktop/Platform.h"
 #include "platform/view/values/Views.h"
 #include "shell/settings/ThemeManager.h"
 #include "views/controls/Kinds.h"
@@ -16,8 +16,6 @@ namespace {
 
 constexpr double side = 44;
 constexpr double iconSide = 28;
-/// In pixels; for up to twice the density of points.
-constexpr int iconPixels = 56;
 /// Each for twice the density of points.
 constexpr ImageDecoder::PixelSize thumbnailBox{88, 88};
 constexpr ImageDecoder::PixelSize pictureBox{400, 400};
@@ -40,7 +38,7 @@ View boxedSymbol(const std::string& name, const Color& color) {
 }  // namespace
 
 View FileIconBox::body() const {
-    const auto icon = platform::current().fileIcons->iconForFile(url, iconPixels);
+    const auto icon = FileIconCache::shared().icon(url);
     if (icon) return boxed(Image(icon).frame(iconSide, iconSide));
     return boxedSymbol(symbolOf(ClipboardItem::Kind::file), ThemeManager::shared().secondaryTextColor());
 }

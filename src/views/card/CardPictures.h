@@ -10,7 +10,8 @@
 
 namespace vellumix {
 
-/// The icon by which the desktop shows a file, asked for anew at each draw.
+/// The icon by which the desktop shows a file, asked for anew at each draw; the symbol of files until it has
+/// come.
 struct FileIconBox {
     URL url;
 

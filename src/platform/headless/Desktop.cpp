@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "platform/foundation/promises/Describing.h"
+
 namespace vellumix::headless {
 
 namespace {
@@ -19,6 +21,7 @@ std::shared_ptr<const Bitmap> greyBitmap(int width, int height, int grey = 128) 
 }  // namespace
 
 Keychain::Match Keychain::SecItemCopyMatching(const KeychainItem& item) {
+    assertNotDescribing("the keychain was asked");
     ++reads;
     if (refusesFromRead && reads >= refusesFromRead) return {errSecInteractionNotAllowed, std::nullopt};
     if (refusal) return {*refusal, std::nullopt};
@@ -28,11 +31,13 @@ Keychain::Match Keychain::SecItemCopyMatching(const KeychainItem& item) {
 }
 
 OSStatus Keychain::SecItemDelete(const KeychainItem& item) {
+    assertNotDescribing("the keychain was asked");
     if (refusal) return *refusal;
     return items.erase(nameOf(item)) ? errSecSuccess : errSecItemNotFound;
 }
 
 OSStatus Keychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
+    assertNotDescribing("the keychain was asked");
     if (refusal) return *refusal;
     ++additions;
     items[nameOf(item)] = bytesOf(secret);
@@ -52,6 +57,7 @@ std::optional<ImageDecoder::PixelSize> ImageDecoder::sizeOf(const Data& encoded)
 }
 
 std::shared_ptr<const Bitmap> ImageDecoder::decode(const Data& encoded, PixelSize box) {
+    assertNotDescribing("a picture was decoded");
     const auto size = isCompletePNG(encoded) ? sizeOf(encoded) : std::nullopt;
     if (!size) return nullptr;
     ++decodings;
@@ -59,6 +65,7 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const Data& encoded, PixelSiz
 }
 
 std::shared_ptr<const Bitmap> FileIcons::iconForFile(const URL&, int pixels) {
+    assertNotDescribing("an icon was read");
     ++questions;
     return hasIcons ? greyBitmap(pixels, pixels, grey.get()) : nullptr;
 }

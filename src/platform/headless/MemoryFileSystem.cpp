@@ -1,5 +1,7 @@
 #include "platform/headless/MemoryFileSystem.h"
 
+#include "platform/foundation/promises/Describing.h"
+
 namespace vellumix::headless {
 
 namespace {
@@ -7,11 +9,13 @@ std::error_code failure(std::errc code) { return std::make_error_code(code); }
 }  // namespace
 
 std::error_code MemoryFileSystem::locate(const std::string& path, std::string& place) {
+    assertNotDescribing("a file was located");
     place = path;
     return {};
 }
 
 std::error_code MemoryFileSystem::read(const std::string& path, std::size_t limit, Bytes& content) {
+    assertNotDescribing("a file was read");
     content.clear();
     if (folders.contains(path)) return failure(std::errc::is_a_directory);
     const auto found = files.find(path);
@@ -22,6 +26,7 @@ std::error_code MemoryFileSystem::read(const std::string& path, std::size_t limi
 }
 
 std::error_code MemoryFileSystem::openForWriting(const std::string& path, Handle& handle) {
+    assertNotDescribing("a file was opened");
     if (!folders.contains(folderOf(path))) return failure(std::errc::no_such_file_or_directory);
     files[path].clear();
     handle = _nextHandle++;
@@ -30,6 +35,7 @@ std::error_code MemoryFileSystem::openForWriting(const std::string& path, Handle
 }
 
 std::error_code MemoryFileSystem::openNew(const std::string& path, Handle& handle) {
+    assertNotDescribing("a file was opened");
     if (exists(path)) return failure(std::errc::file_exists);
     return openForWriting(path, handle);
 }
@@ -46,6 +52,7 @@ std::error_code MemoryFileSystem::close(Handle handle) {
 }
 
 std::error_code MemoryFileSystem::rename(const std::string& from, const std::string& to) {
+    assertNotDescribing("a file was renamed");
     auto file = files.extract(from);
     if (!file) return failure(std::errc::no_such_file_or_directory);
     files.insert_or_assign(to, std::move(file.mapped()));
@@ -53,10 +60,12 @@ std::error_code MemoryFileSystem::rename(const std::string& from, const std::str
 }
 
 std::error_code MemoryFileSystem::remove(const std::string& path) {
+    assertNotDescribing("a file was removed");
     return files.erase(path) ? std::error_code() : failure(std::errc::no_such_file_or_directory);
 }
 
 std::error_code MemoryFileSystem::makeFolder(const std::string& path) {
+    assertNotDescribing("a file was made");
     for (std::size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
         folders.insert(path.substr(0, end));
     }

@@ -10,6 +10,7 @@
 
 #include "platform/foundation/cipher/GcryptHandles.h"
 #include "platform/foundation/cipher/Ghash.h"
+#include "platform/foundation/promises/Describing.h"
 
 namespace vellumix {
 
@@ -134,6 +135,7 @@ Sealing::Sealing(Sealing&&) noexcept = default;
 Sealing::~Sealing() = default;
 
 std::optional<Sealing> Sealing::begin(const SymmetricKey& key) {
+    assertNotDescribing("something was enciphered");
     auto state = std::make_unique<State>();
     fillRandom(state->nonce);
     if (prepareLibrary() && gcry_fips_mode_active()) {
@@ -165,6 +167,7 @@ std::optional<Error> Sealing::finish(std::span<std::uint8_t, tagSize> tag) {
 }
 
 std::optional<Error> openInPlace(std::span<std::uint8_t> combined, const SymmetricKey& key) {
+    assertNotDescribing("something was deciphered");
     if (combined.size() < overhead) return Error::incorrectParameterSize;
     const auto nonce = combined.first(nonceSize);
     const auto text = combined.subspan(nonceSize, combined.size() - overhead);

@@ -1,6 +1,7 @@
 #include "platform/foundation/files/UserDefaults.h"
 
 #include "platform/foundation/loop/Log.h"
+#include "platform/foundation/promises/Describing.h"
 
 namespace vellumix {
 
@@ -60,6 +61,7 @@ void UserDefaults::remove(std::string_view key) {
 }
 
 void UserDefaults::changed() {
+    assertNotDescribing("a setting was changed");
     if (_pendingWrite) _pendingWrite->cancel();
     _pendingWrite = _queue->asyncAfter(writeDelay, writing());
 }

@@ -1,6 +1,7 @@
 #include "platform/foundation/observation/NotificationCenter.h"
 
 #include "platform/foundation/observation/SharedInstances.h"
+#include "platform/foundation/promises/Describing.h"
 
 namespace vellumix {
 
@@ -9,6 +10,7 @@ NotificationCenter& NotificationCenter::defaultCenter() {
 }
 
 void NotificationCenter::post(std::string_view name, const UserInfo& userInfo) {
+    assertNotDescribing("a notification was posted");
     const auto found = _observers.find(name);
     if (found != _observers.end()) found->second.notify(userInfo);
 }

@@ -4,6 +4,7 @@
 
 #include "platform/foundation/observation/ObserverList.h"
 #include "platform/foundation/observation/ReadTracker.h"
+#include "platform/foundation/promises/Describing.h"
 
 namespace vellumix {
 
@@ -23,12 +24,14 @@ public:
     const T* operator->() const { return &get(); }
 
     void set(T value) {
+        assertMayChange();
         _value = std::move(value);
         _observers.notify();
     }
     /// Changes the value in place.
     template <class Change>
     void update(Change change) {
+        assertMayChange();
         change(_value);
         _observers.notify();
     }
@@ -36,6 +39,10 @@ public:
     Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
 
 private:
+    static void assertMayChange() {
+        assertNotDescribing("a published property was changed");
+    }
+
     T _value{};
     // A read through a constant property may begin an observation.
     mutable ObserverList<> _observers;

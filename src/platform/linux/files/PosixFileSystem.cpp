@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <new>
 
+#include "platform/foundation/promises/Describing.h"
 #include "platform/linux/files/PosixHandles.h"
 
 namespace vellumix::linux_desktop {
@@ -115,6 +116,7 @@ std::error_code checkFolder(const std::string& path) {
 }  // namespace
 
 std::error_code PosixFileSystem::locate(const std::string& path, std::string& place) {
+    assertNotDescribing("a file was located");
     place = path;
     struct stat facts {};
     bool isThere = ::lstat(place.c_str(), &facts) == 0;
@@ -132,6 +134,7 @@ std::error_code PosixFileSystem::locate(const std::string& path, std::string& pl
 }
 
 std::error_code PosixFileSystem::read(const std::string& path, std::size_t limit, Bytes& content) {
+    assertNotDescribing("a file was read");
     content.clear();
     std::string place;
     posix::Descriptor file;
@@ -148,10 +151,12 @@ std::error_code PosixFileSystem::read(const std::string& path, std::size_t limit
 }
 
 std::error_code PosixFileSystem::openForWriting(const std::string& path, Handle& handle) {
+    assertNotDescribing("a file was opened");
     return openOwners(path, O_TRUNC, handle);
 }
 
 std::error_code PosixFileSystem::openNew(const std::string& path, Handle& handle) {
+    assertNotDescribing("a file was opened");
     return openOwners(path, O_EXCL, handle);
 }
 
@@ -174,6 +179,7 @@ std::error_code PosixFileSystem::close(Handle handle) {
 }
 
 std::error_code PosixFileSystem::rename(const std::string& from, const std::string& to) {
+    assertNotDescribing("a file was renamed");
     return resultOf(std::rename(from.c_str(), to.c_str()));
 }
 
@@ -186,9 +192,13 @@ std::error_code PosixFileSystem::syncFolder(const std::string& path) {
     return error == std::errc::invalid_argument ? std::error_code() : error;
 }
 
-std::error_code PosixFileSystem::remove(const std::string& path) { return resultOf(::unlink(path.c_str())); }
+std::error_code PosixFileSystem::remove(const std::string& path) {
+    assertNotDescribing("a file was removed");
+    return resultOf(::unlink(path.c_str()));
+}
 
 std::error_code PosixFileSystem::makeFolder(const std::string& path) {
+    assertNotDescribing("a file was made");
     for (auto end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1))
         if (const auto error = makeOneFolder(path.substr(0, end))) return error;
     if (path.empty()) return failure(ENOENT);
@@ -197,6 +207,7 @@ std::error_code PosixFileSystem::makeFolder(const std::string& path) {
 }
 
 std::error_code PosixFileSystem::makePrivate(const std::string& path, bool& wasOpen) {
+    assertNotDescribing("a file was changed");
     wasOpen = false;
     std::string place;
     posix::Descriptor file;
@@ -209,6 +220,7 @@ std::error_code PosixFileSystem::makePrivate(const std::string& path, bool& wasO
 }
 
 bool PosixFileSystem::exists(const std::string& path) {
+    assertNotDescribing("a file was looked for");
     struct stat facts {};
     return ::lstat(path.c_str(), &facts) == 0;
 }

@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "platform/foundation/promises/Describing.h"
 #include "platform/linux/images/PixbufLoading.h"
 
 namespace vellumix::linux_desktop {
@@ -81,6 +82,7 @@ IconThemeFileIcons::IconThemeFileIcons(RunLoop& runLoop, Sources sources)
     : _sources(std::move(sources)), _folders(runLoop), _known(0, bytesKept) {}
 
 std::shared_ptr<const Bitmap> IconThemeFileIcons::iconForFile(const URL& file, int pixels) {
+    assertNotDescribing("an icon was read");
     const auto path = file.path();
     if (pixels < 1 || pixels > largestSide || path.empty()) return nullptr;
     const glib::Text type(_folders.isFolder(path) ? g_strdup("inode/directory")

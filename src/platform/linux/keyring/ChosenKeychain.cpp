@@ -4,6 +4,7 @@
 
 #include "platform/foundation/cipher/AESGCM.h"
 #include "platform/foundation/loop/Log.h"
+#include "platform/foundation/promises/Describing.h"
 
 namespace vellumix::linux_desktop {
 
@@ -116,6 +117,7 @@ Keychain::Match ChosenKeychain::copyAndChoose(const KeychainItem& item) {
 }
 
 Keychain::Match ChosenKeychain::SecItemCopyMatching(const KeychainItem& item) {
+    assertNotDescribing("the keychain was asked");
     switch (choice()) {
         case Choice::none:
             return copyAndChoose(item);
@@ -143,10 +145,12 @@ OSStatus ChosenKeychain::withChosen(const KeychainItem& item, Call call) {
 }
 
 OSStatus ChosenKeychain::SecItemDelete(const KeychainItem& item) {
+    assertNotDescribing("the keychain was asked");
     return withChosen(item, [&](Keychain& chosen) { return chosen.SecItemDelete(item); });
 }
 
 OSStatus ChosenKeychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
+    assertNotDescribing("the keychain was asked");
     return withChosen(item, [&](Keychain& chosen) { return chosen.SecItemAdd(item, secret); });
 }
 

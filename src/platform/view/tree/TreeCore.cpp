@@ -195,6 +195,7 @@ void TreeCore::evaluateChanged() {
 }
 
 void TreeCore::layOut() {
+    const Describing describing;
     _needsLayout = false;
     LayoutPass pass(*this, _texts, _surface.scale, _now, _update);
     pass.curve = _curve;
@@ -206,6 +207,7 @@ void TreeCore::layOut() {
 }
 
 void TreeCore::record() {
+    const Describing describing;
     _needsDrawing = false;
     _list.clear();
     Recorder recorder(_list, {{}, _surface.size}, _surface.scale, _now);

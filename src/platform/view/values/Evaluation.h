@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/foundation/observation/ReadTracker.h"
+#include "platform/foundation/promises/Describing.h"
 #include "platform/view/values/Environment.h"
 
 namespace vellumix::view {
@@ -40,7 +41,7 @@ private:
 using StateStorages = std::map<std::pair<std::size_t, std::type_index>, std::shared_ptr<StateStorage>>;
 
 /// The running of one view's `body()`: what the states, the environment and published properties that are
-/// read in it belong to. Main thread; evaluations nest.
+/// read in it belong to. Main thread; evaluations nest. Nothing is done meanwhile but describe.
 class Evaluation final : ReadTracker {
 public:
     /// `value` is the view's struct, of `size` bytes; null where no struct is evaluated.
@@ -67,6 +68,7 @@ private:
     std::vector<Observation>& _observations;
     std::vector<const void*> _read;
     Evaluation* _outer;
+    Describing _describing;
 };
 
 }  // namespace vellumix::view

@@ -17,6 +17,7 @@ public:
 
     const T& value() const { return _value; }
     void set(T value) {
+        assertNotDescribing("a state was changed");
         if (value == _value) return;
         _value = std::move(value);
         changed();

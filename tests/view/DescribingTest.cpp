@@ -1,4 +1,7 @@
+#include <thread>
+
 #include "core/history/EncryptionManager.h"
+#include "core/history/Store.h"
 #include "platform/foundation/files/UserDefaults.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/foundation/observation/Published.h"
@@ -24,6 +27,7 @@ class DescribingTest : public HeadlessTest {
 protected:
     DescribingTest() { testing::GTEST_FLAG(death_test_style) = "threadsafe"; }
 
+    Store store;
     Published<int> property;
 };
 
@@ -70,6 +74,25 @@ TEST_F(DescribingTest, ABodyThatDoesAnythingEndsAProgramWithAssertions) {
     TreeUnderTest tree(Doer{});
     EXPECT_TRUE(tree.has(Role::text, "described"));
     deeds[0].deed();
+}
+
+TEST_F(DescribingTest, WhatIsForTheMainThreadEndsAProgramWithAssertionsOnAnother) {
+    const auto elsewhere = [](const Deed& deed) { std::thread(deed).join(); };
+    TreeUnderTest tree(Doer{});
+    const Deed deeds[] = {
+        [&] { property.set(1); },
+        [&] { property.get(); },
+        [&] { store.clear(); },
+        [] { NotificationCenter::defaultCenter().post("any"); },
+        [] { UserDefaults::standard().boolForKey("any"); },
+        [] { onMainAfter(1, [] {}); },
+        [&] { tree.tree->pointerLeft(); },
+        [] { EncryptionManager::shared().encrypt(viewOf(String("text"))); },
+    };
+    for (const auto& deed : deeds) {
+        deed();
+        EXPECT_DEBUG_DEATH(elsewhere(deed), "main thread");
+    }
 }
 
 }  // namespace

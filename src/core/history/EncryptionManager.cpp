@@ -6,6 +6,7 @@
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/promises/MainThread.h"
 #include "platform/foundation/text/Unicode.h"
 
 namespace vellumix {
@@ -21,6 +22,7 @@ KeychainItem keyItem() { return {EncryptionManager::keychainService, EncryptionM
 EncryptionManager& EncryptionManager::shared() { return SharedInstances::current().get<EncryptionManager>(); }
 
 EncryptionManager::LoadedKey EncryptionManager::loadKeyFromKeychain() {
+    assertMainThread();
     auto match = platform::current().keychain->SecItemCopyMatching(keyItem());
     LoadedKey loaded{std::nullopt, match.status};
     if (match.status == errSecItemNotFound) return loaded;

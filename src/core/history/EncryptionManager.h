@@ -15,7 +15,7 @@
 namespace vellumix {
 
 /// Enciphers and deciphers with the one key of the user, which lives in the keychain and is read from it anew
-/// for each call.
+/// for each call. Main thread, as the keychain and the notifications are.
 ///
 /// When the keychain answers with anything but "no such item", no key is ever made: a second key would leave
 /// everything enciphered with the first unreadable. A failure, a lack of memory among them, has been logged

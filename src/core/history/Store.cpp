@@ -10,6 +10,7 @@
 #include "core/history/ThumbnailCache.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/loop/Log.h"
+#include "platform/foundation/promises/MainThread.h"
 #include "platform/foundation/text/RememberedTexts.h"
 #include "platform/foundation/text/Unicode.h"
 
@@ -203,6 +204,7 @@ void Store::noteOutcome() {
 }
 
 void Store::scheduleSave() {
+    assertMainThread();
     _hasChanged = true;
     if (_pendingSave) _pendingSave->cancel();
     if (_pendingRelease) _pendingRelease->cancel();
@@ -221,6 +223,7 @@ void Store::scheduleSave() {
 }
 
 void Store::saveNow() {
+    assertMainThread();
     if (!_hasChanged) return;
     if (_pendingSave) _pendingSave->cancel();
     const auto sealed = sealedItems();

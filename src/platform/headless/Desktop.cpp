@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/foundation/promises/Describing.h"
+#include "platform/foundation/promises/MainThread.h"
 
 namespace vellumix::headless {
 
@@ -21,6 +22,7 @@ std::shared_ptr<const Bitmap> greyBitmap(int width, int height, int grey = 128) 
 }  // namespace
 
 Keychain::Match Keychain::SecItemCopyMatching(const KeychainItem& item) {
+    assertMainThread();
     assertNotDescribing("the keychain was asked");
     ++reads;
     if (refusesFromRead && reads >= refusesFromRead) return {errSecInteractionNotAllowed, std::nullopt};
@@ -31,12 +33,14 @@ Keychain::Match Keychain::SecItemCopyMatching(const KeychainItem& item) {
 }
 
 OSStatus Keychain::SecItemDelete(const KeychainItem& item) {
+    assertMainThread();
     assertNotDescribing("the keychain was asked");
     if (refusal) return *refusal;
     return items.erase(nameOf(item)) ? errSecSuccess : errSecItemNotFound;
 }
 
 OSStatus Keychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
+    assertMainThread();
     assertNotDescribing("the keychain was asked");
     if (refusal) return *refusal;
     ++additions;

@@ -2,6 +2,7 @@
 
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/promises/Describing.h"
+#include "platform/foundation/promises/MainThread.h"
 
 namespace vellumix {
 
@@ -42,6 +43,7 @@ UserDefaults& UserDefaults::standard() { return *installed; }
 UserDefaults* UserDefaults::install(UserDefaults* defaults) { return std::exchange(installed, defaults); }
 
 std::optional<PropertyValue> UserDefaults::object(std::string_view key) const {
+    assertMainThread();
     const auto found = _values.find(key);
     return found == _values.end() ? std::nullopt : std::optional(found->second);
 }
@@ -61,6 +63,7 @@ void UserDefaults::remove(std::string_view key) {
 }
 
 void UserDefaults::changed() {
+    assertMainThread();
     assertNotDescribing("a setting was changed");
     if (_pendingWrite) _pendingWrite->cancel();
     _pendingWrite = _queue->asyncAfter(writeDelay, writing());
@@ -74,6 +77,7 @@ Work UserDefaults::writing() {
 }
 
 void UserDefaults::synchronize() {
+    assertMainThread();
     if (!_pendingWrite) return;
     _pendingWrite->cancel();
     _pendingWrite = nullptr;

@@ -9,6 +9,7 @@
 #include "platform/foundation/coding/PropertyList.h"
 #include "platform/foundation/files/KeptFile.h"
 #include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/promises/MainThread.h"
 
 namespace vellumix {
 
@@ -36,6 +37,7 @@ public:
     std::optional<PropertyValue> object(std::string_view key) const;
     template <class T>
     std::optional<T> value(std::string_view key) const {
+        assertMainThread();
         const auto found = _values.find(key);
         if (found == _values.end()) return std::nullopt;
         const auto* typed = std::get_if<T>(&found->second);

@@ -2,6 +2,7 @@
 
 #include "platform/foundation/observation/SharedInstances.h"
 #include "platform/foundation/promises/Describing.h"
+#include "platform/foundation/promises/MainThread.h"
 
 namespace vellumix {
 
@@ -10,12 +11,14 @@ NotificationCenter& NotificationCenter::defaultCenter() {
 }
 
 void NotificationCenter::post(std::string_view name, const UserInfo& userInfo) {
+    assertMainThread();
     assertNotDescribing("a notification was posted");
     const auto found = _observers.find(name);
     if (found != _observers.end()) found->second.notify(userInfo);
 }
 
 Observation NotificationCenter::observe(std::string_view name, Observer observer) {
+    assertMainThread();
     return _observers.try_emplace(std::string(name)).first->second.add(std::move(observer));
 }
 

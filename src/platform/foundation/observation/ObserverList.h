@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/foundation/observation/Observation.h"
+#include "platform/foundation/promises/MainThread.h"
 
 namespace vellumix {
 
@@ -19,6 +20,7 @@ public:
     using Observer = std::function<void(Arguments...)>;
 
     Observation add(Observer observer) {
+        assertMainThread();
         auto entry = std::make_shared<Entry>(Entry{std::move(observer)});
         _entries->push_back(entry);
         return Observation([list = std::weak_ptr(_entries), entry = std::weak_ptr(entry)] {
@@ -30,6 +32,7 @@ public:
     }
 
     void notify(Arguments... arguments) const {
+        assertMainThread();
         const auto entries = *_entries;
         for (const auto& entry : entries) {
             // A copy, as the observer may end its own observation while it runs.

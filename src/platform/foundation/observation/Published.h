@@ -5,6 +5,7 @@
 #include "platform/foundation/observation/ObserverList.h"
 #include "platform/foundation/observation/ReadTracker.h"
 #include "platform/foundation/promises/Describing.h"
+#include "platform/foundation/promises/MainThread.h"
 
 namespace vellumix {
 
@@ -17,6 +18,7 @@ public:
     explicit Published(T value) : _value(std::move(value)) {}
 
     const T& get() const {
+        assertMainThread();
         if (auto* tracker = ReadTracker::current()) tracker->didRead(_observers);
         return _value;
     }
@@ -40,6 +42,7 @@ public:
 
 private:
     static void assertMayChange() {
+        assertMainThread();
         assertNotDescribing("a published property was changed");
     }
 

@@ -5,6 +5,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/foundation/promises/MainThread.h"
+
 namespace vellumix {
 
 /// The process-wide instances of services, each made on first use and destroyed in reverse order. Main thread
@@ -34,6 +36,7 @@ public:
 
     template <class T>
     T& get() {
+        assertMainThread();
         auto& slot = _byType[typeid(T)];
         if (!slot) {
             auto instance = std::make_shared<T>();

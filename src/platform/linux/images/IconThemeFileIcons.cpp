@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/foundation/promises/Describing.h"
+#include "platform/foundation/promises/MainThread.h"
 #include "platform/linux/images/PixbufLoading.h"
 
 namespace vellumix::linux_desktop {
@@ -82,6 +83,7 @@ IconThemeFileIcons::IconThemeFileIcons(RunLoop& runLoop, Sources sources)
     : _sources(std::move(sources)), _folders(runLoop), _known(0, bytesKept) {}
 
 std::shared_ptr<const Bitmap> IconThemeFileIcons::iconForFile(const URL& file, int pixels) {
+    assertMainThread();
     assertNotDescribing("an icon was read");
     const auto path = file.path();
     if (pixels < 1 || pixels > largestSide || path.empty()) return nullptr;

@@ -5,6 +5,7 @@
 #include "platform/foundation/cipher/AESGCM.h"
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/promises/Describing.h"
+#include "platform/foundation/promises/MainThread.h"
 
 namespace vellumix::linux_desktop {
 
@@ -117,6 +118,7 @@ Keychain::Match ChosenKeychain::copyAndChoose(const KeychainItem& item) {
 }
 
 Keychain::Match ChosenKeychain::SecItemCopyMatching(const KeychainItem& item) {
+    assertMainThread();
     assertNotDescribing("the keychain was asked");
     switch (choice()) {
         case Choice::none:
@@ -145,11 +147,13 @@ OSStatus ChosenKeychain::withChosen(const KeychainItem& item, Call call) {
 }
 
 OSStatus ChosenKeychain::SecItemDelete(const KeychainItem& item) {
+    assertMainThread();
     assertNotDescribing("the keychain was asked");
     return withChosen(item, [&](Keychain& chosen) { return chosen.SecItemDelete(item); });
 }
 
 OSStatus ChosenKeychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
+    assertMainThread();
     assertNotDescribing("the keychain was asked");
     return withChosen(item, [&](Keychain& chosen) { return chosen.SecItemAdd(item, secret); });
 }

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/foundation/promises/MainThread.h"
 #include "platform/linux/loop/GLibHandles.h"
 #include "platform/linux/loop/ThreadSerialQueue.h"
 
@@ -254,7 +255,9 @@ Date GLibRunLoop::now() const {
 
 double GLibRunLoop::uptime() const { return static_cast<double>(g_get_monotonic_time()) / microseconds; }
 
-void GLibRunLoop::post(Work work) { postAfter(0, std::move(work)); }
+void GLibRunLoop::post(Work work) {
+    _state->agenda->addAfter(0, std::make_shared<const Work>(std::move(work)));
+}
 
 void GLibRunLoop::postBehind(Work work) {
     _state->behind.addAfter(0, std::make_shared<const Work>(std::move(work)));
@@ -262,15 +265,18 @@ void GLibRunLoop::postBehind(Work work) {
 }
 
 void GLibRunLoop::postAfter(double seconds, Work work) {
+    assertMainThread();
     _state->agenda->addAfter(seconds, std::make_shared<const Work>(std::move(work)));
 }
 
 std::unique_ptr<NSTimer> GLibRunLoop::repeatingTimer(double interval, Work work) {
+    assertMainThread();
     return std::make_unique<AgendaTimer>(_state->agenda, AgendaTimer::Kind::repeating, interval,
                                          std::move(work));
 }
 
 std::unique_ptr<NSTimer> GLibRunLoop::oneShotTimer(double seconds, Work work) {
+    assertMainThread();
     return std::make_unique<AgendaTimer>(_state->agenda, AgendaTimer::Kind::oneShot, seconds,
                                          std::move(work));
 }
@@ -284,16 +290,19 @@ std::unique_ptr<SerialQueue> GLibRunLoop::serialQueue(const std::string& label) 
 }
 
 void GLibRunLoop::run() {
+    assertMainThread();
     while (!_state->isStopped) g_main_context_iteration(nullptr, TRUE);
     _state->isStopped = false;
 }
 
 void GLibRunLoop::stop() {
+    assertMainThread();
     _state->isStopped = true;
     g_main_context_wakeup(nullptr);
 }
 
 void GLibRunLoop::runUntil(const std::function<bool()>& isDone) {
+    assertMainThread();
     while (!_state->isStopped && !isDone()) g_main_context_iteration(nullptr, TRUE);
 }
 

@@ -1,11 +1,20 @@
 #include "platform/view/tree/ViewTree.h"
 
+#include "platform/foundation/promises/MainThread.h"
 #include "platform/view/tree/TreeCore.h"
 #include "platform/view/tree/TreeDump.h"
 
 namespace vellumix::view {
 
-// Each event holds the core, as what it sets off may destroy the tree.
+namespace {
+
+/// Each event holds the core, as what it sets off may destroy the tree.
+std::shared_ptr<TreeCore> held(const std::shared_ptr<TreeCore>& core) {
+    assertMainThread();
+    return core;
+}
+
+}  // namespace
 
 ViewTree::ViewTree(const View& root, TextSetter& texts, const Surface& surface)
     : _core(std::make_shared<TreeCore>(root, texts, surface)) {}
@@ -14,20 +23,20 @@ ViewTree& ViewTree::operator=(ViewTree&&) noexcept = default;
 ViewTree::~ViewTree() = default;
 
 void ViewTree::setRoot(const View& root) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->setRoot(root);
 }
 void ViewTree::setSurface(const Surface& surface) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->setSurface(surface);
 }
 const DrawingList& ViewTree::frame(double now) {
-    const auto core = _core;
+    const auto core = held(_core);
     return core->frame(now);
 }
 void ViewTree::settle() { _core->settle(); }
 void ViewTree::setHasKeyboard(bool hasKeyboard) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->setHasKeyboard(hasKeyboard);
 }
 bool ViewTree::needsFrame() const { return _core->needsFrame(); }
@@ -37,45 +46,45 @@ void ViewTree::onMenu(std::function<void(const MenuRequest&)> handler) { _core->
 Size ViewTree::fittingSize(double maximumWidth) { return _core->fittingSize(maximumWidth); }
 
 void ViewTree::pointerMoved(Point at) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().pointerMoved(at);
 }
 void ViewTree::pointerLeft() {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().pointerMoved(std::nullopt);
 }
 void ViewTree::pointerPressed(const PointerPress& press) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().pointerPressed(press);
 }
 void ViewTree::pointerReleased(Point at, PointerButton button) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().pointerReleased(at, button);
 }
 void ViewTree::scrolled(Point at, double by) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().scrolled(at, by);
 }
 bool ViewTree::keyPressed(const KeyEvent& event) {
-    const auto core = _core;
+    const auto core = held(_core);
     return core->dispatcher().keyPressed(event);
 }
 bool ViewTree::takesPress(Point at) const { return _core->dispatcher().takesPress(at); }
 void ViewTree::textComposed(const MarkedText& text) {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().textComposed(text);
 }
 std::optional<Rect> ViewTree::textInputCaret() const { return _core->dispatcher().textInputCaret(); }
 void ViewTree::focusNext() {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().moveFocus(1);
 }
 void ViewTree::focusPrevious() {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().moveFocus(-1);
 }
 void ViewTree::clearFocus() {
-    const auto core = _core;
+    const auto core = held(_core);
     core->dispatcher().setFocus(nullptr, false);
 }
 

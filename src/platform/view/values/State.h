@@ -5,6 +5,7 @@
 #include <typeindex>
 #include <utility>
 
+#include "platform/foundation/promises/MainThread.h"
 #include "platform/view/values/Evaluation.h"
 
 namespace vellumix::view {
@@ -17,6 +18,7 @@ public:
 
     const T& value() const { return _value; }
     void set(T value) {
+        assertMainThread();
         assertNotDescribing("a state was changed");
         if (value == _value) return;
         _value = std::move(value);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/history/HistorySearch.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "shell/AppDelegate.h"
 #include "shell/StatusBarController.h"
@@ -47,7 +48,12 @@ TEST_F(RootTest, AnotherLanguageBeginsTheListAnewButStaysOnThePage) {
     LanguageManager::shared().currentLanguage.set(AppLanguage::es);
     root.frame(1);
     EXPECT_TRUE(root.has(Role::text, "one"));
+    const auto isSearching = [] { return HistorySearch::shared().answer({.query = "t"}) != nullptr; };
+    EXPECT_FALSE(isSearching()) << "a search goes with its list";
+    root.press(Key::character, {}, "t");
+    EXPECT_TRUE(isSearching());
     root.click(Role::button, "Configuración");
+    EXPECT_FALSE(isSearching());
     LanguageManager::shared().currentLanguage.set(AppLanguage::en);
     root.frame(1);
     EXPECT_TRUE(root.has(Role::heading, "Settings"));

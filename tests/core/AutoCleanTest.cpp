@@ -155,6 +155,38 @@ TEST_F(AutoCleanTest, SettingsSurviveAndTheOlderFormIsTakenOver) {
     EXPECT_EQ(AutoCleanSettings::load(), migrated) << "saved as soon as it was migrated";
 }
 
+TEST_F(AutoCleanTest, EachFieldIsKeptForItselfAndHalfAnOlderFormIsNone) {
+    auto& defaults = UserDefaults::standard();
+    AutoCleanSettings chosen;
+    chosen.modes = {AutoCleanMode::none, AutoCleanMode::onLaunch, AutoCleanMode::daily,
+                    AutoCleanMode::weekly};
+    chosen.lastRunAt = Date{5};
+    chosen.lastDailyRunAt = Date{6};
+    chosen.lastWeeklyRunAt = Date{7};
+    chosen.save();
+    EXPECT_EQ(AutoCleanSettings::load(), chosen);
+    EXPECT_EQ(asText(*defaults.value<Data>("settings.autoClean.modes")),
+              R"(["none","onLaunch","daily","weekly"])");
+    const std::pair<const char*, Date> dates[] = {{"settings.autoClean.lastRunAt", Date{5}},
+                                                  {"settings.autoClean.lastDailyRunAt", Date{6}},
+                                                  {"settings.autoClean.lastWeeklyRunAt", Date{7}}};
+    for (const auto& [key, date] : dates) EXPECT_EQ(defaults.value<Date>(key), date) << key;
+    EXPECT_FALSE(defaults.boolForKey("settings.autoClean.confirm"));
+
+    for (const auto* unreadable : {"[\"daily\",\"hourly\"]", "[\"daily\"]x", "[\"daily\""}) {
+        defaults.set("settings.autoClean.modes", PropertyValue(Data(std::string_view(unreadable))));
+        const auto loaded = AutoCleanSettings::load();
+        EXPECT_TRUE(loaded.modes.empty()) << unreadable;
+        EXPECT_EQ(loaded.lastRunAt, Date{5}) << unreadable;
+        EXPECT_FALSE(loaded.lastDailyRunAt || loaded.lastWeeklyRunAt) << unreadable;
+    }
+    for (const auto& older : {PropertyValue("Daily"), PropertyValue(""), PropertyValue(true)}) {
+        defaults.set("settings.autoClean.mode", older);
+        EXPECT_TRUE(AutoCleanSettings::load().modes.empty());
+        EXPECT_TRUE(defaults.object("settings.autoClean.mode"));
+    }
+}
+
 class ExclusionTest : public HeadlessTest {};
 
 TEST_F(ExclusionTest, IdentifiersAreTrimmedDistinctSortedAndKept) {

@@ -57,6 +57,37 @@ TEST_F(HistoryFileTest, ARecordIsWrittenAsItWasRead) {
         R"("locked":false,"text":"a\/b \"c\"\n","imageData":"\/\/8=","fileURL":"file:\/\/\/a%20b","isEncrypted":false}])");
 }
 
+TEST_F(HistoryFileTest, EveryFieldOfEveryEntryComesBack) {
+    const auto key = [](std::string_view bytes) { return Data(bytes); };
+    auto full = textItem("text", ClipboardItem::Kind::file);
+    full._imageData = key("image");
+    full._fileURL = URL::file("/a b");
+    full.encryptedText = key("sealed text");
+    full.encryptedImageData = key("sealed image");
+    full.encryptedFileURL = key("sealed file");
+    std::vector<ClipboardItem> items{full};
+    for (const auto kind : ClipboardItem::allKinds) items.push_back({.id = UUID::random(), .kind = kind});
+    items[1].pinned = true;
+    items[2].locked = true;
+    items[3].isEncrypted = true;
+    const auto json = encoded(items);
+    for (const auto* name : {"id", "date", "kind", "pinned", "locked", "text", "imageData", "fileURL",
+                             "encryptedText", "encryptedImageData", "encryptedFileURL", "isEncrypted"}) {
+        EXPECT_NE(asText(json).find('"' + std::string(name) + "\":"), std::string::npos) << name;
+    }
+    std::vector<ClipboardItem> decoded;
+    EXPECT_EQ(decodeHistory(json, json, decoded), "");
+    EXPECT_TRUE(decoded == items);
+    for (const auto& item : items) {
+        const auto room = recordSizeLimit(item), needed = encoded({item}).size();
+        EXPECT_GE(room, needed);
+        EXPECT_LE(room, needed + 320);
+    }
+    full._imageData = Data(std::string_view(std::string(100'000, '\x5a')));
+    EXPECT_GE(recordSizeLimit(full), encoded({full}).size());
+    EXPECT_LE(recordSizeLimit(full), encoded({full}).size() * 102 / 100 + 320);
+}
+
 TEST_F(HistoryFileTest, WhatIsNoHistoryGivesAnEmptyOneAndIsNeverWrittenOver) {
     const auto with = [](std::string_view from, std::string_view to) {
         std::string text(record);
@@ -330,6 +361,27 @@ TEST_F(EncryptionTest, NoStatusButNoSuchItemLeadsToAKey) {
     desktop.keychain.items["com.tarnwick.Vellumix/encryption-key"] = Bytes(31);
     EXPECT_FALSE(manager.encrypt(viewOf("x"))) << "a key of the wrong size is no key";
     EXPECT_EQ(desktop.keychain.additions, 0);
+}
+
+TEST_F(EncryptionTest, WhatCantBeDoneIsToldByItsNameAndItsReason) {
+    std::vector<std::string> told;
+    const auto observation = NotificationCenter::defaultCenter().observe(
+        "EncryptionFailed",
+        [&](const auto& info) { told.push_back(info.at("operation") + " " + info.at("reason")); });
+    const auto blob = *manager.encrypt(viewOf("x"));
+    EXPECT_TRUE(told.empty());
+    auto changed = bytesOf(blob);
+    changed.back() ^= 1;
+    manager.decrypt(changed);
+    manager.decryptAll({changed, blob});
+    desktop.keychain.refusal = errSecInteractionNotAllowed;
+    manager.encrypt(viewOf("x"));
+    manager.decrypt(blob);
+    manager.decryptAll({blob, blob});
+    manager.decryptAll({});
+    EXPECT_EQ(told, (std::vector<std::string>{"decrypt authenticationFailure",
+                                              "decrypt authenticationFailure", "encrypt key-unavailable",
+                                              "decrypt key-unavailable", "decrypt key-unavailable"}));
 }
 
 TEST_F(EncryptionTest, ALostKeyIsReplacedAndOldBlobsStayShut) {

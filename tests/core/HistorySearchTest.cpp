@@ -88,6 +88,12 @@ TEST_F(HistorySearchTest, LockedEntriesAreFoundWithOneReadOfTheKeyASearch) {
     EXPECT_EQ(found("second").size(), 1u);
     EXPECT_EQ(desktop.keychain.reads - readsBefore, 1);
 
+    store.add(fileItem("/home/ana/Tax return.pdf"));
+    store.setLocked(store.items()->front(), true);
+    EXPECT_EQ(found("tax RETURN").size(), 1u) << "by the name of a file, too";
+    EXPECT_EQ(found("return.pdf", Kind::file).size(), 1u);
+    EXPECT_EQ(found("ana").size(), 0u) << "the folder isn't the name";
+
     HistorySearch::shared().forget();
     desktop.keychain.refusal = errSecInteractionNotAllowed;
     EXPECT_EQ(found("secret").size(), 0u) << "a locked keyring hides them, and nothing else";

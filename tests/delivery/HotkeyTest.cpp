@@ -1,3 +1,5 @@
+#include <linux/input-event-codes.h>
+
 #include "delivery/HotkeyCoordinator.h"
 #include "support/HeadlessTest.h"
 
@@ -11,6 +13,35 @@ TEST(Shortcut, ReadsAsAPersonKnowsIt) {
         {{50, optionKey}, "⌥`"},
     };
     for (const auto& [shortcut, expected] : cases) EXPECT_EQ(displayString(shortcut), expected);
+}
+
+TEST(Shortcut, ACodeIsTheSamePlaceByNameAndOnTheBoard) {
+    // The rows of an American board; the places of a row follow each other.
+    const std::pair<unsigned, std::string_view> rows[] = {{KEY_1, "1234567890-="},
+                                                          {KEY_Q, "QWERTYUIOP[]"},
+                                                          {KEY_A, "ASDFGHJKL;'`"},
+                                                          {KEY_BACKSLASH, "\\ZXCVBNM,./"},
+                                                          {KEY_SPACE, " "}};
+    std::string found;
+    for (std::uint32_t code = 0; code <= 127; ++code) {
+        const auto name = keyName(code);
+        for (const auto& [first, row] : rows) {
+            const auto at = row.find(name);
+            if (at == std::string_view::npos) continue;
+            EXPECT_EQ(positionOfVirtualKey(code), first + at) << name;
+            found += name;
+        }
+    }
+    EXPECT_EQ(found, "ASDFHGZXCVBQWERYT123465=97-80]OU[IPLJ'K;\\,/NM. `");
+    const std::pair<std::uint32_t, unsigned> others[] = {
+        {10, KEY_102ND},  {36, KEY_ENTER}, {48, KEY_TAB},   {53, KEY_ESC},  {51, KEY_BACKSPACE},
+        {122, KEY_F1},    {120, KEY_F2},   {99, KEY_F3},    {118, KEY_F4},  {96, KEY_F5},
+        {97, KEY_F6},     {98, KEY_F7},    {100, KEY_F8},   {101, KEY_F9},  {109, KEY_F10},
+        {103, KEY_F11},   {111, KEY_F12},  {115, KEY_HOME}, {119, KEY_END}, {123, KEY_LEFT},
+        {124, KEY_RIGHT}, {125, KEY_DOWN}, {126, KEY_UP}};
+    for (const auto& [code, position] : others) EXPECT_EQ(positionOfVirtualKey(code), position) << code;
+    for (const std::uint32_t none : {52U, 54U, 66U, 95U, 127U, 1000U})
+        EXPECT_FALSE(positionOfVirtualKey(none)) << none;
 }
 
 TEST(Shortcut, KeepsUnknownModifiersInTheSettingsAndNowhereElse) {

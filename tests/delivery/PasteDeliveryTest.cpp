@@ -105,6 +105,29 @@ TEST_F(PasteDeliveryTest, WhatCantBeWrittenLeavesThePasteboardAndIsPastedAllTheS
     EXPECT_EQ(desktop.pasteboard.dataForType(NSPasteboardTypeTIFF), tinyPNG());
 }
 
+TEST_F(PasteDeliveryTest, NothingOfAnEarlierCopyIsLeftBesideAnEntry) {
+    auto picture = imageItem("");
+    picture._imageData = tinyPNG();
+    const struct {
+        ClipboardItem item;
+        bool hasText, hasImage, hasFiles;
+    } cases[] = {{textItem("words"), true, false, false},
+                 {textItem("https://example.org", Kind::link), true, false, false},
+                 {textItem("int a;", Kind::code), true, false, false},
+                 {picture, false, true, false},
+                 {fileItem("/tmp/a"), false, false, true}};
+    for (const auto& each : cases) {
+        desktop.pasteboard.copyElsewhere(
+            {.text = String("old"), .image = Data(std::string_view("old")), .files = {URL::file("/old")}});
+        writeToPasteboard(each.item);
+        const auto text = desktop.pasteboard.stringForType(NSPasteboardTypeString);
+        const auto image = desktop.pasteboard.dataForType(NSPasteboardTypeTIFF);
+        EXPECT_EQ(text, each.hasText ? each.item.text() : std::nullopt) << rawValue(each.item.kind);
+        EXPECT_EQ(image, each.hasImage ? each.item.imageData() : std::nullopt) << rawValue(each.item.kind);
+        EXPECT_EQ(desktop.pasteboard.readFileURLs().size(), each.hasFiles) << rawValue(each.item.kind);
+    }
+}
+
 TEST_F(PasteDeliveryTest, OurOwnWriteIsNotRecordedAndTheNextCopyIs) {
     Store store;
     PasteboardWatcher watcher(store);

@@ -4,6 +4,7 @@
 #include "core/history/EncryptionManager.h"
 #include "gallery/Gallery.h"
 #include "gallery/GallerySamples.h"
+#include "platform/foundation/loop/RunLoop.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/foundation/text/LocalizedText.h"
 #include "platform/view/values/Views.h"
@@ -202,6 +203,10 @@ GallerySheet pages() {
     const auto history = Samples::make().history();
     const auto showError = [](GalleryStage& stage) {
         NotificationCenter::defaultCenter().post(EncryptionManager::failedNotification);
+        // The message comes on the loop's next turn, and would go again if time passed.
+        bool isNextTurn = false;
+        onMain([&] { isNextTurn = true; });
+        RunLoop::main().runUntil([&] { return isNextTurn; });
         stage.settled();
     };
     return {"pages",

@@ -218,19 +218,87 @@ TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
     EXPECT_EQ(AppDelegate().shortcut.get(), (Shortcut{9, 2304}));
 }
 
+TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
+    AppDelegate application;
+    application.applicationDidFinishLaunching(started());
+    application.showPanel();
+    copy("one");
+    const auto date = application.watcher()->lastCapture()->date.iso8601();
+    const auto json = statusReport(application);
+    EXPECT_EQ(json, R"({"entries":{"text":1,"image":0,"file":0,"link":0,"code":0},"pinned":0,"locked":0,)"
+                    R"("lockedInClear":0,"file":"\/home\/user\/.local\/share\/Vellumix\/history.json",)"
+                    R"("saveFailed":false,"keychain":"in memory","panel":"visible","hotkey":"active",)"
+                    R"("lastCapture":{"date":")" +
+                        date + R"(","kind":"text"},"lastRefusal":null})");
+    LanguageManager::shared().currentLanguage.set(AppLanguage::es);
+    EXPECT_EQ(readableStatus(json),
+              "Vellumix está en ejecución.\n"
+              "Elementos:        Texto 1, Imagen 0, Archivo 0, Enlace 0, Código 0\n"
+              "Fijados:          0\n"
+              "Bloqueados:       0\n"
+              "Sin proteger:     0\n"
+              "Archivo:          /home/user/.local/share/Vellumix/history.json\n"
+              "Guardado:         funciona\n"
+              "Clave en:         memoria\n"
+              "Panel:            visible\n"
+              "Atajo:            activo\n"
+              "Último registro:  Texto, " +
+                  date +
+                  "\n"
+                  "Último rechazo:   ninguno desde el inicio\n");
+    const std::pair<const char*, const char*> others[] = {
+        {R"("keychain":"key file")", "archivo de clave\n"},
+        {R"("keychain":"none yet")", "ningún lugar todavía\n"},
+        {R"("keychain":"Some Wallet")", "Some Wallet\n"},
+        {R"("saveFailed":true)", "falla\n"},
+        {R"("panel":"hidden")", "oculto\n"},
+        {R"("hotkey":"refused")", "lo usa otro programa\n"},
+    };
+    for (const auto& [member, end] : others) {
+        const auto lines = readableStatus(R"({"entries":{},)" + std::string(member) + "}");
+        EXPECT_TRUE(lines.ends_with(end)) << lines;
+    }
+}
+
+TEST_F(AppDelegateTest, AStoredFirstSizeIsTwoLengthsOrNothing) {
+    const struct {
+        const char* stored;
+        Size size;
+    } cases[] = {{"[600,700]", {600, 700}},   {"[600.5,32767]", {600.5, 32767}}, {"[600]", {520, 450}},
+                 {"[600,700,1]", {520, 450}}, {"[0,700]", {520, 450}},           {"[600,32768]", {520, 450}},
+                 {"[600,700]x", {520, 450}},  {"[\"600\",700]", {520, 450}},     {"", {520, 450}}};
+    for (const auto& each : cases) {
+        UserDefaults::standard().set("ui.popoverSize", PropertyValue(Data(std::string_view(each.stored))));
+        AppDelegate application;
+        EXPECT_EQ(application.popoverSize.get(), each.size) << each.stored;
+        application.applicationDidFinishLaunching(started());
+        EXPECT_EQ(application.statusBar()->currentSize, each.size) << each.stored;
+    }
+}
+
 TEST(CommandLine, Words) {
     const SharedInstances::Scope instances;
     using Command = CommandLine::Command;
     EXPECT_EQ(CommandLine::parse({}).command, Command::run);
+    const std::pair<const char*, Command> commands[] = {
+        {"--help", Command::help}, {"-h", Command::help},      {"--version", Command::version},
+        {"show", Command::show},   {"hide", Command::hide},    {"toggle", Command::toggle},
+        {"quit", Command::quit},   {"status", Command::status}};
+    for (const auto& [word, command] : commands) {
+        EXPECT_EQ(CommandLine::parse({word}).command, command) << word;
+        EXPECT_EQ(CommandLine::parse({word}).error, "") << word;
+        for (const auto* alone : {"--show", "-resetOnboarding"})
+            EXPECT_EQ(CommandLine::parse({word, alone}).error, localized("command.goesAlone", alone)) << word;
+    }
+    EXPECT_TRUE(CommandLine::parse({"--show"}).showsPanel);
+    EXPECT_TRUE(CommandLine::parse({"-resetOnboarding"}).resetsOnboarding);
+    EXPECT_EQ(CommandLine::parse({"show", "--json"}).error, localized("command.onlyWithStatus"));
+    EXPECT_EQ(CommandLine::parse({"stauts"}).error, localized("command.unknownWord", std::string("stauts")));
+    EXPECT_FALSE(CommandLine::parse({"status"}).json);
     EXPECT_EQ(CommandLine::parse({"-resetOnboarding"}).error, "");
     EXPECT_EQ(CommandLine::parse({"status", "--json"}).json, true);
-    EXPECT_EQ(CommandLine::parse({"quit"}).command, Command::quit);
     EXPECT_EQ(CommandLine::parse({"--platform=headless"}).platform, CommandLine::PlatformChoice::headless);
     EXPECT_NE(CommandLine::parse({"--json"}).error, "");
-    for (const auto& wrong : std::vector<std::vector<std::string>>{
-             {"stauts"}, {"toggle", "--show"}, {"toggle", "-resetOnboarding"}}) {
-        EXPECT_NE(CommandLine::parse(wrong).error, "") << wrong.front();
-    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "shell/StatusBarController.h"
 
 #include "platform/foundation/files/UserDefaults.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/view/paint/Renderer.h"
 #include "platform/view/values/Views.h"
 #include "shell/AppDelegate.h"
@@ -79,6 +80,30 @@ protected:
     std::unique_ptr<AppDelegate> application;
     int taps = 0;
 };
+
+TEST_F(FloatingPanelTest, EachEntryOfTheMenuDoesWhatItSays) {
+    launch();
+    int settings = 0;
+    const auto observation =
+        NotificationCenter::defaultCenter().observe(StatusBarController::settingsRequested, [&](const auto&) {
+            EXPECT_TRUE(isShown()) << "whoever listens is in the panel";
+            ++settings;
+        });
+    EXPECT_FALSE(desktop.statusBar.choose("-"));
+    for (const bool wasOpen : {false, true}) {
+        for (const auto* title : {"Open", "Settings"}) {
+            if (wasOpen) showWhole();
+            settings = 0;
+            ASSERT_TRUE(desktop.statusBar.choose(title));
+            desktop.runLoop.advance(0.3);
+            EXPECT_TRUE(isShown()) << title;
+            EXPECT_TRUE(panel().isKeyWindow()) << title;
+            EXPECT_EQ(panel().alphaValue(), 1) << title;
+            EXPECT_EQ(settings, title == std::string("Settings")) << title;
+            application->statusBar()->hideImmediately();
+        }
+    }
+}
 
 TEST_F(FloatingPanelTest, FadesInWithTheKeyboardAndLeavesTheFrontApplicationInFront) {
     launch();
@@ -434,6 +459,26 @@ TEST_F(FloatingPanelTest, ComesBackWhereItWasAfterARestart) {
         controller.show();
         EXPECT_EQ(panel().frame().origin, stored.origin);
     }
+}
+
+TEST_F(FloatingPanelTest, WhereItIsLeftIsStoredAndHoldsAfterTheNextLaunch) {
+    launch();
+    showWhole();
+    panel().setFrame({{170, 189}, {600, 700}});
+    desktop.runLoop.advance(0.1);
+    const auto& defaults = UserDefaults::standard();
+    const std::pair<const char*, double> stored[] = {{"panelWidth", 600},
+                                                     {"panelHeight", 700},
+                                                     {"panelRelativeX", 170.0 / (1280 - 600)},
+                                                     // More than fits over the bottom edge.
+                                                     {"panelRelativeY", 1}};
+    for (const auto& [key, value] : stored) EXPECT_DOUBLE_EQ(defaults.doubleForKey(key), value) << key;
+    EXPECT_TRUE(defaults.boolForKey("hasCustomPosition"));
+
+    application.reset();
+    launch();
+    showWhole();
+    EXPECT_EQ(panel().frame(), (Rect{{190, 28 + 772 - 450}, {520, 450}})) << "at the size of a first panel";
 }
 
 TEST_F(FloatingPanelTest, EveryWayOfHidingLocksWhatWasUnlockedForAWhile) {

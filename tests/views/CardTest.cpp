@@ -60,11 +60,42 @@ TEST_F(CardTest, LockedEntryShowsAndReadsNothing) {
     EXPECT_EQ(card.tree->semanticsDump().find("painting"), std::string::npos);
     EXPECT_TRUE(card.has(Role::text, "Pinned"));
     EXPECT_FALSE(card.has(Role::menuButton, "Transform"));
-    EXPECT_FALSE(card.drawn<draw::PushLayer>().empty()) << "the share button is dimmed";
     card.click(Role::button, "Copy");
     card.click(Role::button, "Unlock");
     card.click(Role::button, "Unpin");
     EXPECT_EQ(done, "copy lock pin ");
+}
+
+TEST_F(CardTest, TheSymbolsTellWhatAButtonFoundAndItsNameWhatItDoes) {
+    const struct {
+        bool locked, pinned;
+        const char* lock;
+        const char* lockName;
+        const char* pin;
+        const char* pinName;
+    } cases[] = {{false, false, "lock.open", "Lock", "pin", "Pin"},
+                 {true, false, "lock.fill", "Unlock", "pin", "Pin"},
+                 {false, true, "lock.open", "Lock", "pin.fill", "Unpin"},
+                 {true, true, "lock.fill", "Unlock", "pin.fill", "Unpin"}};
+    for (const auto& each : cases) {
+        auto item = textItem("words");
+        item.locked = each.locked;
+        item.pinned = each.pinned;
+        auto card = show(item);
+        const auto symbolOf = [&](const char* button) {
+            const auto frame = card.find(Role::button, button).frame;
+            std::string found;
+            for (const auto& symbol : card.drawn<draw::Symbol>()) {
+                if (frame.contains(symbol.rect.centre())) found += symbol.name;
+            }
+            return found;
+        };
+        EXPECT_EQ(symbolOf(each.lockName), each.lock);
+        EXPECT_EQ(symbolOf(each.pinName), each.pin);
+        EXPECT_EQ(symbolOf("Delete"), "trash");
+        EXPECT_EQ(card.has(Role::text, "Pinned"), each.pinned);
+        EXPECT_EQ(card.find(Role::button, each.lockName).help, each.lockName);
+    }
 }
 
 TEST_F(CardTest, ThumbnailPastesAndTheRestExpands) {

@@ -93,6 +93,12 @@ TEST_F(ListTest, ArrowsReturnSpaceAndDeleteWorkOnTheSelectedEntry) {
     const auto alert = list->tree->alert();
     ASSERT_TRUE(alert);
     EXPECT_EQ(store.items()->size(), 3u) << "not before the question is answered";
+    EXPECT_EQ(alert->description.title, localized("alert.deleteItem.title"));
+    ASSERT_EQ(alert->description.buttons.size(), 2U);
+    EXPECT_EQ(alert->description.buttons[0].title, localized("cancel"));
+    EXPECT_EQ(alert->description.buttons[0].role, AlertButton::Role::cancel);
+    EXPECT_EQ(alert->description.buttons[1].title, localized("delete"));
+    EXPECT_EQ(alert->description.buttons[1].role, AlertButton::Role::destructive);
     alert->isPresented.set(false);
     alert->description.buttons.back().action();
     EXPECT_EQ(cards(), "one [two] ") << "the selection stays within the list";
@@ -196,6 +202,110 @@ TEST_F(ListTest, AccessComesBeforeEveryUseOfAnEntry) {
     access = Status::success;
     list->click(Role::button, localized("action.unlock"));
     EXPECT_EQ(done, "keep ");
+}
+
+TEST_F(ListTest, EachActionAndEachEventIsToldForItsTime) {
+    open({"words"});
+    const auto choose = [&](TextTransform transform) {
+        const auto observer = [=](const MenuRequest& menu) {
+            menu.items[static_cast<std::size_t>(transform)].action();
+        };
+        list->tree->onMenu(observer);
+        list->click(Role::menuButton, localized("transform.menu"));
+    };
+    const auto happens = [this](const char* event) {
+        return [this, event] {
+            NotificationCenter::defaultCenter().post(event);
+            desktop.runLoop.advance(0);
+        };
+    };
+    const struct {
+        const char* toast;
+        double seconds;
+        std::function<void()> act;
+    } cases[] = {
+        {"message.copied", 1.5, [&] { list->press(Key::space); }},
+        {"message.pasted", 1.2, [&] { list->press(Key::enter); }},
+        {"transform.applied", 1.5, [&] { choose(TextTransform::uppercase); }},
+        {"transform.failed", 2.0, [&] { choose(TextTransform::jsonFormat); }},
+        {"message.itemLocked", 1.5, [&] { list->click(Role::button, localized("action.lock")); }},
+        {"message.itemUnlocked", 1.5, [&] { list->click(Role::button, localized("action.unlock")); }},
+        {"message.itemRemoved", 1.5,
+         [&] {
+             list->press(Key::deleteForward);
+             list->tree->alert()->description.buttons.back().action();
+         }},
+        {"message.historyCleared", 1.5, happens("HistoryCleaned")},
+        {"permission.accessibility.title", 2.0, happens("AutoPasteFailed")},
+        {"message.copyNotRecorded", 2.5, happens("CaptureFailed")},
+        {"error.encryption.failed", 2.5, happens("EncryptionFailed")},
+    };
+    for (const auto& each : cases) {
+        EXPECT_FALSE(shows(localized(each.toast)));
+        each.act();
+        EXPECT_TRUE(shows(localized(each.toast))) << each.toast;
+        pass(each.seconds - 0.01);
+        EXPECT_TRUE(shows(localized(each.toast))) << each.toast << " goes too soon";
+        pass(0.02);
+        EXPECT_FALSE(shows(localized(each.toast))) << each.toast << " stays too long";
+    }
+}
+
+TEST_F(ListTest, WhatIsSharedIsTheEntrysOwnKindOfThing) {
+    const auto png = [] {
+        auto item = imageItem("");
+        item._imageData = tinyPNG();
+        return item;
+    }();
+    auto lost = fileItem("/home/ana/notes.txt");
+    lost._fileURL.reset();
+    auto locked = textItem("secret");
+    locked.locked = true;
+    using Kind = ClipboardItem::Kind;
+    const std::pair<ClipboardItem, std::vector<SharedItem>> cases[] = {
+        {textItem("words"), {String("words")}},
+        {textItem("int a;", Kind::code), {String("int a;")}},
+        {textItem("https://example.org/a", Kind::link), {*URL::parse("https://example.org/a")}},
+        {textItem("no address", Kind::link), {String("no address")}},
+        {png, {tinyPNG()}},
+        {imageItem("broken"), {}},
+        {fileItem("/home/ana/notes.txt"), {URL::file("/home/ana/notes.txt")}},
+        {lost, {}},
+        {locked, {}},
+    };
+    open({});
+    list->tree->onMenu([](const MenuRequest& menu) { menu.items.front().action(); });
+    for (const auto& [item, shared] : cases) {
+        store.replaceAll({item});
+        desktop.sharing.performed.clear();
+        list->frame(1);
+        list->click(Role::menuButton, localized("action.share"));
+        const auto& performed = desktop.sharing.performed;
+        EXPECT_EQ(performed.empty() ? std::vector<SharedItem>() : performed.front().second, shared)
+            << rawValue(item.kind);
+    }
+}
+
+TEST_F(ListTest, KeysWithModifiersAreNotTheListsButControlAndFSearches) {
+    open({"one", "two"});
+    for (const auto held : {KeyModifiers{.hasControl = true}, KeyModifiers{.hasOption = true},
+                            KeyModifiers{.hasCommand = true}}) {
+        for (const auto key : {Key::enter, Key::space, Key::down, Key::deleteForward})
+            EXPECT_FALSE(list->press(key, held));
+        EXPECT_FALSE(list->press(Key::character, held, "x"));
+    }
+    EXPECT_EQ(cards(), "[one] two ");
+    const auto search = [&] { return list->find(Role::textField, localized("action.search")); };
+    EXPECT_FALSE(search().state.isFocused);
+    EXPECT_TRUE(list->tree->keyPressed({.modifiers = {.hasControl = true}, .character = "f"}));
+    EXPECT_TRUE(search().state.isFocused);
+
+    type("o");
+    list->press(Key::backspace);
+    EXPECT_FALSE(search().state.isFocused) << "nothing is left of the search, so the keys are the list's";
+    list->press(Key::space, {}, " ");
+    EXPECT_EQ(desktop.pasteboard.stringForType(NSPasteboardTypeString), String("one"));
+    EXPECT_EQ(search().value, "");
 }
 
 TEST_F(ListTest, AnEarlierMessageTakesALaterOneWithIt) {

@@ -4,6 +4,7 @@
 
 #include "core/history/HistorySearch.h"
 #include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/text/LocalizedText.h"
 #include "shell/AppDelegate.h"
 #include "shell/StatusBarController.h"
 #include "shell/settings/LanguageManager.h"
@@ -40,6 +41,41 @@ TEST_F(RootTest, OnePageFadesIntoTheOther) {
     root.frame(0.3);
     EXPECT_EQ(layersUnderWay(), 0U);
     EXPECT_FALSE(root.has(Role::text, "one"));
+}
+
+TEST_F(RootTest, WhatIsAskedForElsewhereIsTheSettingsPage) {
+    NotificationCenter::defaultCenter().post(StatusBarController::settingsRequested);
+    root.frame(1);
+    EXPECT_TRUE(root.has(Role::heading, "Settings"));
+    root.click(Role::button, "Close");
+    root.frame(1);
+    EXPECT_TRUE(root.has(Role::heading, "Clipboard"));
+}
+
+TEST_F(RootTest, TheListsActionsAreTheApplications) {
+    desktop.authentication.refusal.reset();
+    auto& store = application.store();
+    const auto isLocked = [&] { return store.items()->front().locked; };
+    const auto answer = [&] {
+        ASSERT_EQ(desktop.authentication.prompts.size(), 1U);
+        EXPECT_EQ(desktop.authentication.prompts.front().reason, localized("auth.unlockItem"));
+        desktop.authentication.answer(true);
+        desktop.runLoop.advance(0);
+    };
+    root.click(Role::button, "Lock");
+    EXPECT_TRUE(isLocked());
+    root.click(Role::button, "Unlock");
+    EXPECT_TRUE(isLocked()) << "not before the answer";
+    answer();
+    EXPECT_FALSE(isLocked());
+    application.lockCoordinator().relockAll();
+    EXPECT_FALSE(isLocked()) << "for good";
+
+    desktop.workspace.front = NSRunningApplication{.processIdentifier = 7, .bundleIdentifier = "editor"};
+    root.press(Key::enter);
+    desktop.runLoop.advance(1);
+    ASSERT_EQ(desktop.syntheticKeys.posted.size(), 1U);
+    EXPECT_EQ(desktop.syntheticKeys.posted[0].text, String("one"));
 }
 
 TEST_F(RootTest, AnotherLanguageBeginsTheListAnewButStaysOnThePage) {

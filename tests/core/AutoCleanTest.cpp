@@ -171,7 +171,7 @@ TEST_F(AutoCleanTest, EachFieldIsKeptForItselfAndHalfAnOlderFormIsNone) {
                                                   {"settings.autoClean.lastDailyRunAt", Date{6}},
                                                   {"settings.autoClean.lastWeeklyRunAt", Date{7}}};
     for (const auto& [key, date] : dates) EXPECT_EQ(defaults.value<Date>(key), date) << key;
-    EXPECT_FALSE(defaults.boolForKey("settings.autoClean.confirm"));
+    EXPECT_EQ(defaults.value<bool>("settings.autoClean.confirm"), false);
 
     for (const auto* unreadable : {"[\"daily\",\"hourly\"]", "[\"daily\"]x", "[\"daily\""}) {
         defaults.set("settings.autoClean.modes", PropertyValue(Data(std::string_view(unreadable))));

@@ -121,7 +121,7 @@ TEST_F(CipherFailureTest, ALackOfMemoryCostsNeitherTheEntryNorTheProgram) {
             failures.clear();
             withLeft(left, [&] {
                 EXPECT_FALSE(isReadable());
-                HistorySearch::shared().found({entry()}, ClipboardItem::Kind::all, String("x"));
+                HistorySearch::shared().found({entry()}, {.query = String("x")});
                 HistorySearch::shared().forget();
                 store.setLocked(entry(), false);
             });

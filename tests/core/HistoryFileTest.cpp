@@ -373,12 +373,12 @@ TEST_F(EncryptionTest, WhatCantBeDoneIsToldByItsNameAndItsReason) {
     auto changed = bytesOf(blob);
     changed.back() ^= 1;
     manager.decrypt(changed);
-    manager.decryptAll({changed, blob});
+    manager.decryptTexts({changed, blob});
     desktop.keychain.refusal = errSecInteractionNotAllowed;
     manager.encrypt(viewOf("x"));
     manager.decrypt(blob);
-    manager.decryptAll({blob, blob});
-    manager.decryptAll({});
+    manager.decryptTexts({blob, blob});
+    manager.decryptTexts({});
     EXPECT_EQ(told, (std::vector<std::string>{"decrypt authenticationFailure",
                                               "decrypt authenticationFailure", "encrypt key-unavailable",
                                               "decrypt key-unavailable", "decrypt key-unavailable"}));

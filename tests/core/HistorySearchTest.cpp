@@ -96,9 +96,10 @@ TEST_F(HistorySearchTest, LockedEntriesAreFoundWithOneReadOfTheKeyASearch) {
 
     HistorySearch::shared().forget();
     desktop.keychain.refusal = errSecInteractionNotAllowed;
+    const auto readsUntilRefused = desktop.keychain.reads;
     EXPECT_EQ(found("secret").size(), 0u) << "a locked keyring hides them, and nothing else";
     EXPECT_EQ(found("open").size(), 1u);
-    EXPECT_EQ(desktop.keychain.reads - readsBefore, 2) << "nor is it asked again and again";
+    EXPECT_EQ(desktop.keychain.reads - readsUntilRefused, 1) << "nor is it asked again and again";
 }
 
 TEST_F(HistorySearchTest, TellsWhatItFoundUntilTheQuestionOrTheEntriesAreOthers) {

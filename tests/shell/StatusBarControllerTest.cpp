@@ -472,8 +472,9 @@ TEST_F(FloatingPanelTest, WhereItIsLeftIsStoredAndHoldsAfterTheNextLaunch) {
                                                      {"panelRelativeX", 170.0 / (1280 - 600)},
                                                      // More than fits over the bottom edge.
                                                      {"panelRelativeY", 1}};
-    for (const auto& [key, value] : stored) EXPECT_DOUBLE_EQ(defaults.doubleForKey(key), value) << key;
-    EXPECT_TRUE(defaults.boolForKey("hasCustomPosition"));
+    for (const auto& [key, value] : stored)
+        EXPECT_DOUBLE_EQ(defaults.value<double>(key).value_or(-1), value) << key;
+    EXPECT_EQ(defaults.value<bool>("hasCustomPosition"), true);
 
     application.reset();
     launch();

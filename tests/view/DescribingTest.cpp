@@ -43,18 +43,18 @@ TEST_F(DescribingTest, ABodyThatDoesAnythingEndsAProgramWithAssertions) {
         {"a file was read",
          [&] {
              Bytes content;
-             platform.files.read("/home/user/file", 1, content);
+             platform.files->read("/home/user/file", 1, content);
          }},
         {"the keychain was asked",
          [&] {
-             platform.keychain.SecItemCopyMatching({"service", "account"});
+             platform.keychain->SecItemCopyMatching({"service", "account"});
          }},
         {"something was deciphered",
          [&] {
              auto copy = bytesOf(*blob);
              aesgcm::openInPlace(copy, SymmetricKey::random());
          }},
-        {"an icon was read", [&] { platform.fileIcons.iconForFile(URL::file("/home/user/file"), 16); }},
+        {"an icon was read", [&] { platform.fileIcons->iconForFile(URL::file("/home/user/file"), 16); }},
         {"a notification was posted", [] { NotificationCenter::defaultCenter().post("any"); }},
         {"a setting was changed", [&] { UserDefaults::standard().set("any", PropertyValue(++number)); }},
         {"a published property was changed", [&] { property.set(1); }},
@@ -84,7 +84,7 @@ TEST_F(DescribingTest, WhatIsForTheMainThreadEndsAProgramWithAssertionsOnAnother
         [&] { property.get(); },
         [&] { store.clear(); },
         [] { NotificationCenter::defaultCenter().post("any"); },
-        [] { UserDefaults::standard().boolForKey("any"); },
+        [] { UserDefaults::standard().value<bool>("any"); },
         [] { onMainAfter(1, [] {}); },
         [&] { tree.tree->pointerLeft(); },
         [] { EncryptionManager::shared().encrypt(viewOf(String("text"))); },

@@ -61,7 +61,7 @@ void FileIconCache::ask() {
     _wanted.pop_front();
     if (!_wanted.empty()) askLater();
     Reads reads(*this);
-    auto icon = platform::current().fileIcons.iconForFile(file, side);
+    auto icon = platform::current().fileIcons->iconForFile(file, side);
     if (!reads.observations.empty()) _reads = std::move(reads.observations);
     const auto key = file.path();
     if (isSame(cache.objectForKey(key).get(), icon.get())) return;

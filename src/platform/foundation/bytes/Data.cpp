@@ -43,7 +43,11 @@ void returnPages(std::span<std::uint8_t> range) {
     const auto begin = reinterpret_cast<std::uintptr_t>(range.data());
     const auto first = (begin + page - 1) / page * page;
     const auto last = (begin + range.size()) / page * page;
-    if (first < last) ::madvise(range.data() + (first - begin), last - first, MADV_DONTNEED);
+    if (first >= last) return;
+    auto* const pages = range.data() + (first - begin);
+    // The system would fill them again, to make whole huge pages of what is left round them.
+    ::madvise(pages, last - first, MADV_NOHUGEPAGE);
+    ::madvise(pages, last - first, MADV_DONTNEED);
 }
 
 Data::Data(std::shared_ptr<Bytes> whole, std::span<std::uint8_t> part)

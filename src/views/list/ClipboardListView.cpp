@@ -1,6 +1,7 @@
 #include "views/list/ClipboardListView.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -221,42 +222,50 @@ void clamp(const Binding<int>& selectedIndex, std::size_t count) {
 class ListQuestion {
 public:
     ListQuestion(Store& store, Binding<String> query, Binding<Kind> category)
-        : _store(&store), _query(std::move(query)), _category(std::move(category)) {}
+        : _parts(std::make_shared<const Parts>(Parts{&store, std::move(query), std::move(category)})) {}
 
     /// The entries that answer it now, however long ago the list was drawn.
     Snapshot displayed() const {
-        return Snapshot(HistorySearch::shared().found(*_store->items(), question()));
+        return Snapshot(HistorySearch::shared().found(*_parts->store->items(), question()));
     }
     /// As far as is known; after the end of a search, as if nothing were searched for.
     Snapshot known(const Snapshot& items) const {
         if (auto found = HistorySearch::shared().answer(question())) return Snapshot(std::move(found));
-        return _category.get() == Kind::all ? items : Snapshot(entriesOf(_category.get(), *items));
+        const auto category = _parts->category.get();
+        return category == Kind::all ? items : Snapshot(entriesOf(category, *items));
     }
     /// A search goes on among other entries. One that has ended with the panel doesn't begin again.
     void goOn() const {
         if (HistorySearch::shared().answer(question())) displayed();
     }
     void set(const String& query, Kind category) const {
-        _query.set(query);
-        _category.set(category);
+        _parts->query.set(query);
+        _parts->category.set(category);
         displayed();
     }
 
     Binding<String> query() const {
-        return {[query = _query] { return query.get(); },
-                [question = *this](const String& query) { question.set(query, question._category.get()); }};
+        return {[parts = _parts] { return parts->query.get(); },
+                [question = *this](const String& query) {
+                    question.set(query, question._parts->category.get());
+                }};
     }
     Binding<Kind> category() const {
-        return {[category = _category] { return category.get(); },
-                [question = *this](Kind category) { question.set(question._query.get(), category); }};
+        return {[parts = _parts] { return parts->category.get(); },
+                [question = *this](Kind category) { question.set(question._parts->query.get(), category); }};
     }
 
 private:
-    HistorySearch::Question question() const { return {_category.get(), _query.get()}; }
+    /// Shared by all closures of a drawing.
+    struct Parts {
+        Store* store;
+        Binding<String> query;
+        Binding<Kind> category;
+    };
 
-    Store* _store;
-    Binding<String> _query;
-    Binding<Kind> _category;
+    HistorySearch::Question question() const { return {_parts->category.get(), _parts->query.get()}; }
+
+    std::shared_ptr<const Parts> _parts;
 };
 
 /// The keys of the list, for the entries that are displayed.

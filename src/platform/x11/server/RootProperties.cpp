@@ -18,7 +18,8 @@ Observation RootProperties::observe(xcb_atom_t property, std::function<void()> o
 
 void RootProperties::changed(xcb_atom_t property) {
     if (!_observers.contains(property) || !_changed.insert(property).second) return;
-    _connection.runLoop().post(_lifetime.weakly([this, property] { catchUp(property); }));
+    // Behind the person's own affairs: whoever must know before then catches up.
+    _connection.runLoop().postBehind(_lifetime.weakly([this, property] { catchUp(property); }));
 }
 
 void RootProperties::catchUp(xcb_atom_t property) {

@@ -16,8 +16,9 @@ public:
     RootProperties(const RootProperties&) = delete;
     RootProperties& operator=(const RootProperties&) = delete;
 
-    /// Calls the observer from the loop when the property has changed, and once for all changes of one turn:
-    /// any program can change it without end, and only what it holds in the end matters.
+    /// Calls the observer when the property has changed, from the loop as soon as it has nothing else to do,
+    /// 20 milliseconds later at the latest, and once for all changes until then: any program can change it
+    /// without end, and only what it holds in the end matters.
     Observation observe(xcb_atom_t property, std::function<void()> observer);
     /// Tells at once of a change that has come from the server and is still to be told.
     void catchUp(xcb_atom_t property);

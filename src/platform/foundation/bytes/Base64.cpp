@@ -143,44 +143,102 @@ constexpr auto decodingTables = [] {
     return tables;
 }();
 
-/// Decodes sixteen characters at a time until one is of neither the alphabet nor an escaped slash. Each block
-/// stores sixteen bytes at `out`, of which twelve count.
-__attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::uint8_t*& out) {
-    const auto load = [](const auto* from) __attribute__((target("ssse3,popcnt"))) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-    };
-    const auto places = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    const auto groups = load(decodingTables.group.data());
-    const auto outside = load(decodingTables.outside.data());
-    const auto offsets = load(decodingTables.offset.data());
-    const auto half = _mm_set1_epi8(0x0F);
-    while (text.size() >= 32) {
-        auto block = load(text.data());
-        // A picture has a slash in every fourth block: each backslash is closed up.
-        std::size_t taken = 16;
-        while (const auto found = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\')))) {
-            const auto place = __builtin_ctz(static_cast<unsigned>(found));
-            const auto next = load(text.data() + (taken - 15));
-            const auto isBefore = _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(place)), places);
-            if (text[taken - 15 + static_cast<std::size_t>(place)] != '/') return;
-            block = _mm_or_si128(_mm_and_si128(isBefore, block), _mm_andnot_si128(isBefore, next));
-            ++taken;
+/// Which of eight characters stay when the backslashes among them, by bit, go.
+struct alignas(8) Closing {
+    std::array<std::uint8_t, 8> from;
+};
+constexpr auto closings = [] {
+    std::array<Closing, 256> table{};
+    for (std::size_t mask = 0; mask < 256; ++mask) {
+        std::size_t to = 0;
+        for (std::size_t place = 0; place < 8; ++place) {
+            if (!(mask >> place & 1)) table[mask].from[to++] = static_cast<std::uint8_t>(place);
         }
-        const auto upper = _mm_and_si128(_mm_srli_epi16(block, 4), half);
-        const auto strange = _mm_and_si128(_mm_shuffle_epi8(groups, upper),
-                                           _mm_shuffle_epi8(outside, _mm_and_si128(block, half)));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi8(strange, _mm_setzero_si128())) != 0xFFFF) return;
-        const auto slash = _mm_cmpeq_epi8(block, _mm_set1_epi8('/'));
-        const auto offset = _mm_add_epi8(_mm_shuffle_epi8(offsets, upper),
-                                         _mm_and_si128(slash, _mm_set1_epi8(slashCorrection)));
-        const auto sextets = _mm_add_epi8(block, offset);
-        const auto pairs = _mm_maddubs_epi16(sextets, _mm_set1_epi32(0x01400140));
-        const auto words = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
-        const auto packed =
-            _mm_shuffle_epi8(words, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
-        out += 12;
-        text = text.subspan(taken);
+    }
+    return table;
+}();
+
+/// The lower eight sextets without the backslashes among them.
+__attribute__((target("ssse3,popcnt"))) std::uint8_t* putClosedEight(__m128i sextets, unsigned backslashes,
+                                                                     std::uint8_t* out) {
+    const auto from = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(closings[backslashes].from.data()));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(sextets, from));
+    return out + 8 - __builtin_popcount(backslashes);
+}
+
+/// Some sextets of a text, one a byte.
+class Sextets {
+public:
+    /// Takes sixteen characters at a time until there is no room, or one is of neither the alphabet nor an
+    /// escaped slash. Returns the end of what was taken.
+    __attribute__((target("ssse3,popcnt"))) const std::uint8_t* take(ByteView text) {
+        const auto groups = load(decodingTables.group.data());
+        const auto outside = load(decodingTables.outside.data());
+        const auto offsets = load(decodingTables.offset.data());
+        const auto half = _mm_set1_epi8(0x0F);
+        const auto* at = text.data();
+        const auto* const last = at + std::min(text.size(), _bytes.size()) / 16 * 16;
+        _end = _bytes.data();
+        // Whether the character before the block is a backslash.
+        unsigned carried = 0;
+        for (; at != last; at += 16) {
+            const auto block = load(at);
+            const auto slash = _mm_cmpeq_epi8(block, _mm_set1_epi8('/'));
+            const auto backslashes =
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\'))));
+            const auto escaped = (backslashes << 1 | carried) & 0xFFFF;
+            const auto upper = _mm_and_si128(_mm_srli_epi16(block, 4), half);
+            const auto strange = _mm_and_si128(_mm_shuffle_epi8(groups, upper),
+                                               _mm_shuffle_epi8(outside, _mm_and_si128(block, half)));
+            const auto usual =
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(strange, _mm_setzero_si128())));
+            const auto slashes = static_cast<unsigned>(_mm_movemask_epi8(slash));
+            if ((usual | backslashes) != 0xFFFF || (escaped & ~slashes) != 0) break;
+            const auto offset = _mm_add_epi8(_mm_shuffle_epi8(offsets, upper),
+                                             _mm_and_si128(slash, _mm_set1_epi8(slashCorrection)));
+            const auto sextets = _mm_add_epi8(block, offset);
+            // Every fourth block of a picture has one: without a branch, as none could be foreseen.
+            _end = putClosedEight(sextets, backslashes & 0xFF, _end);
+            _end = putClosedEight(_mm_srli_si128(sextets, 8), backslashes >> 8, _end);
+            carried = backslashes >> 15;
+        }
+        return at - carried;
+    }
+
+    /// Decodes them by sixteen and returns how many are left. Each store writes sixteen bytes at `out`, of
+    /// which twelve count.
+    __attribute__((target("ssse3,popcnt"))) std::size_t decode(std::uint8_t*& out) const {
+        const auto* at = _bytes.data();
+        for (; _end - at >= 16; at += 16) {
+            const auto pairs = _mm_maddubs_epi16(load(at), _mm_set1_epi32(0x01400140));
+            const auto words = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
+            const auto packed = _mm_shuffle_epi8(
+                words, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
+            out += 12;
+        }
+        return static_cast<std::size_t>(_end - at);
+    }
+
+private:
+    static __m128i load(const void* from) { return _mm_loadu_si128(static_cast<const __m128i*>(from)); }
+
+    std::array<std::uint8_t, 2048> _bytes;
+    std::uint8_t* _end = _bytes.data();
+};
+
+/// Decodes sixteen characters at a time until one is of neither the alphabet nor an escaped slash.
+__attribute__((target("ssse3,popcnt"))) void decodeBlocks(ByteView& text, std::uint8_t*& out) {
+    Sextets sextets;
+    while (true) {
+        const auto* end = sextets.take(text);
+        for (auto left = sextets.decode(out); left > 0; --left) {
+            // Of the escaped slash both characters.
+            --end;
+            if (end != text.data() && end[-1] == '\\') --end;
+        }
+        if (end == text.data()) return;
+        text = text.subspan(static_cast<std::size_t>(end - text.data()));
     }
 }
 

@@ -76,6 +76,8 @@ def milliseconds_to_ready(desktop, bus):
             owned.quit()
     watch = bus.signal_subscribe("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
                                  "/org/freedesktop/DBus", BUS_NAME, Gio.DBusSignalFlags.NONE, on_owner)
+    # Else the bus may learn of it behind the program's start.
+    bus.flush_sync(None)
     begin = time.monotonic()
     process = desktop.start(binary())
     late = GLib.timeout_add_seconds(10, owned.quit)

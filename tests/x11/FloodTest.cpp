@@ -59,12 +59,11 @@ TEST_F(FloodTest, OfWhatHasChangedAgainOnlyTheLastIsRead) {
     peer->copyText("copied");
     ASSERT_EQ(nextText(), "copied");
     EXPECT_EQ(copiedIn, 1);
+    const auto rest = [&] { wait([] { return false; }, 0.05); };
     peer->setRootWindow("_NET_ACTIVE_WINDOW", last);
-    settle();
-    settle();
+    rest();
     peer->setRootWindow("_NET_ACTIVE_WINDOW", peer->makeWindow({}, static_cast<std::uint32_t>(getpid())));
-    settle();
-    settle();
+    rest();
     EXPECT_EQ(front(), 2);
 
     x11::SettingsReader settings(*connection, 0);

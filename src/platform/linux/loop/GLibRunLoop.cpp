@@ -215,7 +215,15 @@ private:
     gpointer _tag = nullptr;
 };
 
+/// Passed by what goes to the pool's threads, on both sides: the sanitizer of threads doesn't see the locks
+/// that GLib makes by itself.
+void passGate() {
+    static std::mutex gate;
+    const std::lock_guard passing(gate);
+}
+
 void runPooled(gpointer data, gpointer) {
+    passGate();
     const std::unique_ptr<Work> work(static_cast<Work*>(data));
     (*work)();
 }
@@ -282,7 +290,9 @@ std::unique_ptr<NSTimer> GLibRunLoop::oneShotTimer(double seconds, Work work) {
 }
 
 void GLibRunLoop::background(Work work) {
-    g_thread_pool_push(_state->pool.get(), std::make_unique<Work>(std::move(work)).release(), nullptr);
+    auto* const handedOver = std::make_unique<Work>(std::move(work)).release();
+    passGate();
+    g_thread_pool_push(_state->pool.get(), handedOver, nullptr);
 }
 
 std::unique_ptr<SerialQueue> GLibRunLoop::serialQueue(const std::string& label) {

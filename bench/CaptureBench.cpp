@@ -57,44 +57,44 @@ class Bench {
 public:
     Bench() {
         std::string error;
-        _connection = x11::Connection::open(_runLoop, error);
-        if (!_connection) {
+        connection = x11::Connection::open(runLoop, error);
+        if (!connection) {
             std::fprintf(stderr, "%s\n", error.c_str());
             std::exit(1);
         }
-        _pasteboard = std::make_unique<x11::Pasteboard>(*_connection);
-        auto platform = _desktop.platform();
-        platform.runLoop = &_runLoop;
-        platform.pasteboard = _pasteboard.get();
-        platform.images = &_images;
-        _scope = std::make_unique<platform::Scope>(std::move(platform));
-        _store = std::make_unique<Store>();
-        _watcher = std::make_unique<PasteboardWatcher>(*_store);
-        _watcher->start();
-        _peer = std::make_unique<Peer>(_runLoop);
+        pasteboard = std::make_unique<x11::Pasteboard>(*connection);
+        auto platform = desktop.platform();
+        platform.runLoop = &runLoop;
+        platform.pasteboard = pasteboard.get();
+        platform.images = &images;
+        scope = std::make_unique<platform::Scope>(std::move(platform));
+        store = std::make_unique<Store>();
+        watcher = std::make_unique<PasteboardWatcher>(*store);
+        watcher->start();
+        peer = std::make_unique<Peer>(runLoop);
         // What the pasteboard has asked the server for is done before the first copy.
-        _runLoop.post([this] { _runLoop.stop(); });
-        _runLoop.run();
-        _peer->synchronize();
-        _arrivals = _store->observeItems([this] { ++_arrived; });
+        runLoop.post([this] { runLoop.stop(); });
+        runLoop.run();
+        peer->synchronize();
+        arrivals = store->observeItems([this] { ++arrived; });
     }
 
     void fill() {
-        _isFull = true;
-        _store->replaceAll(bench::historyOf(20, std::size_t{1} << 20));
+        isFull = true;
+        store->replaceAll(bench::historyOf(20, std::size_t{1} << 20));
     }
 
     void time(const char* what, double budget, const std::function<std::vector<Peer::Answer>()>& content) {
         std::vector<double> times;
         for (int round = 0; round < 15; ++round) {
             const auto answers = content();
-            if (!_isFull) _store->clear();
-            const auto before = _arrived;
+            if (!isFull) store->clear();
+            const auto before = arrived;
             const auto begin = Clock::now();
-            _peer->copy(answers);
+            peer->copy(answers);
             double arrival = 0;
-            const auto first = _store->observeItems([&] { arrival = millisecondsSince(begin); });
-            if (!tests::waitUntil(_runLoop, [&] { return _arrived > before; }))
+            const auto first = store->observeItems([&] { arrival = millisecondsSince(begin); });
+            if (!tests::waitUntil(runLoop, [&] { return arrived > before; }))
                 return std::printf("  %-44s never arrived\n", what), void();
             times.push_back(arrival);
         }
@@ -102,38 +102,38 @@ public:
     }
 
     void burst(int count) {
-        const auto before = _arrived;
+        const auto before = arrived;
         const auto begin = Clock::now();
         for (int number = 0; number < count; ++number) {
-            const auto arrived = _arrived;
-            _peer->copyText("burst " + std::to_string(number));
-            tests::waitUntil(_runLoop, [&] { return _arrived > arrived; });
+            const auto seen = arrived;
+            peer->copyText("burst " + std::to_string(number));
+            tests::waitUntil(runLoop, [&] { return arrived > seen; });
         }
-        const auto& items = _store->items().get();
+        const auto& items = store->items().get();
         bool isInOrder = items.size() == Store::limit;
         for (std::size_t at = 0; isInOrder && at < items.size(); ++at) {
             isInOrder =
                 items[at]._text == String("burst " + std::to_string(count - 1 - static_cast<int>(at)));
         }
-        std::printf("  burst of %d: %d polled, the last %zu kept%s, %.2f ms each\n", count, _arrived - before,
+        std::printf("  burst of %d: %d polled, the last %zu kept%s, %.2f ms each\n", count, arrived - before,
                     items.size(), isInOrder ? " in order" : " OUT OF ORDER",
                     millisecondsSince(begin) / count);
     }
 
 private:
-    tests::PrivateDisplay _display;
-    linux_desktop::GLibRunLoop _runLoop;
-    headless::Desktop _desktop;
-    linux_desktop::PixbufImages _images;
-    std::unique_ptr<x11::Connection> _connection;
-    std::unique_ptr<x11::Pasteboard> _pasteboard;
-    std::unique_ptr<platform::Scope> _scope;
-    std::unique_ptr<Store> _store;
-    std::unique_ptr<PasteboardWatcher> _watcher;
-    std::unique_ptr<Peer> _peer;
-    Observation _arrivals;
-    int _arrived = 0;
-    bool _isFull = false;
+    tests::PrivateDisplay display;
+    linux_desktop::GLibRunLoop runLoop;
+    headless::Desktop desktop;
+    linux_desktop::PixbufImages images;
+    std::unique_ptr<x11::Connection> connection;
+    std::unique_ptr<x11::Pasteboard> pasteboard;
+    std::unique_ptr<platform::Scope> scope;
+    std::unique_ptr<Store> store;
+    std::unique_ptr<PasteboardWatcher> watcher;
+    std::unique_ptr<Peer> peer;
+    Observation arrivals;
+    int arrived = 0;
+    bool isFull = false;
 };
 
 }  // namespace

@@ -118,19 +118,19 @@ struct Series {
 class Stage {
 public:
     Stage(headless::Desktop& desktop, Renderer& renderer, Store& store)
-        : _desktop(desktop),
-          _window(desktop.windows.makeWindow(
+        : desktop(desktop),
+          window(desktop.windows.makeWindow(
               {.kind = NSWindow::Kind::panel, .frame = {{}, panelSize}, .title = {}})),
-          _view(*_window, bench::listOf(store), renderer) {}
+          view(*window, bench::listOf(store), renderer) {}
 
-    ViewTree& tree() { return _view.tree(); }
-    void open() { _view.orderFront(); }
+    ViewTree& tree() { return view.tree(); }
+    void open() { view.orderFront(); }
     /// Lets pictures come and animations end.
-    void settle() { _desktop.runLoop.advance(2); }
+    void settle() { desktop.runLoop.advance(2); }
     /// Does something and draws what has changed.
     void step(const std::function<void()>& work) {
         work();
-        _view.drawNow();
+        view.drawNow();
     }
     Series steps(int rounds, const std::function<void(int)>& work) {
         Series series;
@@ -142,9 +142,9 @@ public:
     }
 
 private:
-    headless::Desktop& _desktop;
-    std::unique_ptr<NSWindow> _window;
-    HostingView _view;
+    headless::Desktop& desktop;
+    std::unique_ptr<NSWindow> window;
+    HostingView view;
 };
 
 constexpr Point overCards{260, 400};

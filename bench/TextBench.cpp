@@ -111,8 +111,8 @@ void measure(const std::string& what, const std::vector<Family>& families, const
 class Panel {
 public:
     explicit Panel(headless::Desktop& desktop, const Family& family)
-        : _desktop(desktop),
-          _window(desktop.windows.makeWindow(
+        : desktop(desktop),
+          window(desktop.windows.makeWindow(
               {.kind = NSWindow::Kind::panel, .frame = {{}, {520, 620}}, .title = {}})) {
         std::vector<ClipboardItem> items;
         const String text(family.text);
@@ -121,35 +121,35 @@ public:
             item._text = text;
             items.push_back(std::move(item));
         }
-        _store.replaceAll(std::move(items));
-        _view.emplace(*_window, bench::listOf(_store), _renderer);
+        store.replaceAll(std::move(items));
+        view.emplace(*window, bench::listOf(store), renderer);
     }
 
-    void open() { _view->orderFront(); }
-    void settle() { _desktop.runLoop.advance(2); }
-    void focusSearch() { _view->tree().focusNext(); }
+    void open() { view->orderFront(); }
+    void settle() { desktop.runLoop.advance(2); }
+    void focusSearch() { view->tree().focusNext(); }
     void type(const std::string& sign) {
-        _view->tree().keyPressed({.text = sign});
-        _view->drawNow();
+        view->tree().keyPressed({.text = sign});
+        view->drawNow();
     }
     void expandFirst() {
         constexpr Point firstCard{200, 160};
-        _view->tree().pointerMoved(firstCard);
-        _view->tree().pointerPressed({.at = firstCard});
-        _view->tree().pointerReleased(firstCard, PointerButton::primary);
-        _view->drawNow();
+        view->tree().pointerMoved(firstCard);
+        view->tree().pointerPressed({.at = firstCard});
+        view->tree().pointerReleased(firstCard, PointerButton::primary);
+        view->drawNow();
     }
     void scroll() {
-        _view->tree().scrolled({200, 400}, 53);
-        _view->drawNow();
+        view->tree().scrolled({200, 400}, 53);
+        view->drawNow();
     }
 
 private:
-    headless::Desktop& _desktop;
-    Store _store;
-    Renderer _renderer;
-    std::unique_ptr<NSWindow> _window;
-    std::optional<HostingView> _view;
+    headless::Desktop& desktop;
+    Store store;
+    Renderer renderer;
+    std::unique_ptr<NSWindow> window;
+    std::optional<HostingView> view;
 };
 
 void measurePanel(headless::Desktop& desktop, const std::vector<Family>& all) {

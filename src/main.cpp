@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    SharedInstances::Scope _instances;
+    SharedInstances::Scope instances;
 };
 
 /// Tells the user what can't be pasted, and why.

@@ -22,9 +22,9 @@ public:
 private:
     explicit HotKey(std::function<void()> handler);
 
-    std::optional<Observation> _hotKeyRef;
-    EventHandlerRef _eventHandlerRef;
-    std::function<void()> _handler;
+    std::optional<Observation> hotKeyRef;
+    EventHandlerRef eventHandlerRef;
+    std::function<void()> handler;
 };
 
 /// Holds the one hotkey that the program has at a time. Main thread only.
@@ -37,7 +37,7 @@ public:
     bool hasHotKey() const;
 
 private:
-    std::unique_ptr<HotKey> _hotKey;
+    std::unique_ptr<HotKey> hotKey;
 };
 
 }  // namespace vellumix

@@ -6,11 +6,11 @@
 
 namespace vellumix {
 
-HotkeyCoordinator::HotkeyCoordinator(std::function<void()> onToggle) : _onToggle(std::move(onToggle)) {}
+HotkeyCoordinator::HotkeyCoordinator(std::function<void()> onToggle) : onToggle(std::move(onToggle)) {}
 
 bool HotkeyCoordinator::updateHotkey(const Shortcut& shortcut) {
-    return _manager.registerHotKey(
-        shortcut, _lifetime.weakly([this] { onMain(_lifetime.weakly([this] { _onToggle(); })); }));
+    return manager.registerHotKey(
+        shortcut, lifetime.weakly([this] { onMain(lifetime.weakly([this] { onToggle(); })); }));
 }
 
 }  // namespace vellumix

@@ -19,12 +19,12 @@ public:
     /// False when the desktop refuses it; then no hotkey is left.
     bool updateHotkey(const Shortcut& shortcut);
     /// False when the desktop refuses it, or another program has it at present.
-    bool hasHotkey() const { return _manager.hasHotKey(); }
+    bool hasHotkey() const { return manager.hasHotKey(); }
 
 private:
-    GlobalHotkeyManager _manager;
-    const std::function<void()> _onToggle;
-    Lifetime _lifetime;
+    GlobalHotkeyManager manager;
+    const std::function<void()> onToggle;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

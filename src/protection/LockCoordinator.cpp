@@ -7,45 +7,46 @@ namespace vellumix {
 using Result = AuthenticationManager::Result;
 
 LockCoordinator::LockCoordinator(Store& store, AuthenticationManager& authManager)
-    : _store(store), _authManager(authManager) {}
+    : store(store), authManager(authManager) {}
 
 void LockCoordinator::requestAccess(const ClipboardItem& item, const std::string& reason,
                                     AuthenticationManager::Completion completion) {
-    const auto current = _store.item(item.id);
+    const auto current = store.item(item.id);
     if (!current) return completion({Result::Status::failed, std::nullopt});
     if (!current->locked) return completion({Result::Status::success, std::nullopt});
-    _authManager.authenticate(
-        reason, _lifetime.weakly(
-                    [this, item, breaks = _breaks, completion = std::move(completion)](const Result& result) {
-                        // The owner's answer may have been under way already.
-                        if (breaks != _breaks) return completion({Result::Status::cancelled, result.error});
-                        if (result.status == Result::Status::success) {
-                            _store.setLocked(item, false);
-                            temporarilyUnlocked.insert(item.id);
-                            restartTimer();
-                        }
-                        completion(result);
-                    }));
+    authManager.authenticate(reason,
+                             lifetime.weakly([this, item, breaks = this->breaks,
+                                              completion = std::move(completion)](const Result& result) {
+                                 // The owner's answer may have been under way already.
+                                 if (breaks != this->breaks)
+                                     return completion({Result::Status::cancelled, result.error});
+                                 if (result.status == Result::Status::success) {
+                                     store.setLocked(item, false);
+                                     temporarilyUnlocked.insert(item.id);
+                                     restartTimer();
+                                 }
+                                 completion(result);
+                             }));
 }
 
 void LockCoordinator::breakOff() {
-    ++_breaks;
-    _authManager.breakOff();
+    ++breaks;
+    authManager.breakOff();
 }
 
 void LockCoordinator::restartTimer() {
-    if (_autoLockTimer) _autoLockTimer->invalidate();
-    _autoLockTimer = RunLoop::main().oneShotTimer(
-        autoLockInterval, _lifetime.weakly([this] { onMain(_lifetime.weakly([this] { relockAll(); })); }));
+    if (autoLockTimer) autoLockTimer->invalidate();
+    autoLockTimer = RunLoop::main().oneShotTimer(
+        autoLockInterval, lifetime.weakly([this] { onMain(lifetime.weakly([this] { relockAll(); })); }));
 }
 
 void LockCoordinator::relockAll() {
     for (const auto& id : std::exchange(temporarilyUnlocked, {})) {
-        const auto current = _store.item(id);
-        if (current && !current->locked) _store.setLocked(*current, true);
+        const auto current = store.item(id);
+        if (current && !current->locked) store.setLocked(*current, true);
     }
-    if (_autoLockTimer) _autoLockTimer->invalidate();
-    _autoLockTimer.reset();
+    if (autoLockTimer) autoLockTimer->invalidate();
+    autoLockTimer.reset();
 }
 
 }  // namespace vellumix

@@ -36,17 +36,17 @@ public:
     /// Entries to lock again: some may have been deleted or locked meanwhile. Removing one makes its unlock
     /// last.
     std::set<UUID> temporarilyUnlocked;
-    bool hasPendingAutoLock() const { return _autoLockTimer != nullptr; }
+    bool hasPendingAutoLock() const { return autoLockTimer != nullptr; }
 
 private:
     void restartTimer();
 
-    Store& _store;
-    AuthenticationManager& _authManager;
-    std::unique_ptr<NSTimer> _autoLockTimer;
+    Store& store;
+    AuthenticationManager& authManager;
+    std::unique_ptr<NSTimer> autoLockTimer;
     /// How often requests were broken off.
-    int _breaks = 0;
-    Lifetime _lifetime;
+    int breaks = 0;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -49,27 +49,27 @@ AppDelegate::AppDelegate()
       popoverSize(popoverSizeSetting.get()) {}
 
 AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
-    if (!_autoCleanScheduler) {
-        _autoCleanScheduler = std::make_unique<AutoCleanScheduler>(
-            _store, [this] { return autoCleanSettings.get(); },
-            _lifetime.weakly(
+    if (!autoCleanScheduler_) {
+        autoCleanScheduler_ = std::make_unique<AutoCleanScheduler>(
+            store_, [this] { return autoCleanSettings.get(); },
+            lifetime.weakly(
                 [this](AutoCleanSettings settings) { setAutoCleanSettings(std::move(settings)); }));
     }
-    return *_autoCleanScheduler;
+    return *autoCleanScheduler_;
 }
 
 LockCoordinator& AppDelegate::lockCoordinator() {
-    if (!_lockCoordinator) {
-        _lockCoordinator = std::make_unique<LockCoordinator>(_store, _authenticationManager);
+    if (!lockCoordinator_) {
+        lockCoordinator_ = std::make_unique<LockCoordinator>(store_, authenticationManager_);
     }
-    return *_lockCoordinator;
+    return *lockCoordinator_;
 }
 
 HotkeyCoordinator& AppDelegate::hotkeyCoordinator() {
-    if (!_hotkeyCoordinator) {
-        _hotkeyCoordinator = std::make_unique<HotkeyCoordinator>(_lifetime.weakly([this] { togglePanel(); }));
+    if (!hotkeyCoordinator_) {
+        hotkeyCoordinator_ = std::make_unique<HotkeyCoordinator>(lifetime.weakly([this] { togglePanel(); }));
     }
-    return *_hotkeyCoordinator;
+    return *hotkeyCoordinator_;
 }
 
 void AppDelegate::setAutoCleanSettings(AutoCleanSettings settings) {
@@ -83,11 +83,11 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
     }
     if (process.environment("XCTestConfigurationFilePath")) return;
 
-    _warnings = std::make_unique<Warnings>(_store);
-    _watcher = std::make_unique<PasteboardWatcher>(_store);
-    _watcher->start();
-    _statusBar = std::make_unique<StatusBarController>(_store, *this);
-    _statusBar->currentSize = popoverSize.get();
+    warnings = std::make_unique<Warnings>(store_);
+    watcher_ = std::make_unique<PasteboardWatcher>(store_);
+    watcher_->start();
+    statusBar_ = std::make_unique<StatusBarController>(store_, *this);
+    statusBar_->currentSize = popoverSize.get();
     if (!hotkeyCoordinator().updateHotkey(shortcut.get())) {
         Log("AppDelegate").error("Failed to register global hotkey on launch");
     }
@@ -101,7 +101,7 @@ void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
 
 void AppDelegate::pasteAndClose(const ClipboardItem& item) {
     const auto target = previousApp ? previousApp : platform::current().workspace->frontmostApplication();
-    if (_statusBar) _statusBar->hideImmediately();
+    if (statusBar_) statusBar_->hideImmediately();
     previousApp.reset();
     onMainAfter(deliverySeconds, [item, target] { deliverPaste(item, target); });
 }
@@ -117,27 +117,27 @@ bool AppDelegate::updateGlobalShortcut(const Shortcut& wanted) {
     return true;
 }
 
-void AppDelegate::togglePanel() { _statusBar && _statusBar->isPanelOpen() ? hidePanel() : showPanel(); }
+void AppDelegate::togglePanel() { statusBar_ && statusBar_->isPanelOpen() ? hidePanel() : showPanel(); }
 
 void AppDelegate::showPanel() {
-    if (!_statusBar || _statusBar->isPanelOpen()) return;
+    if (!statusBar_ || statusBar_->isPanelOpen()) return;
     previousApp = platform::current().workspace->frontmostApplication();
-    _statusBar->show();
+    statusBar_->show();
     if (!previousApp) return;
     onMainAfter(reactivationSeconds,
                 [application = *previousApp] { platform::current().workspace->activate(application); });
 }
 
 void AppDelegate::hidePanel() {
-    if (_statusBar) _statusBar->hide();
+    if (statusBar_) statusBar_->hide();
 }
 
 void AppDelegate::terminate() { RunLoop::main().stop(); }
 
 void AppDelegate::applicationWillTerminate() {
-    if (_watcher) _watcher->stop();
+    if (watcher_) watcher_->stop();
     autoCleanScheduler().invalidateTimer();
-    _store.saveNow();
+    store_.saveNow();
     UserDefaults::standard().synchronize();
 }
 

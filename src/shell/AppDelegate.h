@@ -29,10 +29,10 @@ namespace vellumix {
 /// terminating.
 class AppDelegate {
     // First, as the history is loaded before the settings are read.
-    Store _store;
-    ThemeManager& _themeManager = ThemeManager::shared();
-    LanguageManager& _languageManager = LanguageManager::shared();
-    AuthenticationManager _authenticationManager;
+    Store store_;
+    ThemeManager& themeManager_ = ThemeManager::shared();
+    LanguageManager& languageManager_ = LanguageManager::shared();
+    AuthenticationManager authenticationManager_;
 
 public:
     /// How the process was started.
@@ -52,19 +52,19 @@ public:
     /// Ends the main run loop, after the closures that are running.
     void terminate();
 
-    Store& store() { return _store; }
-    ThemeManager& themeManager() { return _themeManager; }
-    LanguageManager& languageManager() { return _languageManager; }
-    AuthenticationManager& authenticationManager() { return _authenticationManager; }
+    Store& store() { return store_; }
+    ThemeManager& themeManager() { return themeManager_; }
+    LanguageManager& languageManager() { return languageManager_; }
+    AuthenticationManager& authenticationManager() { return authenticationManager_; }
     /// Absent until launch.
-    PasteboardWatcher* watcher() { return _watcher.get(); }
+    PasteboardWatcher* watcher() { return watcher_.get(); }
     /// Absent until launch.
-    StatusBarController* statusBar() { return _statusBar.get(); }
+    StatusBarController* statusBar() { return statusBar_.get(); }
     AutoCleanScheduler& autoCleanScheduler();
 
     /// Makes the root view of the panel when the panel is built. Empty without a maker.
-    void setRootView(std::function<view::View()> maker) { _makeRootView = std::move(maker); }
-    view::View rootView() const { return _makeRootView ? _makeRootView() : view::View(); }
+    void setRootView(std::function<view::View()> maker) { makeRootView = std::move(maker); }
+    view::View rootView() const { return makeRootView ? makeRootView() : view::View(); }
 
     /// Made at its first use.
     LockCoordinator& lockCoordinator();
@@ -97,14 +97,14 @@ public:
 private:
     void setAutoCleanSettings(AutoCleanSettings settings);
 
-    std::function<view::View()> _makeRootView;
-    std::unique_ptr<PasteboardWatcher> _watcher;
-    std::unique_ptr<StatusBarController> _statusBar;
-    std::unique_ptr<Warnings> _warnings;
-    std::unique_ptr<AutoCleanScheduler> _autoCleanScheduler;
-    std::unique_ptr<LockCoordinator> _lockCoordinator;
-    std::unique_ptr<HotkeyCoordinator> _hotkeyCoordinator;
-    Lifetime _lifetime;
+    std::function<view::View()> makeRootView;
+    std::unique_ptr<PasteboardWatcher> watcher_;
+    std::unique_ptr<StatusBarController> statusBar_;
+    std::unique_ptr<Warnings> warnings;
+    std::unique_ptr<AutoCleanScheduler> autoCleanScheduler_;
+    std::unique_ptr<LockCoordinator> lockCoordinator_;
+    std::unique_ptr<HotkeyCoordinator> hotkeyCoordinator_;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -33,7 +33,7 @@ ExitStatus Commands::perform(const CommandLine& line) const {
             std::fputs(CommandLine::help().c_str(), stdout);
             break;
         case Command::version:
-            std::puts(_options.version.c_str());
+            std::puts(options.version.c_str());
             break;
         case Command::status:
             return printStatus(line.json);
@@ -56,7 +56,7 @@ ExitStatus Commands::handOver(const CommandLine& line) const {
         say(localized("command.cannotReset"));
         return ExitStatus::impossible;
     }
-    if (_options.find()->ask(RunningInstance::PanelRequest::show)) {
+    if (options.find()->ask(RunningInstance::PanelRequest::show)) {
         say(localized("command.panelIsOpen"));
         return ExitStatus::done;
     }
@@ -65,7 +65,7 @@ ExitStatus Commands::handOver(const CommandLine& line) const {
 }
 
 ExitStatus Commands::printStatus(bool asJson) const {
-    const auto instance = _options.find();
+    const auto instance = options.find();
     if (!isPresent(*instance)) return ExitStatus::nothingRunning;
     const auto json = instance->status();
     if (!json) {
@@ -77,7 +77,7 @@ ExitStatus Commands::printStatus(bool asJson) const {
 }
 
 ExitStatus Commands::askForPanel(RunningInstance::PanelRequest request) const {
-    const auto instance = _options.find();
+    const auto instance = options.find();
     if (instance->presence() == RunningInstance::Presence::running) {
         if (instance->ask(request)) return ExitStatus::done;
         say(localized("command.noAnswer"));
@@ -87,13 +87,13 @@ ExitStatus Commands::askForPanel(RunningInstance::PanelRequest request) const {
         isPresent(*instance);
         return ExitStatus::nothingRunning;
     }
-    if (_options.start({"--show"})) return ExitStatus::done;
+    if (options.start({"--show"})) return ExitStatus::done;
     say(localized("command.cannotStart"));
     return ExitStatus::impossible;
 }
 
 ExitStatus Commands::quit() const {
-    const auto instance = _options.find();
+    const auto instance = options.find();
     if (!isPresent(*instance)) return ExitStatus::nothingRunning;
     if (instance->quit()) return ExitStatus::done;
     say(localized("command.stillRunning"));

@@ -28,7 +28,7 @@ public:
         /// As `--version` prints it.
         std::string version;
     };
-    explicit Commands(Options options) : _options(std::move(options)) {}
+    explicit Commands(Options options) : options(std::move(options)) {}
 
     /// Any command but `run`.
     ExitStatus perform(const CommandLine& line) const;
@@ -40,7 +40,7 @@ private:
     ExitStatus askForPanel(RunningInstance::PanelRequest request) const;
     ExitStatus quit() const;
 
-    Options _options;
+    Options options;
 };
 
 }  // namespace vellumix

@@ -84,20 +84,20 @@ bool spansMonitors(const Rect& rect) {
 }  // namespace
 
 StatusBarController::StatusBarController(Store& store, AppDelegate& application)
-    : _store(store), _application(application), _statusItem(platform::current().statusBar->makeStatusItem()) {
+    : store(store), application(application), statusItem(platform::current().statusBar->makeStatusItem()) {
     restoreFromDefaults();
     showTexts();
-    _statusItem->setAction(_lifetime.weakly([this] { toggleFromStatusItem(); }));
-    _languageChange = application.languageManager().currentLanguage.observe([this] { showTexts(); });
+    statusItem->setAction(lifetime.weakly([this] { toggleFromStatusItem(); }));
+    languageChange = application.languageManager().currentLanguage.observe([this] { showTexts(); });
 
     // A later turn of the loop, so that whoever caused it is done with it.
-    const auto hideLater = [this] { onMain(_lifetime.weakly([this] { hide(); })); };
+    const auto hideLater = [this] { onMain(lifetime.weakly([this] { hide(); })); };
     auto& windows = *platform::current().windows;
-    _workspaceObserver = windows.observeActiveSpace(hideLater);
-    _screenParamObserver = windows.observeScreenParameters(hideLater);
+    workspaceObserver = windows.observeActiveSpace(hideLater);
+    screenParamObserver = windows.observeScreenParameters(hideLater);
     // At once: while the panel has the keyboard, the screen can't be locked.
-    _sessionObserver =
-        windows.observeSessionResign([this] { onMain(_lifetime.weakly([this] { hideImmediately(); })); });
+    sessionObserver =
+        windows.observeSessionResign([this] { onMain(lifetime.weakly([this] { hideImmediately(); })); });
 }
 
 void StatusBarController::restoreFromDefaults() {
@@ -110,45 +110,45 @@ void StatusBarController::restoreFromDefaults() {
     }
     if (!hasCustomPositionSetting.get()) return;
     const Point place{relativeXSetting.get(), relativeYSetting.get()};
-    if (isFraction(place.x) && isFraction(place.y)) _relativePosition = place;
+    if (isFraction(place.x) && isFraction(place.y)) relativePosition = place;
     const auto x = spanningXSetting.get();
     const auto y = spanningYSetting.get();
-    if (x && y) _spanningPosition = Point{*x, *y};
+    if (x && y) spanningPosition = Point{*x, *y};
 }
 
 void StatusBarController::showTexts() {
-    _statusItem->setImage("scissors", localized("app.name"));
-    _statusItem->setMenu(menu());
+    statusItem->setImage("scissors", localized("app.name"));
+    statusItem->setMenu(menu());
 }
 
 std::vector<StatusMenuEntry> StatusBarController::menu() {
     return {
-        {.title = localized("status.open"), .action = _lifetime.weakly([this] { show(); })},
-        {.title = localized("settings"), .action = _lifetime.weakly([this] {
+        {.title = localized("status.open"), .action = lifetime.weakly([this] { show(); })},
+        {.title = localized("settings"), .action = lifetime.weakly([this] {
              show();
              NotificationCenter::defaultCenter().post(settingsRequested);
          })},
         StatusMenuEntry::separator(),
-        {.title = localized("quit"), .action = _lifetime.weakly([this] { _application.terminate(); })},
+        {.title = localized("quit"), .action = lifetime.weakly([this] { application.terminate(); })},
     };
 }
 
 void StatusBarController::toggleFromStatusItem() {
-    const bool hasHidden = _hidingPress && _hidingPress->isUnderWay();
-    _hidingPress.reset();
+    const bool hasHidden = hidingPress && hidingPress->isUnderWay();
+    hidingPress.reset();
     if (isPanelOpen()) return hide();
     // The click's press was one beside the panel, and has done what the click is to do.
     if (!hasHidden) show();
 }
 
 void StatusBarController::show() {
-    if (!_floatingPanel) buildPanel();
-    _hidingPress.reset();
-    _isHiding = false;
+    if (!floatingPanel_) buildPanel();
+    hidingPress.reset();
+    isHiding = false;
     positionPanel();
     if (!isPanelVisible()) NotificationCenter::defaultCenter().post(panelOpens);
     readTimestampsAnew();
-    auto& panel = *_floatingPanel;
+    auto& panel = *floatingPanel_;
     panel.window().setAlphaValue(0);
     panel.hostingView().orderFront();
     panel.window().makeKeyWindow();
@@ -163,73 +163,73 @@ void StatusBarController::positionPanel() {
     const auto screen = mainOrFirstScreen();
     if (!screen) return;
     const auto& visible = screen->visibleFrame;
-    if (_spanningPosition) {
+    if (spanningPosition) {
         // Fractions of one screen can't say this place. It holds as long as the monitors stand as they did.
-        const Rect spanning{*_spanningPosition, currentSize};
+        const Rect spanning{*spanningPosition, currentSize};
         if (!spanning.intersection(visible).isEmpty() && spansMonitors(spanning)) {
-            _currentPosition = _spanningPosition;
-            _cutOff = {};
-            return _floatingPanel->window().setFrame(spanning);
+            currentPosition = spanningPosition;
+            cutOff = {};
+            return floatingPanel_->window().setFrame(spanning);
         }
     }
     // A larger panel would have its header, or its end, where nobody sees it.
     const Size size{std::min(currentSize.width, visible.size.width),
                     std::min(currentSize.height, visible.size.height)};
-    _cutOff = {currentSize.width - size.width, currentSize.height - size.height};
+    cutOff = {currentSize.width - size.width, currentSize.height - size.height};
     Point origin{visible.centre().x - size.width * 0.5, visible.centre().y - size.height * 0.5};
-    if (_relativePosition) {
-        origin = {visible.minX() + _relativePosition->x * (visible.size.width - size.width),
-                  visible.minY() + _relativePosition->y * (visible.size.height - size.height)};
-        _currentPosition = origin;
+    if (relativePosition) {
+        origin = {visible.minX() + relativePosition->x * (visible.size.width - size.width),
+                  visible.minY() + relativePosition->y * (visible.size.height - size.height)};
+        currentPosition = origin;
     }
-    _floatingPanel->window().setFrame({origin, size});
+    floatingPanel_->window().setFrame({origin, size});
 }
 
 void StatusBarController::hide() {
     if (!isPanelOpen()) return;
-    _isHiding = true;
+    isHiding = true;
     panelGoes();
-    _floatingPanel->hostingView().animateAlpha(0, view::Curve::easeIn(hideSeconds), _lifetime.weakly([this] {
-        _floatingPanel->hostingView().orderOut();
-        onMain(_lifetime.weakly([this] { panelHasGone(); }));
+    floatingPanel_->hostingView().animateAlpha(0, view::Curve::easeIn(hideSeconds), lifetime.weakly([this] {
+        floatingPanel_->hostingView().orderOut();
+        onMain(lifetime.weakly([this] { panelHasGone(); }));
     }));
 }
 
 void StatusBarController::hideImmediately() {
     if (!isPanelVisible()) return;
     panelGoes();
-    _floatingPanel->hostingView().orderOut();
+    floatingPanel_->hostingView().orderOut();
     panelHasGone();
 }
 
 void StatusBarController::panelGoes() {
-    _floatingPanel->removeClickMonitor();
+    floatingPanel_->removeClickMonitor();
     // What is seen of it from now on is a picture: keys and presses are for the window behind it.
-    _floatingPanel->hostingView().withdraw();
-    _application.lockCoordinator().breakOff();
+    floatingPanel_->hostingView().withdraw();
+    application.lockCoordinator().breakOff();
 }
 
 void StatusBarController::panelHasGone() {
-    _application.lockCoordinator().relockAll();
+    application.lockCoordinator().relockAll();
     HistorySearch::shared().forget();
 }
 
 void StatusBarController::buildPanel() {
-    const auto root = _application.rootView()
-                          .environment(&_store)
-                          .environment(&_application)
-                          .environment(&_application.themeManager())
-                          .environment(&_application.languageManager());
-    _floatingPanel = std::make_unique<FloatingPanel>(currentSize, root);
-    _floatingPanel->onClickOutside = _lifetime.weakly([this] {
+    const auto root = application.rootView()
+                          .environment(&store)
+                          .environment(&application)
+                          .environment(&application.themeManager())
+                          .environment(&application.languageManager());
+    floatingPanel_ = std::make_unique<FloatingPanel>(currentSize, root);
+    floatingPanel_->onClickOutside = lifetime.weakly([this] {
         hide();
-        _hidingPress.emplace();
+        hidingPress.emplace();
     });
 
-    auto& hosting = _floatingPanel->hostingView();
+    auto& hosting = floatingPanel_->hostingView();
     hosting.onUnhandledKey([this](const KeyEvent& event) {
         if (event.modifiers == KeyModifiers{.hasControl = true} && event.character == "q") {
-            _application.terminate();
+            application.terminate();
             return true;
         }
         // What every user of a pop-up expects.
@@ -237,46 +237,46 @@ void StatusBarController::buildPanel() {
         hide();
         return true;
     });
-    _panelObserverTokens.clear();
+    panelObserverTokens.clear();
     const auto later = [this](Work work) {
-        return [this, work = std::move(work)] { onMain(_lifetime.weakly(work)); };
+        return [this, work = std::move(work)] { onMain(lifetime.weakly(work)); };
     };
-    _panelObserverTokens.push_back(hosting.observeResize(later([this] { panelChangedFrame(true); })));
-    _panelObserverTokens.push_back(hosting.observeMove(later([this] { panelChangedFrame(false); })));
-    _panelObserverTokens.push_back(hosting.observeClose(later([this] {
+    panelObserverTokens.push_back(hosting.observeResize(later([this] { panelChangedFrame(true); })));
+    panelObserverTokens.push_back(hosting.observeMove(later([this] { panelChangedFrame(false); })));
+    panelObserverTokens.push_back(hosting.observeClose(later([this] {
         panelGoes();
         panelHasGone();
     })));
 }
 
 void StatusBarController::panelChangedFrame(bool hasResized) {
-    const auto frame = _floatingPanel->window().frame();
+    const auto frame = floatingPanel_->window().frame();
     if (hasResized) {
-        takeLength(frame.size.width, currentSize.width, _cutOff.width);
-        takeLength(frame.size.height, currentSize.height, _cutOff.height);
+        takeLength(frame.size.width, currentSize.width, cutOff.width);
+        takeLength(frame.size.height, currentSize.height, cutOff.height);
     }
-    _currentPosition = frame.origin;
+    currentPosition = frame.origin;
     persistPanelFrame();
 }
 
 void StatusBarController::persistPanelFrame() {
     widthSetting.set(currentSize.width);
     heightSetting.set(currentSize.height);
-    if (!_currentPosition) return;
-    auto screen = _floatingPanel->window().screen();
+    if (!currentPosition) return;
+    auto screen = floatingPanel_->window().screen();
     if (!screen) screen = mainOrFirstScreen();
     if (!screen) return;
     const auto& visible = screen->visibleFrame;
-    _relativePosition = Point{
-        fraction(_currentPosition->x, visible.minX(), visible.size.width - currentSize.width),
-        fraction(_currentPosition->y, visible.minY(), visible.size.height - currentSize.height),
+    relativePosition = Point{
+        fraction(currentPosition->x, visible.minX(), visible.size.width - currentSize.width),
+        fraction(currentPosition->y, visible.minY(), visible.size.height - currentSize.height),
     };
-    relativeXSetting.set(_relativePosition->x);
-    relativeYSetting.set(_relativePosition->y);
+    relativeXSetting.set(relativePosition->x);
+    relativeYSetting.set(relativePosition->y);
     hasCustomPositionSetting.set(true);
-    _spanningPosition = spansMonitors(_floatingPanel->window().frame()) ? _currentPosition : std::nullopt;
-    spanningXSetting.set(_spanningPosition ? std::optional(_spanningPosition->x) : std::nullopt);
-    spanningYSetting.set(_spanningPosition ? std::optional(_spanningPosition->y) : std::nullopt);
+    spanningPosition = spansMonitors(floatingPanel_->window().frame()) ? currentPosition : std::nullopt;
+    spanningXSetting.set(spanningPosition ? std::optional(spanningPosition->x) : std::nullopt);
+    spanningYSetting.set(spanningPosition ? std::optional(spanningPosition->y) : std::nullopt);
 }
 
 }  // namespace vellumix

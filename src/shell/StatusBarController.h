@@ -43,10 +43,10 @@ public:
     void toggleFromStatusItem();
 
     /// Null until the first `show`.
-    FloatingPanel* floatingPanel() { return _floatingPanel.get(); }
-    bool isPanelVisible() const { return _floatingPanel && _floatingPanel->window().isVisible(); }
+    FloatingPanel* floatingPanel() { return floatingPanel_.get(); }
+    bool isPanelVisible() const { return floatingPanel_ && floatingPanel_->window().isVisible(); }
     /// Whether it is visible, and not fading out.
-    bool isPanelOpen() const { return isPanelVisible() && !_isHiding; }
+    bool isPanelOpen() const { return isPanelVisible() && !isHiding; }
 
     /// Of the panel, in points, on a screen that has room for it.
     Size currentSize{420, 620};
@@ -64,26 +64,26 @@ private:
     /// Nothing that was opened for the panel stays open without it.
     void panelHasGone();
 
-    Store& _store;
-    AppDelegate& _application;
-    std::unique_ptr<NSStatusItem> _statusItem;
-    std::unique_ptr<FloatingPanel> _floatingPanel;
-    Observation _workspaceObserver;
-    Observation _screenParamObserver;
-    Observation _sessionObserver;
-    std::vector<Observation> _panelObserverTokens;
+    Store& store;
+    AppDelegate& application;
+    std::unique_ptr<NSStatusItem> statusItem;
+    std::unique_ptr<FloatingPanel> floatingPanel_;
+    Observation workspaceObserver;
+    Observation screenParamObserver;
+    Observation sessionObserver;
+    std::vector<Observation> panelObserverTokens;
     /// The panel's last known origin.
-    std::optional<Point> _currentPosition;
+    std::optional<Point> currentPosition;
     /// The last known place as fractions of the free room, from the left and from the top, 0 to 1 each.
-    std::optional<Point> _relativePosition;
+    std::optional<Point> relativePosition;
     /// The panel's origin, where it was left across several monitors.
-    std::optional<Point> _spanningPosition;
+    std::optional<Point> spanningPosition;
     /// What of `currentSize` the screen has no room for.
-    Size _cutOff;
-    bool _isHiding = false;
-    std::optional<HidingPress> _hidingPress;
-    Observation _languageChange;
-    Lifetime _lifetime;
+    Size cutOff;
+    bool isHiding = false;
+    std::optional<HidingPress> hidingPress;
+    Observation languageChange;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -25,17 +25,16 @@ void tellOfLoss(const NotificationCenter::UserInfo& loss) {
 }  // namespace
 
 Warnings::Warnings(Store& store)
-    : _store(store),
-      _items(store.observeItems([this] { update(); })),
-      _saving(store.observeSaveFailed([this] { update(); })),
-      _losses(
-          NotificationCenter::defaultCenter().observe(PasteboardWatcher::failedNotification, tellOfLoss)) {
+    : store(store),
+      items(store.observeItems([this] { update(); })),
+      saving(store.observeSaveFailed([this] { update(); })),
+      losses(NotificationCenter::defaultCenter().observe(PasteboardWatcher::failedNotification, tellOfLoss)) {
     update();
 }
 
 void Warnings::update() {
-    tellOnce(_store.saveFailed().get(), _hasToldOfSaving, "error.save.failed");
-    tellOnce(std::ranges::any_of(_store.items().get(), &ClipboardItem::isLockedInClear), _hasToldOfLocking,
+    tellOnce(store.saveFailed().get(), hasToldOfSaving, "error.save.failed");
+    tellOnce(std::ranges::any_of(store.items().get(), &ClipboardItem::isLockedInClear), hasToldOfLocking,
              "error.lock.inClear");
 }
 

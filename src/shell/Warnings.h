@@ -16,12 +16,12 @@ public:
 private:
     void update();
 
-    Store& _store;
-    bool _hasToldOfSaving = false;
-    bool _hasToldOfLocking = false;
-    Observation _items;
-    Observation _saving;
-    Observation _losses;
+    Store& store;
+    bool hasToldOfSaving = false;
+    bool hasToldOfLocking = false;
+    Observation items;
+    Observation saving;
+    Observation losses;
 };
 
 }  // namespace vellumix

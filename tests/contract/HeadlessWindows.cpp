@@ -8,13 +8,13 @@ namespace {
 
 class HeadlessWindows final : public WindowBackend {
 public:
-    WindowServer& windows() override { return _windows; }
+    WindowServer& windows() override { return windows_; }
     void typeKey(unsigned position) override {
-        auto* const key = _windows.keyWindow();
+        auto* const key = windows_.keyWindow();
         if (key && key->delegate()) key->delegate()->keyPressed({.position = position});
     }
     void click(Point at) override {
-        const auto& windows = _windows.windows();
+        const auto& windows = windows_.windows();
         for (auto found = windows.rbegin(); found != windows.rend(); ++found) {
             auto* const window = *found;
             if (!window->isVisible() || window->ignoresMouseEvents || !window->frame().contains(at) ||
@@ -25,21 +25,21 @@ public:
             const Point inside = at - window->frame().origin + Point{insets.leading, insets.top};
             window->delegate()->pointerPressed({.at = inside});
             window->delegate()->pointerReleased(inside, PointerButton::primary);
-            _windows.releaseButton();
+            windows_.releaseButton();
             return;
         }
-        _windows.pressElsewhere(at);
-        _windows.releaseButton();
+        windows_.pressElsewhere(at);
+        windows_.releaseButton();
     }
     bool wait(const std::function<bool()>& condition) override {
         settle();
         return condition();
     }
-    void settle() override { _runLoop.advance(1); }
+    void settle() override { runLoop.advance(1); }
 
 private:
-    headless::VirtualRunLoop _runLoop;
-    headless::WindowServer _windows{_runLoop};
+    headless::VirtualRunLoop runLoop;
+    headless::WindowServer windows_{runLoop};
 };
 
 }  // namespace

@@ -10,26 +10,26 @@ namespace {
 class X11Windows final : public WindowBackend {
 public:
     X11Windows() {
-        if (!_rig.connection) return;
-        _windows = std::make_unique<x11::WindowServer>(*_rig.connection, *_rig.windowManager, *_rig.keyboard);
-        _person = std::make_unique<Person>();
+        if (!rig.connection) return;
+        windows_ = std::make_unique<x11::WindowServer>(*rig.connection, *rig.windowManager, *rig.keyboard);
+        person = std::make_unique<Person>();
         settle();
     }
 
-    std::string trouble() const override { return _rig.trouble; }
-    WindowServer& windows() override { return *_windows; }
-    void typeKey(unsigned position) override { _person->typeKey(position); }
+    std::string trouble() const override { return rig.trouble; }
+    WindowServer& windows() override { return *windows_; }
+    void typeKey(unsigned position) override { person->typeKey(position); }
     void click(Point at) override {
-        _person->moveTo(at);
-        _person->click();
+        person->moveTo(at);
+        person->click();
     }
-    bool wait(const std::function<bool()>& condition) override { return _rig.wait(condition); }
-    void settle() override { _rig.settle(); }
+    bool wait(const std::function<bool()>& condition) override { return rig.wait(condition); }
+    void settle() override { rig.settle(); }
 
 private:
-    DisplayRig _rig;
-    std::unique_ptr<x11::WindowServer> _windows;
-    std::unique_ptr<Person> _person;
+    DisplayRig rig;
+    std::unique_ptr<x11::WindowServer> windows_;
+    std::unique_ptr<Person> person;
 };
 
 }  // namespace

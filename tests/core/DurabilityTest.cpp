@@ -17,60 +17,60 @@ namespace {
 class InterruptedFileSystem final : public FileSystem {
 public:
     InterruptedFileSystem(FileSystem& files, int at, std::function<bool()> passesOn)
-        : _files(files), _at(at), _passesOn(std::move(passesOn)) {}
+        : files(files), at(at), passesOn(std::move(passesOn)) {}
 
     std::error_code locate(const std::string& path, std::string& place) override {
-        return _files.locate(path, place);
+        return files.locate(path, place);
     }
     std::error_code read(const std::string& path, std::size_t limit, Bytes& content) override {
-        return _files.read(path, limit, content);
+        return files.read(path, limit, content);
     }
     std::error_code openForWriting(const std::string& path, Handle& handle) override {
-        return step([&] { return _files.openForWriting(path, handle); });
+        return step([&] { return files.openForWriting(path, handle); });
     }
     std::error_code openNew(const std::string& path, Handle& handle) override {
-        return step([&] { return _files.openNew(path, handle); });
+        return step([&] { return files.openNew(path, handle); });
     }
     std::error_code write(Handle handle, ByteView bytes) override {
         // A write that is cut has written half.
-        if (_count + 1 == _at) _files.write(handle, bytes.first(bytes.size() / 2));
-        return step([&] { return _files.write(handle, bytes); });
+        if (count_ + 1 == at) files.write(handle, bytes.first(bytes.size() / 2));
+        return step([&] { return files.write(handle, bytes); });
     }
     std::error_code sync(Handle handle) override {
-        return step([&] { return _files.sync(handle); });
+        return step([&] { return files.sync(handle); });
     }
     std::error_code close(Handle handle) override {
-        return step([&] { return _files.close(handle); });
+        return step([&] { return files.close(handle); });
     }
     std::error_code rename(const std::string& from, const std::string& to) override {
-        return step([&] { return _files.rename(from, to); });
+        return step([&] { return files.rename(from, to); });
     }
     std::error_code syncFolder(const std::string& path) override {
-        return step([&] { return _files.syncFolder(path); });
+        return step([&] { return files.syncFolder(path); });
     }
     std::error_code remove(const std::string& path) override {
-        return step([&] { return _files.remove(path); });
+        return step([&] { return files.remove(path); });
     }
     std::error_code makeFolder(const std::string& path) override {
-        return step([&] { return _files.makeFolder(path); });
+        return step([&] { return files.makeFolder(path); });
     }
     std::error_code makePrivate(const std::string& path, bool& wasOpen) override {
-        return step([&] { return _files.makePrivate(path, wasOpen); });
+        return step([&] { return files.makePrivate(path, wasOpen); });
     }
-    bool exists(const std::string& path) override { return _files.exists(path); }
+    bool exists(const std::string& path) override { return files.exists(path); }
 
-    int count() const { return _count; }
+    int count() const { return count_; }
 
 private:
     std::error_code step(const std::function<std::error_code()>& operation) {
-        if (++_count >= _at && !_passesOn()) return std::make_error_code(std::errc::no_space_on_device);
+        if (++count_ >= at && !passesOn()) return std::make_error_code(std::errc::no_space_on_device);
         return operation();
     }
 
-    FileSystem& _files;
-    const int _at;
-    const std::function<bool()> _passesOn;
-    int _count = 0;
+    FileSystem& files;
+    const int at;
+    const std::function<bool()> passesOn;
+    int count_ = 0;
 };
 
 constexpr int never = 1 << 30;

@@ -79,10 +79,10 @@ public:
 
 private:
     void didRead(ObserverList<>& observers) override {
-        _reading = observers.add([this] { isStale = true; });
+        reading = observers.add([this] { isStale = true; });
     }
 
-    Observation _reading;
+    Observation reading;
 };
 
 TEST_F(ThumbnailCacheTest, IconsAreAskedForBetweenTheFramesAndAreAsTheDesktopHasThem) {

@@ -60,8 +60,8 @@ struct FakeSecretService::State {
 };
 
 void FakeSecretService::State::complete(bool isDismissed) {
-    if (!isDismissed) fake._manners.isLocked = false;
-    if (!isDismissed && isCreating) fake._manners.hasCollection = true;
+    if (!isDismissed) fake.manners.isLocked = false;
+    if (!isDismissed && isCreating) fake.manners.hasCollection = true;
     const auto result = isCreating    ? g_variant_new_object_path(isDismissed ? "/" : collectionPath)
                         : isDismissed ? paths({})
                                       : paths({collectionPath});
@@ -71,7 +71,7 @@ void FakeSecretService::State::complete(bool isDismissed) {
 
 void FakeSecretService::State::handle(std::string_view method, GVariant* arguments,
                                       GDBusMethodInvocation* invocation) {
-    auto& manners = fake._manners;
+    auto& manners = fake.manners;
     ++fake.calls;
     const auto reply = [&](GVariant* value) { g_dbus_method_invocation_return_value(invocation, value); };
     if (method == "OpenSession") {
@@ -133,50 +133,46 @@ void FakeSecretService::State::handle(std::string_view method, GVariant* argumen
 }
 
 FakeSecretService::FakeSecretService(Manners manners)
-    : _manners(manners),
-      _context(g_main_context_new()),
-      _state(std::make_unique<State>(State{*this, {}, {}})) {
+    : manners(manners), context(g_main_context_new()), state(std::make_unique<State>(State{*this, {}, {}})) {
     static constexpr GDBusInterfaceVTable table{
         [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,
            GVariant* arguments, GDBusMethodInvocation* invocation,
            gpointer state) { static_cast<State*>(state)->handle(method, arguments, invocation); },
-        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GError**,
-           gpointer state) -> GVariant* {
-            return g_variant_new_boolean(static_cast<State*>(state)->fake._manners.isLocked);
-        },
+        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GError**, gpointer state)
+            -> GVariant* { return g_variant_new_boolean(static_cast<State*>(state)->fake.manners.isLocked); },
         nullptr,
         {},
     };
     {
         PrivateContext connecting;
-        _state->connection = connectToSessionBus(connecting, Deadline::in(10));
+        this->state->connection = connectToSessionBus(connecting, Deadline::in(10));
     }
     const glib::NodeInfo node(g_dbus_node_info_new_for_xml(interfaces, nullptr));
     const std::pair<const char*, int> objects[]{
         {servicePath, 0}, {collectionPath, 1}, {aliasPath, 1}, {itemPath, 2}, {promptPath, 3}};
     // The calls come to the context that is the default one at the registration.
-    g_main_context_push_thread_default(_context.get());
+    g_main_context_push_thread_default(context.get());
     for (const auto& [path, number] : objects)
-        g_dbus_connection_register_object(_state->connection.get(), path, node->interfaces[number], &table,
-                                          _state.get(), nullptr, nullptr);
-    g_main_context_pop_thread_default(_context.get());
-    _thread = std::thread([this] {
-        g_main_context_push_thread_default(_context.get());
-        while (!_isEnding) g_main_context_iteration(_context.get(), TRUE);
-        g_main_context_pop_thread_default(_context.get());
+        g_dbus_connection_register_object(this->state->connection.get(), path, node->interfaces[number],
+                                          &table, this->state.get(), nullptr, nullptr);
+    g_main_context_pop_thread_default(context.get());
+    thread = std::thread([this] {
+        g_main_context_push_thread_default(context.get());
+        while (!isEnding) g_main_context_iteration(context.get(), TRUE);
+        g_main_context_pop_thread_default(context.get());
     });
     const glib::Variant owned(g_dbus_connection_call_sync(
-        _state->connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-        "RequestName", g_variant_new("(su)", "org.freedesktop.secrets", 4u), nullptr, G_DBUS_CALL_FLAGS_NONE,
-        -1, nullptr, nullptr));
+        this->state->connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+        "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", "org.freedesktop.secrets", 4u), nullptr,
+        G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
     EXPECT_TRUE(owned);
 }
 
 FakeSecretService::~FakeSecretService() {
-    _isEnding = true;
-    g_main_context_wakeup(_context.get());
-    _thread.join();
-    g_dbus_connection_close_sync(_state->connection.get(), nullptr, nullptr);
+    isEnding = true;
+    g_main_context_wakeup(context.get());
+    thread.join();
+    g_dbus_connection_close_sync(state->connection.get(), nullptr, nullptr);
 }
 
 void FakeSecretService::inItsThread(const std::function<void()>& work) {
@@ -185,7 +181,7 @@ void FakeSecretService::inItsThread(const std::function<void()>& work) {
         std::promise<void> isDone;
     } call{work, {}};
     g_main_context_invoke(
-        _context.get(),
+        context.get(),
         [](gpointer data) -> gboolean {
             auto& given = *static_cast<Call*>(data);
             given.work();
@@ -197,15 +193,15 @@ void FakeSecretService::inItsThread(const std::function<void()>& work) {
 }
 
 void FakeSecretService::answerPrompt() {
-    inItsThread([this] { _state->complete(false); });
+    inItsThread([this] { state->complete(false); });
 }
 
 void FakeSecretService::lock() {
-    inItsThread([this] { _manners.isLocked = true; });
+    inItsThread([this] { manners.isLocked = true; });
 }
 
 void FakeSecretService::set(Manners manners) {
-    inItsThread([&] { _manners = manners; });
+    inItsThread([&] { this->manners = manners; });
 }
 
 }  // namespace vellumix::linux_desktop

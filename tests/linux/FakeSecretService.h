@@ -39,11 +39,11 @@ private:
     struct State;
     void inItsThread(const std::function<void()>& work);
 
-    Manners _manners;
-    glib::Context _context;
-    std::unique_ptr<State> _state;
-    std::atomic<bool> _isEnding = false;
-    std::thread _thread;
+    Manners manners;
+    glib::Context context;
+    std::unique_ptr<State> state;
+    std::atomic<bool> isEnding = false;
+    std::thread thread;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -12,9 +12,9 @@ constexpr auto watcherInterface = R"(<node><interface name='org.kde.StatusNotifi
 }  // namespace
 
 FakeTray::FakeTray(GLibRunLoop& loop)
-    : _loop(loop),
-      _connection(g_dbus_connection_new_for_address_sync(sessionBusAddress().c_str(), busConnectionFlags,
-                                                         nullptr, nullptr, nullptr)) {
+    : loop(loop),
+      connection(g_dbus_connection_new_for_address_sync(sessionBusAddress().c_str(), busConnectionFlags,
+                                                        nullptr, nullptr, nullptr)) {
     static constexpr GDBusInterfaceVTable table{
         [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant* arguments,
            GDBusMethodInvocation* invocation, gpointer tray) {
@@ -28,20 +28,20 @@ FakeTray::FakeTray(GLibRunLoop& loop)
         {},
     };
     const glib::NodeInfo node(g_dbus_node_info_new_for_xml(watcherInterface, nullptr));
-    _watcher =
-        glib::Registration(_connection.get(), "/StatusNotifierWatcher", node->interfaces[0], &table, this);
+    watcher = glib::Registration(this->connection.get(), "/StatusNotifierWatcher", node->interfaces[0],
+                                 &table, this);
     const auto subscription = g_dbus_connection_signal_subscribe(
-        _connection.get(), nullptr, nullptr, nullptr, nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+        this->connection.get(), nullptr, nullptr, nullptr, nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const gchar*, const gchar* path, const gchar*, const gchar* member, GVariant*,
            gpointer tray) {
             static_cast<FakeTray*>(tray)->signals.push_back(std::string(path) + ' ' + member);
         },
         this, nullptr);
-    _signals = Observation([connection = _connection.get(), subscription] {
+    signals_ = Observation([connection = this->connection.get(), subscription] {
         g_dbus_connection_signal_unsubscribe(connection, subscription);
     });
     const glib::Variant owned(g_dbus_connection_call_sync(
-        _connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        this->connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
         "RequestName", g_variant_new("(su)", "org.kde.StatusNotifierWatcher", 4), nullptr,
         G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
     EXPECT_TRUE(owned);
@@ -49,19 +49,19 @@ FakeTray::FakeTray(GLibRunLoop& loop)
 
 bool FakeTray::until(const std::function<bool()>& condition) {
     bool isLate = false;
-    const auto deadline = _loop.oneShotTimer(10, [&] { isLate = true; });
-    _loop.runUntil([&] { return isLate || condition(); });
+    const auto deadline = loop.oneShotTimer(10, [&] { isLate = true; });
+    loop.runUntil([&] { return isLate || condition(); });
     return !isLate;
 }
 
 glib::Variant FakeTray::call(const char* path, const char* interface, const char* method,
                              GVariant* arguments) {
     const auto operation = Operation::begin([&](auto... rest) {
-        g_dbus_connection_call(_connection.get(), registered.back().c_str(), path, interface, method,
+        g_dbus_connection_call(connection.get(), registered.back().c_str(), path, interface, method,
                                arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, rest...);
     });
     if (!until([&] { return operation->isDone(); })) return nullptr;
-    return glib::Variant(g_dbus_connection_call_finish(_connection.get(), operation->result(), nullptr));
+    return glib::Variant(g_dbus_connection_call_finish(connection.get(), operation->result(), nullptr));
 }
 
 glib::Variant FakeTray::menuCall(const char* method, GVariant* arguments) {

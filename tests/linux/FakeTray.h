@@ -28,7 +28,7 @@ public:
     bool untilRegistered() {
         return until([this] { return !registered.empty(); });
     }
-    bool hasLostTheBus() const { return g_dbus_connection_is_closed(_connection.get()); }
+    bool hasLostTheBus() const { return g_dbus_connection_is_closed(connection.get()); }
     /// Calls the item that registered last; nothing when it refuses.
     glib::Variant call(const char* path, const char* interface, const char* method, GVariant* arguments);
     glib::Variant menuCall(const char* method, GVariant* arguments);
@@ -36,10 +36,10 @@ public:
     glib::Variant property(const char* name);
 
 private:
-    GLibRunLoop& _loop;
-    glib::Connection _connection;
-    glib::Registration _watcher;
-    Observation _signals;
+    GLibRunLoop& loop;
+    glib::Connection connection;
+    glib::Registration watcher;
+    Observation signals_;
 };
 
 }  // namespace vellumix::linux_desktop

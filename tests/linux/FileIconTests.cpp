@@ -27,7 +27,7 @@ protected:
         gdk_pixbuf_fill(picture.get(), colour << 8 | 0xFF);
         ASSERT_TRUE(gdk_pixbuf_save(picture.get(), (folder() + '/' + name).c_str(), "png", nullptr, nullptr));
     }
-    std::string folder() const { return _folder.path(); }
+    std::string folder() const { return folder_.path(); }
 
     /// In the middle of the icon; nothing at all without one.
     std::uint32_t colourOf(const std::string& path, int pixels = 56) {
@@ -44,7 +44,7 @@ protected:
     }
 
 private:
-    TemporaryFolder _folder;
+    TemporaryFolder folder_;
 
 protected:
     std::optional<std::string> theme;

@@ -23,28 +23,28 @@ struct Person {
 
 class ScriptedPrompt final : public AuthenticationPrompt {
 public:
-    explicit ScriptedPrompt(Person& person) : _person(person) { _person.sees = true; }
-    ~ScriptedPrompt() override { _person.sees = false; }
+    explicit ScriptedPrompt(Person& person) : person(person) { this->person.sees = true; }
+    ~ScriptedPrompt() override { person.sees = false; }
 
     void ask(const std::string& question, Echo echo, Answer answer) override {
-        _person.seen.push_back((echo == Echo::off ? "secret " : "plain ") + question);
-        if (_person.answers.empty()) return;
-        answer(SecretText(_person.answers.front()));
-        _person.answers.erase(_person.answers.begin());
+        person.seen.push_back((echo == Echo::off ? "secret " : "plain ") + question);
+        if (person.answers.empty()) return;
+        answer(SecretText(person.answers.front()));
+        person.answers.erase(person.answers.begin());
     }
-    void show(const std::string& message, Importance) override { _person.seen.push_back(message); }
+    void show(const std::string& message, Importance) override { person.seen.push_back(message); }
 
 private:
-    Person& _person;
+    Person& person;
 };
 
 class PamAuthenticationTest : public testing::Test {
 protected:
-    PamAuthenticationTest() : _outer(RunLoop::install(&loop)) {
+    PamAuthenticationTest() : outer(RunLoop::install(&loop)) {
         std::ofstream(folder.path() + "/passwords") << getpwuid(getuid())->pw_name << ":right:vellumix\n";
         serve(matrix());
     }
-    ~PamAuthenticationTest() override { RunLoop::install(_outer); }
+    ~PamAuthenticationTest() override { RunLoop::install(outer); }
 
     /// The module that asks for the password above.
     std::string matrix(const std::string& options = {}) const {
@@ -109,7 +109,7 @@ protected:
     int code = 1;
 
 private:
-    RunLoop* _outer;
+    RunLoop* outer;
 };
 
 TEST_F(PamAuthenticationTest, TheRightPasswordConfirmsAlsoAtTheSecondTry) {

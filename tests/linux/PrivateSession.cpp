@@ -28,25 +28,26 @@ constexpr auto busConfiguration =
 }  // namespace
 
 PrivateSession::PrivateSession(Bus bus)
-    : _home("HOME", home().c_str()),
-      _data("XDG_DATA_HOME", (home() + "/data").c_str()),
-      _config("XDG_CONFIG_HOME", (home() + "/config").c_str()),
-      _runtime("XDG_RUNTIME_DIR", (home() + "/runtime").c_str()),
-      _address("DBUS_SESSION_BUS_ADDRESS", nullptr),
-      _display("DISPLAY", nullptr) {
+    : home_("HOME", home().c_str()),
+      data("XDG_DATA_HOME", (home() + "/data").c_str()),
+      config("XDG_CONFIG_HOME", (home() + "/config").c_str()),
+      runtime("XDG_RUNTIME_DIR", (home() + "/runtime").c_str()),
+      address("DBUS_SESSION_BUS_ADDRESS", nullptr),
+      display("DISPLAY", nullptr) {
     for (const auto* folder : {"/data", "/config", "/runtime"}) ::mkdir((home() + folder).c_str(), 0700);
     if (bus == Bus::absent) return;
     const auto configuration = home() + "/bus.conf";
     std::ofstream(configuration) << busConfiguration;
-    _bus = std::make_unique<TestProcess>(std::vector<std::string>{
+    this->bus = std::make_unique<TestProcess>(std::vector<std::string>{
         "dbus-daemon", "--nofork", "--print-address", "--config-file=" + configuration});
-    _privateAddress = std::make_unique<ScopedVariable>("DBUS_SESSION_BUS_ADDRESS", _bus->readLine().c_str());
-    _connection = connectToSessionBus(_context, Deadline::in(patience));
-    EXPECT_TRUE(_connection);
+    privateAddress =
+        std::make_unique<ScopedVariable>("DBUS_SESSION_BUS_ADDRESS", this->bus->readLine().c_str());
+    connection = connectToSessionBus(context, Deadline::in(patience));
+    EXPECT_TRUE(connection);
 }
 
 PrivateSession::~PrivateSession() {
-    if (!_bus) return;
+    if (!bus) return;
     gpointer shared = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
     if (!shared) return;
     {
@@ -68,9 +69,9 @@ bool PrivateSession::waitForName(const char* name, bool isOwned) {
     } seen;
     glib::NameWatch watch;
     {
-        const auto pushed = _context.push();
+        const auto pushed = context.push();
         watch = glib::NameWatch(g_bus_watch_name_on_connection(
-            _connection.get(), name, G_BUS_NAME_WATCHER_FLAGS_NONE,
+            connection.get(), name, G_BUS_NAME_WATCHER_FLAGS_NONE,
             [](GDBusConnection*, const gchar*, const gchar*, gpointer data) {
                 *static_cast<Seen*>(data) = {true, true};
             },
@@ -79,33 +80,32 @@ bool PrivateSession::waitForName(const char* name, bool isOwned) {
             },
             &seen, nullptr));
     }
-    return _context.waitUntil([&] { return seen.isKnown && seen.isOwned == isOwned; },
-                              Deadline::in(patience));
+    return context.waitUntil([&] { return seen.isKnown && seen.isOwned == isOwned; }, Deadline::in(patience));
 }
 
 glib::Variant PrivateSession::call(const char* name, const char* path, const char* interface,
                                    const char* method, GVariant* arguments) {
-    return glib::Variant(g_dbus_connection_call_sync(_connection.get(), name, path, interface, method,
+    return glib::Variant(g_dbus_connection_call_sync(connection.get(), name, path, interface, method,
                                                      arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START,
                                                      static_cast<gint>(patience * 1000), nullptr, nullptr));
 }
 
-GnomeKeyring::GnomeKeyring(PrivateSession& session, Start start) : _session(session) {
+GnomeKeyring::GnomeKeyring(PrivateSession& session, Start start) : session(session) {
     std::vector<std::string> command{"gnome-keyring-daemon", "--foreground", "--components=secrets"};
     if (start == Start::unlocked) command.emplace_back("--unlock");
-    _daemon = std::make_unique<TestProcess>(command, start == Start::unlocked ? "pw" : "");
+    daemon = std::make_unique<TestProcess>(command, start == Start::unlocked ? "pw" : "");
     EXPECT_TRUE(session.waitForName(secretsName, true));
 }
 
 void GnomeKeyring::lock() {
     const char* paths[] = {loginPath};
-    EXPECT_TRUE(_session.call(secretsName, secretsPath, serviceInterface, "Lock",
-                              g_variant_new("(@ao)", g_variant_new_objv(paths, 1))));
+    EXPECT_TRUE(session.call(secretsName, secretsPath, serviceInterface, "Lock",
+                             g_variant_new("(@ao)", g_variant_new_objv(paths, 1))));
 }
 
 void GnomeKeyring::unlock() {
-    const auto opened = _session.call(secretsName, secretsPath, serviceInterface, "OpenSession",
-                                      g_variant_new("(sv)", "plain", g_variant_new_string("")));
+    const auto opened = this->session.call(secretsName, secretsPath, serviceInterface, "OpenSession",
+                                           g_variant_new("(sv)", "plain", g_variant_new_string("")));
     ASSERT_TRUE(opened);
     const char* session = nullptr;
     g_variant_get(opened.get(), "(v&o)", nullptr, &session);
@@ -113,20 +113,20 @@ void GnomeKeyring::unlock() {
         return g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, text, size, 1);
     };
     const auto secret = g_variant_new("(o@ay@ays)", session, bytes("", 0), bytes("pw", 2), "text/plain");
-    EXPECT_TRUE(_session.call(secretsName, secretsPath,
-                              "org.gnome.keyring.InternalUnsupportedGuiltRiddenInterface",
-                              "UnlockWithMasterPassword", g_variant_new("(o@(oayays))", loginPath, secret)));
+    EXPECT_TRUE(this->session.call(
+        secretsName, secretsPath, "org.gnome.keyring.InternalUnsupportedGuiltRiddenInterface",
+        "UnlockWithMasterPassword", g_variant_new("(o@(oayays))", loginPath, secret)));
 }
 
 void GnomeKeyring::kill() {
-    if (!_daemon) return;
-    _daemon.reset();
-    EXPECT_TRUE(_session.waitForName(secretsName, false));
+    if (!daemon) return;
+    daemon.reset();
+    EXPECT_TRUE(session.waitForName(secretsName, false));
 }
 
 int GnomeKeyring::itemCount() {
-    const auto reply = _session.call(secretsName, loginPath, "org.freedesktop.DBus.Properties", "Get",
-                                     g_variant_new("(ss)", "org.freedesktop.Secret.Collection", "Items"));
+    const auto reply = session.call(secretsName, loginPath, "org.freedesktop.DBus.Properties", "Get",
+                                    g_variant_new("(ss)", "org.freedesktop.Secret.Collection", "Items"));
     if (!reply) return -1;
     glib::Variant items;
     g_variant_get(reply.get(), "(v)", static_cast<GVariant**>(glib::Out(items)));

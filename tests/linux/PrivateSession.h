@@ -16,9 +16,9 @@ public:
     /// needs another.
     ~PrivateSession();
 
-    const std::string& home() const { return _folder.path(); }
+    const std::string& home() const { return folder.path(); }
     std::string dataFolder() const { return home() + "/data/Vellumix"; }
-    void endBus() { _bus.reset(); }
+    void endBus() { bus.reset(); }
     /// Waits until somebody owns the name, or nobody does.
     bool waitForName(const char* name, bool isOwned);
     /// A call of the test's own; nothing when it fails.
@@ -26,12 +26,12 @@ public:
                        GVariant* arguments);
 
 private:
-    TemporaryFolder _folder;
-    ScopedVariable _home, _data, _config, _runtime, _address, _display;
-    std::unique_ptr<TestProcess> _bus;
-    std::unique_ptr<ScopedVariable> _privateAddress;
-    PrivateContext _context;
-    glib::Connection _connection;
+    TemporaryFolder folder;
+    ScopedVariable home_, data, config, runtime, address, display;
+    std::unique_ptr<TestProcess> bus;
+    std::unique_ptr<ScopedVariable> privateAddress;
+    PrivateContext context;
+    glib::Connection connection;
 };
 
 /// gnome-keyring on the private bus, with the password "pw" for its login keyring. No prompter is on that
@@ -45,14 +45,14 @@ public:
     void lock();
     void unlock();
     void kill();
-    void freeze() { _daemon->signal(SIGSTOP); }
-    void thaw() { _daemon->signal(SIGCONT); }
+    void freeze() { daemon->signal(SIGSTOP); }
+    void thaw() { daemon->signal(SIGCONT); }
     /// How many items the login keyring holds, read past the program.
     int itemCount();
 
 private:
-    PrivateSession& _session;
-    std::unique_ptr<TestProcess> _daemon;
+    PrivateSession& session;
+    std::unique_ptr<TestProcess> daemon;
 };
 
 }  // namespace vellumix::linux_desktop

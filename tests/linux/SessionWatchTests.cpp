@@ -22,10 +22,10 @@ constexpr auto objects = R"(<node>
 class SessionWatchTest : public testing::Test {
 protected:
     SessionWatchTest()
-        : _systemBus("DBUS_SYSTEM_BUS_ADDRESS", sessionBusAddress().c_str()),
+        : systemBus("DBUS_SYSTEM_BUS_ADDRESS", sessionBusAddress().c_str()),
           bus(g_dbus_connection_new_for_address_sync(sessionBusAddress().c_str(), busConnectionFlags, nullptr,
                                                      nullptr, nullptr)),
-          _node(g_dbus_node_info_new_for_xml(objects, nullptr)) {
+          node(g_dbus_node_info_new_for_xml(objects, nullptr)) {
         static constexpr GDBusInterfaceVTable table{
             [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant* arguments,
                GDBusMethodInvocation* invocation, gpointer) {
@@ -40,9 +40,9 @@ protected:
             nullptr,
             {},
         };
-        _manager = glib::Registration(bus.get(), managerPath, _node->interfaces[0], &table, nullptr);
-        _ownSession = glib::Registration(bus.get(), "/org/freedesktop/login1/session/auto",
-                                         _node->interfaces[1], &table, nullptr);
+        manager = glib::Registration(bus.get(), managerPath, node->interfaces[0], &table, nullptr);
+        ownSession = glib::Registration(bus.get(), "/org/freedesktop/login1/session/auto",
+                                        node->interfaces[1], &table, nullptr);
         for (const auto* name : {"org.freedesktop.login1", "org.gnome.ScreenSaver"}) {
             const glib::Variant owned(g_dbus_connection_call_sync(
                 bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
@@ -83,7 +83,7 @@ protected:
     PrivateSession session;
 
 private:
-    ScopedVariable _systemBus;
+    ScopedVariable systemBus;
 
 protected:
     GLibRunLoop loop;
@@ -91,9 +91,9 @@ protected:
     int told = 0;
 
 private:
-    glib::NodeInfo _node;
-    glib::Registration _manager;
-    glib::Registration _ownSession;
+    glib::NodeInfo node;
+    glib::Registration manager;
+    glib::Registration ownSession;
 };
 
 TEST_F(SessionWatchTest, EveryWayOutOfSightIsToldAndNoWayBack) {

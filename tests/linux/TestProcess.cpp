@@ -13,18 +13,18 @@ namespace vellumix::linux_desktop {
 
 TemporaryFolder::TemporaryFolder() {
     char path[] = "/tmp/vellumix-test-XXXXXX";
-    if (const char* made = ::mkdtemp(path)) _path = made;
+    if (const char* made = ::mkdtemp(path)) path_ = made;
 }
 
 TemporaryFolder::~TemporaryFolder() {
     std::error_code ignored;
-    std::filesystem::remove_all(_path, ignored);
+    std::filesystem::remove_all(path_, ignored);
 }
 
-ScopedVariable::ScopedVariable(const char* name, const char* value) : _name(name) {
+ScopedVariable::ScopedVariable(const char* name, const char* value) : name(name) {
     if (const char* before = std::getenv(name)) {
-        _wasSet = true;
-        _before = before;
+        wasSet = true;
+        this->before = before;
     }
     if (value)
         ::setenv(name, value, 1);
@@ -33,10 +33,10 @@ ScopedVariable::ScopedVariable(const char* name, const char* value) : _name(name
 }
 
 ScopedVariable::~ScopedVariable() {
-    if (_wasSet)
-        ::setenv(_name.c_str(), _before.c_str(), 1);
+    if (wasSet)
+        ::setenv(name.c_str(), before.c_str(), 1);
     else
-        ::unsetenv(_name.c_str());
+        ::unsetenv(name.c_str());
 }
 
 TestProcess::TestProcess(const std::vector<std::string>& arguments, const std::string& input) {
@@ -45,7 +45,7 @@ TestProcess::TestProcess(const std::vector<std::string>& arguments, const std::s
     if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0) return;
     const posix::Descriptor childIn(in[0]);
     posix::Descriptor ourIn(in[1]);
-    _output = posix::Descriptor(out[0]);
+    output = posix::Descriptor(out[0]);
     const posix::Descriptor childOut(out[1]);
 
     posix_spawn_file_actions_t actions;
@@ -59,10 +59,10 @@ TestProcess::TestProcess(const std::vector<std::string>& arguments, const std::s
     std::vector<char*> argv;
     for (const auto& argument : command) argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
-    const int error = ::posix_spawnp(&_process, argv[0], &actions, nullptr, argv.data(), environ);
+    const int error = ::posix_spawnp(&process, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
-        _process = -1;
+        process = -1;
         ADD_FAILURE() << arguments.front() << " can't be started";
         return;
     }
@@ -71,25 +71,25 @@ TestProcess::TestProcess(const std::vector<std::string>& arguments, const std::s
 
 std::string TestProcess::readLine() {
     std::string line;
-    for (char character = 0; ::read(_output.get(), &character, 1) == 1 && character != '\n';)
+    for (char character = 0; ::read(output.get(), &character, 1) == 1 && character != '\n';)
         line += character;
     return line;
 }
 
 void TestProcess::signal(int number) const {
-    if (_process > 0) ::kill(_process, number);
+    if (process > 0) ::kill(process, number);
 }
 
 void TestProcess::end() {
-    if (_process <= 0) return;
+    if (process <= 0) return;
     signal(SIGKILL);
     wait();
 }
 
 int TestProcess::wait() {
     int status = 0;
-    ::waitpid(_process, &status, 0);
-    _process = -1;
+    ::waitpid(process, &status, 0);
+    process = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 

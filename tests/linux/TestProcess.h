@@ -15,10 +15,10 @@ class TemporaryFolder {
 public:
     TemporaryFolder();
     ~TemporaryFolder();
-    const std::string& path() const { return _path; }
+    const std::string& path() const { return path_; }
 
 private:
-    std::string _path;
+    std::string path_;
 };
 
 /// An environment variable for as long as this lives; `nullptr` unsets it.
@@ -30,9 +30,9 @@ public:
     ScopedVariable& operator=(const ScopedVariable&) = delete;
 
 private:
-    std::string _name;
-    bool _wasSet = false;
-    std::string _before;
+    std::string name;
+    bool wasSet = false;
+    std::string before;
 };
 
 /// Another program, ended with this.
@@ -53,15 +53,15 @@ public:
     int wait();
 
 private:
-    pid_t _process = -1;
-    posix::Descriptor _output;
+    pid_t process = -1;
+    posix::Descriptor output;
 };
 
 /// Keeps log lines as "category: message".
 class RecordedLog final : public LogSink {
 public:
-    RecordedLog() : _outer(Log::install(this)) {}
-    ~RecordedLog() override { Log::install(_outer); }
+    RecordedLog() : outer(Log::install(this)) {}
+    ~RecordedLog() override { Log::install(outer); }
     void write(Level, std::string_view category, std::string_view message) override {
         lines.push_back(std::string(category) + ": " + std::string(message));
     }
@@ -70,7 +70,7 @@ public:
     std::vector<std::string> lines;
 
 private:
-    LogSink* _outer;
+    LogSink* outer;
 };
 
 }  // namespace vellumix::linux_desktop

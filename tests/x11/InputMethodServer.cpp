@@ -16,27 +16,27 @@ constexpr unsigned evdevOffset = 8;
 }  // namespace
 
 InputMethodServer::InputMethodServer(linux_desktop::GLibRunLoop& runLoop)
-    : _connection(x11::Connection::open(runLoop, _error)) {
+    : connection(x11::Connection::open(runLoop, error)) {
     xcb_compound_text_init();
-    auto* const xcb = _connection->xcb();
+    auto* const xcb = connection->xcb();
     const auto window = xcb_generate_id(xcb);
-    xcb_create_window(xcb, XCB_COPY_FROM_PARENT, window, _connection->root(), 0, 0, 1, 1, 0,
+    xcb_create_window(xcb, XCB_COPY_FROM_PARENT, window, connection->root(), 0, 0, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
     static std::uint32_t style = XCB_IM_PreeditCallbacks | XCB_IM_StatusNothing;
     static char compoundText[] = "COMPOUND_TEXT";
     static xcb_im_encoding_t encoding = compoundText;
     const xcb_im_styles_t styles{1, &style};
     const xcb_im_encodings_t encodings{1, &encoding};
-    _method.reset(xcb_im_create(xcb, 0, window, "test", XCB_IM_ALL_LOCALES, &styles, nullptr, nullptr,
-                                &encodings, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE, handle,
-                                this));
-    EXPECT_TRUE(xcb_im_open_im(_method.get()));
-    _events = _connection->observeEvery([this](const auto& event) {
-        if (!isHung) xcb_im_filter_event(_method.get(), const_cast<xcb_generic_event_t*>(&event));
+    method.reset(xcb_im_create(xcb, 0, window, "test", XCB_IM_ALL_LOCALES, &styles, nullptr, nullptr,
+                               &encodings, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE, handle,
+                               this));
+    EXPECT_TRUE(xcb_im_open_im(method.get()));
+    events = connection->observeEvery([this](const auto& event) {
+        if (!isHung) xcb_im_filter_event(method.get(), const_cast<xcb_generic_event_t*>(&event));
     });
 }
 
-InputMethodServer::~InputMethodServer() { xcb_im_close_im(_method.get()); }
+InputMethodServer::~InputMethodServer() { xcb_im_close_im(method.get()); }
 
 void InputMethodServer::handle(xcb_im_t*, xcb_im_client_t*, xcb_im_input_context_t* context,
                                const xcb_im_packet_header_fr_t* header, void*, void* argument, void* self) {
@@ -59,20 +59,20 @@ void InputMethodServer::answer(xcb_im_input_context_t* context, xcb_key_press_ev
     };
     if (position == KEY_A && isPress) {
         const auto text = encoded("に");
-        xcb_im_preedit_start_callback(_method.get(), context);
+        xcb_im_preedit_start_callback(method.get(), context);
         xcb_im_preedit_draw_fr_t change{};
         change.caret = 1;
         change.length_of_preedit_string = static_cast<std::uint16_t>(length);
         change.preedit_string = reinterpret_cast<std::uint8_t*>(text.get());
         change.status = 2;
-        xcb_im_preedit_draw_callback(_method.get(), context, &change);
+        xcb_im_preedit_draw_callback(method.get(), context, &change);
     } else if (position == KEY_B && isPress) {
         const auto text = encoded("日本");
-        xcb_im_preedit_done_callback(_method.get(), context);
-        xcb_im_commit_string(_method.get(), context, XCB_XIM_LOOKUP_CHARS, text.get(),
+        xcb_im_preedit_done_callback(method.get(), context);
+        xcb_im_commit_string(method.get(), context, XCB_XIM_LOOKUP_CHARS, text.get(),
                              static_cast<std::uint32_t>(length), 0);
     } else if (position != KEY_A && position != KEY_B) {
-        xcb_im_forward_event(_method.get(), context, event);
+        xcb_im_forward_event(method.get(), context, event);
     }
 }
 

@@ -26,10 +26,10 @@ private:
                        const xcb_im_packet_header_fr_t* header, void* frame, void* argument, void* self);
     void answer(xcb_im_input_context_t* context, xcb_key_press_event_t* event);
 
-    std::string _error;
-    std::unique_ptr<x11::Connection> _connection;
-    std::unique_ptr<xcb_im_t, HandleDeleter<xcb_im_destroy>> _method;
-    Observation _events;
+    std::string error;
+    std::unique_ptr<x11::Connection> connection;
+    std::unique_ptr<xcb_im_t, HandleDeleter<xcb_im_destroy>> method;
+    Observation events;
 };
 
 }  // namespace vellumix::tests

@@ -93,16 +93,16 @@ public:
     std::uint32_t clipboardOwner();
     /// Returns when the server's clock, which counts milliseconds, has moved on.
     void waitForNextServerTime();
-    bool isOwner() const { return _isOwner; }
+    bool isOwner() const { return isOwner_; }
     /// Targets that were asked for, in order.
-    const std::vector<std::string>& asked() const { return _asked; }
+    const std::vector<std::string>& asked() const { return asked_; }
     /// Errors that the server sent: naive programs end at the first.
-    int errors() const { return _errors; }
+    int errors() const { return errors_; }
 
     /// Asks for a target of a selection and waits for the whole value. Nothing when it is refused.
     std::optional<std::string> paste(const std::string& target, const std::string& selection = "CLIPBOARD");
     /// The type of the last value.
-    const std::string& pastedType() const { return _pastedType; }
+    const std::string& pastedType() const { return pastedType_; }
     /// The names that TARGETS lists.
     std::vector<std::string> pasteTargets();
     /// The places of a MULTIPLE request for these targets: whether each was served.
@@ -112,7 +112,7 @@ public:
     /// Asks so many times for all of these targets by MULTIPLE, and waits for none of it.
     void flood(int requests, const std::vector<std::string>& targets);
     /// How many requests were answered with a value.
-    int answers() const { return _answered; }
+    int answers() const { return answered; }
     /// Asks, and doesn't wait.
     std::shared_ptr<Received> beginPaste(const std::string& target,
                                          const std::string& selection = "CLIPBOARD");
@@ -129,7 +129,7 @@ public:
         sent.event = event;
         send(window, sent.bytes);
     }
-    xcb_connection_t* xcb() const { return _xcb.get(); }
+    xcb_connection_t* xcb() const { return xcb_.get(); }
 
     bool hasRootProperty(const std::string& property);
     void setRootWindow(const std::string& property, std::uint32_t window);
@@ -157,22 +157,22 @@ private:
     xcb_timestamp_t serverTime();
     std::string takeProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t& type);
 
-    linux_desktop::GLibRunLoop& _runLoop;
-    x11::xcb::ConnectionHandle _xcb;
-    x11::xcb::Event _readAhead;
-    xcb_window_t _root = 0;
-    xcb_window_t _window = 0;
-    std::map<std::string, xcb_atom_t> _atoms;
-    std::vector<Answer> _answers;
-    bool _isOwner = false;
-    std::optional<xcb_timestamp_t> _serverTime;
-    int _errors = 0;
-    int _answered = 0;
-    std::vector<std::string> _asked;
-    std::string _pastedType;
-    std::list<Sending> _sendings;
-    std::list<Receiving> _receivings;
-    Observation _watch;
+    linux_desktop::GLibRunLoop& runLoop;
+    x11::xcb::ConnectionHandle xcb_;
+    x11::xcb::Event readAhead;
+    xcb_window_t root = 0;
+    xcb_window_t window = 0;
+    std::map<std::string, xcb_atom_t> atoms;
+    std::vector<Answer> answers_;
+    bool isOwner_ = false;
+    std::optional<xcb_timestamp_t> serverTime_;
+    int errors_ = 0;
+    int answered = 0;
+    std::vector<std::string> asked_;
+    std::string pastedType_;
+    std::list<Sending> sendings;
+    std::list<Receiving> receivings;
+    Observation watch;
 };
 
 }  // namespace vellumix::tests

@@ -32,8 +32,8 @@ public:
 private:
     void synchronize();
 
-    x11::xcb::ConnectionHandle _xcb;
-    xcb_window_t _root;
+    x11::xcb::ConnectionHandle xcb;
+    xcb_window_t root;
 };
 
 }  // namespace vellumix::tests

@@ -15,8 +15,8 @@ PrivateDisplay::PrivateDisplay(const std::string& missingExtension) {
     int ends[2];
     if (pipe(ends) != 0) return;
     const auto number = std::to_string(ends[1]);
-    _server = fork();
-    if (_server == 0) {
+    server = fork();
+    if (server == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         ::close(ends[0]);
         const int nowhere = ::open("/dev/null", O_WRONLY);
@@ -32,16 +32,16 @@ PrivateDisplay::PrivateDisplay(const std::string& missingExtension) {
     for (char c = 0; ::read(ends[0], &c, 1) == 1 && c != '\n';) display += c;
     ::close(ends[0]);
     if (display.empty()) return;
-    _name = ":" + display;
-    setenv("DISPLAY", _name.c_str(), 1);
+    name_ = ":" + display;
+    setenv("DISPLAY", name_.c_str(), 1);
 }
 
 void PrivateDisplay::end() {
-    if (const auto server = std::exchange(_server, -1); server > 0) {
+    if (const auto server = std::exchange(this->server, -1); server > 0) {
         kill(server, SIGKILL);
         waitpid(server, nullptr, 0);
         // A killed server leaves its lock and its socket.
-        const auto number = _name.substr(_name.empty() ? 0 : 1);
+        const auto number = name_.substr(name_.empty() ? 0 : 1);
         if (!number.empty()) {
             unlink(("/tmp/.X" + number + "-lock").c_str());
             unlink(("/tmp/.X11-unix/X" + number).c_str());

@@ -17,13 +17,13 @@ public:
     PrivateDisplay& operator=(const PrivateDisplay&) = delete;
 
     /// Empty when the server didn't start.
-    const std::string& name() const { return _name; }
+    const std::string& name() const { return name_; }
     /// Ends the server at once, as a crash would.
     void end();
 
 private:
-    pid_t _server = -1;
-    std::string _name;
+    pid_t server = -1;
+    std::string name_;
 };
 
 }  // namespace vellumix::tests

@@ -16,7 +16,7 @@ namespace vellumix::tests {
 
 Program::Program(linux_desktop::GLibRunLoop& runLoop, const std::vector<std::string>& command,
                  const std::string& input)
-    : _runLoop(runLoop) {
+    : runLoop(runLoop) {
     const int inputFile = memfd_create("input", 0);
     for (std::size_t at = 0; at < input.size();) {
         const auto written = ::write(inputFile, input.data() + at, input.size() - at);
@@ -29,8 +29,8 @@ Program::Program(linux_desktop::GLibRunLoop& runLoop, const std::vector<std::str
     std::vector<char*> arguments;
     for (const auto& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
-    _process = fork();
-    if (_process == 0) {
+    process = fork();
+    if (process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         dup2(inputFile, STDIN_FILENO);
         dup2(ends[1], STDOUT_FILENO);
@@ -39,36 +39,36 @@ Program::Program(linux_desktop::GLibRunLoop& runLoop, const std::vector<std::str
     }
     ::close(inputFile);
     ::close(ends[1]);
-    _outputEnd = ends[0];
-    _watch = runLoop.watch(
-        _outputEnd, [] { return false; },
+    outputEnd = ends[0];
+    watch = runLoop.watch(
+        outputEnd, [] { return false; },
         [this] {
             std::array<char, 65536> part{};
-            const auto size = ::read(_outputEnd, part.data(), part.size());
+            const auto size = ::read(outputEnd, part.data(), part.size());
             if (size > 0) {
-                _output.append(part.data(), static_cast<std::size_t>(size));
+                output_.append(part.data(), static_cast<std::size_t>(size));
             } else {
-                _hasEnded = true;
-                _watch.cancel();
+                hasEnded = true;
+                watch.cancel();
             }
         });
 }
 
 Program::~Program() {
     kill();
-    if (_outputEnd >= 0) ::close(_outputEnd);
+    if (outputEnd >= 0) ::close(outputEnd);
 }
 
 bool Program::waitForEnd() {
     if (!waitUntil(
-            _runLoop, [this] { return _hasEnded; }, 10))
+            runLoop, [this] { return hasEnded; }, 10))
         return false;
     int status = 0;
-    return waitpid(std::exchange(_process, -1), &status, 0) > 0;
+    return waitpid(std::exchange(process, -1), &status, 0) > 0;
 }
 
 void Program::kill() {
-    const auto process = std::exchange(_process, -1);
+    const auto process = std::exchange(this->process, -1);
     if (process <= 0) return;
     ::kill(process, SIGKILL);
     waitpid(process, nullptr, 0);

@@ -23,15 +23,15 @@ public:
     bool waitForEnd();
     /// Ends the program at once.
     void kill();
-    const std::string& output() const { return _output; }
+    const std::string& output() const { return output_; }
 
 private:
-    linux_desktop::GLibRunLoop& _runLoop;
-    pid_t _process = -1;
-    int _outputEnd = -1;
-    std::string _output;
-    bool _hasEnded = false;
-    Observation _watch;
+    linux_desktop::GLibRunLoop& runLoop;
+    pid_t process = -1;
+    int outputEnd = -1;
+    std::string output_;
+    bool hasEnded = false;
+    Observation watch;
 };
 
 }  // namespace vellumix::tests

@@ -21,35 +21,35 @@ constexpr KeyChord commandV{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
 /// position.
 class KeyListener {
 public:
-    explicit KeyListener(x11::Connection& connection) : _xcb(xcb_connect(nullptr, nullptr)) {
-        const auto window = xcb_generate_id(_xcb.get());
+    explicit KeyListener(x11::Connection& connection) : xcb(xcb_connect(nullptr, nullptr)) {
+        const auto window = xcb_generate_id(xcb.get());
         const std::uint32_t values[] = {1, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE};
-        xcb_create_window(_xcb.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 0, 0, 9, 9, 0,
+        xcb_create_window(xcb.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 0, 0, 9, 9, 0,
                           XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                           XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
-        xcb_map_window(_xcb.get(), window);
-        xcb_set_input_focus(_xcb.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
-        x11::xcb::await<xcb_get_input_focus_reply>(_xcb.get(), xcb_get_input_focus(_xcb.get()));
+        xcb_map_window(xcb.get(), window);
+        xcb_set_input_focus(xcb.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+        x11::xcb::await<xcb_get_input_focus_reply>(xcb.get(), xcb_get_input_focus(xcb.get()));
     }
 
     /// All so far.
     const std::string& keys() {
-        while (const x11::xcb::Event event{xcb_poll_for_event(_xcb.get())}) {
+        while (const x11::xcb::Event event{xcb_poll_for_event(xcb.get())}) {
             const auto type = x11::xcb::typeOf(*event);
             if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
-            _keys += type == XCB_KEY_PRESS ? " +" : " -";
-            _keys += std::to_string(x11::positionOf(x11::xcb::as<xcb_key_press_event_t>(*event).detail));
+            keys_ += type == XCB_KEY_PRESS ? " +" : " -";
+            keys_ += std::to_string(x11::positionOf(x11::xcb::as<xcb_key_press_event_t>(*event).detail));
         }
-        return _keys;
+        return keys_;
     }
     void forget() {
         keys();
-        _keys.clear();
+        keys_.clear();
     }
 
 private:
-    x11::xcb::ConnectionHandle _xcb;
-    std::string _keys;
+    x11::xcb::ConnectionHandle xcb;
+    std::string keys_;
 };
 
 std::string chord(std::initializer_list<int> positions) {

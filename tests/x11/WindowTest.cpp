@@ -327,30 +327,30 @@ TEST_F(WindowTest, TheFrontApplicationStaysWhileThePanelHasTheKeys) {
 /// A program that locks the screen, as far as the display sees it.
 class Locker {
 public:
-    Locker() : _xcb(xcb_connect(nullptr, nullptr)), _window(xcb_generate_id(_xcb.get())) {}
+    Locker() : xcb(xcb_connect(nullptr, nullptr)), window(xcb_generate_id(xcb.get())) {}
 
     void makeWindow(std::uint16_t width, std::uint16_t height, xcb_window_class_t kind) {
         const std::uint32_t yes = 1;
-        xcb_create_window(_xcb.get(), XCB_COPY_FROM_PARENT, _window, root(), 0, 0, width, height, 0, kind,
+        xcb_create_window(xcb.get(), XCB_COPY_FROM_PARENT, window, root(), 0, 0, width, height, 0, kind,
                           XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &yes);
-        xcb_flush(_xcb.get());
+        xcb_flush(xcb.get());
     }
     void map() {
-        xcb_map_window(_xcb.get(), _window);
-        xcb_flush(_xcb.get());
+        xcb_map_window(xcb.get(), window);
+        xcb_flush(xcb.get());
     }
     bool takesKeyboard() {
         const auto reply = x11::xcb::await<xcb_grab_keyboard_reply>(
-            _xcb.get(), xcb_grab_keyboard(_xcb.get(), 1, root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
-                                          XCB_GRAB_MODE_ASYNC));
+            xcb.get(), xcb_grab_keyboard(xcb.get(), 1, root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+                                         XCB_GRAB_MODE_ASYNC));
         return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
     }
 
 private:
-    xcb_window_t root() const { return xcb_setup_roots_iterator(xcb_get_setup(_xcb.get())).data->root; }
+    xcb_window_t root() const { return xcb_setup_roots_iterator(xcb_get_setup(xcb.get())).data->root; }
 
-    x11::xcb::ConnectionHandle _xcb;
-    xcb_window_t _window;
+    x11::xcb::ConnectionHandle xcb;
+    xcb_window_t window;
 };
 
 TEST_F(WindowTest, WhoeverLocksTheScreenGetsTheKeyboardOfThePanel) {

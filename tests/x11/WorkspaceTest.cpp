@@ -74,32 +74,32 @@ TEST_F(WorkspaceTest, OfADesktopFileNoMoreIsReadThanItsBeginning) {
 /// Windows of another program without anybody who manages them.
 class BareWindows {
 public:
-    BareWindows() : _xcb(xcb_connect(nullptr, nullptr)) {}
+    BareWindows() : xcb(xcb_connect(nullptr, nullptr)) {}
 
     /// A square in the root, or all of another window.
     xcb_window_t add(xcb_window_t parent, std::int16_t at, std::uint16_t side,
                      const std::map<std::string, std::string>& texts = {}) {
-        const auto window = xcb_generate_id(_xcb.get());
-        xcb_create_window(_xcb.get(), XCB_COPY_FROM_PARENT, window, parent, at, at, side, side, 0,
+        const auto window = xcb_generate_id(xcb.get());
+        xcb_create_window(xcb.get(), XCB_COPY_FROM_PARENT, window, parent, at, at, side, side, 0,
                           XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
         for (const auto& [name, text] : texts) {
             const auto atom = x11::xcb::await<xcb_intern_atom_reply>(
-                _xcb.get(),
-                xcb_intern_atom(_xcb.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()));
-            xcb_change_property(_xcb.get(), XCB_PROP_MODE_REPLACE, window, atom->atom, XCB_ATOM_STRING, 8,
+                xcb.get(),
+                xcb_intern_atom(xcb.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()));
+            xcb_change_property(xcb.get(), XCB_PROP_MODE_REPLACE, window, atom->atom, XCB_ATOM_STRING, 8,
                                 static_cast<std::uint32_t>(text.size()), text.data());
         }
-        xcb_map_window(_xcb.get(), window);
+        xcb_map_window(xcb.get(), window);
         focus(XCB_INPUT_FOCUS_POINTER_ROOT);
         return window;
     }
     void focus(xcb_window_t window) {
-        xcb_set_input_focus(_xcb.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
-        x11::xcb::await<xcb_get_input_focus_reply>(_xcb.get(), xcb_get_input_focus(_xcb.get()));
+        xcb_set_input_focus(xcb.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+        x11::xcb::await<xcb_get_input_focus_reply>(xcb.get(), xcb_get_input_focus(xcb.get()));
     }
 
 private:
-    x11::xcb::ConnectionHandle _xcb;
+    x11::xcb::ConnectionHandle xcb;
 };
 
 TEST_F(WorkspaceTest, TheFocusTellsWhereNobodyElseDoes) {

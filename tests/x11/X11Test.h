@@ -15,8 +15,8 @@ namespace vellumix::tests {
 /// Keeps the lines of the log.
 class LogLines final : public LogSink {
 public:
-    LogLines() : _outer(Log::install(this)) {}
-    ~LogLines() override { Log::install(_outer); }
+    LogLines() : outer(Log::install(this)) {}
+    ~LogLines() override { Log::install(outer); }
     void write(Level level, std::string_view category, std::string_view message) override {
         if (level == Level::error) text += "error: ";
         text += std::string(category) + ": " + std::string(message) + "\n";
@@ -25,7 +25,7 @@ public:
     std::string text;
 
 private:
-    LogSink* _outer;
+    LogSink* outer;
 };
 
 /// A private display with a pasteboard on it, and another program beside it.

@@ -47,42 +47,42 @@ int pixels(double points, double scale) { return static_cast<int>(std::lround(po
 }  // namespace
 
 GalleryStage::GalleryStage(const View& root, TextSetter& texts, const Surface& surface)
-    : _tree(root, texts, surface) {
-    _tree.frame(_now);
+    : tree(root, texts, surface) {
+    tree.frame(now);
     // What is still to come, such as pictures, comes now.
     RunLoop::main().runUntil([] { return false; });
     settled();
 }
 
 void GalleryStage::hover(Role role, std::string_view label) {
-    if (const auto at = find(role, label)) _tree.pointerMoved(*at);
+    if (const auto at = find(role, label)) tree.pointerMoved(*at);
 }
 
 void GalleryStage::click(Role role, std::string_view label) {
     const auto at = find(role, label);
     if (!at) return;
-    _tree.pointerPressed({.at = *at});
-    _tree.pointerReleased(*at);
+    tree.pointerPressed({.at = *at});
+    tree.pointerReleased(*at);
 }
 
-void GalleryStage::focusNext() { _tree.focusNext(); }
+void GalleryStage::focusNext() { tree.focusNext(); }
 
 void GalleryStage::type(std::string_view letters) {
     for (const char letter : letters) {
-        _tree.keyPressed({.text = std::string(1, letter)});
+        tree.keyPressed({.text = std::string(1, letter)});
         settled();
     }
 }
 
 const DrawingList& GalleryStage::settled() {
-    _tree.frame(_now);
-    _now += rest;
-    return _tree.frame(_now);
+    tree.frame(now);
+    now += rest;
+    return tree.frame(now);
 }
 
 std::optional<Point> GalleryStage::find(Role role, std::string_view label) {
     settled();
-    const auto window = _tree.semantics();
+    const auto window = tree.semantics();
     const auto* found = window.find(role, label);
     return found ? std::optional(found->frame.centre()) : std::nullopt;
 }

@@ -28,8 +28,8 @@ public:
 private:
     std::optional<Point> find(view::Role role, std::string_view label);
 
-    view::ViewTree _tree;
-    double _now = 0;
+    view::ViewTree tree;
+    double now = 0;
 };
 
 /// One state of one view.

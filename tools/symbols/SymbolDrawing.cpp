@@ -18,17 +18,17 @@ using Outline = SymbolDrawing::Outline;
 /// Appends what the `d` attribute of a path says (SVG 2 section 9.3) to an outline.
 class PathReader {
 public:
-    PathReader(Outline& outline, std::string_view text) : _outline(outline), _rest(text) {}
+    PathReader(Outline& outline, std::string_view text) : outline(outline), rest(text) {}
 
     bool read() {
         char command = 0;
-        while (skipSeparators(), !_rest.empty()) {
-            const bool isLetter = std::isalpha(static_cast<unsigned char>(_rest.front())) != 0;
+        while (skipSeparators(), !rest.empty()) {
+            const bool isLetter = std::isalpha(static_cast<unsigned char>(rest.front())) != 0;
             if (isLetter) {
-                command = _rest.front();
-                _rest.remove_prefix(1);
+                command = rest.front();
+                rest.remove_prefix(1);
             }
-            if (!run(command) || !_isSound) return false;
+            if (!run(command) || !isSound) return false;
             // Further pairs behind a move are lines.
             if (command == 'M') command = 'L';
             if (command == 'm') command = 'l';
@@ -39,7 +39,7 @@ public:
 private:
     bool run(char command) {
         const bool isRelative = std::islower(static_cast<unsigned char>(command)) != 0;
-        const Point base = isRelative ? _current : Point();
+        const Point base = isRelative ? current : Point();
         const auto point = [&] {
             const double x = number();
             return Point{base.x + x, base.y + number()};
@@ -47,25 +47,25 @@ private:
         switch (std::toupper(static_cast<unsigned char>(command))) {
             case 'M': {
                 const auto to = point();
-                _outline.add(Step::move, {to.x, to.y});
-                _begin = _current = to;
+                outline.add(Step::move, {to.x, to.y});
+                begin = current = to;
                 return true;
             }
             case 'L':
                 lineTo(point());
                 return true;
             case 'H':
-                lineTo({base.x + number(), _current.y});
+                lineTo({base.x + number(), current.y});
                 return true;
             case 'V':
-                lineTo({_current.x, base.y + number()});
+                lineTo({current.x, base.y + number()});
                 return true;
             case 'C': {
                 const auto first = point();
                 const auto second = point();
                 const auto to = point();
-                _outline.add(Step::curve, {first.x, first.y, second.x, second.y, to.x, to.y});
-                _current = to;
+                outline.add(Step::curve, {first.x, first.y, second.x, second.y, to.x, to.y});
+                current = to;
                 return true;
             }
             case 'A': {
@@ -77,8 +77,8 @@ private:
                 return true;
             }
             case 'Z':
-                _outline.add(Step::close, {});
-                _current = _begin;
+                outline.add(Step::close, {});
+                current = begin;
                 return true;
             default:
                 return false;
@@ -86,13 +86,13 @@ private:
     }
 
     void lineTo(Point to) {
-        _outline.add(Step::line, {to.x, to.y});
-        _current = to;
+        outline.add(Step::line, {to.x, to.y});
+        current = to;
     }
 
     /// SVG 2, appendix B.2.4, for circles.
     void arcTo(Point to, double radius, bool isLarge, bool isClockwise) {
-        const auto from = _current;
+        const auto from = current;
         const double distance = std::hypot(from.x - to.x, from.y - to.y);
         if (distance == 0) return;
         // An arc that can't reach is made larger.
@@ -103,34 +103,34 @@ private:
                            (from.y + to.y) / 2 - side * (from.x - to.x)};
         const double begin = std::atan2(from.y - centre.y, from.x - centre.x);
         const double end = std::atan2(to.y - centre.y, to.x - centre.x);
-        _outline.add(isClockwise ? Step::arc : Step::arcBack, {centre.x, centre.y, reaching, begin, end});
-        _current = to;
+        outline.add(isClockwise ? Step::arc : Step::arcBack, {centre.x, centre.y, reaching, begin, end});
+        current = to;
     }
 
-    void skipSeparators() { _rest.remove_prefix(std::min(_rest.size(), _rest.find_first_not_of(" ,\n"))); }
+    void skipSeparators() { rest.remove_prefix(std::min(rest.size(), rest.find_first_not_of(" ,\n"))); }
     double number() {
         skipSeparators();
         double value = 0;
-        const auto read = std::from_chars(_rest.data(), _rest.data() + _rest.size(), value);
-        _isSound = _isSound && read.ec == std::errc();
-        _rest.remove_prefix(static_cast<std::size_t>(read.ptr - _rest.data()));
+        const auto read = std::from_chars(rest.data(), rest.data() + rest.size(), value);
+        isSound = isSound && read.ec == std::errc();
+        rest.remove_prefix(static_cast<std::size_t>(read.ptr - rest.data()));
         return value;
     }
     /// One digit, which the next number may follow at once.
     bool flag() {
         skipSeparators();
-        _isSound = _isSound && (_rest.starts_with('0') || _rest.starts_with('1'));
-        if (!_isSound) return false;
-        const bool isSet = _rest.front() == '1';
-        _rest.remove_prefix(1);
+        isSound = isSound && (rest.starts_with('0') || rest.starts_with('1'));
+        if (!isSound) return false;
+        const bool isSet = rest.front() == '1';
+        rest.remove_prefix(1);
         return isSet;
     }
 
-    Outline& _outline;
-    std::string_view _rest;
-    Point _begin;
-    Point _current;
-    bool _isSound = true;
+    Outline& outline;
+    std::string_view rest;
+    Point begin;
+    Point current;
+    bool isSound = true;
 };
 
 /// What stands between the angle brackets.

@@ -58,7 +58,7 @@ std::optional<RefusalReason> excessOf(const ClipboardItem& item, const Store& st
 }  // namespace
 
 PasteboardWatcher::PasteboardWatcher(Store& store)
-    : _pb(*platform::current().pasteboard), _changeCount(_pb.changeCount()), _store(store) {
+    : pb(*platform::current().pasteboard), changeCount(pb.changeCount()), store(store) {
     latest().watcher = this;
 }
 
@@ -70,26 +70,26 @@ PasteboardWatcher* PasteboardWatcher::shared() { return latest().watcher; }
 
 void PasteboardWatcher::start() {
     stop();
-    _copies = _pb.observeCopies([this] { _wasCopiedInExcluded = isFrontExcluded(); });
-    _drops = _pb.observeDrops([this](RefusalReason reason) { lose(reason); });
-    if (_pb.capabilities().announcesChanges) {
-        _changes = _pb.observeChanges([this] { poll(); });
+    copies = pb.observeCopies([this] { wasCopiedInExcluded = isFrontExcluded(); });
+    drops = pb.observeDrops([this](RefusalReason reason) { lose(reason); });
+    if (pb.capabilities().announcesChanges) {
+        changes = pb.observeChanges([this] { poll(); });
     } else {
-        _timer = RunLoop::main().repeatingTimer(pollInterval, _lifetime.weakly([this] { poll(); }));
+        timer = RunLoop::main().repeatingTimer(pollInterval, lifetime.weakly([this] { poll(); }));
     }
 }
 
 void PasteboardWatcher::stop() {
-    _timer.reset();
-    _copies.cancel();
-    _changes.cancel();
-    _drops.cancel();
+    timer.reset();
+    copies.cancel();
+    changes.cancel();
+    drops.cancel();
 }
 
 void PasteboardWatcher::poll() {
-    const auto change = _pb.changeCount();
-    if (change == _changeCount) return;
-    _changeCount = change;
+    const auto change = pb.changeCount();
+    if (change == changeCount) return;
+    changeCount = change;
     if (isRefused()) return;
     try {
         capture();
@@ -99,27 +99,27 @@ void PasteboardWatcher::poll() {
 }
 
 void PasteboardWatcher::capture() {
-    const auto files = _pb.readFileURLs();
+    const auto files = pb.readFileURLs();
     if (!files.empty()) return captureFile(files.front());
-    if (auto image = _pb.dataForType(NSPasteboardTypeTIFF)) {
+    if (auto image = pb.dataForType(NSPasteboardTypeTIFF)) {
         captureImage(std::move(*image));
         return;
     }
-    if (const auto text = _pb.stringForType(NSPasteboardTypeString)) captureText(*text);
+    if (const auto text = pb.stringForType(NSPasteboardTypeString)) captureText(*text);
 }
 
 bool PasteboardWatcher::isRefused() {
     if (RunLoop::main().now() <= suppressedUntil) {
         // A write of our own is no copy that a person would miss.
-        if (!_pb.isOurs()) refuse(RefusalReason::justAfterPaste);
+        if (!pb.isOurs()) refuse(RefusalReason::justAfterPaste);
         return true;
     }
-    const auto types = _pb.types();
+    const auto types = pb.types();
     if (std::ranges::any_of(types, isMarkerType)) {
         refuse(RefusalReason::marked);
         return true;
     }
-    if (isFrontExcluded() || (_wasCopiedInExcluded && !_pb.isOurs())) {
+    if (isFrontExcluded() || (wasCopiedInExcluded && !pb.isOurs())) {
         refuse(RefusalReason::excludedApplication);
         return true;
     }
@@ -131,16 +131,16 @@ void PasteboardWatcher::captureFile(const URL& url) {
     auto item = freshItem(ClipboardItem::Kind::file);
     item._text = String(repairedUTF8(url.lastPathComponent()));
     item._fileURL = url;
-    record(std::move(item), _changeCount);
+    record(std::move(item), changeCount);
 }
 
 Task PasteboardWatcher::captureImage(Data encoded) {
     if (isRepeat("image", encoded)) co_return;
-    const auto change = _changeCount;
+    const auto change = changeCount;
     // What isn't excluded may outlive its owner, which may end before the picture has been converted.
-    _pb.preserve(change);
+    pb.preserve(change);
     // What resumes after the conversion holds the watcher weakly: it may have gone by then.
-    const auto finish = _lifetime.weakly([this, change](std::optional<Data> png) {
+    const auto finish = lifetime.weakly([this, change](std::optional<Data> png) {
         if (!png) return refuse(RefusalReason::undecodableImage);
         auto item = freshItem(ClipboardItem::Kind::image);
         item._imageData = std::move(*png);
@@ -162,7 +162,7 @@ void PasteboardWatcher::captureText(const String& text) {
     auto item = freshItem(kind);
     // Shared with the pasteboard's copy when nothing was trimmed, which for a large text is worth having.
     item._text = trimmed.size() == text.size() ? text : String(trimmed);
-    record(std::move(item), _changeCount);
+    record(std::move(item), changeCount);
 }
 
 bool PasteboardWatcher::isRepeat(std::string_view label, ByteView content) {
@@ -170,37 +170,37 @@ bool PasteboardWatcher::isRepeat(std::string_view label, ByteView content) {
     hasher.combine(label);
     hasher.combine(content);
     const auto hash = hasher.finalize();
-    if (_lastHash != hash) {
-        _lastHash = hash;
+    if (lastHash != hash) {
+        lastHash = hash;
         return false;
     }
     refuse(RefusalReason::repeated);
-    _pb.preserve(_changeCount);
+    pb.preserve(changeCount);
     return true;
 }
 
 void PasteboardWatcher::record(ClipboardItem item, std::int64_t change) {
-    if (const auto reason = excessOf(item, _store)) {
+    if (const auto reason = excessOf(item, store)) {
         // No capture: a second try, with room made for it, isn't a repeat.
-        _lastHash.reset();
+        lastHash.reset();
         return lose(*reason);
     }
-    _lastCapture = Capture{item.date, item.kind};
-    _store.add(std::move(item));
+    lastCapture_ = Capture{item.date, item.kind};
+    store.add(std::move(item));
     // Only what is recorded may outlive its owner: the rest was not ours to keep.
-    _pb.preserve(change);
+    pb.preserve(change);
 }
 
 void PasteboardWatcher::lose(RefusalReason reason) {
     refuse(reason);
     const auto now = RunLoop::main().now();
-    if (!isLoss(reason) || _wasCopiedInExcluded || now < _lastFailure + failurePeriod) return;
-    _lastFailure = now;
+    if (!isLoss(reason) || wasCopiedInExcluded || now < lastFailure + failurePeriod) return;
+    lastFailure = now;
     NotificationCenter::defaultCenter().post(failedNotification, {{"reason", localizedText(reason)}});
 }
 
 void PasteboardWatcher::refuse(RefusalReason reason) {
-    _lastRefusal = Refusal{RunLoop::main().now(), reason};
+    lastRefusal_ = Refusal{RunLoop::main().now(), reason};
 }
 
 }  // namespace vellumix

@@ -58,8 +58,8 @@ public:
     /// No capture up to and including this moment. Set by whoever writes to the pasteboard for the user.
     Date suppressedUntil = Date::distantPast();
 
-    const std::optional<Capture>& lastCapture() const { return _lastCapture; }
-    const std::optional<Refusal>& lastRefusal() const { return _lastRefusal; }
+    const std::optional<Capture>& lastCapture() const { return lastCapture_; }
+    const std::optional<Refusal>& lastRefusal() const { return lastRefusal_; }
 
 private:
     bool isRefused();
@@ -73,20 +73,20 @@ private:
     /// Refuses, and tells the person of what is worth it.
     void lose(RefusalReason reason);
 
-    NSPasteboard& _pb;
-    std::int64_t _changeCount;
-    std::unique_ptr<NSTimer> _timer;
-    Observation _copies;
-    Observation _changes;
-    Store& _store;
-    std::optional<std::uint64_t> _lastHash;
+    NSPasteboard& pb;
+    std::int64_t changeCount;
+    std::unique_ptr<NSTimer> timer;
+    Observation copies;
+    Observation changes;
+    Store& store;
+    std::optional<std::uint64_t> lastHash;
     /// Of the present content, which may have taken its time to come.
-    bool _wasCopiedInExcluded = false;
-    std::optional<Capture> _lastCapture;
-    std::optional<Refusal> _lastRefusal;
-    Date _lastFailure = Date::distantPast();
-    Observation _drops;
-    Lifetime _lifetime;
+    bool wasCopiedInExcluded = false;
+    std::optional<Capture> lastCapture_;
+    std::optional<Refusal> lastRefusal_;
+    Date lastFailure = Date::distantPast();
+    Observation drops;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -23,7 +23,7 @@ bool hasRunOut(const std::optional<Date>& lastRun, double period, Date now) {
 
 AutoCleanScheduler::AutoCleanScheduler(Store& store, std::function<AutoCleanSettings()> getSettings,
                                        std::function<void(AutoCleanSettings)> setSettings)
-    : _store(store), _getSettings(std::move(getSettings)), _setSettings(std::move(setSettings)) {}
+    : store(store), getSettings(std::move(getSettings)), setSettings(std::move(setSettings)) {}
 
 AutoCleanScheduler::DueModes AutoCleanScheduler::dueModes(const AutoCleanSettings& settings, Date now) {
     return {
@@ -45,18 +45,18 @@ std::vector<ClipboardItem> AutoCleanScheduler::remainingItems(const AutoCleanSet
 
 void AutoCleanScheduler::start() {
     invalidateTimer();
-    const auto settings = _getSettings();
+    const auto settings = getSettings();
     if (!settings.modes.contains(AutoCleanMode::daily) && !settings.modes.contains(AutoCleanMode::weekly))
         return;
     cleanIfDue();
     // The scheduler owns the timer, so the timer can't outlive it.
-    _timer = RunLoop::main().repeatingTimer(checkInterval, [this] { cleanIfDue(); });
+    timer = RunLoop::main().repeatingTimer(checkInterval, [this] { cleanIfDue(); });
 }
 
-void AutoCleanScheduler::invalidateTimer() { _timer.reset(); }
+void AutoCleanScheduler::invalidateTimer() { timer.reset(); }
 
 void AutoCleanScheduler::cleanIfDue() {
-    const auto due = dueModes(_getSettings(), RunLoop::main().now());
+    const auto due = dueModes(getSettings(), RunLoop::main().now());
     if (due.daily || due.weekly) performClean(due.daily, due.weekly);
 }
 
@@ -66,30 +66,30 @@ bool AutoCleanScheduler::userConsents() {
         .informativeText = localized("autoClean.dialog.message"),
         .buttons = {localized("cancel"), localized("clear")},
     };
-    _isAsking = true;
+    isAsking = true;
     const auto answer = platform::current().alerts->runModal(alert);
-    _isAsking = false;
+    isAsking = false;
     return answer == NSAlert::firstButtonReturn + 1;
 }
 
 void AutoCleanScheduler::performClean(bool daily, bool weekly) {
     // The hourly check goes on while the question is open; a second question would ask nothing new, and a
     // clean behind the open one would take the answer out of the user's hands.
-    if (_isAsking) return;
+    if (isAsking) return;
     const auto now = RunLoop::main().now();
     const auto removes = [this] {
-        return remainingItems(_getSettings(), _store.items().get()).size() < _store.items()->size();
+        return remainingItems(getSettings(), store.items().get()).size() < store.items()->size();
     };
-    if (removes() && _getSettings().confirm && !userConsents()) return;
+    if (removes() && getSettings().confirm && !userConsents()) return;
     // Computed after the answer: what was copied, pinned, locked or deleted while the question was open
     // counts.
     const bool hasRemoved = removes();
-    if (hasRemoved) _store.replaceAll(remainingItems(_getSettings(), _store.items().get()));
-    auto settings = _getSettings();
+    if (hasRemoved) store.replaceAll(remainingItems(getSettings(), store.items().get()));
+    auto settings = getSettings();
     if (daily) settings.lastDailyRunAt = now;
     if (weekly) settings.lastWeeklyRunAt = now;
     settings.lastRunAt = now;
-    _setSettings(std::move(settings));
+    setSettings(std::move(settings));
     if (hasRemoved) NotificationCenter::defaultCenter().post(historyCleanedNotification);
 }
 

@@ -47,11 +47,11 @@ private:
     void cleanIfDue();
     bool userConsents();
 
-    Store& _store;
-    const std::function<AutoCleanSettings()> _getSettings;
-    const std::function<void(AutoCleanSettings)> _setSettings;
-    std::unique_ptr<NSTimer> _timer;
-    bool _isAsking = false;
+    Store& store;
+    const std::function<AutoCleanSettings()> getSettings;
+    const std::function<void(AutoCleanSettings)> setSettings;
+    std::unique_ptr<NSTimer> timer;
+    bool isAsking = false;
 };
 
 }  // namespace vellumix

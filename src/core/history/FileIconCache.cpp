@@ -21,52 +21,52 @@ bool isSame(const Bitmap* one, const Bitmap* other) {
 /// Has the views ask anew when something has changed that the desktop's answer came from.
 class FileIconCache::Reads final : ReadTracker {
 public:
-    explicit Reads(FileIconCache& cache) : _cache(cache) {}
+    explicit Reads(FileIconCache& cache) : cache(cache) {}
 
     std::vector<Observation> observations;
 
 private:
     void didRead(ObserverList<>& observers) override {
-        observations.push_back(observers.add(_cache._lifetime.weakly(
-            [&cache = _cache] { cache._changes.update([](int& changes) { ++changes; }); })));
+        observations.push_back(observers.add(this->cache.lifetime.weakly(
+            [&cache = cache] { cache.changes.update([](int& changes) { ++changes; }); })));
     }
 
-    FileIconCache& _cache;
+    FileIconCache& cache;
 };
 
 FileIconCache& FileIconCache::shared() { return SharedInstances::current().get<FileIconCache>(); }
 
 std::shared_ptr<const Bitmap> FileIconCache::icon(const URL& file) {
     // The read is what has the view evaluated again.
-    _changes.get();
-    if (std::ranges::find(_wanted, file) == _wanted.end()) {
-        _wanted.push_back(file);
-        if (_wanted.size() == 1) askLater();
+    changes.get();
+    if (std::ranges::find(wanted, file) == wanted.end()) {
+        wanted.push_back(file);
+        if (wanted.size() == 1) askLater();
     }
     return cache.objectForKey(file.path());
 }
 
 void FileIconCache::forget(const URL& file) {
     cache.removeObjectForKey(file.path());
-    std::erase(_wanted, file);
+    std::erase(wanted, file);
 }
 
 void FileIconCache::askLater() {
-    onMain(_lifetime.weakly([this] { ask(); }));
+    onMain(lifetime.weakly([this] { ask(); }));
 }
 
 void FileIconCache::ask() {
-    if (_wanted.empty()) return;
-    const auto file = std::move(_wanted.front());
-    _wanted.pop_front();
-    if (!_wanted.empty()) askLater();
+    if (wanted.empty()) return;
+    const auto file = std::move(wanted.front());
+    wanted.pop_front();
+    if (!wanted.empty()) askLater();
     Reads reads(*this);
     auto icon = platform::current().fileIcons->iconForFile(file, side);
-    if (!reads.observations.empty()) _reads = std::move(reads.observations);
+    if (!reads.observations.empty()) this->reads = std::move(reads.observations);
     const auto key = file.path();
     if (isSame(cache.objectForKey(key).get(), icon.get())) return;
     icon ? cache.setObject(std::move(icon), key) : cache.removeObjectForKey(key);
-    _changes.update([](int& changes) { ++changes; });
+    this->changes.update([](int& changes) { ++changes; });
 }
 
 }  // namespace vellumix

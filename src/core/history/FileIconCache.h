@@ -39,11 +39,11 @@ private:
     void ask();
 
     /// The files that the desktop is still to be asked about: no more than were drawn since the last turn.
-    std::deque<URL> _wanted;
+    std::deque<URL> wanted;
     /// What the desktop told by while it was last asked; its changes are those of any file's icon.
-    std::vector<Observation> _reads;
-    Published<int> _changes;
-    Lifetime _lifetime;
+    std::vector<Observation> reads;
+    Published<int> changes;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -59,34 +59,34 @@ bool encodeRecord(const ClipboardItem& item, JsonWriter& writer) {
 class BlobPlace {
 public:
     explicit BlobPlace(Bytes content)
-        : _content(std::make_shared<Bytes>(std::move(content))), _end(_content->data()) {}
+        : content(std::make_shared<Bytes>(std::move(content))), end(this->content->data()) {}
     /// What has been read needs no memory but that of the blobs.
-    ~BlobPlace() { returnPages({_end, _content->data() + _content->size()}); }
+    ~BlobPlace() { returnPages({end, content->data() + content->size()}); }
 
     std::optional<Data> read(JsonReader& reader) {
-        auto* end = _end;
+        auto* end = this->end;
         if (!reader.base64(end)) return std::nullopt;
-        const std::span blob(_end, end);
+        const std::span blob(this->end, end);
         // A small one would hold its page, and with it its neighbours.
         constexpr std::size_t worthSharing = std::size_t{64} << 10;
         if (blob.size() < worthSharing) return Data(ByteView(blob));
-        _end = end;
-        return Data(_content, blob);
+        this->end = end;
+        return Data(content, blob);
     }
 
 private:
-    std::shared_ptr<Bytes> _content;
-    std::uint8_t* _end;
+    std::shared_ptr<Bytes> content;
+    std::uint8_t* end;
 };
 
 /// Reads one record, member by member.
 class RecordReader {
 public:
-    RecordReader(JsonReader& reader, BlobPlace& blobs) : _reader(reader), _blobs(blobs) {}
+    RecordReader(JsonReader& reader, BlobPlace& blobs) : reader(reader), blobs(blobs) {}
 
     bool read(ClipboardItem& item) {
-        return _reader.object([&](std::string_view key) { return member(key, item); }) &&
-               (_found.all() || _reader.fail("required key missing"));
+        return reader.object([&](std::string_view key) { return member(key, item); }) &&
+               (found_.all() || reader.fail("required key missing"));
     }
 
 private:
@@ -94,68 +94,68 @@ private:
 
     bool member(std::string_view key, ClipboardItem& item) {
         if (key == "id") return found(id) && readID(item.id);
-        if (key == "date") return found(date) && _reader.number(item.date.secondsSinceReference);
+        if (key == "date") return found(date) && reader.number(item.date.secondsSinceReference);
         if (key == "kind") return found(kind) && readKind(item.kind);
-        if (key == "pinned") return found(pinned) && _reader.boolean(item.pinned);
-        if (key == "locked") return found(locked) && _reader.boolean(item.locked);
-        if (key == "isEncrypted") return found(isEncrypted) && _reader.boolean(item.isEncrypted);
+        if (key == "pinned") return found(pinned) && reader.boolean(item.pinned);
+        if (key == "locked") return found(locked) && reader.boolean(item.locked);
+        if (key == "isEncrypted") return found(isEncrypted) && reader.boolean(item.isEncrypted);
         if (key == "text") return optional(item._text, [&] { return readText(item._text); });
         if (key == "fileURL") return optional(item._fileURL, [&] { return readURL(item._fileURL); });
         if (key == "imageData") return readBlob(item._imageData);
         if (key == "encryptedText") return readBlob(item.encryptedText);
         if (key == "encryptedImageData") return readBlob(item.encryptedImageData);
         if (key == "encryptedFileURL") return readBlob(item.encryptedFileURL);
-        return _reader.skip();
+        return reader.skip();
     }
 
     bool found(Required key) {
-        _found.set(key);
+        found_.set(key);
         return true;
     }
     /// An optional key may hold null, which reads as absent.
     template <class T, class Read>
     bool optional(std::optional<T>& field, Read read) {
         field.reset();
-        return _reader.next() == JsonReader::Kind::null ? _reader.null() : read();
+        return reader.next() == JsonReader::Kind::null ? reader.null() : read();
     }
     bool readID(UUID& value) {
         std::string text;
-        if (!_reader.string(text)) return false;
+        if (!reader.string(text)) return false;
         const auto parsed = UUID::parse(text);
-        if (!parsed) return _reader.fail("not a UUID");
+        if (!parsed) return reader.fail("not a UUID");
         value = *parsed;
         return true;
     }
     bool readKind(ClipboardItem::Kind& value) {
         std::string text;
-        if (!_reader.string(text)) return false;
+        if (!reader.string(text)) return false;
         const auto parsed = kindFromRawValue(text);
-        if (!parsed) return _reader.fail("unknown kind");
+        if (!parsed) return reader.fail("unknown kind");
         value = *parsed;
         return true;
     }
     bool readText(std::optional<String>& value) {
         std::string text;
-        if (!_reader.string(text)) return false;
+        if (!reader.string(text)) return false;
         value = String(std::move(text));
         return true;
     }
     bool readURL(std::optional<URL>& value) {
         std::string text;
-        if (!_reader.string(text)) return false;
+        if (!reader.string(text)) return false;
         value = URL::parse(text);
-        return value || _reader.fail("not a URL");
+        return value || reader.fail("not a URL");
     }
     bool readBlob(std::optional<Data>& value) {
         return optional(value, [&] {
-            value = _blobs.read(_reader);
+            value = blobs.read(reader);
             return value.has_value();
         });
     }
 
-    JsonReader& _reader;
-    BlobPlace& _blobs;
-    std::bitset<requiredCount> _found;
+    JsonReader& reader;
+    BlobPlace& blobs;
+    std::bitset<requiredCount> found_;
 };
 
 }  // namespace

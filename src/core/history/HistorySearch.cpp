@@ -12,9 +12,9 @@ namespace vellumix {
 HistorySearch& HistorySearch::shared() { return SharedInstances::current().get<HistorySearch>(); }
 
 void HistorySearch::forget() {
-    _texts.clear();
-    _fileURLs.clear();
-    if (_answer.get()) _answer.set(nullptr);
+    texts.clear();
+    fileURLs.clear();
+    if (answer_.get()) answer_.set(nullptr);
 }
 
 std::shared_ptr<const HistorySearch::Items> HistorySearch::found(const Items& items,
@@ -24,18 +24,18 @@ std::shared_ptr<const HistorySearch::Items> HistorySearch::found(const Items& it
         forget();
         return std::make_shared<const Items>(std::move(candidates));
     }
-    const auto last = _answer.get();
+    const auto last = answer_.get();
     if (last && last->question == question && last->items == items) return last->found;
     decipher(items);
     const CaselessText wanted(question.query);
     std::erase_if(candidates, [&](const ClipboardItem& item) { return !matches(item, wanted); });
     auto found = std::make_shared<const Items>(std::move(candidates));
-    _answer.set(std::make_shared<const Answer>(Answer{question, items, found}));
+    answer_.set(std::make_shared<const Answer>(Answer{question, items, found}));
     return found;
 }
 
 std::shared_ptr<const HistorySearch::Items> HistorySearch::answer(const Question& question) const {
-    const auto& last = _answer.get();
+    const auto& last = answer_.get();
     return last && last->question == question ? last->found : nullptr;
 }
 
@@ -52,8 +52,8 @@ void HistorySearch::decipher(const Items& items) {
     };
     for (const auto& item : items) {
         if (!item.locked || !item.isEncrypted) continue;
-        need(_texts, item, item.encryptedText);
-        need(_fileURLs, item, item.encryptedFileURL);
+        need(this->texts, item, item.encryptedText);
+        need(fileURLs, item, item.encryptedFileURL);
     }
     const auto texts = EncryptionManager::shared().decryptTexts(blobs);
     for (std::size_t at = 0; at < missing.size(); ++at) missing[at]->text = texts[at];
@@ -65,11 +65,11 @@ bool HistorySearch::matches(const ClipboardItem& item, const CaselessText& query
         const auto found = deciphered.find(item.id.uuidString());
         return found == deciphered.end() ? std::nullopt : found->second.text;
     };
-    const auto text = isSealed && item.encryptedText ? sealed(_texts) : item._text;
+    const auto text = isSealed && item.encryptedText ? sealed(texts) : item._text;
     if (text && query.isIn(*text)) return true;
     auto url = item._fileURL;
     if (isSealed && item.encryptedFileURL) {
-        const auto deciphered = sealed(_fileURLs);
+        const auto deciphered = sealed(fileURLs);
         if (auto opened = deciphered ? URL::parse(*deciphered) : std::nullopt) url = std::move(opened);
     }
     return url && query.isIn(url->lastPathComponent());

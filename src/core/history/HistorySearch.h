@@ -60,9 +60,9 @@ private:
     void decipher(const Items& items);
     bool matches(const ClipboardItem& item, const CaselessText& query) const;
 
-    std::map<std::string, Deciphered> _texts;
-    std::map<std::string, Deciphered> _fileURLs;
-    Published<std::shared_ptr<const Answer>> _answer;
+    std::map<std::string, Deciphered> texts;
+    std::map<std::string, Deciphered> fileURLs;
+    Published<std::shared_ptr<const Answer>> answer_;
 };
 
 /// The entries of a kind, or of every kind for `all`, in their order.

@@ -45,17 +45,17 @@ bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked;
 }  // namespace
 
 Store::Store(std::optional<URL> url, std::size_t sizeLimit)
-    : _url(url ? std::move(*url) : defaultURL()),
-      _sizeLimit(sizeLimit),
-      _file(std::make_shared<KeptFile>(*platform::current().files, _url.path(),
-                                       KeptFile::Nature{"Store", "history", bounds::historyFile})),
-      _saveQueue(RunLoop::main().serialQueue(saveQueueLabel)) {
+    : url_(url ? std::move(*url) : defaultURL()),
+      sizeLimit(sizeLimit),
+      file(std::make_shared<KeptFile>(*platform::current().files, url_.path(),
+                                      KeptFile::Nature{"Store", "history", bounds::historyFile})),
+      saveQueue(RunLoop::main().serialQueue(saveQueueLabel)) {
     load();
 }
 
 void Store::add(ClipboardItem item) {
     const auto text = item.text();
-    _items.update([&](std::vector<ClipboardItem>& items) {
+    items_.update([&](std::vector<ClipboardItem>& items) {
         if (text) {
             // A locked entry never matches, so it isn't asked for its text, which would cost a keychain read
             // each.
@@ -72,11 +72,11 @@ void Store::add(ClipboardItem item) {
 
 template <class Change>
 void Store::changeFound(const ClipboardItem& item, Change change) {
-    const auto& items = _items.get();
+    const auto& items = items_.get();
     const auto found = std::ranges::find(items, item);
     if (found == items.end()) return;
     const auto index = found - items.begin();
-    _items.update([&](std::vector<ClipboardItem>& entries) { change(entries, entries.begin() + index); });
+    items_.update([&](std::vector<ClipboardItem>& entries) { change(entries, entries.begin() + index); });
     scheduleSave();
 }
 
@@ -103,7 +103,7 @@ void Store::setLocked(const ClipboardItem& item, bool locked) {
 }
 
 void Store::clear() {
-    _items.update([](std::vector<ClipboardItem>& items) {
+    items_.update([](std::vector<ClipboardItem>& items) {
         std::erase_if(items, [](const ClipboardItem& item) {
             if (isProtected(item)) return false;
             forgetPictures(item);
@@ -114,29 +114,29 @@ void Store::clear() {
 }
 
 void Store::replaceAll(std::vector<ClipboardItem> items) {
-    const auto& old = _items.get();
+    const auto& old = items_.get();
     std::vector<ClipboardItem> gone;
     std::ranges::copy_if(old, std::back_inserter(gone), [&](const ClipboardItem& entry) {
         return std::ranges::none_of(items, [&](const ClipboardItem& kept) { return kept.id == entry.id; });
     });
-    _items.set(std::move(items));
+    items_.set(std::move(items));
     std::ranges::for_each(gone, forgetPictures);
     scheduleSave();
 }
 
 std::optional<ClipboardItem> Store::item(const UUID& id) const {
-    const auto found = std::ranges::find(_items.get(), id, &ClipboardItem::id);
-    return found == _items.get().end() ? std::nullopt : std::optional(*found);
+    const auto found = std::ranges::find(items_.get(), id, &ClipboardItem::id);
+    return found == items_.get().end() ? std::nullopt : std::optional(*found);
 }
 
 void Store::load() {
-    auto content = _file->read();
+    auto content = file->read();
     if (!content || content->empty()) return;
     try {
         decode(std::move(*content));
     } catch (const std::bad_alloc&) {
         log.error("Failed to decode history: not enough memory");
-        _file->markUnreadable();
+        file->markUnreadable();
     }
 }
 
@@ -147,22 +147,22 @@ void Store::decode(Bytes content) {
             EncryptionManager::shared().decryptInPlace(std::span(content).subspan(magic.size()));
         if (!plaintext) {
             log.error("Failed to decrypt history — file corrupt or key unavailable");
-            return _file->markUnreadable();
+            return file->markUnreadable();
         }
         payload = *plaintext;
     }
-    _fileSize = content.size();
+    fileSize = content.size();
     std::vector<ClipboardItem> items;
     if (const auto reason = decodeHistory(std::move(content), payload, items); !reason.empty()) {
         log.error("Failed to decode history: " + reason);
-        _fileSize = 0;
-        return _file->markUnreadable();
+        fileSize = 0;
+        return file->markUnreadable();
     }
-    _items.set(std::move(items));
+    items_.set(std::move(items));
 }
 
 bool Store::hasRoomFor(const ClipboardItem& item) const {
-    return _fileSize + recordSizeLimit(item) <= _sizeLimit;
+    return fileSize + recordSizeLimit(item) <= sizeLimit;
 }
 
 bool Store::sealHistory(const ByteSource& json, BlockBuffer& out) {
@@ -177,9 +177,9 @@ bool Store::sealHistory(const ByteSource& json, BlockBuffer& out) {
 std::shared_ptr<const BlockBuffer> Store::sealedItems() {
     auto sealed = encodeAndSeal();
     const bool hasKey = sealed && hasMagic(sealed->parts().front());
-    if (!hasKey || std::ranges::none_of(_items.get(), &ClipboardItem::isLockedInClear)) return sealed;
+    if (!hasKey || std::ranges::none_of(items_.get(), &ClipboardItem::isLockedInClear)) return sealed;
     // There is a key again, for what was locked while there was none.
-    _items.update([](std::vector<ClipboardItem>& items) {
+    items_.update([](std::vector<ClipboardItem>& items) {
         for (auto& item : items) {
             if (item.isLockedInClear()) item.encryptContent();
         }
@@ -188,47 +188,47 @@ std::shared_ptr<const BlockBuffer> Store::sealedItems() {
 }
 
 std::shared_ptr<const BlockBuffer> Store::encodeAndSeal() {
-    auto sealed = std::make_shared<BlockBuffer>(_blocks);
-    const auto json = [&](const ByteTaker& take) { return encodeHistory(_items.get(), take); };
+    auto sealed = std::make_shared<BlockBuffer>(blocks);
+    const auto json = [&](const ByteTaker& take) { return encodeHistory(items_.get(), take); };
     if (!sealHistory(json, *sealed)) {
-        _file->noteFailure("there is no memory to encode it in");
+        file->noteFailure("there is no memory to encode it in");
         noteOutcome();
         return nullptr;
     }
-    _fileSize = sealed->size();
+    fileSize = sealed->size();
     return sealed;
 }
 
 void Store::noteOutcome() {
-    if (_saveFailed.get() != _file->hasFailed()) _saveFailed.set(_file->hasFailed());
+    if (saveFailed_.get() != file->hasFailed()) saveFailed_.set(file->hasFailed());
 }
 
 void Store::scheduleSave() {
     assertMainThread();
-    _hasChanged = true;
-    if (_pendingSave) _pendingSave->cancel();
-    if (_pendingRelease) _pendingRelease->cancel();
+    hasChanged = true;
+    if (pendingSave) pendingSave->cancel();
+    if (pendingRelease) pendingRelease->cancel();
     auto sealed = sealedItems();
     if (sealed) {
-        _pendingSave = _saveQueue->asyncAfter(
-            saveDebounce,
-            [file = _file, sealed = std::move(sealed), tell = _lifetime.weakly([this] { noteOutcome(); })] {
+        pendingSave =
+            saveQueue->asyncAfter(saveDebounce, [file = this->file, sealed = std::move(sealed),
+                                                 tell = lifetime.weakly([this] { noteOutcome(); })] {
                 const bool hadFailed = file->hasFailed();
                 file->write(sealed->parts());
                 if (file->hasFailed() != hadFailed) onMain(tell);
             });
     }
-    _pendingRelease =
-        _saveQueue->asyncAfter(saveDebounce + memoryLingers, [blocks = _blocks] { blocks->release(); });
+    pendingRelease =
+        saveQueue->asyncAfter(saveDebounce + memoryLingers, [blocks = this->blocks] { blocks->release(); });
 }
 
 void Store::saveNow() {
     assertMainThread();
-    if (!_hasChanged) return;
-    if (_pendingSave) _pendingSave->cancel();
+    if (!hasChanged) return;
+    if (pendingSave) pendingSave->cancel();
     const auto sealed = sealedItems();
     if (!sealed) return;
-    _saveQueue->sync([&] { _file->write(sealed->parts()); });
+    saveQueue->sync([&] { file->write(sealed->parts()); });
     noteOutcome();
 }
 

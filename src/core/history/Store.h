@@ -35,13 +35,13 @@ public:
     /// `sizeLimit` is for `hasRoomFor`.
     explicit Store(std::optional<URL> url = std::nullopt, std::size_t sizeLimit = bounds::history);
 
-    const Published<std::vector<ClipboardItem>>& items() const { return _items; }
-    Observation observeItems(std::function<void()> observer) { return _items.observe(std::move(observer)); }
-    const URL& url() const { return _url; }
+    const Published<std::vector<ClipboardItem>>& items() const { return items_; }
+    Observation observeItems(std::function<void()> observer) { return items_.observe(std::move(observer)); }
+    const URL& url() const { return url_; }
     /// Whether the last save failed, so that the file doesn't hold the present list.
-    const Published<bool>& saveFailed() const { return _saveFailed; }
+    const Published<bool>& saveFailed() const { return saveFailed_; }
     Observation observeSaveFailed(std::function<void()> observer) {
-        return _saveFailed.observe(std::move(observer));
+        return saveFailed_.observe(std::move(observer));
     }
 
     /// Removes unlocked duplicates (same kind, canonically equal text), inserts at the front, trims to
@@ -80,20 +80,20 @@ private:
     template <class Change>
     void changeFound(const ClipboardItem& item, Change change);
 
-    Published<std::vector<ClipboardItem>> _items;
-    const URL _url;
-    const std::size_t _sizeLimit;
-    const std::shared_ptr<KeptFile> _file;
-    const std::unique_ptr<SerialQueue> _saveQueue;
-    std::shared_ptr<WorkItem> _pendingSave;
+    Published<std::vector<ClipboardItem>> items_;
+    const URL url_;
+    const std::size_t sizeLimit;
+    const std::shared_ptr<KeptFile> file;
+    const std::unique_ptr<SerialQueue> saveQueue;
+    std::shared_ptr<WorkItem> pendingSave;
     /// The memory of the snapshots that are or were to be written.
-    const std::shared_ptr<BlockPool> _blocks = std::make_shared<BlockPool>();
-    std::shared_ptr<WorkItem> _pendingRelease;
-    bool _hasChanged = false;
+    const std::shared_ptr<BlockPool> blocks = std::make_shared<BlockPool>();
+    std::shared_ptr<WorkItem> pendingRelease;
+    bool hasChanged = false;
     /// What the present list takes in the file, in bytes.
-    std::size_t _fileSize = 0;
-    Published<bool> _saveFailed;
-    Lifetime _lifetime;
+    std::size_t fileSize = 0;
+    Published<bool> saveFailed_;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -16,7 +16,7 @@ ThumbnailCache& ThumbnailCache::shared() { return SharedInstances::current().get
 ThumbnailCache::Thumbnail ThumbnailCache::thumbnail(const UUID& id, ImageDecoder::PixelSize box,
                                                     const Source& source) {
     const auto key = id.uuidString();
-    const auto facts = _facts.objectForKey(key);
+    const auto facts = this->facts.objectForKey(key);
     if (facts && facts->hasFailed) return {.state = State::failed};
     Thumbnail known{.bitmap = cache.objectForKey(key)};
     if (facts) {
@@ -29,17 +29,17 @@ ThumbnailCache::Thumbnail ThumbnailCache::thumbnail(const UUID& id, ImageDecoder
         }
     }
     // The read is what has the view evaluated again.
-    _arrivals.get();
-    if (!_pending.contains(key) && _pending.size() < pendingLimit) order(key, box, source);
+    arrivals.get();
+    if (!pending.contains(key) && pending.size() < pendingLimit) order(key, box, source);
     return known;
 }
 
 void ThumbnailCache::order(const std::string& key, ImageDecoder::PixelSize box, const Source& source) {
-    const int number = ++_orders;
-    _pending[key] = number;
+    const int number = ++orders;
+    pending[key] = number;
     queue->asyncAfter(0,
                       [box, encoded = source().value_or(Data()), decoder = platform::current().imageDecoder,
-                       arrived = _lifetime.weakly([this, key, number](auto facts, auto bitmap) {
+                       arrived = lifetime.weakly([this, key, number](auto facts, auto bitmap) {
                            arrive(key, number, std::move(facts), std::move(bitmap));
                        })] {
                           auto bitmap = decoder->decode(encoded, box);
@@ -57,22 +57,22 @@ void ThumbnailCache::order(const std::string& key, ImageDecoder::PixelSize box, 
 
 void ThumbnailCache::arrive(const std::string& key, int number, std::shared_ptr<const Facts> facts,
                             std::shared_ptr<const Bitmap> bitmap) {
-    const auto found = _pending.find(key);
-    if (found == _pending.end() || found->second != number) return;
-    _pending.erase(found);
-    _facts.setObject(std::move(facts), key);
+    const auto found = pending.find(key);
+    if (found == pending.end() || found->second != number) return;
+    pending.erase(found);
+    this->facts.setObject(std::move(facts), key);
     if (bitmap) {
         const auto cost = bitmap->pixels.size();
         cache.setObject(std::move(bitmap), key, cost);
     }
-    _arrivals.set(number);
+    arrivals.set(number);
 }
 
 void ThumbnailCache::forget(const UUID& id) {
     const auto key = id.uuidString();
     cache.removeObjectForKey(key);
-    _facts.removeObjectForKey(key);
-    _pending.erase(key);
+    facts.removeObjectForKey(key);
+    pending.erase(key);
 }
 
 }  // namespace vellumix

@@ -45,7 +45,7 @@ public:
     void forget(const UUID& id);
     /// Called after anything that was pending has come or failed.
     Observation observeChanges(std::function<void()> observer) {
-        return _arrivals.observe(std::move(observer));
+        return arrivals.observe(std::move(observer));
     }
 
     NSCache<Bitmap> cache;
@@ -69,12 +69,12 @@ private:
     void arrive(const std::string& key, int number, std::shared_ptr<const Facts> facts,
                 std::shared_ptr<const Bitmap> bitmap);
 
-    NSCache<Facts> _facts{factLimit, 0};
+    NSCache<Facts> facts{factLimit, 0};
     /// The number of each decoding under way; one whose number has gone when it is done was forgotten.
-    std::unordered_map<std::string, int> _pending;
-    int _orders = 0;
-    Published<int> _arrivals;
-    Lifetime _lifetime;
+    std::unordered_map<std::string, int> pending;
+    int orders = 0;
+    Published<int> arrivals;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -13,25 +13,25 @@ Platform* installed = nullptr;
 Platform& current() { return *installed; }
 
 Scope::Scope(Platform platform)
-    : _platform(std::move(platform)),
-      _outerPlatform(std::exchange(installed, &_platform)),
-      _outerLoop(RunLoop::install(_platform.runLoop)),
-      _outerLog(Log::install(_platform.log)),
-      _outerInstances(SharedInstances::install(&_instances)),
-      _defaults(*_platform.files, _platform.defaultsPath),
-      _outerDefaults(UserDefaults::install(&_defaults)) {
-    Localization::current().preferredLanguages = _platform.preferredLanguages;
+    : platform(std::move(platform)),
+      outerPlatform(std::exchange(installed, &this->platform)),
+      outerLoop(RunLoop::install(this->platform.runLoop)),
+      outerLog(Log::install(this->platform.log)),
+      outerInstances(SharedInstances::install(&instances)),
+      defaults(*this->platform.files, this->platform.defaultsPath),
+      outerDefaults(UserDefaults::install(&defaults)) {
+    Localization::current().preferredLanguages = this->platform.preferredLanguages;
 }
 
 Scope::~Scope() {
-    _defaults.synchronize();
+    defaults.synchronize();
     // The shared instances go while everything that they use is still in force.
-    _instances.clear();
-    UserDefaults::install(_outerDefaults);
-    SharedInstances::install(_outerInstances);
-    Log::install(_outerLog);
-    RunLoop::install(_outerLoop);
-    installed = _outerPlatform;
+    instances.clear();
+    UserDefaults::install(outerDefaults);
+    SharedInstances::install(outerInstances);
+    Log::install(outerLog);
+    RunLoop::install(outerLoop);
+    installed = outerPlatform;
 }
 
 }  // namespace vellumix::platform

@@ -70,14 +70,14 @@ public:
     Scope& operator=(const Scope&) = delete;
 
 private:
-    Platform _platform;
-    SharedInstances _instances;
-    Platform* _outerPlatform;
-    RunLoop* _outerLoop;
-    LogSink* _outerLog;
-    SharedInstances* _outerInstances;
-    UserDefaults _defaults;
-    UserDefaults* _outerDefaults;
+    Platform platform;
+    SharedInstances instances;
+    Platform* outerPlatform;
+    RunLoop* outerLoop;
+    LogSink* outerLog;
+    SharedInstances* outerInstances;
+    UserDefaults defaults;
+    UserDefaults* outerDefaults;
 };
 
 }  // namespace platform

@@ -17,10 +17,10 @@ std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, s
     const Combination combination{keyCode, modifiers};
     if (contains(taken, combination) || contains(registered, combination)) return std::nullopt;
     registered.push_back(combination);
-    _targets[combination] = target;
-    return Observation(_lifetime.weakly([this, combination] {
+    targets[combination] = target;
+    return Observation(lifetime.weakly([this, combination] {
         std::erase(registered, combination);
-        _targets.erase(combination);
+        targets.erase(combination);
     }));
 }
 
@@ -30,15 +30,15 @@ bool Hotkeys::hasAllHotKeys() const {
 
 bool Hotkeys::press(const Combination& combination) {
     if (!contains(registered, combination) || contains(taken, combination)) return false;
-    if (const auto target = _targets[combination].lock()) (*target)();
+    if (const auto target = targets[combination].lock()) (*target)();
     return true;
 }
 
 void SyntheticKeys::CGEventPost(const KeyChord& chord) {
-    const auto front = _workspace.frontmostApplication();
+    const auto front = workspace.frontmostApplication();
     posted.push_back({.chord = chord,
                       .to = front ? front->processIdentifier : 0,
-                      .text = _pasteboard.stringForType(NSPasteboardTypeString)});
+                      .text = pasteboard.stringForType(NSPasteboardTypeString)});
 }
 
 }  // namespace vellumix::headless

@@ -34,8 +34,8 @@ public:
     std::vector<Combination> taken;
 
 private:
-    std::map<Combination, std::weak_ptr<const std::function<void()>>> _targets;
-    Lifetime _lifetime;
+    std::map<Combination, std::weak_ptr<const std::function<void()>>> targets;
+    Lifetime lifetime;
 };
 
 /// Keeps what was posted, and what the application in front would have pasted.
@@ -49,7 +49,7 @@ public:
     };
 
     SyntheticKeys(const NSWorkspace& workspace, const NSPasteboard& pasteboard)
-        : _workspace(workspace), _pasteboard(pasteboard) {}
+        : workspace(workspace), pasteboard(pasteboard) {}
 
     bool AXIsProcessTrustedWithOptions(bool prompts) override {
         if (prompts && !isTrusted) ++promptsShown;
@@ -62,8 +62,8 @@ public:
     std::vector<Posting> posted;
 
 private:
-    const NSWorkspace& _workspace;
-    const NSPasteboard& _pasteboard;
+    const NSWorkspace& workspace;
+    const NSPasteboard& pasteboard;
 };
 
 }  // namespace vellumix::headless

@@ -6,20 +6,20 @@ namespace {
 
 class Context final : public LAContext {
 public:
-    explicit Context(LocalAuthentication& service) : _service(service) {}
+    explicit Context(LocalAuthentication& service) : service(service) {}
 
     bool canEvaluatePolicy(LAPolicy, std::optional<LAError>& error) override {
-        error = _service.refusal;
+        error = service.refusal;
         return !error;
     }
 
     void evaluatePolicy(LAPolicy, const std::string& localizedReason, Reply reply) override {
-        _service.prompts.push_back(
+        service.prompts.push_back(
             {localizedReason, localizedCancelTitle, localizedFallbackTitle, std::move(reply)});
     }
 
 private:
-    LocalAuthentication& _service;
+    LocalAuthentication& service;
 };
 
 }  // namespace

@@ -29,8 +29,8 @@ std::error_code MemoryFileSystem::openForWriting(const std::string& path, Handle
     assertNotDescribing("a file was opened");
     if (!folders.contains(folderOf(path))) return failure(std::errc::no_such_file_or_directory);
     files[path].clear();
-    handle = _nextHandle++;
-    _open[handle] = path;
+    handle = nextHandle++;
+    open[handle] = path;
     return {};
 }
 
@@ -41,14 +41,14 @@ std::error_code MemoryFileSystem::openNew(const std::string& path, Handle& handl
 }
 
 std::error_code MemoryFileSystem::write(Handle handle, ByteView bytes) {
-    const auto found = _open.find(handle);
-    if (found == _open.end()) return failure(std::errc::bad_file_descriptor);
+    const auto found = open.find(handle);
+    if (found == open.end()) return failure(std::errc::bad_file_descriptor);
     append(files[found->second], bytes);
     return {};
 }
 
 std::error_code MemoryFileSystem::close(Handle handle) {
-    return _open.erase(handle) ? std::error_code() : failure(std::errc::bad_file_descriptor);
+    return open.erase(handle) ? std::error_code() : failure(std::errc::bad_file_descriptor);
 }
 
 std::error_code MemoryFileSystem::rename(const std::string& from, const std::string& to) {

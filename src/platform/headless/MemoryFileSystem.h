@@ -32,8 +32,8 @@ public:
     std::set<std::string> folders{"/"};
 
 private:
-    std::map<Handle, std::string> _open;
-    Handle _nextHandle = 3;
+    std::map<Handle, std::string> open;
+    Handle nextHandle = 3;
 };
 
 }  // namespace vellumix::headless

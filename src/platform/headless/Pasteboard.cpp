@@ -9,62 +9,62 @@ namespace vellumix::headless {
 bool Pasteboard::Content::isMarked() const { return std::ranges::any_of(otherTypes, isMarkerType); }
 
 std::vector<std::string> Pasteboard::types() const {
-    auto types = _content.otherTypes;
-    if (_content.isMarked()) return types;
-    if (!_content.files.empty()) types.emplace_back(NSPasteboardTypeFileURL);
-    if (_content.image) types.emplace_back(NSPasteboardTypeTIFF);
-    if (_content.text) types.emplace_back(NSPasteboardTypeString);
+    auto types = content.otherTypes;
+    if (content.isMarked()) return types;
+    if (!content.files.empty()) types.emplace_back(NSPasteboardTypeFileURL);
+    if (content.image) types.emplace_back(NSPasteboardTypeTIFF);
+    if (content.text) types.emplace_back(NSPasteboardTypeString);
     return types;
 }
 
 std::vector<URL> Pasteboard::readFileURLs() const {
-    return _content.isMarked() ? std::vector<URL>() : _content.files;
+    return content.isMarked() ? std::vector<URL>() : content.files;
 }
 
 std::optional<Data> Pasteboard::dataForType(std::string_view type) const {
-    return type == NSPasteboardTypeTIFF && !_content.isMarked() ? _content.image : std::nullopt;
+    return type == NSPasteboardTypeTIFF && !content.isMarked() ? content.image : std::nullopt;
 }
 
 std::optional<String> Pasteboard::stringForType(std::string_view type) const {
-    return type == NSPasteboardTypeString && !_content.isMarked() ? _content.text : std::nullopt;
+    return type == NSPasteboardTypeString && !content.isMarked() ? content.text : std::nullopt;
 }
 
 void Pasteboard::changed() {
-    ++_changeCount;
-    _isOffered = true;
-    _isPreserved = false;
-    if (_capabilities.announcesChanges) onMain(_lifetime.weakly([this] { _changes.notify(); }));
+    ++changeCount_;
+    isOffered = true;
+    isPreserved = false;
+    if (capabilities_.announcesChanges) onMain(lifetime.weakly([this] { changes.notify(); }));
 }
 
 std::int64_t Pasteboard::clearContents() {
-    _content = {};
-    _isOurs = true;
+    content = {};
+    isOurs_ = true;
     changed();
-    return _changeCount;
+    return changeCount_;
 }
 
 bool Pasteboard::setString(const String& text, std::string_view type) {
-    if (!_isOurs || type != NSPasteboardTypeString) return false;
-    _content.text = text;
+    if (!isOurs_ || type != NSPasteboardTypeString) return false;
+    content.text = text;
     return true;
 }
 
 bool Pasteboard::writeImage(const Data& png) {
-    if (!_isOurs) return false;
-    _content.image = png;
+    if (!isOurs_) return false;
+    content.image = png;
     return true;
 }
 
 bool Pasteboard::writeFileURLs(const std::vector<URL>& urls) {
-    if (!_isOurs) return false;
-    _content.files = urls;
+    if (!isOurs_) return false;
+    content.files = urls;
     return true;
 }
 
 void Pasteboard::preserve(std::int64_t changeCount) {
-    if (changeCount != _changeCount) return;
-    _isPreserved = true;
-    _isOffered = true;
+    if (changeCount != changeCount_) return;
+    isPreserved = true;
+    isOffered = true;
 }
 
 void Pasteboard::copyElsewhere(Content content) {
@@ -73,14 +73,14 @@ void Pasteboard::copyElsewhere(Content content) {
 }
 
 void Pasteboard::endCopyElsewhere(Content content) {
-    _content = std::move(content);
-    _isOurs = false;
+    this->content = std::move(content);
+    isOurs_ = false;
     changed();
 }
 
 void Pasteboard::ownerDies() {
-    if (_isOurs) return;
-    _isOffered = _isPreserved;
+    if (isOurs_) return;
+    isOffered = isPreserved;
 }
 
 }  // namespace vellumix::headless

@@ -23,19 +23,19 @@ public:
         bool isMarked() const;
     };
 
-    explicit Pasteboard(Capabilities capabilities = {}) : _capabilities(capabilities) {}
+    explicit Pasteboard(Capabilities capabilities = {}) : capabilities_(capabilities) {}
 
-    Capabilities capabilities() const override { return _capabilities; }
-    std::int64_t changeCount() const override { return _changeCount; }
-    bool isOurs() const override { return _isOurs; }
+    Capabilities capabilities() const override { return capabilities_; }
+    std::int64_t changeCount() const override { return changeCount_; }
+    bool isOurs() const override { return isOurs_; }
     Observation observeCopies(std::function<void()> observer) override {
-        return _copies.add(std::move(observer));
+        return copies.add(std::move(observer));
     }
     Observation observeChanges(std::function<void()> observer) override {
-        return _changes.add(std::move(observer));
+        return changes.add(std::move(observer));
     }
     Observation observeDrops(std::function<void(RefusalReason)> observer) override {
-        return _drops.add(std::move(observer));
+        return drops.add(std::move(observer));
     }
     std::vector<std::string> types() const override;
     std::vector<URL> readFileURLs() const override;
@@ -48,7 +48,7 @@ public:
     void preserve(std::int64_t changeCount) override;
 
     /// Another program copies; its content is still on its way.
-    void beginCopyElsewhere() { _copies.notify(); }
+    void beginCopyElsewhere() { copies.notify(); }
     /// Another program copies, and its content is here.
     void copyElsewhere(Content content);
     /// The content of a copy that was begun is here.
@@ -58,23 +58,23 @@ public:
     /// The program that copied last ends. Preserved content stays.
     void ownerDies();
     /// Another program's content never arrives.
-    void dropElsewhere(RefusalReason reason) { _drops.notify(reason); }
+    void dropElsewhere(RefusalReason reason) { drops.notify(reason); }
     /// What another program gets when it pastes, markers and all.
-    Content offered() const { return _isOffered ? _content : Content(); }
+    Content offered() const { return isOffered ? content : Content(); }
 
 private:
     void changed();
 
-    Capabilities _capabilities;
-    std::int64_t _changeCount = 0;
-    Content _content;
-    bool _isOurs = false;
-    bool _isOffered = true;
-    bool _isPreserved = false;
-    ObserverList<> _copies;
-    ObserverList<> _changes;
-    ObserverList<RefusalReason> _drops;
-    Lifetime _lifetime;
+    Capabilities capabilities_;
+    std::int64_t changeCount_ = 0;
+    Content content;
+    bool isOurs_ = false;
+    bool isOffered = true;
+    bool isPreserved = false;
+    ObserverList<> copies;
+    ObserverList<> changes;
+    ObserverList<RefusalReason> drops;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::headless

@@ -23,13 +23,13 @@ public:
     std::unique_ptr<NSStatusItem> makeStatusItem() override;
 
     /// Absent while there is no item.
-    const std::optional<Icon>& icon() const { return *_icon; }
+    const std::optional<Icon>& icon() const { return *icon_; }
     /// Chooses the enabled line with the title; false when there is none.
     bool choose(const std::string& title);
 
 private:
     // Shared, so that an item that outlives the bar finds its place.
-    std::shared_ptr<std::optional<Icon>> _icon = std::make_shared<std::optional<Icon>>();
+    std::shared_ptr<std::optional<Icon>> icon_ = std::make_shared<std::optional<Icon>>();
 };
 
 }  // namespace vellumix::headless

@@ -13,15 +13,15 @@ constexpr Date farFuture{1e12};
 
 class VirtualWorkItem final : public WorkItem {
 public:
-    explicit VirtualWorkItem(Work work) : _work(std::move(work)) {}
-    void cancel() override { _work = nullptr; }
-    bool isDone() const { return !_work; }
+    explicit VirtualWorkItem(Work work) : work(std::move(work)) {}
+    void cancel() override { work = nullptr; }
+    bool isDone() const { return !work; }
     void run() {
-        if (const auto work = std::exchange(_work, nullptr)) work();
+        if (const auto work = std::exchange(this->work, nullptr)) work();
     }
 
 private:
-    Work _work;
+    Work work;
 };
 
 }  // namespace
@@ -29,17 +29,17 @@ private:
 class VirtualTimer final : public NSTimer {
 public:
     VirtualTimer(VirtualRunLoop& loop, double interval, bool repeats, Work work)
-        : _loop(loop),
-          _schedule(loop._schedule),
-          _state(std::make_shared<State>(State{interval, repeats, std::move(work)})) {
-        arm(_loop, _state, _loop.now() + interval);
+        : loop(loop),
+          schedule(loop.schedule_),
+          state(std::make_shared<State>(State{interval, repeats, std::move(work)})) {
+        arm(this->loop, state, this->loop.now() + interval);
     }
     ~VirtualTimer() override { invalidate(); }
     void invalidate() override {
-        _state->isValid = false;
-        if (const auto schedule = _schedule.lock()) schedule->erase(_state->next);
+        state->isValid = false;
+        if (const auto schedule = this->schedule.lock()) schedule->erase(state->next);
     }
-    bool isValid() const override { return _state->isValid; }
+    bool isValid() const override { return state->isValid; }
 
 private:
     struct State {
@@ -60,54 +60,54 @@ private:
         });
     }
 
-    VirtualRunLoop& _loop;
-    std::weak_ptr<VirtualRunLoop::Schedule> _schedule;
-    std::shared_ptr<State> _state;
+    VirtualRunLoop& loop;
+    std::weak_ptr<VirtualRunLoop::Schedule> schedule;
+    std::shared_ptr<State> state;
 };
 
 class VirtualQueue final : public SerialQueue {
 public:
-    explicit VirtualQueue(VirtualRunLoop& loop) : _loop(loop) {}
+    explicit VirtualQueue(VirtualRunLoop& loop) : loop(loop) {}
     ~VirtualQueue() override {
-        for (const auto& [moment, item] : _waiting) {
-            if (moment.first <= _loop.now()) item->run();
+        for (const auto& [moment, item] : waiting) {
+            if (moment.first <= loop.now()) item->run();
             item->cancel();
         }
     }
 
     std::shared_ptr<WorkItem> asyncAfter(double seconds, Work work) override {
         auto item = std::make_shared<VirtualWorkItem>(std::move(work));
-        std::erase_if(_waiting, [](const auto& entry) { return entry.second->isDone(); });
-        const auto moment = _loop.schedule(_loop.now() + seconds, [item] { item->run(); });
-        _waiting.emplace_back(moment, item);
+        std::erase_if(waiting, [](const auto& entry) { return entry.second->isDone(); });
+        const auto moment = loop.schedule(loop.now() + seconds, [item] { item->run(); });
+        waiting.emplace_back(moment, item);
         return item;
     }
     void sync(const Work& work) override {
-        for (const auto& [moment, item] : _waiting) {
-            if (moment.first <= _loop.now()) item->run();
+        for (const auto& [moment, item] : waiting) {
+            if (moment.first <= loop.now()) item->run();
         }
         work();
     }
 
 private:
-    VirtualRunLoop& _loop;
-    std::vector<std::pair<VirtualRunLoop::Moment, std::shared_ptr<VirtualWorkItem>>> _waiting;
+    VirtualRunLoop& loop;
+    std::vector<std::pair<VirtualRunLoop::Moment, std::shared_ptr<VirtualWorkItem>>> waiting;
 };
 
-double VirtualRunLoop::uptime() const { return _now.secondsSinceReference - start.secondsSinceReference; }
+double VirtualRunLoop::uptime() const { return now_.secondsSinceReference - start.secondsSinceReference; }
 
-VirtualRunLoop::VirtualRunLoop() : _now(start), _schedule(std::make_shared<Schedule>()) {}
+VirtualRunLoop::VirtualRunLoop() : now_(start), schedule_(std::make_shared<Schedule>()) {}
 VirtualRunLoop::~VirtualRunLoop() = default;
 
 VirtualRunLoop::Moment VirtualRunLoop::schedule(Date date, Work work) {
-    const Moment moment{date, _sequence++};
-    _schedule->emplace(moment, std::move(work));
+    const Moment moment{date, sequence++};
+    schedule_->emplace(moment, std::move(work));
     return moment;
 }
 
-void VirtualRunLoop::post(Work work) { schedule(_now, std::move(work)); }
-void VirtualRunLoop::postAfter(double seconds, Work work) { schedule(_now + seconds, std::move(work)); }
-void VirtualRunLoop::background(Work work) { schedule(_now, std::move(work)); }
+void VirtualRunLoop::post(Work work) { schedule(now_, std::move(work)); }
+void VirtualRunLoop::postAfter(double seconds, Work work) { schedule(now_ + seconds, std::move(work)); }
+void VirtualRunLoop::background(Work work) { schedule(now_, std::move(work)); }
 
 std::unique_ptr<NSTimer> VirtualRunLoop::repeatingTimer(double interval, Work work) {
     return std::make_unique<VirtualTimer>(*this, interval, true, std::move(work));
@@ -122,20 +122,20 @@ std::unique_ptr<SerialQueue> VirtualRunLoop::serialQueue(const std::string&) {
 }
 
 bool VirtualRunLoop::runNext(Date limit) {
-    if (_schedule->empty() || _schedule->begin()->first.first > limit) return false;
-    auto next = _schedule->extract(_schedule->begin());
-    _now = std::max(_now, next.key().first);
+    if (schedule_->empty() || schedule_->begin()->first.first > limit) return false;
+    auto next = schedule_->extract(schedule_->begin());
+    now_ = std::max(now_, next.key().first);
     next.mapped()();
     return true;
 }
 
 void VirtualRunLoop::run() {
-    _stopped = false;
-    while (!_stopped && runNext(farFuture)) {
+    stopped = false;
+    while (!stopped && runNext(farFuture)) {
     }
 }
 
-void VirtualRunLoop::stop() { _stopped = true; }
+void VirtualRunLoop::stop() { stopped = true; }
 
 void VirtualRunLoop::runUntil(const std::function<bool()>& isDone) {
     while (!isDone() && runNext(farFuture)) {
@@ -143,10 +143,10 @@ void VirtualRunLoop::runUntil(const std::function<bool()>& isDone) {
 }
 
 void VirtualRunLoop::advance(double seconds) {
-    const auto end = _now + seconds;
+    const auto end = now_ + seconds;
     while (runNext(end)) {
     }
-    _now = std::max(_now, end);
+    now_ = std::max(now_, end);
 }
 
 }  // namespace vellumix::headless

@@ -17,7 +17,7 @@ public:
     VirtualRunLoop();
     ~VirtualRunLoop() override;
 
-    Date now() const override { return _now; }
+    Date now() const override { return now_; }
     double uptime() const override;
     void post(Work work) override;
     /// No work of others is under way in memory that could keep anybody waiting.
@@ -38,7 +38,7 @@ public:
     /// Runs what is due now.
     void settle() { advance(0); }
     /// How much waits for its time, cancelled work of queues included.
-    std::size_t pending() const { return _schedule->size(); }
+    std::size_t pending() const { return schedule_->size(); }
 
 private:
     friend class VirtualTimer;
@@ -49,11 +49,11 @@ private:
     Moment schedule(Date date, Work work);
     bool runNext(Date limit);
 
-    Date _now;
-    std::uint64_t _sequence = 0;
+    Date now_;
+    std::uint64_t sequence = 0;
     // Shared, so that timers and queues that outlive the loop find out.
-    std::shared_ptr<Schedule> _schedule;
-    bool _stopped = false;
+    std::shared_ptr<Schedule> schedule_;
+    bool stopped = false;
 };
 
 }  // namespace vellumix::headless

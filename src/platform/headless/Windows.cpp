@@ -16,87 +16,87 @@ double area(const Rect& rect) { return rect.size.width * rect.size.height; }
 }  // namespace
 
 Window::Window(WindowServer& server, const Options& given)
-    : options(given), _server(server), _frame(given.frame) {
-    _server._windows.push_back(this);
+    : options(given), server(server), frame_(given.frame) {
+    this->server.windows_.push_back(this);
 }
 
 Window::~Window() {
-    _delegate = nullptr;
+    delegate_ = nullptr;
     orderOut();
-    std::erase(_server._windows, this);
+    std::erase(server.windows_, this);
 }
 
 void Window::tellLater(std::function<void(NSWindowDelegate&)> what) {
-    _server._runLoop.post(_lifetime.weakly([this, what = std::move(what)] {
-        if (_delegate) what(*_delegate);
+    server.runLoop.post(lifetime.weakly([this, what = std::move(what)] {
+        if (delegate_) what(*delegate_);
     }));
 }
 
 void Window::setFrame(const Rect& frame) {
-    const bool hasResized = !(frame.size == _frame.size);
-    const bool hasMoved = !(frame.origin == _frame.origin);
-    _frame = frame;
+    const bool hasResized = !(frame.size == frame_.size);
+    const bool hasMoved = !(frame.origin == frame_.origin);
+    frame_ = frame;
     if (hasResized || hasMoved) {
         tellLater([=](NSWindowDelegate& told) { told.frameChanged(hasResized, hasMoved); });
     }
 }
 
 std::optional<NSScreen> Window::screen() const {
-    const auto& all = _server.monitors;
+    const auto& all = server.monitors;
     const auto most = std::ranges::max_element(
-        all, {}, [&](const NSScreen& screen) { return area(screen.frame.intersection(_frame)); });
+        all, {}, [&](const NSScreen& screen) { return area(screen.frame.intersection(frame_)); });
     return most == all.end() ? std::nullopt : std::optional(*most);
 }
 
-double Window::backingScaleFactor() const { return _server.scale; }
+double Window::backingScaleFactor() const { return server.scale; }
 
 Insets Window::shadowInsets() const {
     const bool drawsOwn =
         options.kind == Kind::panel || options.kind == Kind::menu || options.kind == Kind::toolTip;
-    return drawsOwn && _server.hasCompositor ? Insets::all(shadowRoom) : Insets();
+    return drawsOwn && server.hasCompositor ? Insets::all(shadowRoom) : Insets();
 }
 
-bool Window::isTranslucent() const { return _server.hasCompositor; }
+bool Window::isTranslucent() const { return server.hasCompositor; }
 
 void Window::orderFrontRegardless() {
-    _isVisible = true;
-    std::erase(_server._windows, this);
-    _server._windows.push_back(this);
+    isVisible_ = true;
+    std::erase(server.windows_, this);
+    server.windows_.push_back(this);
 }
 
 void Window::orderOut() {
-    _isVisible = false;
+    isVisible_ = false;
     resignKeyWindow();
 }
 
 void Window::resignKeyWindow() {
     const bool hadKeyboard = isKeyWindow();
-    std::erase(_server._keyOrder, this);
+    std::erase(server.keyOrder, this);
     if (!hadKeyboard) return;
     tellLater([](NSWindowDelegate& told) { told.keyStateChanged(false); });
-    if (auto* next = _server.keyWindow()) {
+    if (auto* next = server.keyWindow()) {
         next->tellLater([](NSWindowDelegate& told) { told.keyStateChanged(true); });
     }
 }
 
 void Window::makeKeyWindow() {
-    auto* before = _server.keyWindow();
-    if (before == this || !_isVisible) return;
-    std::erase(_server._keyOrder, this);
-    _server._keyOrder.push_back(this);
+    auto* before = server.keyWindow();
+    if (before == this || !isVisible_) return;
+    std::erase(server.keyOrder, this);
+    server.keyOrder.push_back(this);
     if (before) before->tellLater([](NSWindowDelegate& told) { told.keyStateChanged(false); });
     tellLater([](NSWindowDelegate& told) { told.keyStateChanged(true); });
 }
 
-bool Window::isKeyWindow() const { return _server.keyWindow() == this; }
+bool Window::isKeyWindow() const { return server.keyWindow() == this; }
 
 PixelBuffer Window::beginDrawing() {
     const auto insets = shadowInsets();
     const auto pixelsOf = [&](double length) {
-        return static_cast<int>(std::ceil(std::max(length, 0.0) * _server.scale));
+        return static_cast<int>(std::ceil(std::max(length, 0.0) * server.scale));
     };
-    const int width = pixelsOf(_frame.size.width + insets.leading + insets.trailing);
-    const int height = pixelsOf(_frame.size.height + insets.top + insets.bottom);
+    const int width = pixelsOf(frame_.size.width + insets.leading + insets.trailing);
+    const int height = pixelsOf(frame_.size.height + insets.top + insets.bottom);
     pixels.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * bytesPerPixel, 0);
     return {pixels, width, height, width * bytesPerPixel};
 }
@@ -110,30 +110,30 @@ std::optional<NSScreen> WindowServer::mainScreen() const {
 }
 
 Observation WindowServer::addGlobalMonitorForMouseDown(std::function<void()> handler) {
-    return refusesMonitors ? Observation() : _mouseHandlers.add(std::move(handler));
+    return refusesMonitors ? Observation() : mouseHandlers.add(std::move(handler));
 }
 
 Observation WindowServer::addGlobalMonitorForMouseUp(std::function<void()> handler) {
-    return refusesMonitors ? Observation() : _releaseHandlers.add(std::move(handler));
+    return refusesMonitors ? Observation() : releaseHandlers.add(std::move(handler));
 }
 
-Window* WindowServer::keyWindow() const { return _keyOrder.empty() ? nullptr : _keyOrder.back(); }
+Window* WindowServer::keyWindow() const { return keyOrder.empty() ? nullptr : keyOrder.back(); }
 
 Window* WindowServer::shown(NSWindow::Kind kind) const {
-    const auto found = std::find_if(_windows.rbegin(), _windows.rend(), [&](const Window* window) {
+    const auto found = std::find_if(windows_.rbegin(), windows_.rend(), [&](const Window* window) {
         return window->options.kind == kind && window->isVisible();
     });
-    return found == _windows.rend() ? nullptr : *found;
+    return found == windows_.rend() ? nullptr : *found;
 }
 
 void WindowServer::setMonitors(std::vector<NSScreen> screens) {
     monitors = std::move(screens);
-    _screenObservers.notify();
+    screenObservers.notify();
 }
 
 void WindowServer::pressElsewhere(Point at) {
     pointer = at;
-    _mouseHandlers.notify();
+    mouseHandlers.notify();
 }
 
 }  // namespace vellumix::headless

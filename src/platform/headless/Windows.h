@@ -22,17 +22,17 @@ public:
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    void setDelegate(NSWindowDelegate* delegate) override { _delegate = delegate; }
-    Rect frame() const override { return _frame; }
+    void setDelegate(NSWindowDelegate* delegate) override { delegate_ = delegate; }
+    Rect frame() const override { return frame_; }
     void setFrame(const Rect& frame) override;
     std::optional<NSScreen> screen() const override;
     double backingScaleFactor() const override;
     Insets shadowInsets() const override;
     bool isTranslucent() const override;
     void setCornerRadius(double radius) override { cornerRadius = radius; }
-    double alphaValue() const override { return _alpha; }
-    void setAlphaValue(double alpha) override { _alpha = alpha; }
-    bool isVisible() const override { return _isVisible; }
+    double alphaValue() const override { return alpha; }
+    void setAlphaValue(double alpha) override { this->alpha = alpha; }
+    bool isVisible() const override { return isVisible_; }
     void orderFrontRegardless() override;
     void orderOut() override;
     void makeKeyWindow() override;
@@ -45,7 +45,7 @@ public:
     void endDrawing() override { ++drawings; }
 
     /// What a person does to the window is told here.
-    NSWindowDelegate* delegate() const { return _delegate; }
+    NSWindowDelegate* delegate() const { return delegate_; }
 
     Options options;
     double cornerRadius = 0;
@@ -62,37 +62,37 @@ private:
     void tellLater(std::function<void(NSWindowDelegate&)> what);
 
     friend class WindowServer;
-    WindowServer& _server;
-    NSWindowDelegate* _delegate = nullptr;
-    Rect _frame;
-    double _alpha = 1;
-    bool _isVisible = false;
-    Lifetime _lifetime;
+    WindowServer& server;
+    NSWindowDelegate* delegate_ = nullptr;
+    Rect frame_;
+    double alpha = 1;
+    bool isVisible_ = false;
+    Lifetime lifetime;
 };
 
 /// Monitors and windows in memory.
 class WindowServer final : public vellumix::WindowServer {
 public:
-    explicit WindowServer(RunLoop& runLoop) : _runLoop(runLoop) {}
+    explicit WindowServer(RunLoop& runLoop) : runLoop(runLoop) {}
 
     std::unique_ptr<NSWindow> makeWindow(const NSWindow::Options& options) override;
     std::vector<NSScreen> screens() const override { return monitors; }
     std::optional<NSScreen> mainScreen() const override;
     Point mouseLocation() const override { return pointer; }
     Observation observeScreenParameters(std::function<void()> observer) override {
-        return _screenObservers.add(std::move(observer));
+        return screenObservers.add(std::move(observer));
     }
     Observation observeActiveSpace(std::function<void()> observer) override {
-        return _spaceObservers.add(std::move(observer));
+        return spaceObservers.add(std::move(observer));
     }
     Observation observeSessionResign(std::function<void()> observer) override {
-        return _sessionObservers.add(std::move(observer));
+        return sessionObservers.add(std::move(observer));
     }
     Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override;
     Observation addGlobalMonitorForMouseUp(std::function<void()> handler) override;
 
     /// The windows that are there, the one in front last.
-    const std::vector<Window*>& windows() const { return _windows; }
+    const std::vector<Window*>& windows() const { return windows_; }
     /// The window with the keyboard; null where no window of the program has it.
     Window* keyWindow() const;
     /// The window of the kind that is shown in front of all others of it; null where there is none.
@@ -100,13 +100,13 @@ public:
 
     /// Puts other monitors in place of the present ones.
     void setMonitors(std::vector<NSScreen> screens);
-    void changeActiveSpace() { _spaceObservers.notify(); }
-    void resignSession() { _sessionObservers.notify(); }
+    void changeActiveSpace() { spaceObservers.notify(); }
+    void resignSession() { sessionObservers.notify(); }
     /// Somebody presses a button on another program's window, or on nothing.
     void pressElsewhere(Point at);
     /// Somebody lets a button go, wherever it was pressed.
-    void releaseButton() { _releaseHandlers.notify(); }
-    bool isMonitoringMouse() const { return !_mouseHandlers.empty() || !_releaseHandlers.empty(); }
+    void releaseButton() { releaseHandlers.notify(); }
+    bool isMonitoringMouse() const { return !mouseHandlers.empty() || !releaseHandlers.empty(); }
 
     std::vector<NSScreen> monitors{{{{0, 0}, {1280, 800}}, {{0, 28}, {1280, 772}}}};
     /// Which of them the active window is on.
@@ -120,15 +120,15 @@ public:
 private:
     friend class Window;
 
-    RunLoop& _runLoop;
-    std::vector<Window*> _windows;
+    RunLoop& runLoop;
+    std::vector<Window*> windows_;
     /// Those that have asked for the keyboard and are shown; the last one has it.
-    std::vector<Window*> _keyOrder;
-    ObserverList<> _screenObservers;
-    ObserverList<> _spaceObservers;
-    ObserverList<> _sessionObservers;
-    ObserverList<> _mouseHandlers;
-    ObserverList<> _releaseHandlers;
+    std::vector<Window*> keyOrder;
+    ObserverList<> screenObservers;
+    ObserverList<> spaceObservers;
+    ObserverList<> sessionObservers;
+    ObserverList<> mouseHandlers;
+    ObserverList<> releaseHandlers;
 };
 
 }  // namespace vellumix::headless

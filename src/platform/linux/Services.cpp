@@ -9,19 +9,19 @@ namespace vellumix::linux_desktop {
 Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, FileSystem& files,
                    Keychain& keychain, const Display& display, const Paths& paths,
                    AuthenticationPromptMaker makePrompt)
-    : _authentication({.makePrompt = std::move(makePrompt)}),
-      _fileIcons(runLoop, {.themeName = [&display] { return display.iconTheme(); }}),
-      _sharing(runLoop, files, *platform.pasteboard) {
+    : authentication({.makePrompt = std::move(makePrompt)}),
+      fileIcons(runLoop, {.themeName = [&display] { return display.iconTheme(); }}),
+      sharing(runLoop, files, *platform.pasteboard) {
     platform.runLoop = &runLoop;
-    platform.log = &_log;
+    platform.log = &log;
     platform.files = &files;
     platform.keychain = &keychain;
-    platform.authentication = &_authentication;
+    platform.authentication = &authentication;
     platform.images = &images.images;
     platform.imageDecoder = &images.decoder;
-    platform.notifications = &_notifications;
-    platform.fileIcons = &_fileIcons;
-    platform.sharing = &_sharing;
+    platform.notifications = &notifications;
+    platform.fileIcons = &fileIcons;
+    platform.sharing = &sharing;
     if (paths.dataHome) platform.applicationSupportDirectories = {*paths.dataHome};
     platform.temporaryDirectory = paths.temporaryFolder;
     platform.defaultsPath = paths.settingsFile();

@@ -29,11 +29,11 @@ public:
              const Display& display, const Paths& paths, AuthenticationPromptMaker makePrompt);
 
 private:
-    SystemLog _log{SystemLog::StandardError::withoutJournal};
-    DesktopNotifications _notifications;
-    PamAuthentication _authentication;
-    IconThemeFileIcons _fileIcons;
-    DesktopSharing _sharing;
+    SystemLog log{SystemLog::StandardError::withoutJournal};
+    DesktopNotifications notifications;
+    PamAuthentication authentication;
+    IconThemeFileIcons fileIcons;
+    DesktopSharing sharing;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -35,26 +35,26 @@ public:
 
     Display(std::unique_ptr<Connection> connection, Options options);
 
-    bool hasWindowManager() const { return _windowManager.isRunning(); }
+    bool hasWindowManager() const { return windowManager.isRunning(); }
 
     void fill(Platform& platform) override;
-    std::optional<std::string> iconTheme() const override { return _windows.settings().iconTheme; }
-    bool hasKeyboard() const override { return _windows.hasKeyboard(); }
+    std::optional<std::string> iconTheme() const override { return windows.settings().iconTheme; }
+    bool hasKeyboard() const override { return windows.hasKeyboard(); }
     Observation observeEnd(std::function<void()> handler) override {
-        return _connection->observeEnd(std::move(handler));
+        return connection->observeEnd(std::move(handler));
     }
 
 private:
-    std::unique_ptr<Connection> _connection;
-    Pasteboard _pasteboard{*_connection};
-    WindowManager _windowManager{*_connection};
-    KeyboardMap _keyboard{*_connection};
-    Workspace _workspace{*_connection, _windowManager};
-    WindowServer _windows{*_connection, _windowManager, _keyboard};
-    StatusBar _statusBar;
-    view::ModalAlerts _alerts;
-    Hotkeys _hotkeys{*_connection, _keyboard};
-    SyntheticKeys _syntheticKeys;
+    std::unique_ptr<Connection> connection;
+    Pasteboard pasteboard{*connection};
+    WindowManager windowManager{*connection};
+    KeyboardMap keyboard{*connection};
+    Workspace workspace{*connection, windowManager};
+    WindowServer windows{*connection, windowManager, keyboard};
+    StatusBar statusBar;
+    view::ModalAlerts alerts;
+    Hotkeys hotkeys{*connection, keyboard};
+    SyntheticKeys syntheticKeys;
 };
 
 }  // namespace vellumix::x11

@@ -6,13 +6,13 @@
 namespace vellumix {
 
 FloatingPanel::FloatingPanel(const Size& size, const view::View& root)
-    : _window(platform::current().windows->makeWindow(
+    : window_(platform::current().windows->makeWindow(
           {.kind = NSWindow::Kind::panel, .frame = {{}, size}, .title = {}})) {
-    _window->setCornerRadius(AdaptiveContainerView::cornerRadius);
-    _hostingView = std::make_unique<view::HostingView>(*_window, [root](const view::Chrome& chrome) {
+    window_->setCornerRadius(AdaptiveContainerView::cornerRadius);
+    hostingView_ = std::make_unique<view::HostingView>(*window_, [root](const view::Chrome& chrome) {
         return view::View(AdaptiveContainerView{root, chrome});
     });
-    _hostingView->setManners(
+    hostingView_->setManners(
         {.isMovableByBackground = true, .isResizable = true, .minSize = minSize, .maxSize = maxSize});
 }
 
@@ -22,8 +22,8 @@ void FloatingPanel::addClickMonitor() {
 }
 
 void FloatingPanel::clickedElsewhere() {
-    if (!_window->isVisible()) return;
-    if (_window->frame().contains(platform::current().windows->mouseLocation())) return;
+    if (!window_->isVisible()) return;
+    if (window_->frame().contains(platform::current().windows->mouseLocation())) return;
     if (onClickOutside) onClickOutside();
 }
 

@@ -22,9 +22,9 @@ public:
     bool canBecomeKey() const { return true; }
     bool canBecomeMain() const { return true; }
 
-    NSWindow& window() { return *_window; }
-    const NSWindow& window() const { return *_window; }
-    view::HostingView& hostingView() { return *_hostingView; }
+    NSWindow& window() { return *window_; }
+    const NSWindow& window() const { return *window_; }
+    view::HostingView& hostingView() { return *hostingView_; }
 
     /// Calls `onClickOutside` from now on when a press on another program's window hits the screen outside of
     /// the frame, for as long as the panel is visible.
@@ -37,8 +37,8 @@ public:
 private:
     void clickedElsewhere();
 
-    std::unique_ptr<NSWindow> _window;
-    std::unique_ptr<view::HostingView> _hostingView;
+    std::unique_ptr<NSWindow> window_;
+    std::unique_ptr<view::HostingView> hostingView_;
 };
 
 }  // namespace vellumix

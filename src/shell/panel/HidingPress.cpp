@@ -13,17 +13,17 @@ constexpr double answerSeconds = 1;
 
 // It owns the monitors and the timer, so that none outlives it.
 HidingPress::HidingPress()
-    : _down(platform::current().windows->addGlobalMonitorForMouseDown([this] { end(); })),
-      _up(platform::current().windows->addGlobalMonitorForMouseUp([this] { released(); })) {}
+    : down(platform::current().windows->addGlobalMonitorForMouseDown([this] { end(); })),
+      up(platform::current().windows->addGlobalMonitorForMouseUp([this] { released(); })) {}
 
 void HidingPress::released() {
-    if (!_answer) _answer = RunLoop::main().oneShotTimer(answerSeconds, [this] { end(); });
+    if (!answer) answer = RunLoop::main().oneShotTimer(answerSeconds, [this] { end(); });
 }
 
 void HidingPress::end() {
-    _isUnderWay = false;
-    _down.cancel();
-    _up.cancel();
+    isUnderWay_ = false;
+    down.cancel();
+    up.cancel();
 }
 
 }  // namespace vellumix

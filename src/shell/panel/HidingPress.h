@@ -16,16 +16,16 @@ public:
     HidingPress& operator=(const HidingPress&) = delete;
 
     /// Until another press, or until the answer to a click would have come.
-    bool isUnderWay() const { return _isUnderWay; }
+    bool isUnderWay() const { return isUnderWay_; }
 
 private:
     void released();
     void end();
 
-    bool _isUnderWay = true;
-    Observation _down;
-    Observation _up;
-    std::unique_ptr<NSTimer> _answer;
+    bool isUnderWay_ = true;
+    Observation down;
+    Observation up;
+    std::unique_ptr<NSTimer> answer;
 };
 
 }  // namespace vellumix

@@ -52,7 +52,7 @@ std::optional<std::string> chosenFolder(const PropertyDictionary& settings) {
 LanguageManager& LanguageManager::shared() { return SharedInstances::current().get<LanguageManager>(); }
 
 LanguageManager::LanguageManager()
-    : currentLanguage(languageSetting), _ownChange(currentLanguage.observe([this] { putInForce(); })) {
+    : currentLanguage(languageSetting), ownChange(currentLanguage.observe([this] { putInForce(); })) {
     putInForce();
 }
 

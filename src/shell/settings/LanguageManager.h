@@ -46,7 +46,7 @@ public:
 private:
     void putInForce();
 
-    Observation _ownChange;
+    Observation ownChange;
 };
 
 /// The text of a key with the number in the place of its "%d". Main thread.

@@ -17,10 +17,10 @@ std::string_view rawValue(ThemeMode theme) { return theme == ThemeMode::dark ? "
 ThemeManager& ThemeManager::shared() { return SharedInstances::current().get<ThemeManager>(); }
 
 ThemeManager::ThemeManager()
-    : currentTheme(themeSetting), _ownChange(currentTheme.observe([this] { applyTheme(); })) {}
+    : currentTheme(themeSetting), ownChange(currentTheme.observe([this] { applyTheme(); })) {}
 
 void ThemeManager::applyTheme() {
-    onMain(_lifetime.weakly(
+    onMain(lifetime.weakly(
         [] { NotificationCenter::defaultCenter().post(ThemeManager::didChangeNotification); }));
 }
 

@@ -79,8 +79,8 @@ private:
     /// Tells everyone of a theme that is stored already.
     void applyTheme();
 
-    Observation _ownChange;
-    Lifetime _lifetime;
+    Observation ownChange;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix

@@ -33,9 +33,9 @@ View Toast::body() const {
 }
 
 void ToastPresenter::show(const char* key, double seconds) const {
-    withAnimation(comingAndGoing, [&] { _toast.set(String(localized(key))); });
+    withAnimation(comingAndGoing, [&] { this->toast.set(String(localized(key))); });
     onMainAfter(seconds,
-                [toast = _toast] { withAnimation(comingAndGoing, [&] { toast.set(std::nullopt); }); });
+                [toast = this->toast] { withAnimation(comingAndGoing, [&] { toast.set(std::nullopt); }); });
 }
 
 }  // namespace vellumix

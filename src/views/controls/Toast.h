@@ -17,7 +17,7 @@ struct Toast {
 /// Shows messages in a toast. Copies share the toast. Main thread.
 class ToastPresenter {
 public:
-    explicit ToastPresenter(view::Binding<std::optional<String>> toast) : _toast(std::move(toast)) {}
+    explicit ToastPresenter(view::Binding<std::optional<String>> toast) : toast(std::move(toast)) {}
 
     /// Shows the text of a key in place of any other. Whatever is shown `seconds` later goes, even if it is
     /// another message by then.
@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    view::Binding<std::optional<String>> _toast;
+    view::Binding<std::optional<String>> toast;
 };
 
 }  // namespace vellumix

@@ -32,17 +32,17 @@ using Items = std::vector<ClipboardItem>;
 /// Entries as they were at one moment; all that goes with that moment shares them.
 class Snapshot {
 public:
-    explicit Snapshot(Items items) : _items(std::make_shared<const Items>(std::move(items))) {}
-    explicit Snapshot(std::shared_ptr<const Items> items) : _items(std::move(items)) {}
+    explicit Snapshot(Items items) : items(std::make_shared<const Items>(std::move(items))) {}
+    explicit Snapshot(std::shared_ptr<const Items> items) : items(std::move(items)) {}
 
-    const Items& operator*() const { return *_items; }
-    const Items* operator->() const { return _items.get(); }
+    const Items& operator*() const { return *items; }
+    const Items* operator->() const { return items.get(); }
     friend bool operator==(const Snapshot& one, const Snapshot& other) {
-        return one._items == other._items || *one == *other;
+        return one.items == other.items || *one == *other;
     }
 
 private:
-    std::shared_ptr<const Items> _items;
+    std::shared_ptr<const Items> items;
 };
 
 constexpr auto selectionCurve = Curve::easeInOut(0.15);
@@ -59,87 +59,89 @@ std::string rowID(const ClipboardItem& item) { return item.id.uuidString(); }
 class ListActions {
 public:
     ListActions(const ClipboardListView& list, Store& store)
-        : _paste(list.onPasteAndClose),
-          _lock(list.onLock),
-          _unlock(list.onUnlock),
-          _requestUnlock(list.onRequestUnlock),
-          _itemToDelete(list.itemToDelete),
-          _toast(list.toast),
-          _store(&store) {}
+        : paste_(list.onPasteAndClose),
+          lock(list.onLock),
+          unlock(list.onUnlock),
+          requestUnlock(list.onRequestUnlock),
+          itemToDelete(list.itemToDelete),
+          toast(list.toast),
+          store(&store) {}
 
     void copy(const ClipboardItem& item) const {
-        withAccess(item, "auth.copyItem", [toast = _toast](const ClipboardItem& granted) {
+        withAccess(item, "auth.copyItem", [toast = this->toast](const ClipboardItem& granted) {
             // There is no touch pad to feel here: the tick and the message are all the answer.
             writeToPasteboard(granted);
             toast.show("message.copied", 1.5);
         });
     }
     void paste(const ClipboardItem& item) const {
-        withAccess(item, "auth.pasteItem", [toast = _toast, paste = _paste](const ClipboardItem& granted) {
-            paste(granted);
-            toast.show("message.pasted", 1.2);
-        });
+        withAccess(item, "auth.pasteItem",
+                   [toast = this->toast, paste = paste_](const ClipboardItem& granted) {
+                       paste(granted);
+                       toast.show("message.pasted", 1.2);
+                   });
     }
     void toggleLock(const ClipboardItem& item) const {
         if (!item.locked) {
-            _lock(item);
-            _toast.show("message.itemLocked", 1.5);
+            lock(item);
+            this->toast.show("message.itemLocked", 1.5);
             return;
         }
-        withAccess(item, "auth.unlockItem", [toast = _toast, unlock = _unlock](const ClipboardItem& granted) {
-            unlock(granted);
-            toast.show("message.itemUnlocked", 1.5);
-        });
+        withAccess(item, "auth.unlockItem",
+                   [toast = this->toast, unlock = this->unlock](const ClipboardItem& granted) {
+                       unlock(granted);
+                       toast.show("message.itemUnlocked", 1.5);
+                   });
     }
-    void togglePin(const ClipboardItem& item) const { _store->togglePin(item); }
-    void askToDelete(const ClipboardItem& item) const { _itemToDelete.set(item); }
+    void togglePin(const ClipboardItem& item) const { store->togglePin(item); }
+    void askToDelete(const ClipboardItem& item) const { itemToDelete.set(item); }
     void remove(const ClipboardItem& item) const {
-        _store->remove(item);
-        _toast.show("message.itemRemoved", 1.5);
+        store->remove(item);
+        toast.show("message.itemRemoved", 1.5);
     }
     void transform(TextTransform chosen, const String& text) const {
         const auto result = apply(chosen, text);
         if (!result) {
-            _toast.show("transform.failed", 2.0);
+            toast.show("transform.failed", 2.0);
             return;
         }
         auto& pasteboard = *platform::current().pasteboard;
         pasteboard.clearContents();
         pasteboard.setString(String(*result), NSPasteboardTypeString);
-        _toast.show("transform.applied", 1.5);
+        toast.show("transform.applied", 1.5);
     }
 
 private:
     /// Goes on with an entry that may be used, or says why not.
     void withAccess(const ClipboardItem& item, const char* reasonKey,
                     std::function<void(const ClipboardItem&)> goOn) const {
-        _requestUnlock(item, localized(reasonKey),
-                       [item, toast = _toast, goOn = std::move(goOn)](const auto& result) {
-                           using Status = AuthenticationManager::Result::Status;
-                           switch (result.status) {
-                               case Status::success:
-                                   goOn(item);
-                                   break;
-                               case Status::cancelled:
-                                   toast.show("auth.cancelled", 1.5);
-                                   break;
-                               case Status::unavailable:
-                                   toast.show("auth.unavailable", 2.5);
-                                   break;
-                               case Status::failed:
-                                   toast.show("auth.failed", 2.0);
-                                   break;
-                           }
-                       });
+        requestUnlock(item, localized(reasonKey),
+                      [item, toast = this->toast, goOn = std::move(goOn)](const auto& result) {
+                          using Status = AuthenticationManager::Result::Status;
+                          switch (result.status) {
+                              case Status::success:
+                                  goOn(item);
+                                  break;
+                              case Status::cancelled:
+                                  toast.show("auth.cancelled", 1.5);
+                                  break;
+                              case Status::unavailable:
+                                  toast.show("auth.unavailable", 2.5);
+                                  break;
+                              case Status::failed:
+                                  toast.show("auth.failed", 2.0);
+                                  break;
+                          }
+                      });
     }
 
-    ClipboardListView::ItemAction _paste;
-    ClipboardListView::ItemAction _lock;
-    ClipboardListView::ItemAction _unlock;
-    std::function<void(const ClipboardItem&, const String&, ClipboardListView::Answer)> _requestUnlock;
-    Binding<std::optional<ClipboardItem>> _itemToDelete;
-    ToastPresenter _toast;
-    Store* _store;
+    ClipboardListView::ItemAction paste_;
+    ClipboardListView::ItemAction lock;
+    ClipboardListView::ItemAction unlock;
+    std::function<void(const ClipboardItem&, const String&, ClipboardListView::Answer)> requestUnlock;
+    Binding<std::optional<ClipboardItem>> itemToDelete;
+    ToastPresenter toast;
+    Store* store;
 };
 
 std::vector<SharedItem> shareItems(const ClipboardItem& item) {
@@ -222,16 +224,16 @@ void clamp(const Binding<int>& selectedIndex, std::size_t count) {
 class ListQuestion {
 public:
     ListQuestion(Store& store, Binding<String> query, Binding<Kind> category)
-        : _parts(std::make_shared<const Parts>(Parts{&store, std::move(query), std::move(category)})) {}
+        : parts(std::make_shared<const Parts>(Parts{&store, std::move(query), std::move(category)})) {}
 
     /// The entries that answer it now, however long ago the list was drawn.
     Snapshot displayed() const {
-        return Snapshot(HistorySearch::shared().found(*_parts->store->items(), question()));
+        return Snapshot(HistorySearch::shared().found(*parts->store->items(), question()));
     }
     /// As far as is known; after the end of a search, as if nothing were searched for.
     Snapshot known(const Snapshot& items) const {
         if (auto found = HistorySearch::shared().answer(question())) return Snapshot(std::move(found));
-        const auto category = _parts->category.get();
+        const auto category = parts->category.get();
         return category == Kind::all ? items : Snapshot(entriesOf(category, *items));
     }
     /// A search goes on among other entries. One that has ended with the panel doesn't begin again.
@@ -239,20 +241,19 @@ public:
         if (HistorySearch::shared().answer(question())) displayed();
     }
     void set(const String& query, Kind category) const {
-        _parts->query.set(query);
-        _parts->category.set(category);
+        parts->query.set(query);
+        parts->category.set(category);
         displayed();
     }
 
     Binding<String> query() const {
-        return {[parts = _parts] { return parts->query.get(); },
-                [question = *this](const String& query) {
-                    question.set(query, question._parts->category.get());
-                }};
+        return {
+            [parts = this->parts] { return parts->query.get(); },
+            [question = *this](const String& query) { question.set(query, question.parts->category.get()); }};
     }
     Binding<Kind> category() const {
-        return {[parts = _parts] { return parts->category.get(); },
-                [question = *this](Kind category) { question.set(question._parts->query.get(), category); }};
+        return {[parts = this->parts] { return parts->category.get(); },
+                [question = *this](Kind category) { question.set(question.parts->query.get(), category); }};
     }
 
 private:
@@ -263,9 +264,9 @@ private:
         Binding<Kind> category;
     };
 
-    HistorySearch::Question question() const { return {_parts->category.get(), _parts->query.get()}; }
+    HistorySearch::Question question() const { return {parts->category.get(), parts->query.get()}; }
 
-    std::shared_ptr<const Parts> _parts;
+    std::shared_ptr<const Parts> parts;
 };
 
 /// The keys of the list, for the entries that are displayed.

@@ -136,52 +136,52 @@ View PasswordPrompt::content(Request request, const std::string& question, const
     return Form{model};
 }
 
-PasswordPrompt::PasswordPrompt(Request request) : _model(std::make_shared<Model>()) {
-    _model->request = std::move(request);
+PasswordPrompt::PasswordPrompt(Request request) : model(std::make_shared<Model>()) {
+    this->model->request = std::move(request);
     auto& windows = *platform::current().windows;
     auto& renderer = Renderer::shared();
-    const Form form{_model};
+    const Form form{this->model};
     const auto size = fittingSize(form, renderer, width);
     const auto screen = windows.mainScreen();
     const auto around = screen ? screen->visibleFrame : Rect{{}, size};
     const Rect frame{{around.centre().x - size.width / 2, around.centre().y - size.height / 2}, size};
-    _window =
+    window =
         windows.makeWindow({.kind = NSWindow::Kind::alert, .frame = frame, .title = localized("app.name")});
-    _hostingView = std::make_unique<HostingView>(*_window, View(form), renderer);
-    _hostingView->onUnhandledKey([model = _model](const KeyEvent& event) {
+    hostingView = std::make_unique<HostingView>(*window, View(form), renderer);
+    hostingView->onUnhandledKey([model = this->model](const KeyEvent& event) {
         if (event.key != Key::escape) return false;
         model->cancel();
         return true;
     });
-    _closing = _hostingView->observeClose([model = _model] { model->cancel(); });
-    _hostingView->orderFront();
-    _window->makeKeyWindow();
+    closing = hostingView->observeClose([model = this->model] { model->cancel(); });
+    hostingView->orderFront();
+    window->makeKeyWindow();
 }
 
-PasswordPrompt::~PasswordPrompt() { _hostingView->orderOut(); }
+PasswordPrompt::~PasswordPrompt() { hostingView->orderOut(); }
 
 void PasswordPrompt::ask(const std::string& question, Echo echo, Answer answer) {
     const bool isSecret = echo == Echo::off;
-    _model->onAnswer = std::move(answer);
-    const auto& before = _model->shown.get();
+    model->onAnswer = std::move(answer);
+    const auto& before = model->shown.get();
     const bool isSame = before.question == question && before.isSecret == isSecret;
-    if (!isSame) *_model->secret = {};
-    _model->shown.update([&](Model::Shown& now) {
+    if (!isSame) *model->secret = {};
+    model->shown.update([&](Model::Shown& now) {
         now.question = question;
         now.isSecret = isSecret;
         if (!isSame) now.answer = {};
         now.isFocused = true;
         // Whoever asks again, and says nothing, was not content.
-        if (_model->hasTried && now.message.empty()) {
+        if (model->hasTried && now.message.empty()) {
             now.message = localized("auth.failed");
             now.isError = true;
         }
     });
-    if (std::exchange(_model->isSubmitted, false) && isSame) _model->submit();
+    if (std::exchange(model->isSubmitted, false) && isSame) model->submit();
 }
 
 void PasswordPrompt::show(const std::string& message, Importance importance) {
-    _model->shown.update([&](Model::Shown& now) {
+    model->shown.update([&](Model::Shown& now) {
         now.message = message;
         now.isError = importance == Importance::error;
     });

@@ -32,10 +32,10 @@ private:
     struct Model;
     struct Form;
 
-    std::shared_ptr<Model> _model;
-    std::unique_ptr<NSWindow> _window;
-    std::unique_ptr<view::HostingView> _hostingView;
-    Observation _closing;
+    std::shared_ptr<Model> model;
+    std::unique_ptr<NSWindow> window;
+    std::unique_ptr<view::HostingView> hostingView;
+    Observation closing;
 };
 
 }  // namespace vellumix

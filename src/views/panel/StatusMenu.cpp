@@ -31,11 +31,11 @@ StatusMenu::StatusMenu(const std::vector<StatusMenuEntry>& entries, const Rect& 
             .action = entry.action,
         });
     }
-    _menu = std::make_unique<PopUpMenu>(request, icon, screen->visibleFrame, Renderer::shared(),
-                                        [this](const Action& chosen) {
-                                            _menu.reset();
-                                            if (chosen) chosen();
-                                        });
+    menu = std::make_unique<PopUpMenu>(request, icon, screen->visibleFrame, Renderer::shared(),
+                                       [this](const Action& chosen) {
+                                           menu.reset();
+                                           if (chosen) chosen();
+                                       });
 }
 
 }  // namespace vellumix

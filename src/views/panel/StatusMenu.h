@@ -17,7 +17,7 @@ public:
     StatusMenu(const std::vector<StatusMenuEntry>& entries, const Rect& icon);
 
 private:
-    std::unique_ptr<view::PopUpMenu> _menu;
+    std::unique_ptr<view::PopUpMenu> menu;
 };
 
 }  // namespace vellumix

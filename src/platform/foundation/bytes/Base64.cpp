@@ -177,8 +177,8 @@ public:
         const auto offsets = load(decodingTables.offset.data());
         const auto half = _mm_set1_epi8(0x0F);
         const auto* at = text.data();
-        const auto* const last = at + std::min(text.size(), _bytes.size()) / 16 * 16;
-        _end = _bytes.data();
+        const auto* const last = at + std::min(text.size(), bytes.size()) / 16 * 16;
+        end = bytes.data();
         // Whether the character before the block is a backslash.
         unsigned carried = 0;
         for (; at != last; at += 16) {
@@ -198,8 +198,8 @@ public:
                                              _mm_and_si128(slash, _mm_set1_epi8(slashCorrection)));
             const auto sextets = _mm_add_epi8(block, offset);
             // Every fourth block of a picture has one: without a branch, as none could be foreseen.
-            _end = putClosedEight(sextets, backslashes & 0xFF, _end);
-            _end = putClosedEight(_mm_srli_si128(sextets, 8), backslashes >> 8, _end);
+            end = putClosedEight(sextets, backslashes & 0xFF, end);
+            end = putClosedEight(_mm_srli_si128(sextets, 8), backslashes >> 8, end);
             carried = backslashes >> 15;
         }
         return at - carried;
@@ -208,8 +208,8 @@ public:
     /// Decodes them by sixteen and returns how many are left. Each store writes sixteen bytes at `out`, of
     /// which twelve count.
     __attribute__((target("ssse3,popcnt"))) std::size_t decode(std::uint8_t*& out) const {
-        const auto* at = _bytes.data();
-        for (; _end - at >= 16; at += 16) {
+        const auto* at = bytes.data();
+        for (; end - at >= 16; at += 16) {
             const auto pairs = _mm_maddubs_epi16(load(at), _mm_set1_epi32(0x01400140));
             const auto words = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
             const auto packed = _mm_shuffle_epi8(
@@ -217,14 +217,14 @@ public:
             _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
             out += 12;
         }
-        return static_cast<std::size_t>(_end - at);
+        return static_cast<std::size_t>(end - at);
     }
 
 private:
     static __m128i load(const void* from) { return _mm_loadu_si128(static_cast<const __m128i*>(from)); }
 
-    std::array<std::uint8_t, 2048> _bytes;
-    std::uint8_t* _end = _bytes.data();
+    std::array<std::uint8_t, 2048> bytes;
+    std::uint8_t* end = bytes.data();
 };
 
 /// Decodes sixteen characters at a time until one is of neither the alphabet nor an escaped slash.

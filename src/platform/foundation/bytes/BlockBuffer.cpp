@@ -21,12 +21,12 @@ std::size_t capacityAfter(std::size_t capacity) {
 }  // namespace
 
 Bytes BlockPool::take(std::size_t capacity) {
-    const std::lock_guard lock(_mutex);
-    const auto found = std::ranges::find(_blocks, capacity, &Bytes::capacity);
+    const std::lock_guard lock(mutex);
+    const auto found = std::ranges::find(blocks, capacity, &Bytes::capacity);
     Bytes block;
-    if (found != _blocks.end()) {
+    if (found != blocks.end()) {
         block.swap(*found);
-        _blocks.erase(found);
+        blocks.erase(found);
         block.clear();
         return block;
     }
@@ -39,28 +39,28 @@ Bytes BlockPool::take(std::size_t capacity) {
 }
 
 void BlockPool::put(std::vector<Bytes> blocks) {
-    const std::lock_guard lock(_mutex);
-    std::ranges::move(blocks, std::back_inserter(_blocks));
+    const std::lock_guard lock(mutex);
+    std::ranges::move(blocks, std::back_inserter(this->blocks));
 }
 
 void BlockPool::release() {
     std::vector<Bytes> blocks;
-    const std::lock_guard lock(_mutex);
-    blocks.swap(_blocks);
+    const std::lock_guard lock(mutex);
+    blocks.swap(this->blocks);
 }
 
-void BlockBuffer::clear() { _pool->put(std::exchange(_blocks, {})); }
+void BlockBuffer::clear() { pool->put(std::exchange(blocks, {})); }
 
 std::size_t BlockBuffer::size() const {
-    return std::accumulate(_blocks.begin(), _blocks.end(), std::size_t{0},
+    return std::accumulate(blocks.begin(), blocks.end(), std::size_t{0},
                            [](std::size_t sum, const Bytes& block) { return sum + block.size(); });
 }
 
 Bytes* BlockBuffer::blockWithRoom() {
-    if (!_blocks.empty() && _blocks.back().size() < _blocks.back().capacity()) return &_blocks.back();
-    auto block = _pool->take(capacityAfter(_blocks.empty() ? 0 : _blocks.back().capacity()));
+    if (!blocks.empty() && blocks.back().size() < blocks.back().capacity()) return &blocks.back();
+    auto block = pool->take(capacityAfter(blocks.empty() ? 0 : blocks.back().capacity()));
     if (block.capacity() == 0) return nullptr;
-    return &_blocks.emplace_back(std::move(block));
+    return &blocks.emplace_back(std::move(block));
 }
 
 }  // namespace vellumix

@@ -27,15 +27,15 @@ public:
     void release();
 
 private:
-    std::mutex _mutex;
-    std::vector<Bytes> _blocks;
+    std::mutex mutex;
+    std::vector<Bytes> blocks;
 };
 
 /// A growing row of bytes in blocks, which never moves what it holds and says when there is no more memory.
 /// Its blocks come from a pool and return to it.
 class BlockBuffer {
 public:
-    explicit BlockBuffer(std::shared_ptr<BlockPool> pool) : _pool(std::move(pool)) {}
+    explicit BlockBuffer(std::shared_ptr<BlockPool> pool) : pool(std::move(pool)) {}
     ~BlockBuffer() { clear(); }
     BlockBuffer(const BlockBuffer&) = delete;
     BlockBuffer& operator=(const BlockBuffer&) = delete;
@@ -66,13 +66,13 @@ public:
 
     std::size_t size() const;
     /// The content, in order.
-    std::vector<ByteView> parts() const { return {_blocks.begin(), _blocks.end()}; }
+    std::vector<ByteView> parts() const { return {blocks.begin(), blocks.end()}; }
 
 private:
     Bytes* blockWithRoom();
 
-    std::shared_ptr<BlockPool> _pool;
-    std::vector<Bytes> _blocks;
+    std::shared_ptr<BlockPool> pool;
+    std::vector<Bytes> blocks;
 };
 
 }  // namespace vellumix

@@ -51,7 +51,6 @@ void returnPages(std::span<std::uint8_t> range) {
 }
 
 Data::Data(std::shared_ptr<Bytes> whole, std::span<std::uint8_t> part)
-    : _view(part),
-      _owner(part.data(), [whole = std::move(whole), part](const void*) { returnPages(part); }) {}
+    : view_(part), owner(part.data(), [whole = std::move(whole), part](const void*) { returnPages(part); }) {}
 
 }  // namespace vellumix

@@ -87,8 +87,8 @@ public:
     explicit Data(Bytes bytes) {
         if (bytes.empty()) return;
         auto owner = std::make_shared<const Bytes>(std::move(bytes));
-        _view = *owner;
-        _owner = std::move(owner);
+        view_ = *owner;
+        this->owner = std::move(owner);
     }
     explicit Data(ByteView bytes) : Data(bytesOf(bytes)) {}
     explicit Data(std::string_view text) : Data(viewOf(text)) {}
@@ -96,18 +96,18 @@ public:
     /// are returned to the system before.
     Data(std::shared_ptr<Bytes> whole, std::span<std::uint8_t> part);
 
-    ByteView view() const { return _view; }
-    operator ByteView() const { return _view; }
-    std::size_t size() const { return _view.size(); }
-    bool empty() const { return _view.empty(); }
+    ByteView view() const { return view_; }
+    operator ByteView() const { return view_; }
+    std::size_t size() const { return view_.size(); }
+    bool empty() const { return view_.empty(); }
 
     friend bool operator==(const Data& a, const Data& b) {
-        return (a._view.data() == b._view.data() && a.size() == b.size()) || sameBytes(a._view, b._view);
+        return (a.view_.data() == b.view_.data() && a.size() == b.size()) || sameBytes(a.view_, b.view_);
     }
 
 private:
-    ByteView _view;
-    std::shared_ptr<const void> _owner;
+    ByteView view_;
+    std::shared_ptr<const void> owner;
 };
 
 /// Returns the pages that lie whole in the range to the system; their content is gone, and they can be used

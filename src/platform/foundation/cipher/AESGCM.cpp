@@ -26,14 +26,14 @@ void fillRandom(std::span<std::uint8_t> bytes) {
 
 SymmetricKey SymmetricKey::random() {
     SymmetricKey key;
-    fillRandom(key._bytes);
+    fillRandom(key.bytes);
     return key;
 }
 
 std::optional<SymmetricKey> SymmetricKey::fromRaw(ByteView bytes) {
     if (bytes.size() != size) return std::nullopt;
     SymmetricKey key;
-    std::copy(bytes.begin(), bytes.end(), key._bytes.begin());
+    std::copy(bytes.begin(), bytes.end(), key.bytes.begin());
     return key;
 }
 
@@ -87,15 +87,15 @@ public:
         return sealing;
     }
     CounterSealing(gcrypt::Cipher cipher, const Ghash::Block& subkey, const Ghash::Block& cover)
-        : _cipher(std::move(cipher)), _hash(subkey), _cover(cover) {}
+        : cipher(std::move(cipher)), hash(subkey), cover(cover) {}
 
     bool add(ByteView piece, std::uint8_t* out) {
-        if (gcry_cipher_encrypt(_cipher.get(), out, piece.size(), piece.data(), piece.size())) return false;
-        _hash.add({out, piece.size()});
+        if (gcry_cipher_encrypt(cipher.get(), out, piece.size(), piece.data(), piece.size())) return false;
+        hash.add({out, piece.size()});
         return true;
     }
     void finish(std::span<std::uint8_t, tagSize> tag) {
-        std::ranges::transform(_hash.finish(), _cover, tag.begin(), std::bit_xor());
+        std::ranges::transform(hash.finish(), cover, tag.begin(), std::bit_xor());
     }
 
 private:
@@ -104,9 +104,9 @@ private:
                !gcry_cipher_encrypt(&cipher, block.data(), block.size(), nullptr, 0);
     }
 
-    gcrypt::Cipher _cipher;
-    Ghash _hash;
-    Ghash::Block _cover;
+    gcrypt::Cipher cipher;
+    Ghash hash;
+    Ghash::Block cover;
 };
 
 }  // namespace
@@ -130,7 +130,7 @@ struct Sealing::State {
     std::unique_ptr<CounterSealing> counter;
 };
 
-Sealing::Sealing(std::unique_ptr<State> state) : _state(std::move(state)) {}
+Sealing::Sealing(std::unique_ptr<State> state) : state(std::move(state)) {}
 Sealing::Sealing(Sealing&&) noexcept = default;
 Sealing::~Sealing() = default;
 
@@ -147,22 +147,22 @@ std::optional<Sealing> Sealing::begin(const SymmetricKey& key) {
     return Sealing(std::move(state));
 }
 
-ByteView Sealing::nonce() const { return _state->nonce; }
+ByteView Sealing::nonce() const { return state->nonce; }
 
 std::optional<Error> Sealing::add(ByteView piece, std::uint8_t* out) {
     if (piece.empty()) return std::nullopt;
-    const bool isDone = _state->counter ? _state->counter->add(piece, out)
-                                        : !gcry_cipher_encrypt(_state->cipher.get(), out, piece.size(),
-                                                               piece.data(), piece.size());
+    const bool isDone = state->counter ? state->counter->add(piece, out)
+                                       : !gcry_cipher_encrypt(state->cipher.get(), out, piece.size(),
+                                                              piece.data(), piece.size());
     return isDone ? std::nullopt : std::optional(Error::cipherFailure);
 }
 
 std::optional<Error> Sealing::finish(std::span<std::uint8_t, tagSize> tag) {
-    if (_state->counter) {
-        _state->counter->finish(tag);
+    if (state->counter) {
+        state->counter->finish(tag);
         return std::nullopt;
     }
-    if (!gcry_cipher_gettag(_state->cipher.get(), tag.data(), tag.size())) return std::nullopt;
+    if (!gcry_cipher_gettag(state->cipher.get(), tag.data(), tag.size())) return std::nullopt;
     return Error::cipherFailure;
 }
 

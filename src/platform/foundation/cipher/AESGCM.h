@@ -29,13 +29,13 @@ public:
 
     SymmetricKey(const SymmetricKey&) = default;
     SymmetricKey& operator=(const SymmetricKey&) = default;
-    ~SymmetricKey() { wipe(_bytes); }
+    ~SymmetricKey() { wipe(bytes); }
 
-    ByteView raw() const { return _bytes; }
+    ByteView raw() const { return bytes; }
 
 private:
     SymmetricKey() = default;
-    std::array<std::uint8_t, size> _bytes{};
+    std::array<std::uint8_t, size> bytes{};
 };
 
 namespace aesgcm {
@@ -66,7 +66,7 @@ public:
 private:
     struct State;
     explicit Sealing(std::unique_ptr<State> state);
-    std::unique_ptr<State> _state;
+    std::unique_ptr<State> state;
 };
 
 /// Deciphers a combined blob (nonce, ciphertext, tag) in place: its middle then holds the plaintext. An error

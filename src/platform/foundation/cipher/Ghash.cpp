@@ -42,21 +42,21 @@ Ghash::Element Ghash::byX(Element element) {
             element.high << 63 | element.low >> 1};
 }
 
-Ghash::Ghash(const Block& subkey) : _multiples{} {
+Ghash::Ghash(const Block& subkey) : multiples{} {
     // The index's highest bit is the coefficient of x^0.
-    _multiples[8] = fromBlock(subkey);
-    for (std::size_t bit = 4; bit > 0; bit /= 2) _multiples[bit] = byX(_multiples[2 * bit]);
-    for (std::size_t bit = 2; bit < _multiples.size(); bit *= 2) {
+    multiples[8] = fromBlock(subkey);
+    for (std::size_t bit = 4; bit > 0; bit /= 2) multiples[bit] = byX(multiples[2 * bit]);
+    for (std::size_t bit = 2; bit < multiples.size(); bit *= 2) {
         for (std::size_t rest = 1; rest < bit; ++rest) {
-            _multiples[bit + rest] = {_multiples[bit].high ^ _multiples[rest].high,
-                                      _multiples[bit].low ^ _multiples[rest].low};
+            multiples[bit + rest] = {multiples[bit].high ^ multiples[rest].high,
+                                     multiples[bit].low ^ multiples[rest].low};
         }
     }
 }
 
 Ghash::~Ghash() {
-    wipe({reinterpret_cast<std::uint8_t*>(_multiples.data()), sizeof _multiples});
-    wipe({reinterpret_cast<std::uint8_t*>(&_sum), sizeof _sum});
+    wipe({reinterpret_cast<std::uint8_t*>(multiples.data()), sizeof multiples});
+    wipe({reinterpret_cast<std::uint8_t*>(&sum), sizeof sum});
 }
 
 /// The sum times the subkey, by Horner's rule from the coefficients of the highest powers on.
@@ -64,38 +64,38 @@ void Ghash::multiply() {
     Element product;
     const auto step = [&](std::uint64_t bits) {
         product = {product.high >> 4 ^ overflows[product.low & 15], product.high << 60 | product.low >> 4};
-        product.high ^= _multiples[bits].high;
-        product.low ^= _multiples[bits].low;
+        product.high ^= multiples[bits].high;
+        product.low ^= multiples[bits].low;
     };
-    for (unsigned shift = 0; shift < 64; shift += 4) step(_sum.low >> shift & 15);
-    for (unsigned shift = 0; shift < 64; shift += 4) step(_sum.high >> shift & 15);
-    _sum = product;
+    for (unsigned shift = 0; shift < 64; shift += 4) step(sum.low >> shift & 15);
+    for (unsigned shift = 0; shift < 64; shift += 4) step(sum.high >> shift & 15);
+    sum = product;
 }
 
 void Ghash::add(ByteView piece) {
     while (!piece.empty()) {
-        const auto filled = static_cast<std::size_t>(_size % _partial.size());
-        const auto part = piece.first(std::min(piece.size(), _partial.size() - filled));
-        std::ranges::copy(part, _partial.begin() + static_cast<std::ptrdiff_t>(filled));
-        _size += part.size();
+        const auto filled = static_cast<std::size_t>(size % partial.size());
+        const auto part = piece.first(std::min(piece.size(), partial.size() - filled));
+        std::ranges::copy(part, partial.begin() + static_cast<std::ptrdiff_t>(filled));
+        size += part.size();
         piece = piece.subspan(part.size());
-        if (_size % _partial.size() != 0) return;
-        const auto block = fromBlock(_partial);
-        _sum = {_sum.high ^ block.high, _sum.low ^ block.low};
+        if (size % partial.size() != 0) return;
+        const auto block = fromBlock(partial);
+        sum = {sum.high ^ block.high, sum.low ^ block.low};
         multiply();
     }
 }
 
 Ghash::Block Ghash::finish() {
-    const auto bits = _size * 8;
+    const auto bits = size * 8;
     constexpr Block zeros{};
-    if (const auto filled = _size % zeros.size()) add(ByteView(zeros).subspan(filled));
+    if (const auto filled = size % zeros.size()) add(ByteView(zeros).subspan(filled));
     Block lengths{};
     put(bits, lengths.data() + 8);
     add(lengths);
     Block result;
-    put(_sum.high, result.data());
-    put(_sum.low, result.data() + 8);
+    put(sum.high, result.data());
+    put(sum.low, result.data() + 8);
     return result;
 }
 

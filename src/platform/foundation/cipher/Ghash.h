@@ -36,10 +36,10 @@ private:
     void multiply();
 
     /// The products of the subkey with all polynomials of four bits.
-    std::array<Element, 16> _multiples;
-    Element _sum;
-    Block _partial{};
-    std::uint64_t _size = 0;
+    std::array<Element, 16> multiples;
+    Element sum;
+    Block partial{};
+    std::uint64_t size = 0;
 };
 
 }  // namespace vellumix

@@ -30,11 +30,11 @@ std::uint64_t littleEndian(std::uint64_t word) {
 Hasher::Hasher() : Hasher(processKey()) {}
 
 Hasher::Hasher(const Key& key)
-    : _state{key[0] ^ 0x736f6d6570736575, key[1] ^ 0x646f72616e646f6d, key[0] ^ 0x6c7967656e657261,
-             key[1] ^ 0x7465646279746573} {}
+    : state{key[0] ^ 0x736f6d6570736575, key[1] ^ 0x646f72616e646f6d, key[0] ^ 0x6c7967656e657261,
+            key[1] ^ 0x7465646279746573} {}
 
 void Hasher::round() {
-    auto& [v0, v1, v2, v3] = _state;
+    auto& [v0, v1, v2, v3] = state;
     v0 += v1;
     v1 = std::rotl(v1, 13) ^ v0;
     v0 = std::rotl(v0, 32);
@@ -48,28 +48,28 @@ void Hasher::round() {
 }
 
 void Hasher::compress(std::uint64_t word) {
-    _state[3] ^= word;
+    state[3] ^= word;
     round();
-    _state[0] ^= word;
+    state[0] ^= word;
 }
 
 void Hasher::absorb(ByteView bytes) {
     for (const auto byte : bytes) {
-        _tail |= std::uint64_t{byte} << (8 * (_count & 7));
-        if ((++_count & 7) == 0) compress(std::exchange(_tail, 0));
+        tail |= std::uint64_t{byte} << (8 * (count & 7));
+        if ((++count & 7) == 0) compress(std::exchange(tail, 0));
     }
 }
 
 void Hasher::combine(ByteView bytes) {
     const std::uint64_t size = bytes.size();
-    const auto toWord = std::min<std::size_t>(bytes.size(), (8 - (_count & 7)) & 7);
+    const auto toWord = std::min<std::size_t>(bytes.size(), (8 - (count & 7)) & 7);
     absorb(bytes.first(toWord));
     bytes = bytes.subspan(toWord);
     while (bytes.size() >= 8) {
         std::uint64_t word = 0;
         std::memcpy(&word, bytes.data(), 8);
         compress(littleEndian(word));
-        _count += 8;
+        count += 8;
         bytes = bytes.subspan(8);
     }
     absorb(bytes);
@@ -79,10 +79,10 @@ void Hasher::combine(ByteView bytes) {
 }
 
 std::uint64_t Hasher::finalize() {
-    compress(_tail | (_count & 0xFF) << 56);
-    _state[2] ^= 0xFF;
+    compress(tail | (count & 0xFF) << 56);
+    state[2] ^= 0xFF;
     for (int rounds = 0; rounds < 3; ++rounds) round();
-    return _state[0] ^ _state[1] ^ _state[2] ^ _state[3];
+    return state[0] ^ state[1] ^ state[2] ^ state[3];
 }
 
 }  // namespace vellumix

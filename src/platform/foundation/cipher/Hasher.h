@@ -28,9 +28,9 @@ private:
     void compress(std::uint64_t word);
     void round();
 
-    std::array<std::uint64_t, 4> _state;
-    std::uint64_t _tail = 0;
-    std::uint64_t _count = 0;
+    std::array<std::uint64_t, 4> state;
+    std::uint64_t tail = 0;
+    std::uint64_t count = 0;
 };
 
 }  // namespace vellumix

@@ -15,27 +15,27 @@ bool isFirstByte(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) !
 }  // namespace
 
 std::size_t SecretText::letterCount() const {
-    return static_cast<std::size_t>(std::ranges::count_if(_bytes, isFirstByte));
+    return static_cast<std::size_t>(std::ranges::count_if(bytes, isFirstByte));
 }
 
 std::size_t SecretText::offsetOf(std::size_t letter) const {
-    auto at = _bytes.begin();
-    for (; at != _bytes.end(); ++at) {
+    auto at = bytes.begin();
+    for (; at != bytes.end(); ++at) {
         if (isFirstByte(*at) && letter-- == 0) break;
     }
-    return static_cast<std::size_t>(at - _bytes.begin());
+    return static_cast<std::size_t>(at - bytes.begin());
 }
 
 std::size_t SecretText::replaceLetters(std::size_t begin, std::size_t end, std::string_view text) {
     SecretText changed(view().substr(0, offsetOf(begin)));
     const auto kept = changed.letterCount();
     if (isValidUTF8(text)) {
-        std::ranges::copy_if(text, std::back_inserter(changed._bytes),
+        std::ranges::copy_if(text, std::back_inserter(changed.bytes),
                              [](char byte) { return byte != '\n' && byte != '\r' && byte != '\0'; });
     }
     const auto inserted = changed.letterCount() - kept;
     const auto rest = view().substr(offsetOf(std::max(begin, end)));
-    changed._bytes.insert(changed._bytes.end(), rest.begin(), rest.end());
+    changed.bytes.insert(changed.bytes.end(), rest.begin(), rest.end());
     *this = std::move(changed);
     return inserted;
 }

@@ -32,13 +32,13 @@ struct WipingAllocator {
 class SecretText {
 public:
     SecretText() = default;
-    explicit SecretText(std::string_view text) : _bytes(text.begin(), text.end()) {}
+    explicit SecretText(std::string_view text) : bytes(text.begin(), text.end()) {}
     SecretText(SecretText&& other) noexcept = default;
     SecretText& operator=(SecretText&& other) noexcept = default;
 
     /// Until the next change; never a null pointer.
     std::string_view view() const {
-        return _bytes.empty() ? "" : std::string_view(_bytes.data(), _bytes.size());
+        return bytes.empty() ? "" : std::string_view(bytes.data(), bytes.size());
     }
     /// A letter is a code point here: whoever can't see it takes back what a key has typed.
     std::size_t letterCount() const;
@@ -49,7 +49,7 @@ public:
 private:
     std::size_t offsetOf(std::size_t letter) const;
 
-    std::vector<char, WipingAllocator<char>> _bytes;
+    std::vector<char, WipingAllocator<char>> bytes;
 };
 
 }  // namespace vellumix

@@ -43,7 +43,7 @@ std::string UUID::uuidString() const {
     static constexpr char digits[] = "0123456789ABCDEF";
     std::string text;
     text.reserve(36);
-    for (const auto byte : _bytes) {
+    for (const auto byte : bytes) {
         text += digits[byte >> 4];
         text += digits[byte & 0x0F];
         if (isHyphenPlace(text.size())) text += '-';

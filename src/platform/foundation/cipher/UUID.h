@@ -13,7 +13,7 @@ namespace vellumix {
 class UUID {
 public:
     UUID() = default;
-    explicit UUID(const std::array<std::uint8_t, 16>& bytes) : _bytes(bytes) {}
+    explicit UUID(const std::array<std::uint8_t, 16>& bytes) : bytes(bytes) {}
 
     /// A fresh random identifier (RFC 9562 section 5.4, version 4).
     static UUID random();
@@ -26,7 +26,7 @@ public:
     auto operator<=>(const UUID&) const = default;
 
 private:
-    std::array<std::uint8_t, 16> _bytes{};
+    std::array<std::uint8_t, 16> bytes{};
 };
 
 }  // namespace vellumix

@@ -18,10 +18,10 @@ namespace vellumix {
 /// `\b \f \n \r \t` or `\u00xx`, everything else as it is. Strings must be valid UTF-8.
 class JsonWriter {
 public:
-    explicit JsonWriter(Bytes& out) : _out(out) {}
+    explicit JsonWriter(Bytes& out) : out(out) {}
     /// Hands on what is written in pieces of about `pieceSize` bytes, small enough to be still in the
     /// processor's cache; `scratch` holds the present one, and `end` hands on the last.
-    JsonWriter(Bytes& scratch, const ByteTaker& take) : _out(scratch), _take(&take) {}
+    JsonWriter(Bytes& scratch, const ByteTaker& take) : out(scratch), take(&take) {}
     static constexpr std::size_t pieceSize = std::size_t{32} << 10;
     /// False when a piece wasn't taken; none is offered after that.
     bool end() { return handOn(); }
@@ -50,10 +50,10 @@ private:
     bool handOn();
     void quoted(std::string_view text);
 
-    Bytes& _out;
-    const ByteTaker* _take = nullptr;
-    bool _isTaken = true;
-    bool _needsComma = false;
+    Bytes& out;
+    const ByteTaker* take = nullptr;
+    bool isTaken = true;
+    bool needsComma = false;
 };
 
 /// Reads JSON strictly, one value at a time, with no tree in between.
@@ -62,7 +62,7 @@ private:
 /// must be valid UTF-8, surrogates paired, depth at most 512.
 class JsonReader {
 public:
-    explicit JsonReader(ByteView text) : _begin(text.data()), _rest(text) {}
+    explicit JsonReader(ByteView text) : begin(text.data()), rest(text) {}
 
     enum class Kind { object, array, string, number, boolean, null, none };
     /// The kind of the next value by its first character; `none` at the end or before something that is no
@@ -87,7 +87,7 @@ public:
 
     /// Ends the reading with a reason of the caller's.
     bool fail(std::string reason);
-    const std::string& error() const { return _error; }
+    const std::string& error() const { return error_; }
 
 private:
     void skipBlanks();
@@ -97,10 +97,10 @@ private:
     bool codeUnit(unsigned& unit);
     bool enter();
 
-    const std::uint8_t* _begin;
-    ByteView _rest;
-    int _depth = 0;
-    std::string _error;
+    const std::uint8_t* begin;
+    ByteView rest;
+    int depth = 0;
+    std::string error_;
 };
 
 /// A JSON value as a tree; numbers keep the text they were written with.

@@ -58,37 +58,37 @@ std::size_t numberLength(std::string_view text) {
 }  // namespace
 
 bool JsonReader::fail(std::string reason) {
-    if (_error.empty()) {
-        _error = std::move(reason) + " at byte " + std::to_string(_rest.data() - _begin);
-        _rest = {};
+    if (error_.empty()) {
+        error_ = std::move(reason) + " at byte " + std::to_string(rest.data() - begin);
+        rest = {};
     }
     return false;
 }
 
 void JsonReader::skipBlanks() {
-    while (!_rest.empty() && (_rest[0] == ' ' || _rest[0] == '\n' || _rest[0] == '\r' || _rest[0] == '\t')) {
-        _rest = _rest.subspan(1);
+    while (!rest.empty() && (rest[0] == ' ' || rest[0] == '\n' || rest[0] == '\r' || rest[0] == '\t')) {
+        rest = rest.subspan(1);
     }
 }
 
 bool JsonReader::take(char c) {
     skipBlanks();
-    if (_rest.empty() || _rest[0] != static_cast<std::uint8_t>(c)) return false;
-    _rest = _rest.subspan(1);
+    if (rest.empty() || rest[0] != static_cast<std::uint8_t>(c)) return false;
+    rest = rest.subspan(1);
     return true;
 }
 
 bool JsonReader::literal(std::string_view word) {
     skipBlanks();
-    if (!asText(_rest).starts_with(word)) return fail("not the expected value");
-    _rest = _rest.subspan(word.size());
+    if (!asText(rest).starts_with(word)) return fail("not the expected value");
+    rest = rest.subspan(word.size());
     return true;
 }
 
 JsonReader::Kind JsonReader::next() {
     skipBlanks();
-    if (_rest.empty()) return Kind::none;
-    switch (_rest[0]) {
+    if (rest.empty()) return Kind::none;
+    switch (rest[0]) {
         case '{':
             return Kind::object;
         case '[':
@@ -101,11 +101,11 @@ JsonReader::Kind JsonReader::next() {
         case 'n':
             return Kind::null;
         default:
-            return _rest[0] == '-' || (_rest[0] >= '0' && _rest[0] <= '9') ? Kind::number : Kind::none;
+            return rest[0] == '-' || (rest[0] >= '0' && rest[0] <= '9') ? Kind::number : Kind::none;
     }
 }
 
-bool JsonReader::enter() { return ++_depth <= greatestDepth || fail("nested too deeply"); }
+bool JsonReader::enter() { return ++depth <= greatestDepth || fail("nested too deeply"); }
 
 bool JsonReader::array(const std::function<bool()>& element) {
     if (!take('[')) return fail("not an array");
@@ -116,7 +116,7 @@ bool JsonReader::array(const std::function<bool()>& element) {
         } while (take(','));
         if (!take(']')) return fail("array not closed");
     }
-    --_depth;
+    --depth;
     return true;
 }
 
@@ -132,23 +132,23 @@ bool JsonReader::object(const std::function<bool(std::string_view)>& member) {
         } while (take(','));
         if (!take('}')) return fail("object not closed");
     }
-    --_depth;
+    --depth;
     return true;
 }
 
 bool JsonReader::codeUnit(unsigned& unit) {
-    if (_rest.size() < 4) return fail("short escape");
-    const auto text = asText(_rest.first(4));
+    if (rest.size() < 4) return fail("short escape");
+    const auto text = asText(rest.first(4));
     const auto [end, status] = std::from_chars(text.data(), text.data() + 4, unit, 16);
     if (status != std::errc() || end != text.data() + 4 || text[0] == '-') return fail("malformed escape");
-    _rest = _rest.subspan(4);
+    rest = rest.subspan(4);
     return true;
 }
 
 bool JsonReader::escape(std::string& text) {
-    if (_rest.empty()) return fail("string not closed");
-    const auto c = _rest[0];
-    _rest = _rest.subspan(1);
+    if (rest.empty()) return fail("string not closed");
+    const auto c = rest[0];
+    rest = rest.subspan(1);
     switch (c) {
         case '"':
         case '\\':
@@ -180,8 +180,8 @@ bool JsonReader::escape(std::string& text) {
     if (unit >= 0xDC00 && unit < 0xE000) return fail("lone surrogate");
     if (unit >= 0xD800 && unit < 0xDC00) {
         unsigned low = 0;
-        if (!asText(_rest).starts_with("\\u")) return fail("lone surrogate");
-        _rest = _rest.subspan(2);
+        if (!asText(rest).starts_with("\\u")) return fail("lone surrogate");
+        rest = rest.subspan(2);
         if (!codeUnit(low)) return false;
         if (low < 0xDC00 || low > 0xDFFF) return fail("lone surrogate");
         unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
@@ -195,14 +195,14 @@ bool JsonReader::string(std::string& text) {
     text.clear();
     while (true) {
         std::size_t plain = 0;
-        while (plain < _rest.size() && _rest[plain] != '"' && _rest[plain] != '\\' && _rest[plain] >= 0x20)
+        while (plain < rest.size() && rest[plain] != '"' && rest[plain] != '\\' && rest[plain] >= 0x20)
             ++plain;
-        text += asText(_rest.first(plain));
-        _rest = _rest.subspan(plain);
-        if (_rest.empty()) return fail("string not closed");
-        const auto c = _rest[0];
+        text += asText(rest.first(plain));
+        rest = rest.subspan(plain);
+        if (rest.empty()) return fail("string not closed");
+        const auto c = rest[0];
         if (c < 0x20) return fail("control character in a string");
-        _rest = _rest.subspan(1);
+        rest = rest.subspan(1);
         if (c == '"') break;
         if (!escape(text)) return false;
     }
@@ -211,10 +211,10 @@ bool JsonReader::string(std::string& text) {
 
 bool JsonReader::numberText(std::string& text) {
     skipBlanks();
-    const auto length = numberLength(asText(_rest));
+    const auto length = numberLength(asText(rest));
     if (length == 0) return fail("not a number");
-    text = asText(_rest.first(length));
-    _rest = _rest.subspan(length);
+    text = asText(rest.first(length));
+    rest = rest.subspan(length);
     return true;
 }
 
@@ -227,7 +227,7 @@ bool JsonReader::number(double& value) {
 
 bool JsonReader::boolean(bool& value) {
     skipBlanks();
-    value = !_rest.empty() && _rest[0] == 't';
+    value = !rest.empty() && rest[0] == 't';
     return literal(value ? "true" : "false");
 }
 
@@ -235,7 +235,7 @@ bool JsonReader::null() { return literal("null"); }
 
 bool JsonReader::base64(std::uint8_t*& out) {
     if (!take('"')) return fail("not a string");
-    return base64::decodeEscaped(_rest, out) || fail("not Base64");
+    return base64::decodeEscaped(rest, out) || fail("not Base64");
 }
 
 bool JsonReader::skip() {
@@ -262,7 +262,7 @@ bool JsonReader::skip() {
 
 bool JsonReader::end() {
     skipBlanks();
-    return _error.empty() && (_rest.empty() || fail("more than one value"));
+    return error_.empty() && (rest.empty() || fail("more than one value"));
 }
 
 }  // namespace vellumix

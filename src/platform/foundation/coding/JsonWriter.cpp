@@ -60,44 +60,44 @@ std::size_t plainPrefix(std::string_view text) {
 }  // namespace
 
 bool JsonWriter::handOn() {
-    if (_take && _isTaken && !_out.empty()) _isTaken = (*_take)(_out);
-    if (_take) _out.clear();
-    return _isTaken;
+    if (take && isTaken && !out.empty()) isTaken = (*take)(out);
+    if (take) out.clear();
+    return isTaken;
 }
 
 /// Called after every write that may be a long one.
 void JsonWriter::passOn() {
-    if (_take && _out.size() >= pieceSize) handOn();
+    if (take && out.size() >= pieceSize) handOn();
 }
 
 void JsonWriter::put(std::string_view text) {
     while (!text.empty()) {
         const auto piece = text.substr(0, pieceSize);
-        append(_out, viewOf(piece));
+        append(out, viewOf(piece));
         passOn();
         text.remove_prefix(piece.size());
     }
 }
 
 void JsonWriter::separate() {
-    if (_needsComma) _out.push_back(',');
-    _needsComma = true;
+    if (needsComma) out.push_back(',');
+    needsComma = true;
 }
 
 void JsonWriter::open(char bracket) {
     separate();
-    _out.push_back(static_cast<std::uint8_t>(bracket));
-    _needsComma = false;
+    out.push_back(static_cast<std::uint8_t>(bracket));
+    needsComma = false;
 }
 
 void JsonWriter::close(char bracket) {
-    _out.push_back(static_cast<std::uint8_t>(bracket));
-    _needsComma = true;
+    out.push_back(static_cast<std::uint8_t>(bracket));
+    needsComma = true;
 }
 
 void JsonWriter::quoted(std::string_view text) {
     static constexpr char digits[] = "0123456789abcdef";
-    _out.push_back('"');
+    out.push_back('"');
     while (true) {
         const auto plain = plainPrefix(text);
         put(text.substr(0, plain));
@@ -111,14 +111,14 @@ void JsonWriter::quoted(std::string_view text) {
             put({std::array{'\\', 'u', '0', '0', digits[c >> 4], digits[c & 0x0F]}.data(), 6});
         }
     }
-    _out.push_back('"');
+    out.push_back('"');
 }
 
 void JsonWriter::key(std::string_view name) {
     separate();
     quoted(name);
-    _out.push_back(':');
-    _needsComma = false;
+    out.push_back(':');
+    needsComma = false;
 }
 
 std::size_t JsonWriter::stringSize(std::string_view text) {
@@ -159,19 +159,19 @@ void JsonWriter::null() {
 
 void JsonWriter::base64(ByteView bytes) {
     separate();
-    _out.push_back('"');
+    out.push_back('"');
     // Whole groups of three, so that the slices join without padding.
     constexpr auto slice = pieceSize / 4 * 3;
     while (!bytes.empty()) {
         const auto piece = bytes.first(std::min(slice, bytes.size()));
-        const auto at = _out.size();
-        _out.resize(at + base64::escapedSizeLimit(piece.size()));
-        const auto* const end = base64::encodeEscaped(piece, _out.data() + at);
-        _out.resize(static_cast<std::size_t>(end - _out.data()));
+        const auto at = out.size();
+        out.resize(at + base64::escapedSizeLimit(piece.size()));
+        const auto* const end = base64::encodeEscaped(piece, out.data() + at);
+        out.resize(static_cast<std::size_t>(end - out.data()));
         passOn();
         bytes = bytes.subspan(piece.size());
     }
-    _out.push_back('"');
+    out.push_back('"');
 }
 
 }  // namespace vellumix

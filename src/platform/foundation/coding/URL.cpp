@@ -96,11 +96,11 @@ bool URL::isFile() const {
     const bool hasScheme = name.size() == 4 && std::equal(name.begin(), name.end(), "file",
                                                           [](char a, char b) { return (a | 0x20) == b; });
     return hasScheme &&
-           split(absoluteString().substr(_schemeSize + 1)).path.find("%00") == std::string_view::npos;
+           split(absoluteString().substr(schemeSize + 1)).path.find("%00") == std::string_view::npos;
 }
 
 std::string URL::path() const {
-    const auto parts = split(absoluteString().substr(_schemeSize ? _schemeSize + 1 : 0));
+    const auto parts = split(absoluteString().substr(schemeSize ? schemeSize + 1 : 0));
     auto decoded = percentDecoded(parts.path).value_or(std::string());
     while (decoded.size() > 1 && decoded.back() == '/') decoded.pop_back();
     return decoded;

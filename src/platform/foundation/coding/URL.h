@@ -21,7 +21,7 @@ public:
 
     std::string_view absoluteString() const { return _text.view(); }
     /// As written, without the colon; empty for a relative reference.
-    std::string_view scheme() const { return _text.view().substr(0, _schemeSize); }
+    std::string_view scheme() const { return _text.view().substr(0, schemeSize); }
     /// The scheme is "file", whatever its case, and the path could be one of a file: without a NUL
     /// (POSIX.1-2017 section 3.170).
     bool isFile() const;
@@ -33,10 +33,10 @@ public:
     friend bool operator==(const URL& a, const URL& b) { return a._text == b._text; }
 
 private:
-    explicit URL(String text, std::size_t schemeSize) : _text(std::move(text)), _schemeSize(schemeSize) {}
+    explicit URL(String text, std::size_t schemeSize) : _text(std::move(text)), schemeSize(schemeSize) {}
 
     String _text;
-    std::size_t _schemeSize = 0;
+    std::size_t schemeSize = 0;
 };
 
 /// Replaces each percent sequence by its byte (RFC 3986 section 2.1); nothing when one is malformed.

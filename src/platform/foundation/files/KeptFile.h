@@ -32,24 +32,24 @@ public:
     std::optional<Bytes> read();
     /// What was read turned out to be of no use. The first write moves it aside, to
     /// "<stem>.unreadable-<time>.<extension>", and says so; where it can't be moved, nothing is written.
-    void markUnreadable() { _isUnreadable = true; }
+    void markUnreadable() { isUnreadable = true; }
     /// Replaces the content atomically. On a failure the file keeps what it held; the first of them is said
     /// in the log, and so is the write that makes it good.
     void write(const std::vector<ByteView>& parts);
     /// A write that couldn't be begun: told like one that failed.
     void noteFailure(std::string_view reason);
     /// Whether the last write failed: the file isn't what the program last wanted it to be.
-    bool hasFailed() const { return _hasFailed; }
+    bool hasFailed() const { return hasFailed_; }
 
 private:
     bool makeRoom();
 
-    FileSystem& _files;
-    const std::string _path;
-    const Nature _nature;
-    const Log _log;
-    bool _isUnreadable = false;
-    std::atomic<bool> _hasFailed = false;
+    FileSystem& files;
+    const std::string path;
+    const Nature nature;
+    const Log log;
+    bool isUnreadable = false;
+    std::atomic<bool> hasFailed_ = false;
 };
 
 }  // namespace vellumix

@@ -85,19 +85,19 @@ template <class T, class Form = AsValue<T>>
 class Setting {
 public:
     constexpr explicit Setting(std::string_view key, T standard = T())
-        : _key(key), _standard(std::move(standard)) {}
+        : key_(key), standard(std::move(standard)) {}
 
-    std::string_view key() const { return _key; }
-    T get() const { return stored().value_or(_standard); }
+    std::string_view key() const { return key_; }
+    T get() const { return stored().value_or(standard); }
     /// Absent where nothing is stored that can be read.
-    std::optional<T> stored() const { return Form::load(_key, UserDefaults::standard()); }
+    std::optional<T> stored() const { return Form::load(key_, UserDefaults::standard()); }
 
-    void set(const T& value) const { Form::save(value, _key, UserDefaults::standard()); }
-    void remove() const { UserDefaults::standard().remove(_key); }
+    void set(const T& value) const { Form::save(value, key_, UserDefaults::standard()); }
+    void remove() const { UserDefaults::standard().remove(key_); }
 
 private:
-    std::string_view _key;
-    T _standard;
+    std::string_view key_;
+    T standard;
 };
 
 /// A property that begins as it is stored, and stores every assignment and every change in place before its
@@ -107,12 +107,12 @@ class PublishedSetting : public Published<T> {
 public:
     explicit PublishedSetting(const Setting<T, Form>& setting)
         : Published<T>(setting.get()),
-          _storing(this->observe([this, setting] { setting.set(this->get()); })) {}
+          storing(this->observe([this, setting] { setting.set(this->get()); })) {}
     PublishedSetting(const PublishedSetting&) = delete;
     PublishedSetting& operator=(const PublishedSetting&) = delete;
 
 private:
-    Observation _storing;
+    Observation storing;
 };
 
 }  // namespace vellumix

@@ -18,18 +18,18 @@ UserDefaults* installed = nullptr;
 }  // namespace
 
 UserDefaults::UserDefaults(FileSystem& files, std::string path)
-    : _files(files),
-      _path(std::move(path)),
-      _file(_files, _path, {"Defaults", "settings file", sizeLimit}),
-      _queue(RunLoop::main().serialQueue("com.tarnwick.Vellumix.Defaults.Save")) {
-    const auto content = _file.read();
+    : files(files),
+      path(std::move(path)),
+      file(this->files, this->path, {"Defaults", "settings file", sizeLimit}),
+      queue(RunLoop::main().serialQueue("com.tarnwick.Vellumix.Defaults.Save")) {
+    const auto content = file.read();
     if (!content) return;
     if (auto values = readPropertyList(*content)) {
-        _values = std::move(*values);
+        this->values = std::move(*values);
     } else {
-        _file.markUnreadable();
+        file.markUnreadable();
         Log("Defaults")
-            .error("The settings file is no property list of settings, and defaults are used: " + _path);
+            .error("The settings file is no property list of settings, and defaults are used: " + this->path);
     }
 }
 
@@ -44,44 +44,44 @@ UserDefaults* UserDefaults::install(UserDefaults* defaults) { return std::exchan
 
 std::optional<PropertyValue> UserDefaults::object(std::string_view key) const {
     assertMainThread();
-    const auto found = _values.find(key);
-    return found == _values.end() ? std::nullopt : std::optional(found->second);
+    const auto found = values.find(key);
+    return found == values.end() ? std::nullopt : std::optional(found->second);
 }
 
 void UserDefaults::set(std::string_view key, PropertyValue value) {
-    const auto found = _values.find(key);
-    if (found != _values.end() && found->second == value) return;
-    _values.insert_or_assign(std::string(key), std::move(value));
+    const auto found = values.find(key);
+    if (found != values.end() && found->second == value) return;
+    values.insert_or_assign(std::string(key), std::move(value));
     changed();
 }
 
 void UserDefaults::remove(std::string_view key) {
-    const auto found = _values.find(key);
-    if (found == _values.end()) return;
-    _values.erase(found);
+    const auto found = values.find(key);
+    if (found == values.end()) return;
+    values.erase(found);
     changed();
 }
 
 void UserDefaults::changed() {
     assertMainThread();
     assertNotDescribing("a setting was changed");
-    if (_pendingWrite) _pendingWrite->cancel();
-    _pendingWrite = _queue->asyncAfter(writeDelay, writing());
+    if (pendingWrite) pendingWrite->cancel();
+    pendingWrite = queue->asyncAfter(writeDelay, writing());
 }
 
 Work UserDefaults::writing() {
-    return [this, content = writePropertyList(_values)] {
-        _files.makeFolder(folderOf(_path));
-        _file.write({viewOf(content)});
+    return [this, content = writePropertyList(values)] {
+        files.makeFolder(folderOf(path));
+        file.write({viewOf(content)});
     };
 }
 
 void UserDefaults::synchronize() {
     assertMainThread();
-    if (!_pendingWrite) return;
-    _pendingWrite->cancel();
-    _pendingWrite = nullptr;
-    _queue->sync(writing());
+    if (!pendingWrite) return;
+    pendingWrite->cancel();
+    pendingWrite = nullptr;
+    queue->sync(writing());
 }
 
 }  // namespace vellumix

@@ -38,8 +38,8 @@ public:
     template <class T>
     std::optional<T> value(std::string_view key) const {
         assertMainThread();
-        const auto found = _values.find(key);
-        if (found == _values.end()) return std::nullopt;
+        const auto found = values.find(key);
+        if (found == values.end()) return std::nullopt;
         const auto* typed = std::get_if<T>(&found->second);
         return typed ? std::optional<T>(*typed) : std::nullopt;
     }
@@ -60,12 +60,12 @@ private:
     void changed();
     Work writing();
 
-    FileSystem& _files;
-    const std::string _path;
-    KeptFile _file;
-    PropertyDictionary _values;
-    std::unique_ptr<SerialQueue> _queue;
-    std::shared_ptr<WorkItem> _pendingWrite;
+    FileSystem& files;
+    const std::string path;
+    KeptFile file;
+    PropertyDictionary values;
+    std::unique_ptr<SerialQueue> queue;
+    std::shared_ptr<WorkItem> pendingWrite;
 };
 
 }  // namespace vellumix

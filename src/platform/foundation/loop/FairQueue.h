@@ -14,36 +14,36 @@ template <class Client, class Item>
 class FairQueue {
 public:
     void add(const Client& client, Item item) {
-        auto& waiting = _waiting[client];
-        if (waiting.empty()) _turns.push_back(client);
+        auto& waiting = this->waiting[client];
+        if (waiting.empty()) turns.push_back(client);
         waiting.push_back(std::move(item));
     }
 
-    bool empty() const { return _turns.empty(); }
+    bool empty() const { return turns.empty(); }
     /// How much of the client's waits.
     std::size_t countOf(const Client& client) const {
-        const auto found = _waiting.find(client);
-        return found == _waiting.end() ? 0 : found->second.size();
+        const auto found = waiting.find(client);
+        return found == waiting.end() ? 0 : found->second.size();
     }
 
     /// The next one; there must be one.
     Item take() {
-        const auto at = _waiting.find(_turns.front());
-        _turns.pop_front();
+        const auto at = waiting.find(turns.front());
+        turns.pop_front();
         auto item = std::move(at->second.front());
         at->second.pop_front();
         if (at->second.empty()) {
-            _waiting.erase(at);
+            waiting.erase(at);
         } else {
-            _turns.push_back(at->first);
+            turns.push_back(at->first);
         }
         return item;
     }
 
 private:
-    std::map<Client, std::deque<Item>> _waiting;
+    std::map<Client, std::deque<Item>> waiting;
     /// Each client that waits for something, once.
-    std::deque<Client> _turns;
+    std::deque<Client> turns;
 };
 
 }  // namespace vellumix

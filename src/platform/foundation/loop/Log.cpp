@@ -11,11 +11,11 @@ LogSink* installed = nullptr;
 LogSink* Log::install(LogSink* sink) { return std::exchange(installed, sink); }
 
 void Log::info(std::string_view message) const {
-    if (installed) installed->write(LogSink::Level::info, _category, message);
+    if (installed) installed->write(LogSink::Level::info, category, message);
 }
 
 void Log::error(std::string_view message) const {
-    if (installed) installed->write(LogSink::Level::error, _category, message);
+    if (installed) installed->write(LogSink::Level::error, category, message);
 }
 
 }  // namespace vellumix

@@ -19,7 +19,7 @@ public:
     static constexpr std::string_view subsystem = "com.tarnwick.Vellumix";
 
     /// `category` must outlive the log: a literal.
-    explicit constexpr Log(std::string_view category) : _category(category) {}
+    explicit constexpr Log(std::string_view category) : category(category) {}
 
     void info(std::string_view message) const;
     void error(std::string_view message) const;
@@ -28,7 +28,7 @@ public:
     static LogSink* install(LogSink* sink);
 
 private:
-    std::string_view _category;
+    std::string_view category;
 };
 
 }  // namespace vellumix

@@ -15,7 +15,7 @@ class RepeatedFailure {
 public:
     static constexpr double period = 60;
 
-    RepeatedFailure(RunLoop& runLoop, Log log) : _runLoop(runLoop), _log(log) {}
+    RepeatedFailure(RunLoop& runLoop, Log log) : runLoop(runLoop), log(log) {}
     ~RepeatedFailure() { sayHowOften(); }
     RepeatedFailure(const RepeatedFailure&) = delete;
     RepeatedFailure& operator=(const RepeatedFailure&) = delete;
@@ -26,11 +26,11 @@ public:
 private:
     void sayHowOften();
 
-    RunLoop& _runLoop;
-    const Log _log;
+    RunLoop& runLoop;
+    const Log log;
     /// How often each sentence was repeated since it was logged.
-    std::map<std::string, std::size_t> _repeats;
-    std::unique_ptr<NSTimer> _timer;
+    std::map<std::string, std::size_t> repeats;
+    std::unique_ptr<NSTimer> timer;
 };
 
 }  // namespace vellumix

@@ -25,32 +25,32 @@ public:
 
     /// A value dearer than the whole cache isn't kept.
     void setObject(std::shared_ptr<const Value> value, const std::string& key, std::size_t cost = 0) {
-        const std::scoped_lock lock(_mutex);
+        const std::scoped_lock lock(mutex);
         erase(key);
-        _order.push_front({key, std::move(value), cost});
-        _byKey[key] = _order.begin();
-        _totalCost += cost;
-        while (!_order.empty() && isOverLimit()) erase(std::string(_order.back().key));
+        order.push_front({key, std::move(value), cost});
+        byKey[key] = order.begin();
+        totalCost += cost;
+        while (!order.empty() && isOverLimit()) erase(std::string(order.back().key));
     }
 
     std::shared_ptr<const Value> objectForKey(const std::string& key) {
-        const std::scoped_lock lock(_mutex);
-        const auto found = _byKey.find(key);
-        if (found == _byKey.end()) return nullptr;
-        _order.splice(_order.begin(), _order, found->second);
+        const std::scoped_lock lock(mutex);
+        const auto found = byKey.find(key);
+        if (found == byKey.end()) return nullptr;
+        order.splice(order.begin(), order, found->second);
         return found->second->value;
     }
 
     void removeAllObjects() {
-        const std::scoped_lock lock(_mutex);
-        _byKey.clear();
-        _order.clear();
-        _totalCost = 0;
+        const std::scoped_lock lock(mutex);
+        byKey.clear();
+        order.clear();
+        totalCost = 0;
     }
 
     /// Harmless when the key isn't there.
     void removeObjectForKey(const std::string& key) {
-        const std::scoped_lock lock(_mutex);
+        const std::scoped_lock lock(mutex);
         erase(key);
     }
 
@@ -62,20 +62,20 @@ private:
     };
 
     bool isOverLimit() const {
-        return (countLimit && _order.size() > countLimit) || (totalCostLimit && _totalCost > totalCostLimit);
+        return (countLimit && order.size() > countLimit) || (totalCostLimit && totalCost > totalCostLimit);
     }
     void erase(const std::string& key) {
-        const auto found = _byKey.find(key);
-        if (found == _byKey.end()) return;
-        _totalCost -= found->second->cost;
-        _order.erase(found->second);
-        _byKey.erase(found);
+        const auto found = byKey.find(key);
+        if (found == byKey.end()) return;
+        totalCost -= found->second->cost;
+        order.erase(found->second);
+        byKey.erase(found);
     }
 
-    std::mutex _mutex;
-    std::list<Entry> _order;
-    std::unordered_map<std::string, typename std::list<Entry>::iterator> _byKey;
-    std::size_t _totalCost = 0;
+    std::mutex mutex;
+    std::list<Entry> order;
+    std::unordered_map<std::string, typename std::list<Entry>::iterator> byKey;
+    std::size_t totalCost = 0;
 };
 
 /// Composes keys in one string, so that a look into a cache asks for no memory.
@@ -84,20 +84,20 @@ public:
     /// The parts, texts and whole numbers, with a blank behind each; it holds until the next call.
     template <class... Parts>
     const std::string& of(const Parts&... parts) {
-        _key.clear();
+        key.clear();
         (append(parts), ...);
-        return _key;
+        return key;
     }
 
 private:
-    void append(std::string_view text) { (_key += text) += ' '; }
+    void append(std::string_view text) { (key += text) += ' '; }
     template <std::integral Number>
     void append(Number number) {
         // No longer than what a string holds in itself, but for the longest numbers.
         append(std::string_view(std::to_string(number)));
     }
 
-    std::string _key;
+    std::string key;
 };
 
 }  // namespace vellumix

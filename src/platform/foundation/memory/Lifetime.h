@@ -15,17 +15,17 @@ public:
 
     template <class Closure>
     auto weakly(Closure closure) const {
-        return [alive = std::weak_ptr<const bool>(_alive),
+        return [alive = std::weak_ptr<const bool>(this->alive),
                 closure = std::move(closure)](auto&&... arguments) mutable {
             if (!alive.expired()) closure(std::forward<decltype(arguments)>(arguments)...);
         };
     }
 
     /// Expires with the owner, for an operation that calls what may destroy it.
-    std::weak_ptr<const void> watch() const { return _alive; }
+    std::weak_ptr<const void> watch() const { return alive; }
 
 private:
-    std::shared_ptr<const bool> _alive = std::make_shared<const bool>(true);
+    std::shared_ptr<const bool> alive = std::make_shared<const bool>(true);
 };
 
 }  // namespace vellumix

@@ -13,13 +13,13 @@ NotificationCenter& NotificationCenter::defaultCenter() {
 void NotificationCenter::post(std::string_view name, const UserInfo& userInfo) {
     assertMainThread();
     assertNotDescribing("a notification was posted");
-    const auto found = _observers.find(name);
-    if (found != _observers.end()) found->second.notify(userInfo);
+    const auto found = observers.find(name);
+    if (found != observers.end()) found->second.notify(userInfo);
 }
 
 Observation NotificationCenter::observe(std::string_view name, Observer observer) {
     assertMainThread();
-    return _observers.try_emplace(std::string(name)).first->second.add(std::move(observer));
+    return observers.try_emplace(std::string(name)).first->second.add(std::move(observer));
 }
 
 }  // namespace vellumix

@@ -22,7 +22,7 @@ public:
     Observation observe(std::string_view name, Observer observer);
 
 private:
-    std::map<std::string, ObserverList<const UserInfo&>, std::less<>> _observers;
+    std::map<std::string, ObserverList<const UserInfo&>, std::less<>> observers;
 };
 
 }  // namespace vellumix

@@ -9,23 +9,23 @@ namespace vellumix {
 class [[nodiscard]] Observation {
 public:
     Observation() = default;
-    explicit Observation(std::function<void()> end) : _end(std::move(end)) {}
-    Observation(Observation&& other) noexcept : _end(std::exchange(other._end, nullptr)) {}
+    explicit Observation(std::function<void()> end) : end(std::move(end)) {}
+    Observation(Observation&& other) noexcept : end(std::exchange(other.end, nullptr)) {}
     Observation& operator=(Observation&& other) noexcept {
         if (this != &other) {
             cancel();
-            _end = std::exchange(other._end, nullptr);
+            end = std::exchange(other.end, nullptr);
         }
         return *this;
     }
     ~Observation() { cancel(); }
 
     void cancel() {
-        if (auto end = std::exchange(_end, nullptr)) end();
+        if (auto end = std::exchange(this->end, nullptr)) end();
     }
 
 private:
-    std::function<void()> _end;
+    std::function<void()> end;
 };
 
 }  // namespace vellumix

@@ -22,8 +22,8 @@ public:
     Observation add(Observer observer) {
         assertMainThread();
         auto entry = std::make_shared<Entry>(Entry{std::move(observer)});
-        _entries->push_back(entry);
-        return Observation([list = std::weak_ptr(_entries), entry = std::weak_ptr(entry)] {
+        this->entries->push_back(entry);
+        return Observation([list = std::weak_ptr(this->entries), entry = std::weak_ptr(entry)] {
             const auto alive = entry.lock();
             if (!alive) return;
             alive->call = nullptr;
@@ -33,14 +33,14 @@ public:
 
     void notify(Arguments... arguments) const {
         assertMainThread();
-        const auto entries = *_entries;
+        const auto entries = *this->entries;
         for (const auto& entry : entries) {
             // A copy, as the observer may end its own observation while it runs.
             if (const auto call = entry->call) call(arguments...);
         }
     }
 
-    bool empty() const { return _entries->empty(); }
+    bool empty() const { return entries->empty(); }
 
 private:
     struct Entry {
@@ -48,7 +48,7 @@ private:
     };
     using Entries = std::vector<std::shared_ptr<Entry>>;
 
-    std::shared_ptr<Entries> _entries = std::make_shared<Entries>();
+    std::shared_ptr<Entries> entries = std::make_shared<Entries>();
 };
 
 }  // namespace vellumix

@@ -15,30 +15,30 @@ template <class T>
 class Published {
 public:
     Published() = default;
-    explicit Published(T value) : _value(std::move(value)) {}
+    explicit Published(T value) : value(std::move(value)) {}
 
     const T& get() const {
         assertMainThread();
-        if (auto* tracker = ReadTracker::current()) tracker->didRead(_observers);
-        return _value;
+        if (auto* tracker = ReadTracker::current()) tracker->didRead(observers);
+        return value;
     }
     const T& operator*() const { return get(); }
     const T* operator->() const { return &get(); }
 
     void set(T value) {
         assertMayChange();
-        _value = std::move(value);
-        _observers.notify();
+        this->value = std::move(value);
+        observers.notify();
     }
     /// Changes the value in place.
     template <class Change>
     void update(Change change) {
         assertMayChange();
-        change(_value);
-        _observers.notify();
+        change(value);
+        observers.notify();
     }
 
-    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+    Observation observe(std::function<void()> observer) { return observers.add(std::move(observer)); }
 
 private:
     static void assertMayChange() {
@@ -46,9 +46,9 @@ private:
         assertNotDescribing("a published property was changed");
     }
 
-    T _value{};
+    T value{};
     // A read through a constant property may begin an observation.
-    mutable ObserverList<> _observers;
+    mutable ObserverList<> observers;
 };
 
 }  // namespace vellumix

@@ -9,19 +9,19 @@ namespace vellumix {
 /// Trackers nest: one that is made while another is in force takes its place until it goes.
 class ReadTracker {
 public:
-    ReadTracker() : _outer(_current) { _current = this; }
+    ReadTracker() : outer(current_) { current_ = this; }
     ReadTracker(const ReadTracker&) = delete;
     ReadTracker& operator=(const ReadTracker&) = delete;
-    virtual ~ReadTracker() { _current = _outer; }
+    virtual ~ReadTracker() { current_ = outer; }
 
     /// `observers` is the list that the property notifies; it lives no longer than the property.
     virtual void didRead(ObserverList<>& observers) = 0;
 
-    static ReadTracker* current() { return _current; }
+    static ReadTracker* current() { return current_; }
 
 private:
-    ReadTracker* _outer;
-    static inline ReadTracker* _current = nullptr;
+    ReadTracker* outer;
+    static inline ReadTracker* current_ = nullptr;
 };
 
 }  // namespace vellumix

@@ -30,37 +30,37 @@ public:
     ~SharedInstances() { clear(); }
 
     void clear() {
-        while (!_instances.empty()) _instances.pop_back();
-        _byType.clear();
+        while (!instances.empty()) instances.pop_back();
+        byType.clear();
     }
 
     template <class T>
     T& get() {
         assertMainThread();
-        auto& slot = _byType[typeid(T)];
+        auto& slot = byType[typeid(T)];
         if (!slot) {
             auto instance = std::make_shared<T>();
             slot = instance.get();
-            _instances.push_back(std::move(instance));
+            instances.push_back(std::move(instance));
         }
         return *static_cast<T*>(slot);
     }
 
 private:
-    std::unordered_map<std::type_index, void*> _byType;
-    std::vector<std::shared_ptr<void>> _instances;
+    std::unordered_map<std::type_index, void*> byType;
+    std::vector<std::shared_ptr<void>> instances;
 };
 
 class SharedInstances::Scope {
 public:
-    Scope() : _outer(install(&_instances)) {}
-    ~Scope() { install(_outer); }
+    Scope() : outer(install(&instances)) {}
+    ~Scope() { install(outer); }
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
 
 private:
-    SharedInstances _instances;
-    SharedInstances* _outer;
+    SharedInstances instances;
+    SharedInstances* outer;
 };
 
 }  // namespace vellumix

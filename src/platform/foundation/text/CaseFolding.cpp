@@ -45,45 +45,45 @@ UChar32 codePointOf(const char* bytes, std::size_t length) {
 }  // namespace
 
 void FoldedText::keepLast(std::size_t count) {
-    if (count >= _used) return;
-    std::copy(end() - count, end(), _bytes.get());
-    _used = count;
+    if (count >= used) return;
+    std::copy(end() - count, end(), bytes.get());
+    used = count;
 }
 
 void FoldedText::reserve(std::size_t size) {
-    if (size <= _size) return;
-    _size = std::max(size, _size + _size / 2);
-    auto larger = std::make_unique_for_overwrite<char[]>(_size);
-    std::copy_n(_bytes.get(), _used, larger.get());
-    _bytes = std::move(larger);
+    if (size <= this->size) return;
+    this->size = std::max(size, this->size + this->size / 2);
+    auto larger = std::make_unique_for_overwrite<char[]>(this->size);
+    std::copy_n(bytes.get(), used, larger.get());
+    bytes = std::move(larger);
 }
 
 void FoldedText::makeRoom(std::size_t count) {
     // The shortest characters that grow have two bytes.
     constexpr std::size_t most = Form::longest / 2;
     constexpr std::size_t beyond = 64;
-    reserve(_used + most * count + beyond);
+    reserve(used + most * count + beyond);
 }
 
 void FoldedText::append(std::string_view bytes) {
-    reserve(_used + bytes.size());
+    reserve(used + bytes.size());
     std::ranges::copy(bytes, end());
-    _used += bytes.size();
+    used += bytes.size();
 }
 
 bool CaseFolding::isCombining(std::size_t at) const {
     const auto length = characterLength(_text, at);
-    return length > 1 && _forms.of(_text.data() + at, length).kind == Form::combining;
+    return length > 1 && forms.of(_text.data() + at, length).kind == Form::combining;
 }
 
 void CaseFolding::fold(std::size_t count, FoldedText& output) {
-    const auto limit = _at + std::min(count, _text.size() - _at);
-    _base = noBase;
-    while (_at < limit || (!_isInLongRun && isCombining(_at))) {
-        if (_isInLongRun) {
+    const auto limit = at + std::min(count, _text.size() - at);
+    base = noBase;
+    while (at < limit || (!isInLongRun && isCombining(at))) {
+        if (isInLongRun) {
             copyLongRun(output, limit);
         } else {
-            output.makeRoom(limit > _at ? limit - _at : 0);
+            output.makeRoom(limit > at ? limit - at : 0);
             foldBlocks(output, limit);
             foldSingly(output, limit);
         }
@@ -94,7 +94,7 @@ void CaseFolding::fold(std::size_t count, FoldedText& output) {
 
 void CaseFolding::foldBlocks(FoldedText& output, std::size_t limit) {
     const auto text = _text;
-    auto at = _at;
+    auto at = this->at;
     auto* to = output.end();
     std::size_t count = blockSize;
     // All of a block costs less than a part of it.
@@ -109,26 +109,26 @@ void CaseFolding::foldBlocks(FoldedText& output, std::size_t limit) {
     if (count == blockSize) {
         for (; at < limit && isASCII(text[at]); ++at) *to++ = foldedASCII(text[at]);
     }
-    if (at > _at) {
-        _base = at - 1;
-        _baseSize = 1;
+    if (at > this->at) {
+        base = at - 1;
+        baseSize = 1;
     }
-    _at = at;
+    this->at = at;
     output.setEnd(to);
 }
 
 /// Characters beyond ASCII, and those of ASCII that stand alone among them.
 void CaseFolding::foldSingly(FoldedText& output, std::size_t limit) {
     const auto text = _text;
-    auto& forms = _forms;
-    auto at = _at;
-    auto base = _base;
-    auto baseSize = _baseSize;
+    auto& forms = this->forms;
+    auto at = this->at;
+    auto base = this->base;
+    auto baseSize = this->baseSize;
     auto* to = output.end();
     const auto note = [&] {
-        _at = at;
-        _base = base;
-        _baseSize = baseSize;
+        this->at = at;
+        this->base = base;
+        this->baseSize = baseSize;
         output.setEnd(to);
     };
     while (at < text.size()) {
@@ -164,10 +164,10 @@ void CaseFolding::foldSingly(FoldedText& output, std::size_t limit) {
             }
             note();
             foldRun(output);
-            if (_isInLongRun) return;
-            output.makeRoom(limit > _at ? limit - _at : 0);
-            at = _at;
-            base = _base;
+            if (isInLongRun) return;
+            output.makeRoom(limit > this->at ? limit - this->at : 0);
+            at = this->at;
+            base = this->base;
             to = output.end();
             continue;
         }
@@ -195,22 +195,22 @@ void CaseFolding::foldSingly(FoldedText& output, std::size_t limit) {
 
 /// What combines with the character before it.
 void CaseFolding::foldRun(FoldedText& output) {
-    auto end = _at;
+    auto end = at;
     std::size_t count = 0;
     for (; count <= longestCombiningRun && isCombining(end); ++count) end += characterLength(_text, end);
-    const auto begin = _base == noBase ? _at : _base;
-    _isInLongRun = count > longestCombiningRun;
-    if (_isInLongRun) {
+    const auto begin = base == noBase ? at : base;
+    isInLongRun = count > longestCombiningRun;
+    if (isInLongRun) {
         // A base that has not been folded yet.
-        if (_baseSize == 0 && begin < _at) output.append(foldedByLibrary(_text.substr(begin, _at - begin)));
+        if (baseSize == 0 && begin < at) output.append(foldedByLibrary(_text.substr(begin, at - begin)));
         return;
     }
     if (!foldRunQuickly(output, end)) {
-        if (_base != noBase) output.takeBack(_baseSize);
+        if (base != noBase) output.takeBack(baseSize);
         output.append(foldedByLibrary(_text.substr(begin, end - begin)));
     }
-    _at = end;
-    _base = noBase;
+    at = end;
+    base = noBase;
 }
 
 /// The same without the library, where the base and each mark are characters that stay what they are; false
@@ -222,17 +222,17 @@ bool CaseFolding::foldRunQuickly(FoldedText& output, std::size_t end) {
         std::uint8_t size;
         std::uint8_t combiningClass;
     };
-    const bool hasBase = _base != noBase;
+    const bool hasBase = this->base != noBase;
     if (hasBase) {
-        const auto length = _at - _base;
-        if (_baseSize == 0 || (length > 1 && _forms.of(_text.data() + _base, length).detail == 0))
+        const auto length = this->at - this->base;
+        if (baseSize == 0 || (length > 1 && forms.of(_text.data() + this->base, length).detail == 0))
             return false;
     }
     std::array<Mark, longestCombiningRun> marks;
     std::size_t count = 0;
-    for (auto at = _at; at < end; ++count) {
+    for (auto at = this->at; at < end; ++count) {
         const auto size = characterLength(_text, at);
-        const auto combiningClass = _forms.of(_text.data() + at, size).detail;
+        const auto combiningClass = forms.of(_text.data() + at, size).detail;
         if (combiningClass == 0) return false;
         auto place = count;
         for (; place > 0 && marks[place - 1].combiningClass > combiningClass; --place)
@@ -240,14 +240,14 @@ bool CaseFolding::foldRunQuickly(FoldedText& output, std::size_t end) {
         marks[place] = {_text.data() + at, static_cast<std::uint8_t>(size), combiningClass};
         at += size;
     }
-    auto starter = hasBase ? codePointOf(output.end() - _baseSize, _baseSize) : U_SENTINEL;
+    auto starter = hasBase ? codePointOf(output.end() - baseSize, baseSize) : U_SENTINEL;
     std::array<char, U8_MAX_LENGTH*(longestCombiningRun + 1)> bytes;
     auto* kept = bytes.data() + U8_MAX_LENGTH;
     std::uint8_t lastKept = 0;
     for (std::size_t each = 0; each < count; ++each) {
         const auto& mark = marks[each];
         const auto composed = hasBase && lastKept < mark.combiningClass
-                                  ? _forms.composed(starter, codePointOf(mark.bytes, mark.size))
+                                  ? forms.composed(starter, codePointOf(mark.bytes, mark.size))
                                   : U_SENTINEL;
         if (composed >= 0) {
             starter = composed;
@@ -260,7 +260,7 @@ bool CaseFolding::foldRunQuickly(FoldedText& output, std::size_t end) {
         std::array<char, U8_MAX_LENGTH> base;
         std::int32_t size = 0;
         U8_APPEND_UNSAFE(base.data(), size, starter);
-        output.takeBack(_baseSize);
+        output.takeBack(baseSize);
         output.append({base.data(), static_cast<std::size_t>(size)});
     }
     output.append({bytes.data() + U8_MAX_LENGTH, kept});
@@ -273,30 +273,30 @@ void CaseFolding::copyLongRun(FoldedText& output, std::size_t limit) {
     const auto isUsual = [](std::string_view two) {
         return two[0] == '\xCC' || (two[0] == '\xCD' && static_cast<signed char>(two[1]) < '\xB0');
     };
-    auto end = _at;
+    auto end = at;
     while (end < limit && isCombining(end)) {
         end += characterLength(text, end);
         while (end < limit && end + 2 <= text.size() && isUsual(text.substr(end, 2)) &&
                (text[end + 1] & 0xC0) == 0x80)
             end += 2;
     }
-    _isInLongRun = end >= limit && end < text.size();
-    output.append(_text.substr(_at, end - _at));
-    _at = end;
+    isInLongRun = end >= limit && end < text.size();
+    output.append(_text.substr(at, end - at));
+    at = end;
 }
 
 void CaseFolding::skipTo(std::size_t offset) {
     const auto isInside = [&](std::size_t at) { return (_text[at] & 0xC0) == 0x80; };
     auto to = std::min(offset, _text.size() - 1);
-    while (to > _at && isInside(to)) --to;
+    while (to > this->at && isInside(to)) --to;
     std::size_t run = 0;
-    for (; to > _at && run <= longestCombiningRun && isCombining(to); ++run) {
+    for (; to > this->at && run <= longestCombiningRun && isCombining(to); ++run) {
         do --to;
-        while (to > _at && isInside(to));
+        while (to > this->at && isInside(to));
     }
-    if (to <= _at) return;
-    _at = to;
-    _isInLongRun = run > longestCombiningRun;
+    if (to <= this->at) return;
+    this->at = to;
+    isInLongRun = run > longestCombiningRun;
 }
 
 }  // namespace vellumix

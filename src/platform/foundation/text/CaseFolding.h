@@ -11,7 +11,7 @@ namespace vellumix {
 /// A text that grows at its end and is forgotten from its beginning, in memory that is written to once.
 class FoldedText {
 public:
-    std::string_view view() const { return {_bytes.get(), _used}; }
+    std::string_view view() const { return {bytes.get(), used}; }
     /// Keeps the last bytes, up to so many.
     void keepLast(std::size_t count);
 
@@ -21,14 +21,14 @@ private:
     /// Room for what so many bytes of a text become at most, and for what is written beyond.
     void makeRoom(std::size_t count);
     void reserve(std::size_t size);
-    char* end() { return _bytes.get() + _used; }
-    void setEnd(const char* end) { _used = static_cast<std::size_t>(end - _bytes.get()); }
-    void takeBack(std::size_t count) { _used -= count; }
+    char* end() { return bytes.get() + used; }
+    void setEnd(const char* end) { used = static_cast<std::size_t>(end - bytes.get()); }
+    void takeBack(std::size_t count) { used -= count; }
     void append(std::string_view bytes);
 
-    std::unique_ptr<char[]> _bytes;
-    std::size_t _size = 0;
-    std::size_t _used = 0;
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
+    std::size_t used = 0;
 };
 
 /// Folds a text from its beginning to its end, as much at a time as is asked for, so that one form is left of
@@ -40,9 +40,9 @@ class CaseFolding {
 public:
     explicit CaseFolding(std::string_view text) : _text(text) {}
 
-    bool isAtEnd() const { return _at == _text.size(); }
+    bool isAtEnd() const { return at == _text.size(); }
     /// What has been folded or left out, in bytes.
-    std::size_t position() const { return _at; }
+    std::size_t position() const { return at; }
     /// Appends what the next bytes become: about so many, up to where a character can't combine with those
     /// behind it.
     void fold(std::size_t count, FoldedText& output);
@@ -59,13 +59,13 @@ private:
     void copyLongRun(FoldedText& output, std::size_t limit);
     bool isCombining(std::size_t at) const;
 
-    FoldedForms& _forms = FoldedForms::shared();
+    FoldedForms& forms = FoldedForms::shared();
     std::string_view _text;
-    std::size_t _at = 0;
-    bool _isInLongRun = false;
+    std::size_t at = 0;
+    bool isInLongRun = false;
     /// The character that was folded last, if what follows may combine with it, and how many bytes it became.
-    std::size_t _base = noBase;
-    std::size_t _baseSize = 0;
+    std::size_t base = noBase;
+    std::size_t baseSize = 0;
 };
 
 }  // namespace vellumix

@@ -50,37 +50,38 @@ bool isASCII(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
 CaselessText::CaselessText(std::string_view text) {
     FoldedText folded;
     CaseFolding(text).fold(text.size(), folded);
-    _folded = folded.view();
+    this->folded = folded.view();
     chooseSigns();
 }
 
 void CaselessText::chooseSigns() {
-    for (std::size_t at = 1; at < _folded.size(); ++at) {
-        const auto [first, second] = _pair;
-        if (_folded[at] == _folded[first]) continue;
-        if (rarity(_folded[at]) >= rarity(_folded[first]))
-            _pair = {at, first};
-        else if (second == first || rarity(_folded[at]) > rarity(_folded[second]))
-            _pair = {first, at};
+    for (std::size_t at = 1; at < folded.size(); ++at) {
+        const auto [first, second] = pair;
+        if (folded[at] == folded[first]) continue;
+        if (rarity(folded[at]) >= rarity(folded[first]))
+            pair = {at, first};
+        else if (second == first || rarity(folded[at]) > rarity(folded[second]))
+            pair = {first, at};
     }
-    _rarest = _folded.size();
-    for (std::size_t at = 0; at < _folded.size(); ++at) {
-        if (!isASCII(_folded[at])) continue;
-        if (_rarest == _folded.size() || rarity(_folded[at]) > rarity(_folded[_rarest])) _rarest = at;
+    this->rarest = folded.size();
+    for (std::size_t at = 0; at < folded.size(); ++at) {
+        if (!isASCII(folded[at])) continue;
+        if (this->rarest == folded.size() || rarity(folded[at]) > rarity(folded[this->rarest]))
+            this->rarest = at;
     }
-    if (_rarest == _folded.size()) {
-        _signs.isAnyBeyondASCII = true;
+    if (this->rarest == folded.size()) {
+        signs.isAnyBeyondASCII = true;
         return;
     }
-    const char rarest = _folded[_rarest];
+    const char rarest = folded[this->rarest];
     const bool isLetter = rarest >= 'a' && rarest <= 'z';
-    _signs.bytes.fill(rarest);
-    if (isLetter) _signs.bytes[1] = static_cast<char>(rarest - 'a' + 'A');
-    std::ranges::copy(otherLeads(rarest), _signs.bytes.begin() + 2);
+    signs.bytes.fill(rarest);
+    if (isLetter) signs.bytes[1] = static_cast<char>(rarest - 'a' + 'A');
+    std::ranges::copy(otherLeads(rarest), signs.bytes.begin() + 2);
 }
 
 std::size_t CaselessText::nextSign(std::string_view text, std::size_t from) const {
-    const auto signs = _signs;
+    const auto signs = this->signs;
     const auto isSign = [&signs](char byte) {
         // All are compared: a loop without branches is done for sixteen bytes at once.
         unsigned isOne = signs.isAnyBeyondASCII ? static_cast<unsigned char>(byte) >> 7 : 0U;
@@ -102,22 +103,22 @@ std::size_t CaselessText::nextSign(std::string_view text, std::size_t from) cons
 /// A plain search. The two rarest signs, unlike each other if there are two, are looked for first, at their
 /// distance: the letters of a language share their first byte, which `find` would stop at again and again.
 bool CaselessText::isInFolded(std::string_view window) const {
-    const auto length = _folded.size();
+    const auto length = folded.size();
     // The library's is linear from there on; before, what is compared for each place is bounded.
     constexpr std::size_t longest = 256;
-    if (length > longest) return memmem(window.data(), window.size(), _folded.data(), length);
+    if (length > longest) return memmem(window.data(), window.size(), folded.data(), length);
     if (window.size() < length) return false;
     const auto places = window.size() - length + 1;
     const auto isAt = [&](std::size_t place) {
-        return std::memcmp(window.data() + place, _folded.data(), length) == 0;
+        return std::memcmp(window.data() + place, folded.data(), length) == 0;
     };
-    const char one = _folded[_pair[0]];
-    const char other = _folded[_pair[1]];
+    const char one = folded[pair[0]];
+    const char other = folded[pair[1]];
     constexpr std::size_t blockSize = 64;
     std::size_t at = 0;
     for (; at + blockSize <= places; at += blockSize) {
-        const auto* const ones = window.data() + at + _pair[0];
-        const auto* const others = window.data() + at + _pair[1];
+        const auto* const ones = window.data() + at + pair[0];
+        const auto* const others = window.data() + at + pair[1];
         alignas(blockSize) std::array<std::uint8_t, blockSize> hits;
         for (std::size_t index = 0; index < blockSize; ++index) {
             hits[index] = static_cast<std::uint8_t>((ones[index] == one) & (others[index] == other));
@@ -138,17 +139,17 @@ bool CaselessText::isInFolded(std::string_view window) const {
 }
 
 bool CaselessText::isIn(std::string_view text) const {
-    if (_folded.empty()) return true;
-    const auto size = std::max(pieceSize, _folded.size());
-    const bool hasASCII = _rarest < _folded.size();
+    if (folded.empty()) return true;
+    const auto size = std::max(pieceSize, folded.size());
+    const bool hasASCII = rarest < folded.size();
     // What a match may have before its rarest character.
-    const auto before = hasASCII ? mostForOne * _rarest : 0;
+    const auto before = hasASCII ? mostForOne * rarest : 0;
     CaseFolding folding(text);
     FoldedText window;
     while (!folding.isAtEnd()) {
         // What a match that goes on may have begun with.
-        window.keepLast(_folded.size() - 1);
-        if (!hasASCII || window.view().find(_folded[_rarest]) == std::string_view::npos) {
+        window.keepLast(folded.size() - 1);
+        if (!hasASCII || window.view().find(folded[rarest]) == std::string_view::npos) {
             const auto sign = nextSign(text, folding.position());
             if (sign == text.size()) return false;
             if (sign > folding.position() + before) {

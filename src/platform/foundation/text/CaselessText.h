@@ -32,12 +32,12 @@ private:
     std::size_t nextSign(std::string_view text, std::size_t from) const;
     bool isInFolded(std::string_view window) const;
 
-    std::string _folded;
-    Signs _signs;
+    std::string folded;
+    Signs signs;
     /// Where the rarest character is in it; the end where it isn't one of ASCII.
-    std::size_t _rarest = 0;
+    std::size_t rarest = 0;
     /// Where two signs are of which a text has few at that distance.
-    std::array<std::size_t, 2> _pair{};
+    std::array<std::size_t, 2> pair{};
 };
 
 }  // namespace vellumix

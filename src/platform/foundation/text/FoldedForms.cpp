@@ -44,7 +44,7 @@ const FoldedForms::Block& FoldedForms::make(std::size_t number) {
     const auto* const composition = icu::Normalizer2::getNFCInstance(status);
     const auto* const decomposition = icu::Normalizer2::getNFDInstance(status);
     if (U_FAILURE(status) || isPlain(first)) {
-        _blocks[number] = &plain;
+        blocks[number] = &plain;
         return plain;
     }
     auto block = std::make_unique<Block>();
@@ -69,9 +69,9 @@ const FoldedForms::Block& FoldedForms::make(std::size_t number) {
             std::ranges::copy(folded, form.bytes.begin());
         }
     }
-    _made.push_back(std::move(block));
-    _blocks[number] = _made.back().get();
-    return *_blocks[number];
+    made.push_back(std::move(block));
+    blocks[number] = made.back().get();
+    return *blocks[number];
 }
 
 std::int32_t FoldedForms::composedByLibrary(std::int32_t character, std::int32_t mark) {

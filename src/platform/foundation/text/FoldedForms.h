@@ -61,9 +61,9 @@ private:
         std::int32_t composed = 0;
     };
 
-    std::array<const Block*, blockCount> _blocks{};
-    std::array<Pair, 256> _pairs{};
-    std::vector<std::unique_ptr<const Block>> _made;
+    std::array<const Block*, blockCount> blocks{};
+    std::array<Pair, 256> pairs{};
+    std::vector<std::unique_ptr<const Block>> made;
 };
 
 inline const FoldedForms::Form& FoldedForms::of(const char* character, std::size_t length) {
@@ -75,12 +75,12 @@ inline const FoldedForms::Form& FoldedForms::of(const char* character, std::size
         number = (character[0] & 0x0FU) << 6 | bits(1);
     else
         number = (character[0] & 0x07U) << 12 | bits(1) << 6 | bits(2);
-    const auto* block = _blocks[number];
+    const auto* block = blocks[number];
     return (block ? *block : make(number))[bits(length - 1)];
 }
 
 inline std::int32_t FoldedForms::composed(std::int32_t character, std::int32_t mark) {
-    auto& pair = _pairs[static_cast<std::size_t>(character ^ mark * 13) % _pairs.size()];
+    auto& pair = pairs[static_cast<std::size_t>(character ^ mark * 13) % pairs.size()];
     if (pair.character != character || pair.mark != mark)
         pair = {character, mark, composedByLibrary(character, mark)};
     return pair.composed;

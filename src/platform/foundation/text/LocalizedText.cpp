@@ -83,8 +83,8 @@ Bundle Bundle::mainBundle() {
 }
 
 std::string Bundle::localizedString(std::string_view key) const {
-    const auto found = _table->find(key);
-    if (found != _table->end()) return found->second;
+    const auto found = table_->find(key);
+    if (found != table_->end()) return found->second;
     reportMissing("text", key);
     return std::string(key);
 }

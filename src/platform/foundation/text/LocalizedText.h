@@ -18,13 +18,13 @@ public:
 
     /// The text, or the key itself when the table has none, which is reported as missing.
     std::string localizedString(std::string_view key) const;
-    const std::map<std::string, std::string, std::less<>>& table() const { return *_table; }
+    const std::map<std::string, std::string, std::less<>>& table() const { return *table_; }
 
 private:
     using Table = std::map<std::string, std::string, std::less<>>;
-    explicit Bundle(const Table* table) : _table(table) {}
+    explicit Bundle(const Table* table) : table_(table) {}
 
-    const Table* _table;
+    const Table* table_;
 };
 
 /// What the program's texts are looked up in. One for the platform in force; main thread.

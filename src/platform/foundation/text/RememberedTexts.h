@@ -13,12 +13,12 @@ public:
 
     /// Calls it whenever no text that was shown before may stay in memory for that reason alone.
     [[nodiscard]] Observation onForget(std::function<void()> observer) {
-        return _observers.add(std::move(observer));
+        return observers.add(std::move(observer));
     }
-    void forget() { _observers.notify(); }
+    void forget() { observers.notify(); }
 
 private:
-    ObserverList<> _observers;
+    ObserverList<> observers;
 };
 
 }  // namespace vellumix

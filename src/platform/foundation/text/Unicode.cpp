@@ -112,32 +112,32 @@ public:
     Breaks(std::string_view text, Kind kind, std::size_t around)
         : Breaks(text, kind, codePointStart(text, around > reach ? around - reach : 0),
                  codePointStart(text, std::min(around + reach, text.size()))) {}
-    ~Breaks() { utext_close(&_source); }
+    ~Breaks() { utext_close(&source); }
     Breaks(const Breaks&) = delete;
     Breaks& operator=(const Breaks&) = delete;
 
-    bool isReady() const { return _iterator != nullptr; }
-    icu::BreakIterator* operator->() const { return _iterator.get(); }
+    bool isReady() const { return iterator != nullptr; }
+    icu::BreakIterator* operator->() const { return iterator.get(); }
     std::int32_t place(std::size_t offset) const {
-        return static_cast<std::int32_t>(std::clamp(offset, _begin, _end) - _begin);
+        return static_cast<std::int32_t>(std::clamp(offset, begin, end) - begin);
     }
     /// Of a place that was looked for in front, or behind.
     std::size_t offsetBefore(std::int32_t place) const {
-        return place == icu::BreakIterator::DONE ? _begin : _begin + static_cast<std::size_t>(place);
+        return place == icu::BreakIterator::DONE ? begin : begin + static_cast<std::size_t>(place);
     }
     std::size_t offsetAfter(std::int32_t place) const {
-        return place == icu::BreakIterator::DONE ? _end : _begin + static_cast<std::size_t>(place);
+        return place == icu::BreakIterator::DONE ? end : begin + static_cast<std::size_t>(place);
     }
     /// Whether what lies before the present place is a word.
-    bool isBehindWord() const { return _iterator->getRuleStatus() >= UBRK_WORD_NONE_LIMIT; }
+    bool isBehindWord() const { return iterator->getRuleStatus() >= UBRK_WORD_NONE_LIMIT; }
 
 private:
-    Breaks(std::string_view text, Kind kind, std::size_t begin, std::size_t end) : _begin(begin), _end(end) {
-        if (const auto* prototype = shared(kind)) _iterator.reset(prototype->clone());
+    Breaks(std::string_view text, Kind kind, std::size_t begin, std::size_t end) : begin(begin), end(end) {
+        if (const auto* prototype = shared(kind)) iterator.reset(prototype->clone());
         UErrorCode status = U_ZERO_ERROR;
-        utext_openUTF8(&_source, text.data() + begin, static_cast<std::int64_t>(end - begin), &status);
-        if (_iterator) _iterator->setText(&_source, status);
-        if (U_FAILURE(status)) _iterator.reset();
+        utext_openUTF8(&source, text.data() + begin, static_cast<std::int64_t>(end - begin), &status);
+        if (iterator) iterator->setText(&source, status);
+        if (U_FAILURE(status)) iterator.reset();
     }
 
     /// Made once: loading the rules costs more than all the short texts of a window.
@@ -157,10 +157,10 @@ private:
                                    : icu::BreakIterator::createWordInstance(locale, status));
     }
 
-    std::size_t _begin;
-    std::size_t _end;
-    UText _source = UTEXT_INITIALIZER;
-    std::unique_ptr<icu::BreakIterator> _iterator;
+    std::size_t begin;
+    std::size_t end;
+    UText source = UTEXT_INITIALIZER;
+    std::unique_ptr<icu::BreakIterator> iterator;
 };
 
 }  // namespace

@@ -176,10 +176,10 @@ std::string mailAddress(std::string_view body) {
 
 DesktopSharing::DesktopSharing(RunLoop& runLoop, FileSystem& files, NSPasteboard& pasteboard,
                                std::optional<std::string> folder)
-    : _runLoop(runLoop),
-      _files(files),
-      _pasteboard(pasteboard),
-      _folder(folder ? std::move(*folder) : userFolder()) {}
+    : runLoop(runLoop),
+      files(files),
+      pasteboard(pasteboard),
+      folder(folder ? std::move(*folder) : userFolder()) {}
 
 std::vector<Service> DesktopSharing::servicesFor(const std::vector<SharedItem>& items) const {
     std::vector<Service> services;
@@ -231,9 +231,9 @@ void DesktopSharing::sendByMail(const std::vector<SharedItem>& items) {
 }
 
 void DesktopSharing::saveCopies(const std::vector<SharedItem>& items) {
-    const auto stem = _folder + "/Clipboard " + localTime(_runLoop.now());
+    const auto stem = this->folder + "/Clipboard " + localTime(runLoop.now());
     // The log and the files outlive the work: the loop ends after what runs on its threads.
-    _runLoop.background([&files = _files, folder = _folder, stem, items] {
+    runLoop.background([&files = files, folder = this->folder, stem, items] {
         if (files.makeFolder(folder)) return sharingLog.error("The folder for copies can't be written to");
         for (const auto& item : items) {
             if (const auto* text = std::get_if<String>(&item))
@@ -256,8 +256,8 @@ void DesktopSharing::copyPaths(const std::vector<SharedItem>& items) {
         paths += std::get<URL>(item).path();
     }
     if (paths.empty()) return;
-    _pasteboard.clearContents();
-    _pasteboard.setString(paths, NSPasteboardTypeString);
+    pasteboard.clearContents();
+    pasteboard.setString(paths, NSPasteboardTypeString);
 }
 
 }  // namespace vellumix::linux_desktop

@@ -28,10 +28,10 @@ private:
     void saveCopies(const std::vector<SharedItem>& items);
     void copyPaths(const std::vector<SharedItem>& items);
 
-    RunLoop& _runLoop;
-    FileSystem& _files;
-    NSPasteboard& _pasteboard;
-    const std::string _folder;
+    RunLoop& runLoop;
+    FileSystem& files;
+    NSPasteboard& pasteboard;
+    const std::string folder;
 };
 
 /// The address that begins a message with that text; what goes beyond `mailBodyLimit` bytes is left out.

@@ -88,20 +88,20 @@ struct AccountPassword::State : std::enable_shared_from_this<State> {
     Version asked;
 };
 
-AccountPassword::AccountPassword(Sources sources) : _state(std::make_shared<State>(std::move(sources))) {
-    _state->askWhenIdle();
+AccountPassword::AccountPassword(Sources sources) : state(std::make_shared<State>(std::move(sources))) {
+    state->askWhenIdle();
 }
 
 AccountPassword::~AccountPassword() = default;
 
 AccountPassword::Known AccountPassword::known() {
-    if (_state->asked != _state->version()) _state->ask();
-    return _state->known;
+    if (state->asked != state->version()) state->ask();
+    return state->known;
 }
 
 void AccountPassword::turnedOutMissing() {
-    _state->breakOff();
-    _state->known = Known::missing;
+    state->breakOff();
+    state->known = Known::missing;
 }
 
 }  // namespace vellumix::linux_desktop

@@ -47,11 +47,11 @@ public:
     /// `onEmptyRefused` is called on the main thread when an empty answer wasn't accepted, and the exchange
     /// ends with it; without one an empty answer is one like others.
     Exchange(LAContext::Reply reply, Work onEmptyRefused)
-        : _loop(RunLoop::main()), _reply(std::move(reply)), _onEmptyRefused(std::move(onEmptyRefused)) {}
+        : loop(RunLoop::main()), reply(std::move(reply)), onEmptyRefused(std::move(onEmptyRefused)) {}
 
     void begin(std::unique_ptr<AuthenticationPrompt> prompt, const std::string& user,
                const std::string& folder) {
-        _prompt = std::move(prompt);
+        this->prompt = std::move(prompt);
         std::thread([self = shared_from_this(), user, folder] { self->run(user, folder); }).detach();
     }
 
@@ -62,16 +62,16 @@ public:
     /// Main thread, where prompt and reply must go too. The reply, the first time.
     LAContext::Reply breakOff() {
         {
-            const std::lock_guard lock(_mutex);
-            _hasEnded = true;
+            const std::lock_guard lock(mutex);
+            hasEnded_ = true;
         }
-        _changed.notify_all();
-        _prompt.reset();
-        return std::exchange(_reply, nullptr);
+        changed.notify_all();
+        prompt.reset();
+        return std::exchange(reply, nullptr);
     }
     bool hasEnded() {
-        const std::lock_guard lock(_mutex);
-        return _hasEnded;
+        const std::lock_guard lock(mutex);
+        return hasEnded_;
     }
 
 private:
@@ -83,7 +83,7 @@ private:
             const pam_conv conversation{converse, this};
             pam::Transaction transaction(serviceName, user, conversation, folder);
             status = transaction.then(pam_authenticate, PAM_DISALLOW_NULL_AUTHTOK).status();
-            isEmptyRefused = status == PAM_AUTH_ERR && _onEmptyRefused && _hasAnsweredEmpty;
+            isEmptyRefused = status == PAM_AUTH_ERR && onEmptyRefused && hasAnsweredEmpty;
             isToAskAgain = status == PAM_AUTH_ERR && !isEmptyRefused;
             // What is said of the account doesn't change with another password.
             status = transaction.then(pam_acct_mgmt, PAM_DISALLOW_NULL_AUTHTOK).status();
@@ -92,7 +92,7 @@ private:
             if (status == PAM_SUCCESS) return end(true, std::nullopt);
             if (isEmptyRefused) {
                 Log("Authentication").error("The owner seems to have no password, and can't be confirmed");
-                _onEmptyRefused();
+                onEmptyRefused();
                 return end(false, LAError{.code = LAError::passcodeNotSet});
             }
             Log("Authentication").error("The owner was not confirmed, PAM status " + std::to_string(status));
@@ -101,9 +101,9 @@ private:
     }
     /// Posts only while the exchange lasts: the loop may go soon after it.
     void onMainThread(Work work) {
-        const std::lock_guard lock(_mutex);
-        if (_hasEnded) return;
-        _loop.post([self = shared_from_this(), work = std::move(work)] { work(); });
+        const std::lock_guard lock(mutex);
+        if (hasEnded_) return;
+        loop.post([self = shared_from_this(), work = std::move(work)] { work(); });
     }
 
     static int converse(int count, const pam_message** messages, pam_response** responses, void* exchange) {
@@ -144,7 +144,7 @@ private:
                 const auto importance =
                     message.msg_style == PAM_ERROR_MSG ? Importance::error : Importance::information;
                 onMainThread([this, text, importance] {
-                    if (_prompt) _prompt->show(text, importance);
+                    if (prompt) prompt->show(text, importance);
                 });
                 return !hasEnded();
             }
@@ -154,37 +154,37 @@ private:
     }
     bool ask(const std::string& question, AuthenticationPrompt::Echo echo, SecretText& answer) {
         onMainThread([this, question, echo] {
-            if (!_prompt) return;
-            _prompt->ask(question, echo, [weak = weak_from_this()](SecretText given) {
+            if (!prompt) return;
+            prompt->ask(question, echo, [weak = weak_from_this()](SecretText given) {
                 if (const auto self = weak.lock()) self->take(std::move(given));
             });
         });
-        std::unique_lock lock(_mutex);
-        _changed.wait(lock, [this] { return _hasEnded || _answer; });
-        if (_answer) answer = std::move(*_answer);
-        if (echo == AuthenticationPrompt::Echo::off && answer.view().empty()) _hasAnsweredEmpty = true;
-        _answer.reset();
-        return !_hasEnded;
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return hasEnded_ || this->answer; });
+        if (this->answer) answer = std::move(*this->answer);
+        if (echo == AuthenticationPrompt::Echo::off && answer.view().empty()) hasAnsweredEmpty = true;
+        this->answer.reset();
+        return !hasEnded_;
     }
     void take(SecretText given) {
         {
-            const std::lock_guard lock(_mutex);
-            if (_hasEnded) return;
-            _answer = std::move(given);
+            const std::lock_guard lock(mutex);
+            if (hasEnded_) return;
+            answer = std::move(given);
         }
-        _changed.notify_all();
+        changed.notify_all();
     }
 
-    RunLoop& _loop;
-    LAContext::Reply _reply;
-    const Work _onEmptyRefused;
+    RunLoop& loop;
+    LAContext::Reply reply;
+    const Work onEmptyRefused;
     /// Of the modules' thread.
-    bool _hasAnsweredEmpty = false;
-    std::unique_ptr<AuthenticationPrompt> _prompt;
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    bool _hasEnded = false;
-    std::optional<SecretText> _answer;
+    bool hasAnsweredEmpty = false;
+    std::unique_ptr<AuthenticationPrompt> prompt;
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool hasEnded_ = false;
+    std::optional<SecretText> answer;
 };
 
 }  // namespace
@@ -210,33 +210,33 @@ struct PamAuthentication::State : std::enable_shared_from_this<State> {
 
 class PamAuthentication::State::Context final : public LAContext {
 public:
-    explicit Context(State& state) : _state(state) {}
+    explicit Context(State& state) : state(state) {}
 
     bool canEvaluatePolicy(LAPolicy, std::optional<LAError>& error) override {
-        const auto file = _state.options.serviceFolder + '/' + serviceName;
+        const auto file = state.options.serviceFolder + '/' + serviceName;
         using Known = AccountPassword::Known;
-        if (!_state.options.makePrompt) {
+        if (!state.options.makePrompt) {
             error = LAError{.code = LAError::notInteractive};
-        } else if (_state.leftBehind() >= mostLeftBehind) {
+        } else if (state.leftBehind() >= mostLeftBehind) {
             Log("Authentication").error("The password service hangs; no further prompt is begun");
             error = LAError{.code = LAError::notInteractive};
         } else if (::access(file.c_str(), R_OK) != 0 || !nameOfUser() ||
-                   _state.password.known() == Known::missing) {
+                   state.password.known() == Known::missing) {
             error = LAError{.code = LAError::passcodeNotSet};
         }
         return !error;
     }
 
     void evaluatePolicy(LAPolicy, const std::string& localizedReason, Reply reply) override {
-        const bool isClear = _state.password.known() == AccountPassword::Known::present;
-        const auto onEmptyRefused = [weak = _state.weak_from_this()] {
+        const bool isClear = this->state.password.known() == AccountPassword::Known::present;
+        const auto onEmptyRefused = [weak = this->state.weak_from_this()] {
             if (const auto state = weak.lock()) state->password.turnedOutMissing();
         };
         const auto exchange =
             std::make_shared<Exchange>(std::move(reply), isClear ? Work() : Work(onEmptyRefused));
-        _state.exchanges.push_back(exchange);
+        this->state.exchanges.push_back(exchange);
         const auto user = nameOfUser();
-        auto prompt = _state.options.makePrompt({
+        auto prompt = this->state.options.makePrompt({
             .reason = localizedReason,
             .cancelTitle = localizedCancelTitle,
             .confirmTitle = localizedFallbackTitle,
@@ -251,30 +251,30 @@ public:
                 },
         });
         if (!prompt || !user) return exchange->end(false, LAError{.code = LAError::notInteractive});
-        exchange->begin(std::move(prompt), *user, _state.options.serviceFolder);
+        exchange->begin(std::move(prompt), *user, this->state.options.serviceFolder);
     }
 
 private:
-    State& _state;
+    State& state;
 };
 
-PamAuthentication::PamAuthentication(Options options) : _state(std::make_shared<State>(std::move(options))) {}
+PamAuthentication::PamAuthentication(Options options) : state(std::make_shared<State>(std::move(options))) {}
 
 PamAuthentication::~PamAuthentication() {
-    for (const auto& each : _state->exchanges) {
+    for (const auto& each : state->exchanges) {
         if (const auto exchange = each.lock()) exchange->breakOff();
     }
 }
 
 void PamAuthentication::cancelAll() {
     // A reply may ask anew.
-    for (const auto& each : std::vector(_state->exchanges)) {
+    for (const auto& each : std::vector(state->exchanges)) {
         if (const auto exchange = each.lock()) exchange->end(false, LAError{.code = LAError::appCancel});
     }
 }
 
 std::unique_ptr<LAContext> PamAuthentication::makeContext() {
-    return std::make_unique<State::Context>(*_state);
+    return std::make_unique<State::Context>(*state);
 }
 
 }  // namespace vellumix::linux_desktop

@@ -12,25 +12,24 @@ class Transaction {
 public:
     Transaction(const std::string& service, const std::string& user, const pam_conv& conversation,
                 const std::string& folder)
-        : _status(pam_start_confdir(service.c_str(), user.c_str(), &conversation, folder.c_str(), &_handle)) {
-    }
+        : status_(pam_start_confdir(service.c_str(), user.c_str(), &conversation, folder.c_str(), &handle)) {}
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
     ~Transaction() {
-        if (_handle) pam_end(_handle, _status);
+        if (handle) pam_end(handle, status_);
     }
 
     /// Goes on with a step when all before it succeeded.
     template <class Step>
     Transaction& then(Step step, int flags) {
-        if (_status == PAM_SUCCESS) _status = step(_handle, flags);
+        if (status_ == PAM_SUCCESS) status_ = step(handle, flags);
         return *this;
     }
-    int status() const { return _status; }
+    int status() const { return status_; }
 
 private:
-    pam_handle_t* _handle = nullptr;
-    int _status;
+    pam_handle_t* handle = nullptr;
+    int status_;
 };
 
 }  // namespace vellumix::linux_desktop::pam

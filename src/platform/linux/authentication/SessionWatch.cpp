@@ -146,12 +146,12 @@ void SessionWatch::State::listenToScreenSavers() {
     }
 }
 
-SessionWatch::SessionWatch() : _state(std::make_shared<State>()) {}
+SessionWatch::SessionWatch() : state(std::make_shared<State>()) {}
 SessionWatch::~SessionWatch() = default;
 
 Observation SessionWatch::observe(std::function<void()> observer) {
-    _state->begin();
-    return _state->observers.add(std::move(observer));
+    state->begin();
+    return state->observers.add(std::move(observer));
 }
 
 }  // namespace vellumix::linux_desktop

@@ -26,7 +26,7 @@ public:
 
 private:
     struct State;
-    std::shared_ptr<State> _state;
+    std::shared_ptr<State> state;
 };
 
 }  // namespace vellumix::linux_desktop

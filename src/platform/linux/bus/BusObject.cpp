@@ -25,25 +25,25 @@ std::string signatureOf(GDBusArgInfo* const* arguments) {
 }  // namespace
 
 BusCall::BusCall(GDBusConnection* connection, GDBusMessage* message)
-    : _connection(G_DBUS_CONNECTION(g_object_ref(connection))),
-      _message(G_DBUS_MESSAGE(g_object_ref(message))) {}
+    : connection(G_DBUS_CONNECTION(g_object_ref(connection))),
+      message(G_DBUS_MESSAGE(g_object_ref(message))) {}
 
 void BusCall::reply(GVariant* values) {
     const glib::Variant owned(values ? g_variant_ref_sink(values) : nullptr);
-    const glib::Object<GDBusMessage> answer(g_dbus_message_new_method_reply(_message.get()));
+    const glib::Object<GDBusMessage> answer(g_dbus_message_new_method_reply(message.get()));
     if (owned) g_dbus_message_set_body(answer.get(), owned.get());
     send(answer.get());
 }
 
 void BusCall::refuse(const char* error, const char* message) {
     const glib::Object<GDBusMessage> answer(
-        g_dbus_message_new_method_error_literal(_message.get(), error, message));
+        g_dbus_message_new_method_error_literal(this->message.get(), error, message));
     send(answer.get());
 }
 
 void BusCall::send(GDBusMessage* answer) {
-    if (g_dbus_message_get_flags(_message.get()) & G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) return;
-    g_dbus_connection_send_message(_connection.get(), answer, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
+    if (g_dbus_message_get_flags(message.get()) & G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) return;
+    g_dbus_connection_send_message(connection.get(), answer, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
                                    nullptr);
 }
 
@@ -171,27 +171,27 @@ GVariant* BusObject::State::allProperties() {
 
 BusObject::BusObject(RunLoop& runLoop, GDBusConnection* connection, const char* path, const char* description,
                      Handlers handlers)
-    : _state(std::make_shared<State>(runLoop, connection, path, description, std::move(handlers))),
+    : state(std::make_shared<State>(runLoop, connection, path, description, std::move(handlers))),
       // Describes the object to who asks what it is, and refuses all calls that the filter lets through.
-      _registration(connection, path, _state->interface, nullptr, nullptr),
-      _filter(connection,
-              g_dbus_connection_add_filter(
-                  connection,
-                  [](GDBusConnection*, GDBusMessage* message, gboolean isIncoming, gpointer state) {
-                      return isIncoming ? (*static_cast<std::shared_ptr<State>*>(state))->filter(message)
-                                        : message;
-                  },
-                  std::make_unique<std::shared_ptr<State>>(_state).release(),
-                  [](gpointer state) {
-                      const std::unique_ptr<std::shared_ptr<State>> own(
-                          static_cast<std::shared_ptr<State>*>(state));
-                  })) {}
+      registration(connection, path, this->state->interface, nullptr, nullptr),
+      filter(connection,
+             g_dbus_connection_add_filter(
+                 connection,
+                 [](GDBusConnection*, GDBusMessage* message, gboolean isIncoming, gpointer state) {
+                     return isIncoming ? (*static_cast<std::shared_ptr<State>*>(state))->filter(message)
+                                       : message;
+                 },
+                 std::make_unique<std::shared_ptr<State>>(this->state).release(),
+                 [](gpointer state) {
+                     const std::unique_ptr<std::shared_ptr<State>> own(
+                         static_cast<std::shared_ptr<State>*>(state));
+                 })) {}
 
 BusObject::~BusObject() {
-    _filter = {};
-    _state->handlers = {};
-    const std::lock_guard lock(_state->mutex);
-    _state->isOpen = false;
+    filter = {};
+    state->handlers = {};
+    const std::lock_guard lock(state->mutex);
+    state->isOpen = false;
 }
 
 }  // namespace vellumix::linux_desktop

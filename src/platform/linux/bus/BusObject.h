@@ -23,8 +23,8 @@ public:
 private:
     void send(GDBusMessage* answer);
 
-    glib::Object<GDBusConnection> _connection;
-    glib::Object<GDBusMessage> _message;
+    glib::Object<GDBusConnection> connection;
+    glib::Object<GDBusMessage> message;
 };
 
 /// An object of this process on a bus, with one interface and its properties (D-Bus Specification 0.41).
@@ -51,14 +51,14 @@ public:
     BusObject& operator=(const BusObject&) = delete;
 
     /// False when the path was taken.
-    bool isThere() const { return static_cast<bool>(_registration); }
+    bool isThere() const { return static_cast<bool>(registration); }
 
 private:
     struct State;
 
-    std::shared_ptr<State> _state;
-    glib::Registration _registration;
-    glib::MessageFilter _filter;
+    std::shared_ptr<State> state;
+    glib::Registration registration;
+    glib::MessageFilter filter;
 };
 
 }  // namespace vellumix::linux_desktop

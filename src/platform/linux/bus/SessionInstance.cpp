@@ -38,25 +38,25 @@ glib::Variant SessionInstance::State::call(const char* name, const char* path, c
     return glib::Variant(g_dbus_connection_call_finish(connection.get(), operation->result(), nullptr));
 }
 
-SessionInstance::SessionInstance() : _state(std::make_unique<State>()) {
+SessionInstance::SessionInstance() : state(std::make_unique<State>()) {
     const auto deadline = Deadline::in(lookSeconds);
-    _state->connection = connectToSessionBus(_state->context, deadline);
-    if (!_state->connection) return;
-    const auto reply = _state->call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                    "NameHasOwner", g_variant_new("(s)", control::busName), "(b)", deadline);
+    state->connection = connectToSessionBus(state->context, deadline);
+    if (!state->connection) return;
+    const auto reply = state->call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                   "NameHasOwner", g_variant_new("(s)", control::busName), "(b)", deadline);
     if (!reply) return;
     gboolean hasOwner = FALSE;
     g_variant_get(reply.get(), "(b)", &hasOwner);
-    _state->presence = hasOwner ? Presence::running : Presence::notRunning;
+    state->presence = hasOwner ? Presence::running : Presence::notRunning;
 }
 
 SessionInstance::~SessionInstance() = default;
 
-SessionInstance::Presence SessionInstance::presence() const { return _state->presence; }
+SessionInstance::Presence SessionInstance::presence() const { return state->presence; }
 
 std::optional<std::string> SessionInstance::status() {
     if (presence() != Presence::running) return std::nullopt;
-    const auto reply = _state->control("Status", "(s)", Deadline::in(callSeconds));
+    const auto reply = state->control("Status", "(s)", Deadline::in(callSeconds));
     if (!reply) return std::nullopt;
     const char* json = nullptr;
     g_variant_get(reply.get(), "(&s)", &json);
@@ -69,16 +69,16 @@ bool SessionInstance::quit() {
     bool hasGone = false;
     glib::NameWatch watch;
     {
-        const auto pushed = _state->context.push();
+        const auto pushed = state->context.push();
         watch = glib::NameWatch(g_bus_watch_name_on_connection(
-            _state->connection.get(), control::busName, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
+            state->connection.get(), control::busName, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
             [](GDBusConnection*, const gchar*, gpointer flag) { *static_cast<bool*>(flag) = true; }, &hasGone,
             nullptr));
     }
     // Without a reply it may have gone before it could give one.
-    _state->control("Quit", "()", deadline);
-    const bool isDone = _state->context.waitUntil([&] { return hasGone; }, deadline);
-    if (isDone) _state->presence = Presence::notRunning;
+    state->control("Quit", "()", deadline);
+    const bool isDone = state->context.waitUntil([&] { return hasGone; }, deadline);
+    if (isDone) state->presence = Presence::notRunning;
     return isDone;
 }
 
@@ -87,7 +87,7 @@ bool SessionInstance::ask(PanelRequest request) {
     const char* method = request == PanelRequest::toggle ? "Toggle"
                          : request == PanelRequest::show ? "Show"
                                                          : "Hide";
-    return static_cast<bool>(_state->control(method, "()", Deadline::in(callSeconds)));
+    return static_cast<bool>(state->control(method, "()", Deadline::in(callSeconds)));
 }
 
 }  // namespace vellumix::linux_desktop

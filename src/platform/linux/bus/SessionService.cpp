@@ -71,7 +71,7 @@ void SessionService::State::answer(std::string_view method, BusCall& call) {
     handler();
 }
 
-SessionService::SessionService(std::unique_ptr<State> state) : _state(std::move(state)) {}
+SessionService::SessionService(std::unique_ptr<State> state) : state(std::move(state)) {}
 SessionService::~SessionService() = default;
 
 SessionService::Claim SessionService::claim(RunLoop& runLoop) {
@@ -86,6 +86,6 @@ SessionService::Claim SessionService::claim(RunLoop& runLoop) {
     return {Outcome::owner, std::unique_ptr<SessionService>(new SessionService(std::move(state)))};
 }
 
-void SessionService::setHandlers(Handlers handlers) { _state->handlers = std::move(handlers); }
+void SessionService::setHandlers(Handlers handlers) { state->handlers = std::move(handlers); }
 
 }  // namespace vellumix::linux_desktop

@@ -48,7 +48,7 @@ public:
 private:
     struct State;
     explicit SessionService(std::unique_ptr<State> state);
-    std::unique_ptr<State> _state;
+    std::unique_ptr<State> state;
 };
 
 }  // namespace vellumix::linux_desktop

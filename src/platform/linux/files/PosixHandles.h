@@ -12,17 +12,17 @@ namespace vellumix::linux_desktop::posix {
 class Descriptor {
 public:
     Descriptor() = default;
-    explicit Descriptor(int number) : _number(number) {}
-    Descriptor(Descriptor&& other) noexcept : _number(std::exchange(other._number, -1)) {}
+    explicit Descriptor(int number) : number(number) {}
+    Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(_number, other._number);
+        std::swap(number, other.number);
         return *this;
     }
     ~Descriptor() { end(); }
 
-    explicit operator bool() const { return _number >= 0; }
-    int get() const { return _number; }
-    int release() { return std::exchange(_number, -1); }
+    explicit operator bool() const { return number >= 0; }
+    int get() const { return number; }
+    int release() { return std::exchange(number, -1); }
     /// False when the system reports, only now, that something written was lost.
     bool end() {
         const int number = release();
@@ -30,22 +30,22 @@ public:
     }
 
 private:
-    int _number = -1;
+    int number = -1;
 };
 
 /// A structure of the spawning of processes, with its begin and its end.
 template <class T, auto Begin, auto End>
 class SpawnValue {
 public:
-    SpawnValue() { Begin(&_value); }
+    SpawnValue() { Begin(&value); }
     SpawnValue(const SpawnValue&) = delete;
     SpawnValue& operator=(const SpawnValue&) = delete;
-    ~SpawnValue() { End(&_value); }
+    ~SpawnValue() { End(&value); }
 
-    T* get() const { return &_value; }
+    T* get() const { return &value; }
 
 private:
-    mutable T _value;
+    mutable T value;
 };
 using SpawnAttributes = SpawnValue<posix_spawnattr_t, posix_spawnattr_init, posix_spawnattr_destroy>;
 using SpawnActions =

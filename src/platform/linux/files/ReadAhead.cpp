@@ -10,14 +10,14 @@ void ReadAhead::begin(const std::string& path, std::size_t limit) {
         const auto error = PosixFileSystem::read(path, limit, content);
         return std::pair(error, std::move(content));
     };
-    _reading = Reading{path, limit, std::async(std::launch::async, std::move(read))};
+    reading = Reading{path, limit, std::async(std::launch::async, std::move(read))};
 }
 
 std::error_code ReadAhead::read(const std::string& path, std::size_t limit, Bytes& content) {
-    if (!_reading || _reading->path != path || _reading->limit != limit)
+    if (!reading || reading->path != path || reading->limit != limit)
         return PosixFileSystem::read(path, limit, content);
-    auto [error, bytes] = _reading->result.get();
-    _reading.reset();
+    auto [error, bytes] = reading->result.get();
+    reading.reset();
     content = std::move(bytes);
     return error;
 }

@@ -23,7 +23,7 @@ private:
         std::size_t limit;
         std::future<std::pair<std::error_code, Bytes>> result;
     };
-    std::optional<Reading> _reading;
+    std::optional<Reading> reading;
 };
 
 }  // namespace vellumix::linux_desktop

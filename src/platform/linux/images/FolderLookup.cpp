@@ -30,31 +30,31 @@ struct FolderLookup::Mailbox {
 };
 
 FolderLookup::FolderLookup(RunLoop& runLoop)
-    : _runLoop(runLoop), _known(knownLimit, 0), _mailbox(std::make_shared<Mailbox>()) {
-    _mailbox->runLoop = &runLoop;
+    : runLoop(runLoop), known(knownLimit, 0), mailbox(std::make_shared<Mailbox>()) {
+    mailbox->runLoop = &runLoop;
 }
 
 FolderLookup::~FolderLookup() {
-    const std::scoped_lock lock(_mailbox->mutex);
-    _mailbox->runLoop = nullptr;
+    const std::scoped_lock lock(mailbox->mutex);
+    mailbox->runLoop = nullptr;
 }
 
 bool FolderLookup::isFolder(const std::string& path) {
-    _changes.get();
-    const auto known = _known.objectForKey(path);
-    if (!known || _runLoop.uptime() - known->time > secondsKept) lookAt(path);
+    changes.get();
+    const auto known = this->known.objectForKey(path);
+    if (!known || runLoop.uptime() - known->time > secondsKept) lookAt(path);
     return known && known->isFolder;
 }
 
 void FolderLookup::lookAt(const std::string& path) {
-    if (_pending.contains(path)) return;
-    if (_pending.size() >= pendingLimit) {
-        _hasTurnedAway = true;
+    if (pending.contains(path)) return;
+    if (pending.size() >= pendingLimit) {
+        hasTurnedAway = true;
         return;
     }
     auto work = std::make_unique<Work>(
-        [path, mailbox = _mailbox,
-         arrived = _lifetime.weakly([this, path](bool isFolder) { arrive(path, isFolder); })] {
+        [path, mailbox = this->mailbox,
+         arrived = lifetime.weakly([this, path](bool isFolder) { arrive(path, isFolder); })] {
             const bool isFolder = g_file_test(path.c_str(), G_FILE_TEST_IS_DIR);
             mailbox->post([arrived, isFolder]() mutable { arrived(isFolder); });
         });
@@ -68,18 +68,18 @@ void FolderLookup::lookAt(const std::string& path) {
         },
         handedOver, nullptr);
     if (!thread) return work.reset(handedOver);
-    _pending.insert(path);
+    pending.insert(path);
     g_thread_unref(thread);
 }
 
 void FolderLookup::arrive(const std::string& path, bool isFolder) {
-    _pending.erase(path);
-    const auto known = _known.objectForKey(path);
+    pending.erase(path);
+    const auto known = this->known.objectForKey(path);
     const bool wasFolder = known && known->isFolder;
-    _known.setObject(std::make_shared<const Answer>(Answer{.isFolder = isFolder, .time = _runLoop.uptime()}),
-                     path);
-    const bool isAwaited = std::exchange(_hasTurnedAway, false);
-    if (isFolder != wasFolder || isAwaited) _changes.update([](int& changes) { ++changes; });
+    this->known.setObject(
+        std::make_shared<const Answer>(Answer{.isFolder = isFolder, .time = runLoop.uptime()}), path);
+    const bool isAwaited = std::exchange(hasTurnedAway, false);
+    if (isFolder != wasFolder || isAwaited) this->changes.update([](int& changes) { ++changes; });
 }
 
 }  // namespace vellumix::linux_desktop

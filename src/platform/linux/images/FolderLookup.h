@@ -38,13 +38,13 @@ private:
     void lookAt(const std::string& path);
     void arrive(const std::string& path, bool isFolder);
 
-    RunLoop& _runLoop;
-    NSCache<Answer> _known;
-    std::set<std::string> _pending;
-    bool _hasTurnedAway = false;
-    Published<int> _changes;
-    std::shared_ptr<Mailbox> _mailbox;
-    Lifetime _lifetime;
+    RunLoop& runLoop;
+    NSCache<Answer> known;
+    std::set<std::string> pending;
+    bool hasTurnedAway = false;
+    Published<int> changes;
+    std::shared_ptr<Mailbox> mailbox;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -59,22 +59,22 @@ std::vector<std::string> IconTheme::standardFolders() {
 }
 
 IconTheme::IconTheme(std::vector<std::string> folders, const std::vector<std::string>& names)
-    : _folders(std::move(folders)) {
+    : folders(std::move(folders)) {
     for (const auto& name : names) load(name);
-    const auto last = std::ranges::find(_themes, lastTheme, &Theme::name);
-    if (last == _themes.end())
+    const auto last = std::ranges::find(themes, lastTheme, &Theme::name);
+    if (last == themes.end())
         load(lastTheme);
     else
-        std::rotate(last, last + 1, _themes.end());
+        std::rotate(last, last + 1, themes.end());
 }
 
 void IconTheme::load(const std::string& name) {
     const bool isName = !name.empty() && name.find('/') == std::string::npos && name != "." && name != "..";
-    if (!isName || _themes.size() >= themesLimit) return;
-    if (std::ranges::find(_themes, name, &Theme::name) != _themes.end()) return;
+    if (!isName || themes.size() >= themesLimit) return;
+    if (std::ranges::find(themes, name, &Theme::name) != themes.end()) return;
     Theme theme{.name = name};
     glib::KeyFile description;
-    for (const auto& folder : _folders) {
+    for (const auto& folder : folders) {
         const auto own = folder + '/' + name;
         if (!g_file_test(own.c_str(), G_FILE_TEST_IS_DIR)) continue;
         theme.folders.push_back(own);
@@ -111,19 +111,19 @@ void IconTheme::load(const std::string& name) {
                                          .isScaled = scale != 1});
         }
     }
-    _themes.push_back(std::move(theme));
+    themes.push_back(std::move(theme));
     for (const auto& parent : listOf(file, "Icon Theme", "Inherits")) load(parent);
 }
 
 std::optional<IconTheme::File> IconTheme::find(std::span<const std::string> names, int pixels,
                                                std::span<const std::string> formats) const {
-    for (const auto& theme : _themes) {
+    for (const auto& theme : themes) {
         for (const auto& name : names) {
             if (auto file = findIn(theme, name, pixels, formats)) return file;
         }
     }
     for (const auto& name : names) {
-        if (auto file = firstOf(_folders, name, formats)) return file;
+        if (auto file = firstOf(folders, name, formats)) return file;
     }
     return std::nullopt;
 }

@@ -53,8 +53,8 @@ private:
     static std::optional<File> findIn(const Theme& theme, const std::string& name, int pixels,
                                       std::span<const std::string> formats);
 
-    std::vector<std::string> _folders;
-    std::vector<Theme> _themes;
+    std::vector<std::string> folders;
+    std::vector<Theme> themes;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -80,31 +80,31 @@ std::shared_ptr<const Bitmap> iconOfType(const IconTheme& theme, const std::stri
 }  // namespace
 
 IconThemeFileIcons::IconThemeFileIcons(RunLoop& runLoop, Sources sources)
-    : _sources(std::move(sources)), _folders(runLoop), _known(0, bytesKept) {}
+    : sources(std::move(sources)), folders(runLoop), known(0, bytesKept) {}
 
 std::shared_ptr<const Bitmap> IconThemeFileIcons::iconForFile(const URL& file, int pixels) {
     assertMainThread();
     assertNotDescribing("an icon was read");
     const auto path = file.path();
     if (pixels < 1 || pixels > largestSide || path.empty()) return nullptr;
-    const glib::Text type(_folders.isFolder(path) ? g_strdup("inode/directory")
-                                                  : g_content_type_guess(path.c_str(), nullptr, 0, nullptr));
+    const glib::Text type(folders.isFolder(path) ? g_strdup("inode/directory")
+                                                 : g_content_type_guess(path.c_str(), nullptr, 0, nullptr));
     const auto& icons = theme();
-    const auto key = _themeName + '/' + type.get() + '/' + std::to_string(pixels);
-    if (const auto known = _known.objectForKey(key)) return known->icon;
+    const auto key = themeName + '/' + type.get() + '/' + std::to_string(pixels);
+    if (const auto known = this->known.objectForKey(key)) return known->icon;
     const Known fresh{.icon = iconOfType(icons, type.get(), pixels)};
     const auto cost = leastCost + (fresh.icon ? fresh.icon->pixels.size() : 0);
-    _known.setObject(std::make_shared<const Known>(fresh), key, cost);
+    this->known.setObject(std::make_shared<const Known>(fresh), key, cost);
     return fresh.icon;
 }
 
 const IconTheme& IconThemeFileIcons::theme() {
-    auto name = _sources.themeName().value_or("");
-    if (!_theme || name != _themeName) {
-        _theme.emplace(_sources.folders, std::vector<std::string>{name, "Adwaita"});
-        _themeName = std::move(name);
+    auto name = sources.themeName().value_or("");
+    if (!theme_ || name != themeName) {
+        theme_.emplace(sources.folders, std::vector<std::string>{name, "Adwaita"});
+        themeName = std::move(name);
     }
-    return *_theme;
+    return *theme_;
 }
 
 }  // namespace vellumix::linux_desktop

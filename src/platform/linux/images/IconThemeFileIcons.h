@@ -41,12 +41,12 @@ private:
 
     const IconTheme& theme();
 
-    const Sources _sources;
-    FolderLookup _folders;
-    std::string _themeName;
-    std::optional<IconTheme> _theme;
+    const Sources sources;
+    FolderLookup folders;
+    std::string themeName;
+    std::optional<IconTheme> theme_;
     /// By theme, content type and side.
-    NSCache<Known> _known;
+    NSCache<Known> known;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -105,10 +105,10 @@ const char* loaderFor(std::string_view text) {
 class Loading {
 public:
     explicit Loading(std::string_view loader)
-        : _loader(gdk_pixbuf_loader_new_with_type(std::string(loader).c_str(), nullptr)) {
-        if (!_loader) return;
-        g_signal_connect(_loader.get(), "size-prepared", G_CALLBACK(didLearnSize), this);
-        g_signal_connect(_loader.get(), "area-prepared", G_CALLBACK(didPrepareArea), this);
+        : loader(gdk_pixbuf_loader_new_with_type(std::string(loader).c_str(), nullptr)) {
+        if (!this->loader) return;
+        g_signal_connect(this->loader.get(), "size-prepared", G_CALLBACK(didLearnSize), this);
+        g_signal_connect(this->loader.get(), "area-prepared", G_CALLBACK(didPrepareArea), this);
     }
 
     /// Answers with an empty size to refuse the image.
@@ -121,20 +121,20 @@ public:
     bool read(ByteView bytes) {
         // Small, as one step can hold the work of many seconds.
         constexpr std::size_t step = std::size_t{4} * 1024;
-        if (!_loader) return false;
-        _byteCount = bytes.size();
+        if (!loader) return false;
+        byteCount = bytes.size();
         const auto deadline = processorTime() + seconds;
-        while (!bytes.empty() && !_isAtEnd) {
+        while (!bytes.empty() && !isAtEnd) {
             if (processorTime() > deadline) return false;
             const auto part = bytes.first(std::min(step, bytes.size()));
-            if (!gdk_pixbuf_loader_write(_loader.get(), part.data(), part.size(), nullptr)) return false;
+            if (!gdk_pixbuf_loader_write(loader.get(), part.data(), part.size(), nullptr)) return false;
             bytes = bytes.subspan(part.size());
         }
         // Only the end of the reading tells that a picture is whole.
-        return !_isAtEnd && gdk_pixbuf_loader_close(_loader.get(), nullptr) && !_isAtEnd;
+        return !isAtEnd && gdk_pixbuf_loader_close(loader.get(), nullptr) && !isAtEnd;
     }
-    GdkPixbuf* picture() const { return gdk_pixbuf_loader_get_pixbuf(_loader.get()); }
-    bool liesOnItsSide() const { return _liesOnItsSide; }
+    GdkPixbuf* picture() const { return gdk_pixbuf_loader_get_pixbuf(loader.get()); }
+    bool liesOnItsSide() const { return liesOnItsSide_; }
 
 private:
     /// Called before the loader allocates the pixels; an empty size makes it give up.
@@ -142,24 +142,24 @@ private:
         auto& self = *static_cast<Loading*>(data);
         const bool isAllowed = NSBitmapImageRep::isWithinPixelLimit(
             static_cast<std::uint64_t>(std::max(width, 0)), static_cast<std::uint64_t>(std::max(height, 0)),
-            self._byteCount);
+            self.byteCount);
         const auto size = !isAllowed        ? ImageDecoder::PixelSize()
                           : self.chooseSize ? self.chooseSize({width, height})
                                             : ImageDecoder::PixelSize{width, height};
-        if (size.width == 0 || size.height == 0) self._isAtEnd = true;
+        if (size.width == 0 || size.height == 0) self.isAtEnd = true;
         gdk_pixbuf_loader_set_size(loader, size.width, size.height);
     }
     static void didPrepareArea(GdkPixbufLoader*, gpointer data) {
         auto& self = *static_cast<Loading*>(data);
         if (!self.needsHeadOnly) return;
-        self._liesOnItsSide = linux_desktop::liesOnItsSide(self.picture());
-        self._isAtEnd = true;
+        self.liesOnItsSide_ = linux_desktop::liesOnItsSide(self.picture());
+        self.isAtEnd = true;
     }
 
-    glib::Loader _loader;
-    std::size_t _byteCount = 0;
-    bool _isAtEnd = false;
-    bool _liesOnItsSide = false;
+    glib::Loader loader;
+    std::size_t byteCount = 0;
+    bool isAtEnd = false;
+    bool liesOnItsSide_ = false;
 };
 
 /// A colour under its coverage, rounded.

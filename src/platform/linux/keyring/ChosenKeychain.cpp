@@ -27,45 +27,45 @@ std::string_view withoutLineEnd(std::string_view text) {
 }  // namespace
 
 ChosenKeychain::ChosenKeychain(FileSystem& files, std::string folder, KeychainPatience patience)
-    : _files(files),
-      _folder(std::move(folder)),
-      _secretService(std::move(patience)),
-      _keyFile(files, _folder),
-      _choice(readChoice()) {}
+    : files(files),
+      folder(std::move(folder)),
+      secretService(std::move(patience)),
+      keyFile(files, this->folder),
+      choice_(readChoice()) {}
 
 void ChosenKeychain::prepare() {
-    if (_choice == Choice::secretService) _secretService.prepare();
+    if (choice_ == Choice::secretService) secretService.prepare();
 }
 
 void ChosenKeychain::clearLeftovers(const KeychainItem& item) {
-    removeLeftovers(_files, choicePath(_folder));
-    _keyFile.clearLeftovers(item);
+    removeLeftovers(files, choicePath(folder));
+    keyFile.clearLeftovers(item);
 }
 
 ChosenKeychain::Choice ChosenKeychain::readChoice() {
     Bytes content;
-    const auto error = _files.read(choicePath(_folder), wordLimit, content);
+    const auto error = files.read(choicePath(folder), wordLimit, content);
     if (error == std::errc::no_such_file_or_directory) return Choice::none;
     const auto word = withoutLineEnd(asText(content));
     if (!error && word == secretServiceWord) return Choice::secretService;
     if (!error && word == keyFileWord) return Choice::keyFile;
-    _whyUnreadable = error ? error.message() : "unknown content";
+    whyUnreadable = error ? error.message() : "unknown content";
     return Choice::unreadable;
 }
 
 ChosenKeychain::Choice ChosenKeychain::choice() {
     // What kept it from being read may have passed.
-    if (_choice == Choice::unreadable) _choice = readChoice();
-    return _choice;
+    if (choice_ == Choice::unreadable) choice_ = readChoice();
+    return choice_;
 }
 
 OSStatus ChosenKeychain::unreadable() {
-    return refuse("The file \"keychain\" can't be read; no key is used or made: " + _whyUnreadable);
+    return refuse("The file \"keychain\" can't be read; no key is used or made: " + whyUnreadable);
 }
 
 OSStatus ChosenKeychain::refuse(const std::string& why) {
-    if (_lastTold != why) logger.error(why);
-    _lastTold = why;
+    if (lastTold != why) logger.error(why);
+    lastTold = why;
     return errSecIO;
 }
 
@@ -74,42 +74,42 @@ OSStatus ChosenKeychain::refuse(const std::string& why) {
 bool ChosenKeychain::isKeyFileInPlace() { return readChoice() == Choice::keyFile; }
 
 Keychain::Match ChosenKeychain::copyFromKeyFile(const KeychainItem& item) {
-    auto match = _keyFile.SecItemCopyMatching(item);
+    auto match = keyFile.SecItemCopyMatching(item);
     if (match.status == errSecItemNotFound && !isKeyFileInPlace()) match.status = keyFileHasGone();
     return match;
 }
 
 OSStatus ChosenKeychain::keyFileHasGone() {
-    return refuse("The data folder has gone, and the key with it; no other key is made: " + _folder);
+    return refuse("The data folder has gone, and the key with it; no other key is made: " + folder);
 }
 
 bool ChosenKeychain::choose(Choice choice) {
-    const auto path = choicePath(_folder);
-    auto error = _files.makeFolder(_folder);
+    const auto path = choicePath(folder);
+    auto error = files.makeFolder(folder);
     const auto word = choice == Choice::keyFile ? keyFileWord : secretServiceWord;
-    if (!error) error = writeAtomically(_files, path, viewOf(std::string(word) + '\n'));
+    if (!error) error = writeAtomically(files, path, viewOf(std::string(word) + '\n'));
     if (error) {
         logger.error("The choice of the keychain can't be written: " + error.message());
         return false;
     }
-    _choice = choice;
+    choice_ = choice;
     if (choice == Choice::keyFile)
         logger.info("There is no Secret Service; the encryption key is kept in a file of the data folder");
     return true;
 }
 
 Keychain::Match ChosenKeychain::copyAndChoose(const KeychainItem& item) {
-    if (_keyFile.holds(item))
-        return choose(Choice::keyFile) ? _keyFile.SecItemCopyMatching(item) : Match{errSecIO, std::nullopt};
-    auto match = _secretService.SecItemCopyMatching(item);
-    switch (_secretService.contact()) {
+    if (keyFile.holds(item))
+        return choose(Choice::keyFile) ? keyFile.SecItemCopyMatching(item) : Match{errSecIO, std::nullopt};
+    auto match = secretService.SecItemCopyMatching(item);
+    switch (secretService.contact()) {
         case SecretServiceKeychain::Contact::answered:
             // A key that is already there is safe to use; a new one must wait until the choice is on the
             // disk.
             if (!choose(Choice::secretService) && match.status == errSecItemNotFound) match.status = errSecIO;
             return match;
         case SecretServiceKeychain::Contact::impossible:
-            return choose(Choice::keyFile) ? _keyFile.SecItemCopyMatching(item)
+            return choose(Choice::keyFile) ? keyFile.SecItemCopyMatching(item)
                                            : Match{errSecIO, std::nullopt};
         case SecretServiceKeychain::Contact::unclear:
             break;
@@ -124,7 +124,7 @@ Keychain::Match ChosenKeychain::SecItemCopyMatching(const KeychainItem& item) {
         case Choice::none:
             return copyAndChoose(item);
         case Choice::secretService:
-            return _secretService.SecItemCopyMatching(item);
+            return secretService.SecItemCopyMatching(item);
         case Choice::keyFile:
             return copyFromKeyFile(item);
         case Choice::unreadable:
@@ -139,11 +139,11 @@ OSStatus ChosenKeychain::withChosen(const KeychainItem& item, Call call) {
     if (choice() == Choice::none) {
         auto match = copyAndChoose(item);
         if (match.data) wipe(*match.data);
-        if (_choice == Choice::none) return match.status == errSecSuccess ? errSecIO : match.status;
+        if (choice_ == Choice::none) return match.status == errSecSuccess ? errSecIO : match.status;
     }
-    if (_choice == Choice::unreadable) return unreadable();
-    if (_choice == Choice::secretService) return call(_secretService);
-    return isKeyFileInPlace() ? call(_keyFile) : keyFileHasGone();
+    if (choice_ == Choice::unreadable) return unreadable();
+    if (choice_ == Choice::secretService) return call(secretService);
+    return isKeyFileInPlace() ? call(keyFile) : keyFileHasGone();
 }
 
 OSStatus ChosenKeychain::SecItemDelete(const KeychainItem& item) {
@@ -159,11 +159,11 @@ OSStatus ChosenKeychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
 }
 
 std::string ChosenKeychain::description() const {
-    switch (_choice) {
+    switch (choice_) {
         case Choice::secretService:
-            return _secretService.description();
+            return secretService.description();
         case Choice::keyFile:
-            return _keyFile.description();
+            return keyFile.description();
         case Choice::none:
         case Choice::unreadable:
             break;

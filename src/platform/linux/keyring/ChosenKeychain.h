@@ -45,15 +45,15 @@ private:
     template <class Call>
     OSStatus withChosen(const KeychainItem& item, Call call);
 
-    FileSystem& _files;
-    std::string _folder;
-    SecretServiceKeychain _secretService;
-    KeyFileKeychain _keyFile;
+    FileSystem& files;
+    std::string folder;
+    SecretServiceKeychain secretService;
+    KeyFileKeychain keyFile;
     /// Said in the log with the first call: there is no log yet at the construction.
-    std::string _whyUnreadable;
+    std::string whyUnreadable;
     /// The line that need not be said again.
-    std::string _lastTold;
-    Choice _choice;
+    std::string lastTold;
+    Choice choice_;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -23,17 +23,17 @@ OSStatus statusOf(const std::error_code& error) {
 }  // namespace
 
 KeyFileKeychain::KeyFileKeychain(FileSystem& files, std::string folder)
-    : _files(files), _folder(std::move(folder)) {}
+    : files(files), folder(std::move(folder)) {}
 
 std::string KeyFileKeychain::pathOf(const KeychainItem& item) const {
-    return _folder + '/' + item.service + '.' + item.account;
+    return folder + '/' + item.service + '.' + item.account;
 }
 
-bool KeyFileKeychain::holds(const KeychainItem& item) const { return _files.exists(pathOf(item)); }
+bool KeyFileKeychain::holds(const KeychainItem& item) const { return files.exists(pathOf(item)); }
 
 Keychain::Match KeyFileKeychain::SecItemCopyMatching(const KeychainItem& item) {
     Bytes content;
-    const auto status = statusOf(_files.read(pathOf(item), sizeLimit, content));
+    const auto status = statusOf(files.read(pathOf(item), sizeLimit, content));
     if (status != errSecSuccess) return {status, std::nullopt};
     closeToOthers(pathOf(item));
     return {status, std::move(content)};
@@ -41,23 +41,23 @@ Keychain::Match KeyFileKeychain::SecItemCopyMatching(const KeychainItem& item) {
 
 void KeyFileKeychain::closeToOthers(const std::string& path) {
     bool wasOpen = false;
-    const auto error = _files.makePrivate(path, wasOpen);
-    if (!wasOpen || std::exchange(_hasToldOfOpenFile, true)) return;
+    const auto error = files.makePrivate(path, wasOpen);
+    if (!wasOpen || std::exchange(hasToldOfOpenFile, true)) return;
     const std::string rest = error ? ", and this can't be changed: " + error.message() : " until now";
     Log("Encryption").error("The key file could be read by others" + rest + ": " + path);
 }
 
-void KeyFileKeychain::clearLeftovers(const KeychainItem& item) { removeLeftovers(_files, pathOf(item)); }
+void KeyFileKeychain::clearLeftovers(const KeychainItem& item) { removeLeftovers(files, pathOf(item)); }
 
 OSStatus KeyFileKeychain::SecItemDelete(const KeychainItem& item) {
-    return statusOf(_files.remove(pathOf(item)));
+    return statusOf(files.remove(pathOf(item)));
 }
 
 OSStatus KeyFileKeychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
     const auto path = pathOf(item);
     if (holds(item)) return errSecIO;
-    auto error = _files.makeFolder(_folder);
-    if (!error) error = writeAtomically(_files, path, secret);
+    auto error = files.makeFolder(folder);
+    if (!error) error = writeAtomically(files, path, secret);
     if (!error) return errSecSuccess;
     logFailure(error);
     return errSecIO;

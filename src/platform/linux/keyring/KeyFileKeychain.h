@@ -30,9 +30,9 @@ private:
     std::string pathOf(const KeychainItem& item) const;
     void closeToOthers(const std::string& path);
 
-    FileSystem& _files;
-    std::string _folder;
-    bool _hasToldOfOpenFile = false;
+    FileSystem& files;
+    std::string folder;
+    bool hasToldOfOpenFile = false;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -63,33 +63,31 @@ glib::Secret secretOf(ByteView bytes) {
 }  // namespace
 
 bool SecretServiceClient::open(Deadline deadline) {
-    _failure = {};
-    if (_connection && g_dbus_connection_is_closed(_connection.get())) {
-        _proxy = nullptr;
-        _connection = nullptr;
+    failure_ = {};
+    if (connection && g_dbus_connection_is_closed(connection.get())) {
+        proxy = nullptr;
+        connection = nullptr;
     }
-    if (_proxy) return true;
-    if (!_connection && !connect(deadline)) return false;
+    if (proxy) return true;
+    if (!connection && !connect(deadline)) return false;
     return call(
         beginOpening,
-        [&](GAsyncResult* result, GError** error) {
-            _proxy.reset(secret_service_open_finish(result, error));
-        },
+        [&](GAsyncResult* result, GError** error) { proxy.reset(secret_service_open_finish(result, error)); },
         deadline);
 }
 
 void SecretServiceClient::openQuietly(Deadline deadline) {
     glib::Error untold;
-    _connection = sharedSessionBus(_context, deadline, untold);
-    const auto operation = _connection ? _context.perform(beginOpening, deadline) : nullptr;
-    if (operation) _proxy.reset(secret_service_open_finish(operation->result(), glib::Out(untold)));
+    connection = sharedSessionBus(context, deadline, untold);
+    const auto operation = connection ? context.perform(beginOpening, deadline) : nullptr;
+    if (operation) proxy.reset(secret_service_open_finish(operation->result(), glib::Out(untold)));
 }
 
 bool SecretServiceClient::connect(Deadline deadline) {
     glib::Error error;
-    _connection = sharedSessionBus(_context, deadline, error);
-    if (!_connection) fail(*error, failureOfConnecting(*error));
-    return static_cast<bool>(_connection);
+    connection = sharedSessionBus(context, deadline, error);
+    if (!connection) fail(*error, failureOfConnecting(*error));
+    return static_cast<bool>(connection);
 }
 
 std::optional<SecretServiceClient::Places> SecretServiceClient::search(const KeychainItem& item,
@@ -98,10 +96,10 @@ std::optional<SecretServiceClient::Places> SecretServiceClient::search(const Key
     const auto attributes = attributesOf(item);
     const bool isDone = call(
         [&](auto... rest) {
-            secret_service_search_for_dbus_paths(_proxy.get(), schema(), attributes.get(), rest...);
+            secret_service_search_for_dbus_paths(proxy.get(), schema(), attributes.get(), rest...);
         },
         [&](GAsyncResult* result, GError** error) {
-            secret_service_search_for_dbus_paths_finish(_proxy.get(), result, glib::Out(unlocked),
+            secret_service_search_for_dbus_paths_finish(proxy.get(), result, glib::Out(unlocked),
                                                         glib::Out(locked), error);
         },
         deadline);
@@ -112,9 +110,9 @@ std::optional<SecretServiceClient::Places> SecretServiceClient::search(const Key
 std::optional<SecretServiceClient::Place> SecretServiceClient::defaultCollection(Deadline deadline) {
     glib::Text path;
     const bool isDone =
-        call([&](auto... rest) { secret_service_read_alias_dbus_path(_proxy.get(), defaultAlias, rest...); },
+        call([&](auto... rest) { secret_service_read_alias_dbus_path(proxy.get(), defaultAlias, rest...); },
              [&](GAsyncResult* result, GError** error) {
-                 path.reset(secret_service_read_alias_dbus_path_finish(_proxy.get(), result, error));
+                 path.reset(secret_service_read_alias_dbus_path_finish(proxy.get(), result, error));
              },
              deadline);
     if (!isDone) return std::nullopt;
@@ -125,13 +123,13 @@ std::optional<bool> SecretServiceClient::isLocked(const Place& collection, Deadl
     glib::Variant value;
     const bool isDone = call(
         [&](auto... rest) {
-            g_dbus_connection_call(_connection.get(), busName, collection.c_str(),
+            g_dbus_connection_call(connection.get(), busName, collection.c_str(),
                                    "org.freedesktop.DBus.Properties", "Get",
                                    g_variant_new("(ss)", collectionInterface, "Locked"),
                                    G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE, -1, rest...);
         },
         [&](GAsyncResult* result, GError** error) {
-            value.reset(g_dbus_connection_call_finish(_connection.get(), result, error));
+            value.reset(g_dbus_connection_call_finish(connection.get(), result, error));
         },
         deadline);
     if (!isDone) return std::nullopt;
@@ -144,9 +142,9 @@ std::optional<bool> SecretServiceClient::isLocked(const Place& collection, Deadl
 std::optional<Bytes> SecretServiceClient::secret(const Place& item, Deadline deadline) {
     glib::Secret secret;
     const bool isDone = call(
-        [&](auto... rest) { secret_service_get_secret_for_dbus_path(_proxy.get(), item.c_str(), rest...); },
+        [&](auto... rest) { secret_service_get_secret_for_dbus_path(proxy.get(), item.c_str(), rest...); },
         [&](GAsyncResult* result, GError** error) {
-            secret.reset(secret_service_get_secret_for_dbus_path_finish(_proxy.get(), result, error));
+            secret.reset(secret_service_get_secret_for_dbus_path_finish(proxy.get(), result, error));
         },
         deadline);
     if (!isDone || !secret) return std::nullopt;
@@ -160,20 +158,20 @@ bool SecretServiceClient::store(const KeychainItem& item, ByteView secret, Deadl
     const auto value = secretOf(secret);
     return call(
         [&](auto... rest) {
-            secret_service_store(_proxy.get(), schema(), attributes.get(), SECRET_COLLECTION_DEFAULT,
+            secret_service_store(proxy.get(), schema(), attributes.get(), SECRET_COLLECTION_DEFAULT,
                                  itemLabel, value.get(), rest...);
         },
         [&](GAsyncResult* result, GError** error) {
-            secret_service_store_finish(_proxy.get(), result, error);
+            secret_service_store_finish(proxy.get(), result, error);
         },
         deadline);
 }
 
 bool SecretServiceClient::remove(const Place& item, Deadline deadline) {
     return call(
-        [&](auto... rest) { secret_service_delete_item_dbus_path(_proxy.get(), item.c_str(), rest...); },
+        [&](auto... rest) { secret_service_delete_item_dbus_path(proxy.get(), item.c_str(), rest...); },
         [&](GAsyncResult* result, GError** error) {
-            secret_service_delete_item_dbus_path_finish(_proxy.get(), result, error);
+            secret_service_delete_item_dbus_path_finish(proxy.get(), result, error);
         },
         deadline);
 }
@@ -181,7 +179,7 @@ bool SecretServiceClient::remove(const Place& item, Deadline deadline) {
 std::shared_ptr<Operation> SecretServiceClient::beginUnlocking(const Place& place) {
     const char* paths[] = {place.c_str(), nullptr};
     return Operation::begin(
-        [&](auto... rest) { secret_service_unlock_dbus_paths(_proxy.get(), paths, rest...); });
+        [&](auto... rest) { secret_service_unlock_dbus_paths(proxy.get(), paths, rest...); });
 }
 
 std::shared_ptr<Operation> SecretServiceClient::beginMakingDefaultCollection() {
@@ -191,7 +189,7 @@ std::shared_ptr<Operation> SecretServiceClient::beginMakingDefaultCollection() {
     static char labelKey[] = "org.freedesktop.Secret.Collection.Label";
     g_hash_table_insert(properties.get(), labelKey, g_variant_ref_sink(g_variant_new_string("Default")));
     return Operation::begin([&](auto... rest) {
-        secret_service_create_collection_dbus_path(_proxy.get(), properties.get(), defaultAlias,
+        secret_service_create_collection_dbus_path(proxy.get(), properties.get(), defaultAlias,
                                                    SECRET_COLLECTION_CREATE_NONE, rest...);
     });
 }
@@ -219,7 +217,7 @@ SecretServiceClient::Answer SecretServiceClient::endMakingDefaultCollection(cons
 bool SecretServiceClient::call(const Operation::Start& start,
                                const std::function<void(GAsyncResult*, GError**)>& finish,
                                Deadline deadline) {
-    const auto operation = _context.perform(start, deadline);
+    const auto operation = context.perform(start, deadline);
     glib::Error error;
     if (operation)
         finish(operation->result(), glib::Out(error));
@@ -229,17 +227,17 @@ bool SecretServiceClient::call(const Operation::Start& start,
         fail(*error, failureOfCall(*error));
         return false;
     }
-    _failure = {errSecIO, SecretServiceKeychain::Contact::answered};
+    failure_ = {errSecIO, SecretServiceKeychain::Contact::answered};
     return true;
 }
 
 void SecretServiceClient::fail(const GError& error, SecretServiceFailure failure) {
-    _failure = failure;
+    failure_ = failure;
     // A service that was started anew knows nothing of the session: the next call opens another.
-    if (failure.status != errSecInteractionNotAllowed) _proxy = nullptr;
+    if (failure.status != errSecInteractionNotAllowed) proxy = nullptr;
     // Each save reads the key: the same reason is said once.
-    if (std::exchange(_lastMessage, error.message) != error.message)
-        _log.error(std::string("Secret Service: ") + error.message);
+    if (std::exchange(lastMessage, error.message) != error.message)
+        log.error(std::string("Secret Service: ") + error.message);
 }
 
 }  // namespace vellumix::linux_desktop

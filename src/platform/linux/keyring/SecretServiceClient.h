@@ -23,15 +23,15 @@ public:
     /// An object path, or an empty text for "there is none".
     using Place = std::string;
 
-    explicit SecretServiceClient(PrivateContext& context) : _context(context) {}
+    explicit SecretServiceClient(PrivateContext& context) : context(context) {}
 
     /// Connects and opens a session, if need be. False when that failed.
     bool open(Deadline deadline);
     /// Tries the same. A failure is neither told nor logged. On any thread, as long as no other uses the
     /// client or its context.
     void openQuietly(Deadline deadline);
-    bool isOpen() const { return static_cast<bool>(_proxy); }
-    const SecretServiceFailure& failure() const { return _failure; }
+    bool isOpen() const { return static_cast<bool>(proxy); }
+    const SecretServiceFailure& failure() const { return failure_; }
 
     std::optional<Places> search(const KeychainItem& item, Deadline deadline);
     std::optional<Place> defaultCollection(Deadline deadline);
@@ -54,12 +54,12 @@ private:
     bool connect(Deadline deadline);
     void fail(const GError& error, SecretServiceFailure failure);
 
-    PrivateContext& _context;
-    glib::Object<GDBusConnection> _connection;
-    glib::Object<SecretService> _proxy;
-    SecretServiceFailure _failure;
-    std::string _lastMessage;
-    Log _log{"Encryption"};
+    PrivateContext& context;
+    glib::Object<GDBusConnection> connection;
+    glib::Object<SecretService> proxy;
+    SecretServiceFailure failure_;
+    std::string lastMessage;
+    Log log{"Encryption"};
 };
 
 }  // namespace vellumix::linux_desktop

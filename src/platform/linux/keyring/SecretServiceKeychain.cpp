@@ -23,11 +23,11 @@ class TerminationWatch {
 public:
     TerminationWatch() {
         for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-            auto& one = _signals.emplace_back();
+            auto& one = signals.emplace_back();
             one.number = signal;
             one.source.reset(g_unix_signal_source_new(signal));
         }
-        for (auto& one : _signals) {
+        for (auto& one : signals) {
             g_source_set_callback(
                 one.source.get(),
                 [](gpointer data) -> gboolean {
@@ -39,14 +39,14 @@ public:
         }
     }
     ~TerminationWatch() {
-        for (auto& one : _signals) one.source = nullptr;
-        for (const auto& one : _signals)
+        for (auto& one : signals) one.source = nullptr;
+        for (const auto& one : signals)
             if (one.hasCome) std::raise(one.number);
     }
 
     bool hasCome() const {
         bool any = false;
-        for (const auto& one : _signals) any = any || one.hasCome;
+        for (const auto& one : signals) any = any || one.hasCome;
         return any;
     }
 
@@ -56,25 +56,25 @@ private:
         bool hasCome = false;
         glib::Source source;
     };
-    std::vector<Signal> _signals;
+    std::vector<Signal> signals;
 };
 
 }  // namespace
 
 class SecretServiceKeychain::Service {
 public:
-    explicit Service(KeychainPatience patience) : _patience(std::move(patience)) {}
+    explicit Service(KeychainPatience patience) : patience(std::move(patience)) {}
     ~Service() {
-        if (!_question) return;
-        _question->operation->cancel();
-        _context.waitUntil([this] { return _question->operation->isDone(); }, Deadline::in(lastMoment));
+        if (!question) return;
+        question->operation->cancel();
+        context.waitUntil([this] { return question->operation->isDone(); }, Deadline::in(lastMoment));
     }
 
     void prepare();
     Match copy(const KeychainItem& item);
     OSStatus remove(const KeychainItem& item);
     OSStatus add(const KeychainItem& item, ByteView secret);
-    Contact contact() const { return _contact; }
+    Contact contact() const { return contact_; }
 
 private:
     /// For what was called off at the end of the process.
@@ -108,29 +108,29 @@ private:
     OSStatus waitForUser();
     std::optional<SecretServiceClient::Answer> takeAnswer();
 
-    KeychainPatience _patience;
-    PrivateContext _context;
-    SecretServiceClient _client{_context};
+    KeychainPatience patience;
+    PrivateContext context;
+    SecretServiceClient client{context};
     /// Has the client and the context to itself until it is done.
-    std::future<void> _preparation;
-    Contact _contact = Contact::unclear;
-    std::optional<Question> _question;
-    std::optional<Deadline> _silentUntil;
-    std::optional<Deadline> _refusedUntil;
-    bool _isFirstCall = true;
-    bool _mayWaitForUser = true;
-    Log _log{"Encryption"};
+    std::future<void> preparation;
+    Contact contact_ = Contact::unclear;
+    std::optional<Question> question;
+    std::optional<Deadline> silentUntil;
+    std::optional<Deadline> refusedUntil;
+    bool isFirstCall = true;
+    bool mayWaitForUser = true;
+    Log log{"Encryption"};
 };
 
 void SecretServiceKeychain::Service::prepare() {
-    _preparation =
-        std::async(std::launch::async, [this] { _client.openQuietly(Deadline::in(forPreparation)); });
+    preparation =
+        std::async(std::launch::async, [this] { client.openQuietly(Deadline::in(forPreparation)); });
 }
 
 void SecretServiceKeychain::Service::beginCall() {
-    if (_preparation.valid()) _preparation.get();
-    _contact = Contact::unclear;
-    _context.catchUp();
+    if (preparation.valid()) preparation.get();
+    contact_ = Contact::unclear;
+    context.catchUp();
     takeAnswer();
 }
 
@@ -138,38 +138,38 @@ void SecretServiceKeychain::Service::beginCall() {
 template <class Attempt>
 auto SecretServiceKeychain::Service::attempt(Attempt once) {
     const auto deadline =
-        Deadline::in(std::exchange(_isFirstCall, false) ? _patience.forServiceAtFirst : _patience.forService);
-    const bool wasOpen = _client.isOpen();
+        Deadline::in(std::exchange(isFirstCall, false) ? patience.forServiceAtFirst : patience.forService);
+    const bool wasOpen = client.isOpen();
     auto result = once(deadline);
-    const bool isStale = wasOpen && !_client.isOpen() && !_silentUntil;
+    const bool isStale = wasOpen && !client.isOpen() && !silentUntil;
     return isStale ? once(deadline) : result;
 }
 
 OSStatus SecretServiceKeychain::Service::failed() {
-    const auto& failure = _client.failure();
-    if (_contact == Contact::unclear) _contact = failure.contact;
-    if (failure.status == errSecTimedOut) _silentUntil = Deadline::in(_patience.afterSilence);
+    const auto& failure = client.failure();
+    if (contact_ == Contact::unclear) contact_ = failure.contact;
+    if (failure.status == errSecTimedOut) silentUntil = Deadline::in(patience.afterSilence);
     return failure.status;
 }
 
 SecretServiceKeychain::Service::Lookup SecretServiceKeychain::Service::lookUp(const KeychainItem& item,
                                                                               Deadline deadline) {
-    if (_silentUntil && !_silentUntil->hasPassed()) return {.status = errSecTimedOut};
-    _silentUntil.reset();
-    if (!_client.open(deadline)) return {.status = failed()};
-    _contact = Contact::answered;
-    auto places = _client.search(item, deadline);
+    if (silentUntil && !silentUntil->hasPassed()) return {.status = errSecTimedOut};
+    silentUntil.reset();
+    if (!client.open(deadline)) return {.status = failed()};
+    contact_ = Contact::answered;
+    auto places = client.search(item, deadline);
     if (places && places->unlocked.empty() && places->locked.empty()) {
         // A locked collection may keep its items to itself, so that this means nothing yet.
-        const auto collection = _client.defaultCollection(deadline);
+        const auto collection = client.defaultCollection(deadline);
         if (!collection) return {.status = failed()};
         if (!collection->empty()) {
-            const auto isLocked = _client.isLocked(*collection, deadline);
+            const auto isLocked = client.isLocked(*collection, deadline);
             if (!isLocked) return {.status = failed()};
             if (*isLocked) return {.status = errSecInteractionNotAllowed, .locked = *collection};
         }
         // Again, as it may have been unlocked between the two questions.
-        places = _client.search(item, deadline);
+        places = client.search(item, deadline);
     }
     if (!places) return {.status = failed()};
     if (!places->unlocked.empty()) return {.status = errSecSuccess, .unlocked = std::move(places->unlocked)};
@@ -182,7 +182,7 @@ Keychain::Match SecretServiceKeychain::Service::copyOnce(const KeychainItem& ite
     auto lookup = lookUp(item, deadline);
     locked = std::move(lookup.locked);
     if (lookup.status != errSecSuccess) return {lookup.status, std::nullopt};
-    auto secret = _client.secret(lookup.unlocked.front(), deadline);
+    auto secret = client.secret(lookup.unlocked.front(), deadline);
     if (!secret) return {failed(), std::nullopt};
     return {errSecSuccess, std::move(secret)};
 }
@@ -192,7 +192,7 @@ Keychain::Match SecretServiceKeychain::Service::copy(const KeychainItem& item) {
     Place locked;
     const auto once = [&](Deadline deadline) { return copyOnce(item, locked, deadline); };
     auto match = attempt(once);
-    if (match.status == errSecSuccess) _mayWaitForUser = false;
+    if (match.status == errSecSuccess) mayWaitForUser = false;
     if (match.status != errSecInteractionNotAllowed || locked.empty()) return match;
     const auto answer = ask(Subject::unlocking, locked);
     return answer == errSecSuccess ? attempt(once) : Match{answer, std::nullopt};
@@ -204,28 +204,28 @@ OSStatus SecretServiceKeychain::Service::remove(const KeychainItem& item) {
         const auto lookup = lookUp(item, deadline);
         if (lookup.status != errSecSuccess) return lookup.status;
         for (const auto& place : lookup.unlocked)
-            if (!_client.remove(place, deadline)) return failed();
+            if (!client.remove(place, deadline)) return failed();
         return errSecSuccess;
     });
 }
 
 OSStatus SecretServiceKeychain::Service::storeOnce(const KeychainItem& item, ByteView secret,
                                                    Deadline deadline) {
-    if (!_client.open(deadline)) return failed();
-    _contact = Contact::answered;
-    if (!_client.store(item, secret, deadline)) return failed();
+    if (!client.open(deadline)) return failed();
+    contact_ = Contact::answered;
+    if (!client.store(item, secret, deadline)) return failed();
     // Some services keep texts alone. A key that comes back changed would make everything enciphered with it
     // unreadable, so that it is better not kept at all.
     const auto lookup = lookUp(item, deadline);
     if (lookup.status != errSecSuccess) return lookup.status;
-    auto kept = _client.secret(lookup.unlocked.front(), deadline);
+    auto kept = client.secret(lookup.unlocked.front(), deadline);
     if (!kept) return failed();
     const bool isSame = sameBytes(*kept, secret);
     wipe(*kept);
     if (isSame) return errSecSuccess;
-    _log.error("Secret Service: the key was kept changed and is taken back");
+    log.error("Secret Service: the key was kept changed and is taken back");
     for (const auto& place : lookup.unlocked)
-        if (!_client.remove(place, deadline)) break;
+        if (!client.remove(place, deadline)) break;
     return errSecIO;
 }
 
@@ -233,10 +233,10 @@ OSStatus SecretServiceKeychain::Service::add(const KeychainItem& item, ByteView 
     beginCall();
     bool hasCollection = false;
     const auto once = [&](Deadline deadline) -> OSStatus {
-        if (_silentUntil && !_silentUntil->hasPassed()) return errSecTimedOut;
-        if (!_client.open(deadline)) return failed();
-        _contact = Contact::answered;
-        const auto collection = _client.defaultCollection(deadline);
+        if (silentUntil && !silentUntil->hasPassed()) return errSecTimedOut;
+        if (!client.open(deadline)) return failed();
+        contact_ = Contact::answered;
+        const auto collection = client.defaultCollection(deadline);
         if (!collection) return failed();
         hasCollection = !collection->empty();
         return hasCollection ? storeOnce(item, secret, deadline) : errSecInteractionNotAllowed;
@@ -248,34 +248,34 @@ OSStatus SecretServiceKeychain::Service::add(const KeychainItem& item, ByteView 
 }
 
 OSStatus SecretServiceKeychain::Service::ask(Subject subject, const Place& place) {
-    const bool isRefused = _refusedUntil && !_refusedUntil->hasPassed();
-    if (_question || isRefused || !_client.isOpen()) return errSecInteractionNotAllowed;
+    const bool isRefused = refusedUntil && !refusedUntil->hasPassed();
+    if (question || isRefused || !client.isOpen()) return errSecInteractionNotAllowed;
     const auto begin = [&] {
-        return Question{subject, subject == Subject::unlocking ? _client.beginUnlocking(place)
-                                                               : _client.beginMakingDefaultCollection()};
+        return Question{subject, subject == Subject::unlocking ? client.beginUnlocking(place)
+                                                               : client.beginMakingDefaultCollection()};
     };
-    const bool waits = std::exchange(_mayWaitForUser, false);
-    const bool canAnswer = !_patience.canUserAnswer || _patience.canUserAnswer();
+    const bool waits = std::exchange(mayWaitForUser, false);
+    const bool canAnswer = !patience.canUserAnswer || patience.canUserAnswer();
     if (!canAnswer) {
-        _log.error(
+        log.error(
             "The keyring asks for its password, which can't be typed while the panel has the keyboard: close "
             "the panel");
     }
     if (!waits || !canAnswer) {
         // On the main loop, which carries the question on while the program goes on.
-        _question = begin();
+        question = begin();
         return errSecInteractionNotAllowed;
     }
-    const auto pushed = _context.push();
-    _question = begin();
+    const auto pushed = context.push();
+    question = begin();
     return waitForUser();
 }
 
 OSStatus SecretServiceKeychain::Service::waitForUser() {
     const TerminationWatch termination;
-    _context.waitUntil([&] { return _question->operation->isDone() || termination.hasCome(); },
-                       Deadline::in(_patience.forUser));
-    if (termination.hasCome()) _question->operation->cancel();
+    context.waitUntil([&] { return question->operation->isDone() || termination.hasCome(); },
+                      Deadline::in(patience.forUser));
+    if (termination.hasCome()) question->operation->cancel();
     // Without an answer the question stays open: the user may still come to it.
     const auto answer = takeAnswer();
     if (!answer) return errSecInteractionNotAllowed;
@@ -291,28 +291,28 @@ OSStatus SecretServiceKeychain::Service::waitForUser() {
 }
 
 std::optional<SecretServiceClient::Answer> SecretServiceKeychain::Service::takeAnswer() {
-    if (!_question || !_question->operation->isDone()) return std::nullopt;
-    const auto question = *std::exchange(_question, std::nullopt);
+    if (!this->question || !this->question->operation->isDone()) return std::nullopt;
+    const auto question = *std::exchange(this->question, std::nullopt);
     const auto answer = question.subject == Subject::unlocking
-                            ? _client.endUnlocking(*question.operation)
-                            : _client.endMakingDefaultCollection(*question.operation);
-    if (answer != SecretServiceClient::Answer::granted) _refusedUntil = Deadline::in(_patience.afterRefusal);
+                            ? client.endUnlocking(*question.operation)
+                            : client.endMakingDefaultCollection(*question.operation);
+    if (answer != SecretServiceClient::Answer::granted) refusedUntil = Deadline::in(patience.afterRefusal);
     return answer;
 }
 
 SecretServiceKeychain::SecretServiceKeychain(KeychainPatience patience)
-    : _service(std::make_unique<Service>(std::move(patience))) {}
+    : service(std::make_unique<Service>(std::move(patience))) {}
 SecretServiceKeychain::~SecretServiceKeychain() = default;
 
-void SecretServiceKeychain::prepare() { _service->prepare(); }
+void SecretServiceKeychain::prepare() { service->prepare(); }
 Keychain::Match SecretServiceKeychain::SecItemCopyMatching(const KeychainItem& item) {
-    return _service->copy(item);
+    return service->copy(item);
 }
-OSStatus SecretServiceKeychain::SecItemDelete(const KeychainItem& item) { return _service->remove(item); }
+OSStatus SecretServiceKeychain::SecItemDelete(const KeychainItem& item) { return service->remove(item); }
 OSStatus SecretServiceKeychain::SecItemAdd(const KeychainItem& item, ByteView secret) {
-    return _service->add(item, secret);
+    return service->add(item, secret);
 }
 std::string SecretServiceKeychain::description() const { return "Secret Service"; }
-Contact SecretServiceKeychain::contact() const { return _service->contact(); }
+Contact SecretServiceKeychain::contact() const { return service->contact(); }
 
 }  // namespace vellumix::linux_desktop

@@ -67,7 +67,7 @@ public:
 
 private:
     class Service;
-    std::unique_ptr<Service> _service;
+    std::unique_ptr<Service> service;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -55,18 +55,18 @@ using Error = std::unique_ptr<GError, HandleDeleter<g_error_free>>;
 class NameWatch {
 public:
     NameWatch() = default;
-    explicit NameWatch(guint number) : _number(number) {}
-    NameWatch(NameWatch&& other) noexcept : _number(std::exchange(other._number, 0)) {}
+    explicit NameWatch(guint number) : number(number) {}
+    NameWatch(NameWatch&& other) noexcept : number(std::exchange(other.number, 0)) {}
     NameWatch& operator=(NameWatch&& other) noexcept {
-        std::swap(_number, other._number);
+        std::swap(number, other.number);
         return *this;
     }
     ~NameWatch() {
-        if (_number) g_bus_unwatch_name(_number);
+        if (number) g_bus_unwatch_name(number);
     }
 
 private:
-    guint _number = 0;
+    guint number = 0;
 };
 
 /// Something on a connection that has a number and is ended by it. The connection must outlive it.
@@ -74,22 +74,22 @@ template <auto End>
 class OnConnection {
 public:
     OnConnection() = default;
-    OnConnection(GDBusConnection* connection, guint number) : _connection(connection), _number(number) {}
+    OnConnection(GDBusConnection* connection, guint number) : connection(connection), number(number) {}
     OnConnection(OnConnection&& other) noexcept
-        : _connection(other._connection), _number(std::exchange(other._number, 0)) {}
+        : connection(other.connection), number(std::exchange(other.number, 0)) {}
     OnConnection& operator=(OnConnection&& other) noexcept {
-        std::swap(_connection, other._connection);
-        std::swap(_number, other._number);
+        std::swap(connection, other.connection);
+        std::swap(number, other.number);
         return *this;
     }
     ~OnConnection() {
-        if (_number) End(_connection, _number);
+        if (number) End(connection, number);
     }
-    explicit operator bool() const { return _number != 0; }
+    explicit operator bool() const { return number != 0; }
 
 private:
-    GDBusConnection* _connection = nullptr;
-    guint _number = 0;
+    GDBusConnection* connection = nullptr;
+    guint number = 0;
 };
 
 /// A filter of messages. It may still be running when this has gone.
@@ -111,15 +111,15 @@ public:
 template <class Handle>
 class Out {
 public:
-    explicit Out(Handle& handle) : _handle(handle) {}
-    ~Out() { _handle.reset(_raw); }
+    explicit Out(Handle& handle) : handle(handle) {}
+    ~Out() { handle.reset(raw); }
     Out(const Out&) = delete;
     Out& operator=(const Out&) = delete;
-    operator typename Handle::pointer *() { return &_raw; }
+    operator typename Handle::pointer *() { return &raw; }
 
 private:
-    Handle& _handle;
-    typename Handle::pointer _raw = nullptr;
+    Handle& handle;
+    typename Handle::pointer raw = nullptr;
 };
 
 }  // namespace vellumix::linux_desktop::glib

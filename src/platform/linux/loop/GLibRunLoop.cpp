@@ -64,32 +64,32 @@ public:
     using Key = std::pair<gint64, std::uint64_t>;
     using SharedWork = std::shared_ptr<const Work>;
 
-    explicit Agenda(int priority = G_PRIORITY_DEFAULT) : _source(makeSource(this)) {
-        g_source_set_priority(_source.get(), priority);
-        g_source_attach(_source.get(), nullptr);
+    explicit Agenda(int priority = G_PRIORITY_DEFAULT) : source(makeSource(this)) {
+        g_source_set_priority(source.get(), priority);
+        g_source_attach(source.get(), nullptr);
     }
-    ~Agenda() { _source.reset(); }
+    ~Agenda() { source.reset(); }
 
     Key addAfter(double seconds, SharedWork work) {
-        const std::lock_guard lock(_mutex);
+        const std::lock_guard lock(mutex);
         return insert(g_get_monotonic_time() + duration(seconds), std::move(work));
     }
 
     Key addAt(gint64 moment, SharedWork work) {
-        const std::lock_guard lock(_mutex);
+        const std::lock_guard lock(mutex);
         return insert(moment, std::move(work));
     }
 
     void remove(const Key& key) {
         std::map<Key, SharedWork>::node_type dropped;
-        const std::lock_guard lock(_mutex);
-        dropped = _waiting.extract(key);
+        const std::lock_guard lock(mutex);
+        dropped = waiting.extract(key);
         if (dropped) arm();
     }
 
     bool isEmpty() {
-        const std::lock_guard lock(_mutex);
-        return _waiting.empty();
+        const std::lock_guard lock(mutex);
+        return waiting.empty();
     }
 
     // The source's ready time alone makes it due.
@@ -99,9 +99,9 @@ public:
     void dispatch() {
         std::map<Key, SharedWork>::node_type due;
         {
-            const std::lock_guard lock(_mutex);
-            if (!_waiting.empty() && _waiting.begin()->first.first <= g_get_monotonic_time())
-                due = _waiting.extract(_waiting.begin());
+            const std::lock_guard lock(mutex);
+            if (!waiting.empty() && waiting.begin()->first.first <= g_get_monotonic_time())
+                due = waiting.extract(waiting.begin());
             arm();
         }
         if (due) (*due.mapped())();
@@ -109,23 +109,23 @@ public:
 
 private:
     Key insert(gint64 moment, SharedWork work) {
-        const Key key(moment, _nextSequence++);
-        _waiting.emplace(key, std::move(work));
-        if (_waiting.begin()->first == key) arm();
+        const Key key(moment, nextSequence++);
+        waiting.emplace(key, std::move(work));
+        if (waiting.begin()->first == key) arm();
         return key;
     }
 
     void arm() {
-        const gint64 moment = _waiting.empty() ? -1 : _waiting.begin()->first.first;
+        const gint64 moment = waiting.empty() ? -1 : waiting.begin()->first.first;
         // Each call wakes the context, so that an unchanged moment must not make one.
-        if (std::exchange(_armed, moment) != moment) g_source_set_ready_time(_source.get(), moment);
+        if (std::exchange(armed, moment) != moment) g_source_set_ready_time(source.get(), moment);
     }
 
-    std::mutex _mutex;
-    std::map<Key, SharedWork> _waiting;
-    std::uint64_t _nextSequence = 0;
-    gint64 _armed = -1;
-    glib::Source _source;
+    std::mutex mutex;
+    std::map<Key, SharedWork> waiting;
+    std::uint64_t nextSequence = 0;
+    gint64 armed = -1;
+    glib::Source source;
 };
 
 /// One timer; it shares the closure with the agenda, so that the closure may destroy the timer.
@@ -134,18 +134,18 @@ public:
     enum class Kind { oneShot, repeating };
 
     AgendaTimer(const std::shared_ptr<Agenda>& agenda, Kind kind, double seconds, Work work)
-        : _state(std::make_shared<State>()) {
-        _state->agenda = agenda;
-        _state->kind = kind;
-        _state->interval = std::max<gint64>(duration(seconds), 1);
-        _state->work = std::move(work);
-        _state->isValid = true;
-        _state->arm(g_get_monotonic_time() + _state->interval);
+        : state(std::make_shared<State>()) {
+        state->agenda = agenda;
+        state->kind = kind;
+        state->interval = std::max<gint64>(duration(seconds), 1);
+        state->work = std::move(work);
+        state->isValid = true;
+        state->arm(g_get_monotonic_time() + state->interval);
     }
-    ~AgendaTimer() override { _state->invalidate(); }
+    ~AgendaTimer() override { state->invalidate(); }
 
-    void invalidate() override { _state->invalidate(); }
-    bool isValid() const override { return _state->isValid; }
+    void invalidate() override { state->invalidate(); }
+    bool isValid() const override { return state->isValid; }
 
 private:
     struct State : std::enable_shared_from_this<State> {
@@ -186,33 +186,33 @@ private:
         }
     };
 
-    std::shared_ptr<State> _state;
+    std::shared_ptr<State> state;
 };
 
 /// A descriptor on the main context, with the reader's own queue behind it.
 class Watch {
 public:
     Watch(int descriptor, std::function<bool()> hasPending, std::function<void()> dispatch)
-        : _hasPending(std::move(hasPending)), _dispatch(std::move(dispatch)), _source(makeSource(this)) {
-        _tag = g_source_add_unix_fd(_source.get(), descriptor,
-                                    static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR));
-        g_source_attach(_source.get(), nullptr);
+        : hasPending(std::move(hasPending)), dispatch_(std::move(dispatch)), source(makeSource(this)) {
+        tag = g_source_add_unix_fd(source.get(), descriptor,
+                                   static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR));
+        g_source_attach(source.get(), nullptr);
     }
 
-    bool prepare() { return _hasPending(); }
+    bool prepare() { return hasPending(); }
     // GLib itself looks at the descriptor.
-    bool check() { return _hasPending(); }
+    bool check() { return hasPending(); }
     void dispatch() {
         // A copy, as the observation may end while the closure runs.
-        const auto running = _dispatch;
+        const auto running = dispatch_;
         running();
     }
 
 private:
-    std::function<bool()> _hasPending;
-    std::function<void()> _dispatch;
-    glib::Source _source;
-    gpointer _tag = nullptr;
+    std::function<bool()> hasPending;
+    std::function<void()> dispatch_;
+    glib::Source source;
+    gpointer tag = nullptr;
 };
 
 /// Passed by what goes to the pool's threads, on both sides: the sanitizer of threads doesn't see the locks
@@ -254,7 +254,7 @@ struct GLibRunLoop::State {
     }
 };
 
-GLibRunLoop::GLibRunLoop() : _state(std::make_unique<State>()) {}
+GLibRunLoop::GLibRunLoop() : state(std::make_unique<State>()) {}
 GLibRunLoop::~GLibRunLoop() = default;
 
 Date GLibRunLoop::now() const {
@@ -264,35 +264,34 @@ Date GLibRunLoop::now() const {
 double GLibRunLoop::uptime() const { return static_cast<double>(g_get_monotonic_time()) / microseconds; }
 
 void GLibRunLoop::post(Work work) {
-    _state->agenda->addAfter(0, std::make_shared<const Work>(std::move(work)));
+    state->agenda->addAfter(0, std::make_shared<const Work>(std::move(work)));
 }
 
 void GLibRunLoop::postBehind(Work work) {
-    _state->behind.addAfter(0, std::make_shared<const Work>(std::move(work)));
-    _state->guard();
+    state->behind.addAfter(0, std::make_shared<const Work>(std::move(work)));
+    state->guard();
 }
 
 void GLibRunLoop::postAfter(double seconds, Work work) {
     assertMainThread();
-    _state->agenda->addAfter(seconds, std::make_shared<const Work>(std::move(work)));
+    state->agenda->addAfter(seconds, std::make_shared<const Work>(std::move(work)));
 }
 
 std::unique_ptr<NSTimer> GLibRunLoop::repeatingTimer(double interval, Work work) {
     assertMainThread();
-    return std::make_unique<AgendaTimer>(_state->agenda, AgendaTimer::Kind::repeating, interval,
+    return std::make_unique<AgendaTimer>(state->agenda, AgendaTimer::Kind::repeating, interval,
                                          std::move(work));
 }
 
 std::unique_ptr<NSTimer> GLibRunLoop::oneShotTimer(double seconds, Work work) {
     assertMainThread();
-    return std::make_unique<AgendaTimer>(_state->agenda, AgendaTimer::Kind::oneShot, seconds,
-                                         std::move(work));
+    return std::make_unique<AgendaTimer>(state->agenda, AgendaTimer::Kind::oneShot, seconds, std::move(work));
 }
 
 void GLibRunLoop::background(Work work) {
     auto* const handedOver = std::make_unique<Work>(std::move(work)).release();
     passGate();
-    g_thread_pool_push(_state->pool.get(), handedOver, nullptr);
+    g_thread_pool_push(state->pool.get(), handedOver, nullptr);
 }
 
 std::unique_ptr<SerialQueue> GLibRunLoop::serialQueue(const std::string& label) {
@@ -301,19 +300,19 @@ std::unique_ptr<SerialQueue> GLibRunLoop::serialQueue(const std::string& label) 
 
 void GLibRunLoop::run() {
     assertMainThread();
-    while (!_state->isStopped) g_main_context_iteration(nullptr, TRUE);
-    _state->isStopped = false;
+    while (!state->isStopped) g_main_context_iteration(nullptr, TRUE);
+    state->isStopped = false;
 }
 
 void GLibRunLoop::stop() {
     assertMainThread();
-    _state->isStopped = true;
+    state->isStopped = true;
     g_main_context_wakeup(nullptr);
 }
 
 void GLibRunLoop::runUntil(const std::function<bool()>& isDone) {
     assertMainThread();
-    while (!_state->isStopped && !isDone()) g_main_context_iteration(nullptr, TRUE);
+    while (!state->isStopped && !isDone()) g_main_context_iteration(nullptr, TRUE);
 }
 
 Observation GLibRunLoop::watch(int descriptor, std::function<bool()> hasPending,

@@ -40,7 +40,7 @@ public:
 
 private:
     struct State;
-    std::unique_ptr<State> _state;
+    std::unique_ptr<State> state;
 };
 
 }  // namespace vellumix::linux_desktop

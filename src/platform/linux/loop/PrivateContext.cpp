@@ -20,22 +20,21 @@ std::shared_ptr<Operation> Operation::begin(const Start& start) {
     std::shared_ptr<Operation> operation(new Operation);
     auto own = std::make_unique<std::shared_ptr<Operation>>(operation);
     start(
-        operation->_cancellable.get(),
+        operation->cancellable.get(),
         [](GObject*, GAsyncResult* result, gpointer data) {
             const std::unique_ptr<std::shared_ptr<Operation>> own(
                 static_cast<std::shared_ptr<Operation>*>(data));
-            (*own)->_result.reset(G_ASYNC_RESULT(g_object_ref(result)));
+            (*own)->result_.reset(G_ASYNC_RESULT(g_object_ref(result)));
         },
         own.release());
     return operation;
 }
 
-PrivateContext::PrivateContext() : _context(g_main_context_new()) {}
+PrivateContext::PrivateContext() : context(g_main_context_new()) {}
 
 PrivateContext::~PrivateContext() {
     const auto haveEnded = [this] {
-        return std::all_of(_abandoned.begin(), _abandoned.end(),
-                           [](const auto& one) { return one->isDone(); });
+        return std::all_of(abandoned.begin(), abandoned.end(), [](const auto& one) { return one->isDone(); });
     };
     waitUntil(haveEnded, Deadline::in(graceSeconds));
     // Handles that GIO lets go of through the context.
@@ -43,13 +42,13 @@ PrivateContext::~PrivateContext() {
 }
 
 glib::PushedContext PrivateContext::push() {
-    g_main_context_push_thread_default(_context.get());
-    return glib::PushedContext(_context.get());
+    g_main_context_push_thread_default(context.get());
+    return glib::PushedContext(context.get());
 }
 
 void PrivateContext::catchUp() {
     const auto pushed = push();
-    while (g_main_context_iteration(_context.get(), FALSE)) continue;
+    while (g_main_context_iteration(context.get(), FALSE)) continue;
 }
 
 bool PrivateContext::waitUntil(const std::function<bool()>& isDone, Deadline deadline) {
@@ -58,10 +57,10 @@ bool PrivateContext::waitUntil(const std::function<bool()>& isDone, Deadline dea
     g_source_set_callback(
         alarm.get(), [](gpointer) -> gboolean { return G_SOURCE_REMOVE; }, nullptr, nullptr);
     g_source_set_ready_time(alarm.get(), deadline.moment());
-    g_source_attach(alarm.get(), _context.get());
+    g_source_attach(alarm.get(), context.get());
     while (!isDone()) {
         if (deadline.hasPassed()) return false;
-        g_main_context_iteration(_context.get(), TRUE);
+        g_main_context_iteration(context.get(), TRUE);
     }
     return true;
 }
@@ -76,8 +75,8 @@ std::shared_ptr<Operation> PrivateContext::perform(const Operation::Start& start
     if (waitUntil(isDone, deadline)) return operation;
     operation->cancel();
     if (waitUntil(isDone, Deadline::in(graceSeconds))) return operation;
-    std::erase_if(_abandoned, [](const auto& one) { return one->isDone(); });
-    _abandoned.push_back(std::move(operation));
+    std::erase_if(abandoned, [](const auto& one) { return one->isDone(); });
+    abandoned.push_back(std::move(operation));
     return nullptr;
 }
 

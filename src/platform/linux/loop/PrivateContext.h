@@ -13,12 +13,12 @@ class Deadline {
 public:
     static Deadline in(double seconds);
     /// Microseconds of `g_get_monotonic_time`.
-    gint64 moment() const { return _moment; }
-    bool hasPassed() const { return g_get_monotonic_time() >= _moment; }
+    gint64 moment() const { return moment_; }
+    bool hasPassed() const { return g_get_monotonic_time() >= moment_; }
 
 private:
-    explicit Deadline(gint64 moment) : _moment(moment) {}
-    gint64 _moment;
+    explicit Deadline(gint64 moment) : moment_(moment) {}
+    gint64 moment_;
 };
 
 /// One asynchronous operation of GIO, from its start to its callback.
@@ -30,16 +30,16 @@ public:
     /// thread's default one now, and keeps the operation alive until then.
     static std::shared_ptr<Operation> begin(const Start& start);
 
-    bool isDone() const { return static_cast<bool>(_result); }
+    bool isDone() const { return static_cast<bool>(result_); }
     /// For the operation's own finishing function, once, when it is done.
-    GAsyncResult* result() const { return _result.get(); }
-    void cancel() { g_cancellable_cancel(_cancellable.get()); }
+    GAsyncResult* result() const { return result_.get(); }
+    void cancel() { g_cancellable_cancel(cancellable.get()); }
 
 private:
-    Operation() : _cancellable(g_cancellable_new()) {}
+    Operation() : cancellable(g_cancellable_new()) {}
 
-    glib::Object<GCancellable> _cancellable;
-    glib::Object<GAsyncResult> _result;
+    glib::Object<GCancellable> cancellable;
+    glib::Object<GAsyncResult> result_;
 };
 
 /// Waits for operations on a context of its own, so that nothing of the program runs meanwhile: a timer that
@@ -61,8 +61,8 @@ public:
     std::shared_ptr<Operation> perform(const Operation::Start& start, Deadline deadline);
 
 private:
-    glib::Context _context;
-    std::vector<std::shared_ptr<Operation>> _abandoned;
+    glib::Context context;
+    std::vector<std::shared_ptr<Operation>> abandoned;
 };
 
 }  // namespace vellumix::linux_desktop

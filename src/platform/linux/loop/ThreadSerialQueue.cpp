@@ -66,43 +66,43 @@ struct ThreadSerialQueue::State {
 
 class ThreadSerialQueue::Item final : public WorkItem {
 public:
-    Item(const std::shared_ptr<State>& state, Key key) : _state(state), _key(key) {}
+    Item(const std::shared_ptr<State>& state, Key key) : state(state), key(key) {}
 
     void cancel() override {
-        const auto state = _state.lock();
+        const auto state = this->state.lock();
         if (!state) return;
         std::map<Key, Work>::node_type dropped;
         const std::lock_guard lock(state->mutex);
-        dropped = state->waiting.extract(_key);
+        dropped = state->waiting.extract(key);
     }
 
 private:
-    std::weak_ptr<State> _state;
-    Key _key;
+    std::weak_ptr<State> state;
+    Key key;
 };
 
-ThreadSerialQueue::ThreadSerialQueue(const std::string& label) : _state(std::make_shared<State>()) {
-    _state->threadName = label.substr(label.rfind('.') + 1).substr(0, threadNameLimit);
+ThreadSerialQueue::ThreadSerialQueue(const std::string& label) : state(std::make_shared<State>()) {
+    state->threadName = label.substr(label.rfind('.') + 1).substr(0, threadNameLimit);
 }
 
 ThreadSerialQueue::~ThreadSerialQueue() {
     {
-        const std::lock_guard lock(_state->mutex);
-        _state->ending = Clock::now();
-        _state->changed.notify_one();
+        const std::lock_guard lock(state->mutex);
+        state->ending = Clock::now();
+        state->changed.notify_one();
     }
-    if (_state->thread.joinable()) _state->thread.join();
+    if (state->thread.joinable()) state->thread.join();
 }
 
 std::shared_ptr<WorkItem> ThreadSerialQueue::asyncAfter(double seconds, Work work) {
     const auto delay = std::chrono::duration<double>(std::max(seconds, 0.0));
-    const auto key = _state->add(std::chrono::duration_cast<Clock::duration>(delay), std::move(work));
-    return std::make_shared<Item>(_state, key);
+    const auto key = state->add(std::chrono::duration_cast<Clock::duration>(delay), std::move(work));
+    return std::make_shared<Item>(state, key);
 }
 
 void ThreadSerialQueue::sync(const Work& work) {
     std::promise<void> done;
-    _state->add(Clock::duration::zero(), [&] {
+    state->add(Clock::duration::zero(), [&] {
         work();
         done.set_value();
     });

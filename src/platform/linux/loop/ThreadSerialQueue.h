@@ -20,7 +20,7 @@ public:
 private:
     struct State;
     class Item;
-    std::shared_ptr<State> _state;
+    std::shared_ptr<State> state;
 };
 
 }  // namespace vellumix::linux_desktop

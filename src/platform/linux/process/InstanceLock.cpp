@@ -13,7 +13,7 @@ InstanceLock::Outcome InstanceLock::take(FileSystem& files, const std::string& f
     if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
         return errno == EWOULDBLOCK ? Outcome::heldByOther : Outcome::failed;
     // The file stays when the lock goes: were it removed, two processes could each lock a file of that name.
-    _file = std::move(file);
+    this->file = std::move(file);
     return Outcome::taken;
 }
 

@@ -22,10 +22,10 @@ public:
 
     /// Makes the folder if need be, and locks the file "lock" in it. Doesn't wait.
     Outcome take(FileSystem& files, const std::string& folder);
-    void release() { _file.end(); }
+    void release() { file.end(); }
 
 private:
-    posix::Descriptor _file;
+    posix::Descriptor file;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -66,7 +66,7 @@ void writeToStandardError(std::string_view category, std::string_view message) {
 void SystemLog::write(Level level, std::string_view category, std::string_view message) {
     const auto text = escaped(message);
     const bool isInJournal = writeToJournal(level, category, text);
-    if (!isInJournal || _standardError == StandardError::always) writeToStandardError(category, text);
+    if (!isInJournal || standardError == StandardError::always) writeToStandardError(category, text);
 }
 
 }  // namespace vellumix::linux_desktop

@@ -13,11 +13,11 @@ class SystemLog final : public LogSink {
 public:
     enum class StandardError { withoutJournal, always };
 
-    explicit SystemLog(StandardError standardError) : _standardError(standardError) {}
+    explicit SystemLog(StandardError standardError) : standardError(standardError) {}
     void write(Level level, std::string_view category, std::string_view message) override;
 
 private:
-    StandardError _standardError;
+    StandardError standardError;
 };
 
 }  // namespace vellumix::linux_desktop

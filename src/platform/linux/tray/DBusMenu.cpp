@@ -87,20 +87,20 @@ void refuse(BusCall& call) {
 }  // namespace
 
 DBusMenu::DBusMenu(RunLoop& runLoop, GDBusConnection* connection, const char* path)
-    : _connection(connection),
-      _path(path),
-      _object(runLoop, connection, path, description,
-              {.answer = [this](std::string_view method, GVariant* arguments,
-                                BusCall& call) { answer(method, arguments, call); },
-               .property = property}) {}
+    : connection(connection),
+      path(path),
+      object(runLoop, connection, path, description,
+             {.answer = [this](std::string_view method, GVariant* arguments,
+                               BusCall& call) { answer(method, arguments, call); },
+              .property = property}) {}
 
 void DBusMenu::setEntries(std::vector<StatusMenuEntry> entries) {
     // Numbers are never used again: a click that is on its way must not meet another line.
-    _firstId += static_cast<gint32>(_entries.size());
-    _entries = std::move(entries);
-    ++_revision;
-    g_dbus_connection_emit_signal(_connection, nullptr, _path, interfaceName, "LayoutUpdated",
-                                  g_variant_new("(ui)", _revision, rootId), nullptr);
+    firstId += static_cast<gint32>(this->entries.size());
+    this->entries = std::move(entries);
+    ++revision;
+    g_dbus_connection_emit_signal(connection, nullptr, path, interfaceName, "LayoutUpdated",
+                                  g_variant_new("(ui)", revision, rootId), nullptr);
 }
 
 void DBusMenu::answer(std::string_view method, GVariant* arguments, BusCall& call) {
@@ -131,13 +131,13 @@ void DBusMenu::answerLayout(GVariant* arguments, BusCall& call) {
     g_variant_builder_init(&children, G_VARIANT_TYPE("av"));
     // Any negative depth asks for all.
     if (parent == rootId && depth != 0) {
-        for (gint32 id = _firstId; isKnown(id); ++id) {
+        for (gint32 id = firstId; isKnown(id); ++id) {
             g_variant_builder_add(&children, "v",
                                   g_variant_new("(i@a{sv}@av)", id, properties(id, wanted),
                                                 g_variant_new_array(G_VARIANT_TYPE_VARIANT, nullptr, 0)));
         }
     }
-    call.reply(g_variant_new("(u(i@a{sv}av))", _revision, parent, properties(parent, wanted), &children));
+    call.reply(g_variant_new("(u(i@a{sv}av))", revision, parent, properties(parent, wanted), &children));
 }
 
 void DBusMenu::answerGroup(GVariant* arguments, BusCall& call) {
@@ -145,7 +145,7 @@ void DBusMenu::answerGroup(GVariant* arguments, BusCall& call) {
     const auto wanted = names(arguments, 1);
     if (ids.empty()) {
         ids.push_back(rootId);
-        for (gint32 id = _firstId; isKnown(id); ++id) ids.push_back(id);
+        for (gint32 id = firstId; isKnown(id); ++id) ids.push_back(id);
     }
     GVariantBuilder found;
     g_variant_builder_init(&found, G_VARIANT_TYPE("a(ia{sv})"));
@@ -203,8 +203,8 @@ GVariant* DBusMenu::property(std::string_view name) {
 bool DBusMenu::isKnown(gint32 id) const { return id == rootId || entry(id); }
 
 const StatusMenuEntry* DBusMenu::entry(gint32 id) const {
-    if (id < _firstId || static_cast<std::size_t>(id - _firstId) >= _entries.size()) return nullptr;
-    return &_entries[static_cast<std::size_t>(id - _firstId)];
+    if (id < firstId || static_cast<std::size_t>(id - firstId) >= entries.size()) return nullptr;
+    return &entries[static_cast<std::size_t>(id - firstId)];
 }
 
 Work DBusMenu::actionOf(gint32 id, std::string_view event) const {

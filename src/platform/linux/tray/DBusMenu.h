@@ -38,12 +38,12 @@ private:
     /// Floating; without names, all.
     GVariant* properties(gint32 id, const std::vector<std::string>& wanted) const;
 
-    GDBusConnection* _connection;
-    const char* _path;
-    std::vector<StatusMenuEntry> _entries;
-    gint32 _firstId = 1;
-    guint32 _revision = 1;
-    BusObject _object;
+    GDBusConnection* connection;
+    const char* path;
+    std::vector<StatusMenuEntry> entries;
+    gint32 firstId = 1;
+    guint32 revision = 1;
+    BusObject object;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -233,38 +233,38 @@ void StatusNotifierItem::State::emit(const char* signal) {
 }
 
 StatusNotifierItem::StatusNotifierItem(RunLoop& runLoop, WatcherHandler onWatcher)
-    : _state(std::make_shared<State>(runLoop)) {
-    _state->onWatcher = std::move(onWatcher);
-    _state->connect();
+    : state(std::make_shared<State>(runLoop)) {
+    state->onWatcher = std::move(onWatcher);
+    state->connect();
 }
 StatusNotifierItem::~StatusNotifierItem() = default;
 
 void StatusNotifierItem::setImage(const std::string& symbolName,
                                   const std::string& accessibilityDescription) {
-    const bool isOtherSymbol = std::exchange(_state->symbolName, symbolName) != symbolName;
+    const bool isOtherSymbol = std::exchange(state->symbolName, symbolName) != symbolName;
     const bool isOtherTitle =
-        std::exchange(_state->title, accessibilityDescription) != accessibilityDescription;
-    if (isOtherSymbol) _state->emit("NewIcon");
+        std::exchange(state->title, accessibilityDescription) != accessibilityDescription;
+    if (isOtherSymbol) state->emit("NewIcon");
     if (!isOtherTitle) return;
-    _state->emit("NewTitle");
-    _state->emit("NewToolTip");
+    state->emit("NewTitle");
+    state->emit("NewToolTip");
 }
 
 void StatusNotifierItem::setAction(Work action) {
-    _state->action = std::move(action);
-    if (!_state->connection) return;
+    state->action = std::move(action);
+    if (!state->connection) return;
     // The protocol has no signal of its own for this one.
     GVariantBuilder changed;
     g_variant_builder_init(&changed, G_VARIANT_TYPE_VARDICT);
-    g_variant_builder_add(&changed, "{sv}", "ItemIsMenu", _state->property("ItemIsMenu"));
+    g_variant_builder_add(&changed, "{sv}", "ItemIsMenu", state->property("ItemIsMenu"));
     g_dbus_connection_emit_signal(
-        _state->connection.get(), nullptr, itemPath, "org.freedesktop.DBus.Properties", "PropertiesChanged",
+        state->connection.get(), nullptr, itemPath, "org.freedesktop.DBus.Properties", "PropertiesChanged",
         g_variant_new("(sa{sv}@as)", itemInterface, &changed, g_variant_new_strv(nullptr, 0)), nullptr);
 }
 
 void StatusNotifierItem::setMenu(std::vector<StatusMenuEntry> entries) {
-    if (_state->menu) return _state->menu->setEntries(std::move(entries));
-    _state->entries = std::move(entries);
+    if (state->menu) return state->menu->setEntries(std::move(entries));
+    state->entries = std::move(entries);
 }
 
 }  // namespace vellumix::linux_desktop

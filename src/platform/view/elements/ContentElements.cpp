@@ -87,9 +87,9 @@ private:
 
 class SymbolElement final : public Element {
 public:
-    explicit SymbolElement(std::string name) : _name(std::move(name)) {
+    explicit SymbolElement(std::string name) : name_(std::move(name)) {
         // Told where a view asks for it, whether or not it is ever painted.
-        symbolOutlines(_name);
+        symbolOutlines(name_);
     }
 
     const char* name() const override { return "Symbol"; }
@@ -102,7 +102,7 @@ public:
         pass.move(node.data<Tint>().color, node.environment->foreground);
     }
     void record(Node& node, Recorder& recorder) const override {
-        recorder.add(draw::Symbol{node.drawn, _name, node.data<Tint>().color.at(recorder.now()),
+        recorder.add(draw::Symbol{node.drawn, name_, node.data<Tint>().color.at(recorder.now()),
                                   node.environment->font.weight});
     }
     bool isSolid() const override { return true; }
@@ -111,23 +111,23 @@ private:
     /// A symbol stands a little above and below the capitals beside it.
     static constexpr double sideOfSize = 1.2;
 
-    std::string _name;
+    std::string name_;
 };
 
 class ImageElement final : public Element {
 public:
     ImageElement(std::shared_ptr<const Bitmap> bitmap, Image::Scaling scaling)
-        : _bitmap(std::move(bitmap)), _scaling(scaling) {}
+        : bitmap(std::move(bitmap)), scaling(scaling) {}
 
     const char* name() const override { return "Image"; }
 
     Size measure(Node&, const Proposal& proposal, LayoutPass&) const override {
         if (!isDrawable()) return {};
-        const double width = _bitmap->width;
-        const double height = _bitmap->height;
+        const double width = bitmap->width;
+        const double height = bitmap->height;
         const double offeredWidth = proposal.width.value_or(unbounded);
         const double offeredHeight = proposal.height.value_or(unbounded);
-        if (_scaling == Image::Scaling::fill) {
+        if (scaling == Image::Scaling::fill) {
             return {proposal.width ? offeredWidth : width, proposal.height ? offeredHeight : height};
         }
         const double factor = std::min(offeredWidth / width, offeredHeight / height);
@@ -136,32 +136,32 @@ public:
 
     void record(Node& node, Recorder& recorder) const override {
         if (!isDrawable() || node.drawn.isEmpty()) return;
-        if (_scaling == Image::Scaling::fit) {
-            recorder.add(draw::Image{node.drawn, _bitmap});
+        if (scaling == Image::Scaling::fit) {
+            recorder.add(draw::Image{node.drawn, bitmap});
             return;
         }
         const auto& box = node.drawn.size;
-        const double factor = std::max(box.width / _bitmap->width, box.height / _bitmap->height);
-        const Size size{_bitmap->width * factor, _bitmap->height * factor};
+        const double factor = std::max(box.width / bitmap->width, box.height / bitmap->height);
+        const Size size{bitmap->width * factor, bitmap->height * factor};
         const auto centre = node.drawn.centre();
         recorder.clipped(node.drawn, Rectangle(), [&] {
             recorder.add(
-                draw::Image{{{centre.x - size.width / 2, centre.y - size.height / 2}, size}, _bitmap});
+                draw::Image{{{centre.x - size.width / 2, centre.y - size.height / 2}, size}, bitmap});
         });
     }
     bool isSolid() const override { return true; }
 
 private:
-    bool isDrawable() const { return _bitmap && _bitmap->width > 0 && _bitmap->height > 0; }
+    bool isDrawable() const { return bitmap && bitmap->width > 0 && bitmap->height > 0; }
 
-    std::shared_ptr<const Bitmap> _bitmap;
-    Image::Scaling _scaling;
+    std::shared_ptr<const Bitmap> bitmap;
+    Image::Scaling scaling;
 };
 
 class ShapeElement final : public Element {
 public:
     ShapeElement(const Shape& shape, std::optional<Color> fill, std::optional<Outline> outline)
-        : _shape(shape), _fill(fill), _outline(outline) {}
+        : shape(shape), fill(fill), outline(outline) {}
 
     const char* name() const override { return "Shape"; }
 
@@ -171,21 +171,21 @@ public:
     }
     void place(Node& node, const Proposal&, LayoutPass& pass) const override {
         auto& data = node.data<Data>();
-        pass.move(data.fill, _fill.value_or(node.environment->foreground));
+        pass.move(data.fill, fill.value_or(node.environment->foreground));
         // An outline that comes or goes does so by its colour.
-        pass.move(data.stroke, _outline ? _outline->color : Color::clear());
-        pass.move(data.width, _outline ? _outline->width : data.width.target());
+        pass.move(data.stroke, outline ? outline->color : Color::clear());
+        pass.move(data.width, outline ? outline->width : data.width.target());
     }
     void record(Node& node, Recorder& recorder) const override {
         const auto& data = node.data<Data>();
         const auto fill = data.fill.at(recorder.now());
         const auto stroke = data.stroke.at(recorder.now());
-        if (fill.alpha > 0) recorder.add(draw::Fill{node.drawn, _shape, fill});
+        if (fill.alpha > 0) recorder.add(draw::Fill{node.drawn, shape, fill});
         if (stroke.alpha > 0) {
-            recorder.add(draw::Stroke{node.drawn, _shape, stroke, data.width.at(recorder.now())});
+            recorder.add(draw::Stroke{node.drawn, shape, stroke, data.width.at(recorder.now())});
         }
     }
-    bool isSolid() const override { return !_fill || _fill->alpha > 0; }
+    bool isSolid() const override { return !fill || fill->alpha > 0; }
 
 private:
     struct Data final : NodeData {
@@ -194,9 +194,9 @@ private:
         Animated<double> width;
     };
 
-    Shape _shape;
-    std::optional<Color> _fill;
-    std::optional<Outline> _outline;
+    Shape shape;
+    std::optional<Color> fill;
+    std::optional<Outline> outline;
 };
 
 }  // namespace

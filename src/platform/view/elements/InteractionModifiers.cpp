@@ -19,17 +19,17 @@ SemanticNode groupOf(const Node& node, std::vector<SemanticNode> inside) {
 class InteractionElement final : public Wrapper {
 public:
     InteractionElement(View content, Handlers handlers)
-        : Wrapper(std::move(content)), _handlers(std::move(handlers)) {}
+        : Wrapper(std::move(content)), handlers_(std::move(handlers)) {}
 
     const char* name() const override {
-        if (_handlers.menu) return "Menu";
-        return _handlers.isButton ? "Button" : "Interaction";
+        if (handlers_.menu) return "Menu";
+        return handlers_.isButton ? "Button" : "Interaction";
     }
-    const Handlers* handlers() const override { return &_handlers; }
-    bool isSolid() const override { return _handlers.wantsPointer(); }
+    const Handlers* handlers() const override { return &handlers_; }
+    bool isSolid() const override { return handlers_.wantsPointer(); }
 
     void record(Node& node, Recorder& recorder) const override {
-        const bool looksPressed = node.isPressed && _handlers.isButton;
+        const bool looksPressed = node.isPressed && handlers_.isButton;
         constexpr double pressedOpacity = 0.7;
         if (looksPressed) recorder.add(draw::PushLayer{.opacity = pressedOpacity});
         recorder.recordChildren(node);
@@ -39,9 +39,9 @@ public:
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         std::vector<SemanticNode> inside;
         Wrapper::describe(node, inside);
-        if (_handlers.isButton || _handlers.menu) {
+        if (handlers_.isButton || handlers_.menu) {
             SemanticNode button;
-            button.role = _handlers.menu ? Role::menuButton : Role::button;
+            button.role = handlers_.menu ? Role::menuButton : Role::button;
             button.frame = node.visible;
             button.state.isDisabled = !node.environment->isEnabled;
             button.state.isFocused = node.hasFocus;
@@ -50,15 +50,15 @@ public:
             into.push_back(std::move(button));
             return;
         }
-        if (_handlers.onTap) {
+        if (handlers_.onTap) {
             if (inside.size() != 1) inside = {groupOf(node, std::move(inside))};
             inside.front().actions.push_back({"press", [weak = node.weak_from_this()] { press(weak); }});
         }
         if (node.hasFocus && inside.size() == 1) inside.front().state.isFocused = true;
         for (auto& one : inside) {
-            if (!_handlers.help.empty() && one.help.empty()) {
-                one.help = _handlers.help;
-                if (one.label.empty()) one.label = _handlers.help;
+            if (!handlers_.help.empty() && one.help.empty()) {
+                one.help = handlers_.help;
+                if (one.label.empty()) one.label = handlers_.help;
             }
             into.push_back(std::move(one));
         }
@@ -84,13 +84,13 @@ private:
         if (handlers && handlers->onTap) handlers->onTap();
     }
 
-    Handlers _handlers;
+    Handlers handlers_;
 };
 
 class SemanticsElement final : public Wrapper {
 public:
     SemanticsElement(View content, Semantics semantics)
-        : Wrapper(std::move(content)), _semantics(std::move(semantics)) {}
+        : Wrapper(std::move(content)), semantics(std::move(semantics)) {}
     const char* name() const override { return "Semantics"; }
 
     /// Says it of the one thing inside, or of a group of all that is inside.
@@ -98,20 +98,20 @@ public:
         std::vector<SemanticNode> inside;
         Wrapper::describe(node, inside);
         auto said = inside.size() == 1 ? std::move(inside.front()) : groupOf(node, std::move(inside));
-        if (_semantics.role != Role::none) said.role = _semantics.role;
-        if (!_semantics.label.empty()) said.label = _semantics.label;
-        if (!_semantics.value.empty()) said.value = _semantics.value;
-        const auto& state = _semantics.state;
+        if (semantics.role != Role::none) said.role = semantics.role;
+        if (!semantics.label.empty()) said.label = semantics.label;
+        if (!semantics.value.empty()) said.value = semantics.value;
+        const auto& state = semantics.state;
         said.state.isSelected |= state.isSelected;
         said.state.isChecked |= state.isChecked;
         said.state.isExpanded |= state.isExpanded;
         said.state.isDisabled |= state.isDisabled;
-        for (const auto& action : _semantics.actions) said.actions.push_back(action);
+        for (const auto& action : semantics.actions) said.actions.push_back(action);
         into.push_back(std::move(said));
     }
 
 private:
-    Semantics _semantics;
+    Semantics semantics;
 };
 
 View interacting(const View& content, Handlers handlers) {

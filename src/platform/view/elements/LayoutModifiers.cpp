@@ -15,16 +15,16 @@ Point aligned(const Size& inner, const Size& outer, const Alignment& alignment) 
 
 class PaddingElement final : public Wrapper {
 public:
-    PaddingElement(View content, const Insets& insets) : Wrapper(std::move(content)), _insets(insets) {}
+    PaddingElement(View content, const Insets& insets) : Wrapper(std::move(content)), insets(insets) {}
     const char* name() const override { return "Padding"; }
 
     Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         const auto size = Wrapper::measure(node, inner(proposal), pass);
-        return {size.width + _insets.leading + _insets.trailing, size.height + _insets.top + _insets.bottom};
+        return {size.width + insets.leading + insets.trailing, size.height + insets.top + insets.bottom};
     }
     void place(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         if (node.children.empty()) return;
-        pass.place(node, *node.children.front(), {_insets.leading, _insets.top}, inner(proposal));
+        pass.place(node, *node.children.front(), {insets.leading, insets.top}, inner(proposal));
     }
 
 private:
@@ -33,11 +33,11 @@ private:
             if (!offered) return std::nullopt;
             return std::max(0.0, *offered - by);
         };
-        return {less(proposal.width, _insets.leading + _insets.trailing),
-                less(proposal.height, _insets.top + _insets.bottom)};
+        return {less(proposal.width, insets.leading + insets.trailing),
+                less(proposal.height, insets.top + insets.bottom)};
     }
 
-    Insets _insets;
+    Insets insets;
 };
 
 /// The limits of one direction.
@@ -65,30 +65,30 @@ class FrameElement final : public Wrapper {
 public:
     FrameElement(View content, const FrameLimits& limits)
         : Wrapper(std::move(content)),
-          _width{limits.width, limits.minimumWidth, limits.maximumWidth},
-          _height{limits.height, limits.minimumHeight, limits.maximumHeight},
-          _alignment(limits.alignment) {}
+          width{limits.width, limits.minimumWidth, limits.maximumWidth},
+          height{limits.height, limits.minimumHeight, limits.maximumHeight},
+          alignment(limits.alignment) {}
     const char* name() const override { return "Frame"; }
 
     Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         const auto content = Wrapper::measure(node, inner(proposal), pass);
-        return {_width.taken(proposal.width, content.width), _height.taken(proposal.height, content.height)};
+        return {width.taken(proposal.width, content.width), height.taken(proposal.height, content.height)};
     }
     void place(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         if (node.children.empty()) return;
         auto& child = *node.children.front();
         const auto size = child.measure(inner(proposal), pass);
-        pass.place(node, child, aligned(size, node.target.size, _alignment), inner(proposal));
+        pass.place(node, child, aligned(size, node.target.size, alignment), inner(proposal));
     }
 
 private:
     Proposal inner(const Proposal& proposal) const {
-        return {_width.offer(proposal.width), _height.offer(proposal.height)};
+        return {width.offer(proposal.width), height.offer(proposal.height)};
     }
 
-    Extent _width;
-    Extent _height;
-    Alignment _alignment;
+    Extent width;
+    Extent height;
+    Alignment alignment;
 };
 
 /// A view with another behind or in front of it. The first in drawing order is the first child.
@@ -96,15 +96,15 @@ class DecorationElement final : public Element {
 public:
     enum class Place { behind, inFront };
     DecorationElement(View content, View decoration, Place place, Alignment alignment)
-        : _content(std::move(content)),
-          _decoration(std::move(decoration)),
-          _place(place),
-          _alignment(alignment) {}
-    const char* name() const override { return _place == Place::behind ? "Background" : "Overlay"; }
+        : content(std::move(content)),
+          decoration(std::move(decoration)),
+          place_(place),
+          alignment(alignment) {}
+    const char* name() const override { return place_ == Place::behind ? "Background" : "Overlay"; }
 
     void children(Node&, ChildList& list) const override {
-        list.add(_place == Place::behind ? _decoration : _content);
-        list.add(_place == Place::behind ? _content : _decoration);
+        list.add(place_ == Place::behind ? decoration : content);
+        list.add(place_ == Place::behind ? content : decoration);
     }
     Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         const auto* content = contentOf(node);
@@ -119,7 +119,7 @@ public:
             }
             const Proposal whole{node.target.size.width, node.target.size.height};
             const auto size = child->measure(whole, pass);
-            pass.place(node, *child, aligned(size, node.target.size, _alignment), whole);
+            pass.place(node, *child, aligned(size, node.target.size, alignment), whole);
         }
     }
     double layoutPriority(const Node& node) const override {
@@ -130,25 +130,25 @@ public:
 private:
     const std::shared_ptr<Node>* contentOf(const Node& node) const {
         for (const auto& child : node.children) {
-            if (child->element == _content.element()) return &child;
+            if (child->element == content.element()) return &child;
         }
         return nullptr;
     }
 
-    View _content;
-    View _decoration;
-    Place _place;
-    Alignment _alignment;
+    View content;
+    View decoration;
+    Place place_;
+    Alignment alignment;
 };
 
 class PriorityElement final : public Wrapper {
 public:
-    PriorityElement(View content, double priority) : Wrapper(std::move(content)), _priority(priority) {}
+    PriorityElement(View content, double priority) : Wrapper(std::move(content)), priority(priority) {}
     const char* name() const override { return "Priority"; }
-    double layoutPriority(const Node&) const override { return _priority; }
+    double layoutPriority(const Node&) const override { return priority; }
 
 private:
-    double _priority;
+    double priority;
 };
 
 View decorated(const View& content, const View& decoration, DecorationElement::Place place,

@@ -10,7 +10,7 @@ namespace {
 
 class LazyElement final : public Element {
 public:
-    LazyElement(Spacing spacing, RowSource source) : _spacing(spacing.points), _source(std::move(source)) {}
+    LazyElement(Spacing spacing, RowSource source) : spacing(spacing.points), source(std::move(source)) {}
     const char* name() const override { return "LazyVStack"; }
 
     /// The rows that were in sight stay until layout has chosen anew.
@@ -20,11 +20,11 @@ public:
         for (std::size_t at = 0; at < data.heights.size(); ++at) {
             if (data.heights[at] >= 0) known.emplace(std::move(data.ids[at]), data.heights[at]);
         }
-        data.ids.resize(_source.count);
-        data.heights.assign(_source.count, unknown);
+        data.ids.resize(source.count);
+        data.heights.assign(source.count, unknown);
         std::unordered_map<std::string, std::size_t> places;
-        for (std::size_t at = 0; at < _source.count; ++at) {
-            data.ids[at] = _source.id(at);
+        for (std::size_t at = 0; at < source.count; ++at) {
+            data.ids[at] = source.id(at);
             if (const auto found = known.find(data.ids[at]); found != known.end()) {
                 data.heights[at] = found->second;
             }
@@ -35,12 +35,12 @@ public:
         std::vector<std::string> wanted = data.away;
         for (const auto& child : node.children) wanted.push_back(child->id);
         if (wanted.empty()) return;
-        for (std::size_t at = 0; at < _source.count; ++at) places.emplace(data.ids[at], at);
+        for (std::size_t at = 0; at < source.count; ++at) places.emplace(data.ids[at], at);
         std::vector<std::size_t> kept;
         for (const auto& id : wanted) {
             if (const auto found = places.find(id); found != places.end()) kept.push_back(found->second);
         }
-        addRows(data, kept, list, [this](std::size_t at) { return _source.row(at); });
+        addRows(data, kept, list, [this](std::size_t at) { return source.row(at); });
     }
 
     Size measure(Node& node, const Proposal& proposal, LayoutPass&) const override {
@@ -48,7 +48,7 @@ public:
         double height = 0;
         const double guess = data.guess();
         for (const double one : data.heights) height += one >= 0 ? one : guess;
-        if (!data.heights.empty()) height += _spacing * static_cast<double>(data.heights.size() - 1);
+        if (!data.heights.empty()) height += spacing * static_cast<double>(data.heights.size() - 1);
         return {proposal.width.value_or(data.width), height};
     }
 
@@ -70,7 +70,7 @@ public:
         for (std::size_t at = 0; at < data.heights.size() && y < bottom; ++at) {
             const double height = data.heights[at] >= 0 ? data.heights[at] : guess;
             if (y + height > top) inSight.push_back(at);
-            y += height + _spacing;
+            y += height + spacing;
         }
         build(node, data, inSight, pass);
 
@@ -137,7 +137,7 @@ private:
     double topOf(const Data& data, std::size_t row, double guess) const {
         double y = 0;
         for (std::size_t at = 0; at < row; ++at) {
-            y += (data.heights[at] >= 0 ? data.heights[at] : guess) + _spacing;
+            y += (data.heights[at] >= 0 ? data.heights[at] : guess) + spacing;
         }
         return y;
     }
@@ -168,12 +168,12 @@ private:
     /// Hands rows to a list of children, which asks for them at once.
     class RowsElement final : public Element {
     public:
-        explicit RowsElement(RowSource source) : _rows(std::move(source)) {}
+        explicit RowsElement(RowSource source) : rows_(std::move(source)) {}
         const char* name() const override { return "Rows"; }
-        const RowSource* rows() const override { return &_rows; }
+        const RowSource* rows() const override { return &rows_; }
 
     private:
-        RowSource _rows;
+        RowSource rows_;
     };
 
     void build(Node& node, Data& data, const std::vector<std::size_t>& inSight, LayoutPass& pass) const {
@@ -195,14 +195,14 @@ private:
         addRows(data, wanted, list, [&](std::size_t at) {
             const auto built = std::find_if(node.children.begin(), node.children.end(),
                                             [&](const auto& child) { return child->id == data.ids[at]; });
-            return built == node.children.end() ? _source.row(at) : View((*built)->element);
+            return built == node.children.end() ? source.row(at) : View((*built)->element);
         });
         // A row that scrolls in or out isn't inserted or removed, so it has no transition.
         pass.builder.build(node, list, std::nullopt);
     }
 
-    double _spacing;
-    RowSource _source;
+    double spacing;
+    RowSource source;
 };
 
 }  // namespace

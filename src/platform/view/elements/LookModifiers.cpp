@@ -10,27 +10,27 @@ namespace {
 
 class ClipElement final : public Wrapper {
 public:
-    ClipElement(View content, const Shape& shape) : Wrapper(std::move(content)), _shape(shape) {}
+    ClipElement(View content, const Shape& shape) : Wrapper(std::move(content)), shape(shape) {}
     const char* name() const override { return "Clip"; }
     void record(Node& node, Recorder& recorder) const override {
-        recorder.clipped(node.drawn, _shape, [&] { recorder.recordChildren(node); });
+        recorder.clipped(node.drawn, shape, [&] { recorder.recordChildren(node); });
     }
 
 private:
-    Shape _shape;
+    Shape shape;
 };
 
 class ShadowElement final : public Wrapper {
 public:
-    ShadowElement(View content, const ShadowStyle& style) : Wrapper(std::move(content)), _style(style) {}
+    ShadowElement(View content, const ShadowStyle& style) : Wrapper(std::move(content)), style(style) {}
     const char* name() const override { return "Shadow"; }
     void record(Node& node, Recorder& recorder) const override {
-        recorder.add(draw::Shadow{node.drawn, _style.shape, _style.color, _style.offset, _style.radius});
+        recorder.add(draw::Shadow{node.drawn, style.shape, style.color, style.offset, style.radius});
         recorder.recordChildren(node);
     }
 
 private:
-    ShadowStyle _style;
+    ShadowStyle style;
 };
 
 /// Opacity, scale and rotation, which change nothing about layout.
@@ -41,14 +41,14 @@ public:
         double scale = 1;
         double rotation = 0;
     };
-    LayerElement(View content, const Look& look) : Wrapper(std::move(content)), _look(look) {}
+    LayerElement(View content, const Look& look) : Wrapper(std::move(content)), look(look) {}
     const char* name() const override { return "Layer"; }
 
     void place(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         auto& data = node.data<Data>();
-        pass.move(data.opacity, _look.opacity);
-        pass.move(data.scale, _look.scale);
-        pass.move(data.rotation, _look.rotation);
+        pass.move(data.opacity, look.opacity);
+        pass.move(data.scale, look.scale);
+        pass.move(data.rotation, look.rotation);
         Wrapper::place(node, proposal, pass);
     }
     void record(Node& node, Recorder& recorder) const override {
@@ -71,7 +71,7 @@ private:
         Animated<double> scale{1};
         Animated<double> rotation{0};
     };
-    Look _look;
+    Look look;
 };
 
 View layered(const View& content, const LayerElement::Look& look) {
@@ -82,13 +82,13 @@ template <class Change>
 class EnvironmentElement final : public Wrapper {
 public:
     EnvironmentElement(View content, Change change)
-        : Wrapper(std::move(content)), _change(std::move(change)) {}
+        : Wrapper(std::move(content)), change(std::move(change)) {}
     const char* name() const override { return "Environment"; }
     bool changesEnvironment() const override { return true; }
-    void environment(Environment& environment) const override { _change(environment); }
+    void environment(Environment& environment) const override { change(environment); }
 
 private:
-    Change _change;
+    Change change;
 };
 
 template <class Change>
@@ -99,43 +99,43 @@ View changing(const View& content, Change change) {
 class AnimationElement final : public Wrapper {
 public:
     AnimationElement(View content, const Curve& curve, std::shared_ptr<const ComparedValue> values)
-        : Wrapper(std::move(content)), _curve(curve), _values(std::move(values)) {}
+        : Wrapper(std::move(content)), curve(curve), values(std::move(values)) {}
     const char* name() const override { return "Animation"; }
     std::optional<Curve> animation(const Element& before) const override {
         const auto* same = dynamic_cast<const AnimationElement*>(&before);
-        return same && !_values->equals(*same->_values) ? std::optional(_curve) : std::nullopt;
+        return same && !values->equals(*same->values) ? std::optional(curve) : std::nullopt;
     }
 
 private:
-    Curve _curve;
-    std::shared_ptr<const ComparedValue> _values;
+    Curve curve;
+    std::shared_ptr<const ComparedValue> values;
 };
 
 class ReactionElement final : public Wrapper {
 public:
     ReactionElement(View content, std::shared_ptr<const ComparedValue> value, Action action)
-        : Wrapper(std::move(content)), _value(std::move(value)), _action(std::move(action)) {}
+        : Wrapper(std::move(content)), value_(std::move(value)), action(std::move(action)) {}
     const char* name() const override { return "OnChange"; }
     Action reaction(const Element& before) const override {
         const auto* same = dynamic_cast<const ReactionElement*>(&before);
-        return same && !_value->equals(*same->_value) ? _action : nullptr;
+        return same && !value_->equals(*same->value_) ? action : nullptr;
     }
 
 private:
-    std::shared_ptr<const ComparedValue> _value;
-    Action _action;
+    std::shared_ptr<const ComparedValue> value_;
+    Action action;
 };
 
 class ReceivingElement final : public Wrapper {
 public:
     ReceivingElement(View content, std::string notification, Action action)
-        : Wrapper(std::move(content)), _notification(std::move(notification)), _action(std::move(action)) {}
+        : Wrapper(std::move(content)), notification(std::move(notification)), action(std::move(action)) {}
     const char* name() const override { return "OnReceive"; }
     void children(Node& node, ChildList& list) const override {
         Wrapper::children(node, list);
         auto& data = node.data<Data>();
         data.observation = NotificationCenter::defaultCenter().observe(
-            _notification, [action = _action](const auto&) { action(); });
+            notification, [action = this->action](const auto&) { action(); });
     }
 
 private:
@@ -143,18 +143,18 @@ private:
         Observation observation;
     };
 
-    std::string _notification;
-    Action _action;
+    std::string notification;
+    Action action;
 };
 
 class IdElement final : public Wrapper {
 public:
-    IdElement(View content, std::string id) : Wrapper(std::move(content)), _id(std::move(id)) {}
+    IdElement(View content, std::string id) : Wrapper(std::move(content)), id(std::move(id)) {}
     const char* name() const override { return "Id"; }
-    std::string explicitId() const override { return _id; }
+    std::string explicitId() const override { return id; }
 
 private:
-    std::string _id;
+    std::string id;
 };
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 class ScrollElement final : public Wrapper {
 public:
     ScrollElement(View content, std::optional<ScrollTarget> target, ScrollArea::Indicator indicator)
-        : Wrapper(std::move(content)), _target(std::move(target)), _indicator(indicator) {}
+        : Wrapper(std::move(content)), target(std::move(target)), indicator(indicator) {}
     const char* name() const override { return "ScrollArea"; }
 
     Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
@@ -26,7 +26,7 @@ public:
         auto& child = *node.children.front();
         const Proposal inner{node.target.size.width, std::nullopt};
         const auto outerViewport = pass.viewport;
-        const bool isSought = _target && !_target->id.empty() && data.reached != _target;
+        const bool isSought = target && !target->id.empty() && data.reached != target;
         // Rows that come into sight turn out higher or lower than was guessed; a few rounds settle it.
         constexpr int rounds = 6;
         for (int round = 0; round < rounds; ++round) {
@@ -40,7 +40,7 @@ public:
             if (pass.shift != 0 && !isSought) data.offset += pass.shift;
             if (child.measure(inner, pass).height == before && pass.shift == 0 && !isSought) break;
         }
-        if (isSought) data.reached = _target;
+        if (isSought) data.reached = target;
         pass.viewport = outerViewport;
         pass.shift = 0;
     }
@@ -78,12 +78,12 @@ private:
     };
 
     void seek(Node& node, Data& data) const {
-        const auto found = node.children.front()->element->locate(*node.children.front(), _target->id);
+        const auto found = node.children.front()->element->locate(*node.children.front(), target->id);
         if (!found) return;
         const double room = node.target.size.height;
         const auto [top, bottom] = *found;
-        if (_target->anchor) {
-            data.offset = top - (room - (bottom - top)) * *_target->anchor;
+        if (target->anchor) {
+            data.offset = top - (room - (bottom - top)) * *target->anchor;
         } else if (top < data.offset) {
             data.offset = top;
         } else if (bottom > data.offset + room) {
@@ -111,7 +111,7 @@ private:
 
     void recordIndicator(const Node& node, Recorder& recorder) const {
         const auto* data = node.dataIfAny<Data>();
-        if (_indicator == ScrollArea::Indicator::hidden || !data || data->most <= 0) return;
+        if (indicator == ScrollArea::Indicator::hidden || !data || data->most <= 0) return;
         constexpr double width = 5;
         constexpr double margin = 2;
         constexpr double shortest = 24;
@@ -132,8 +132,8 @@ private:
                        Capsule(), node.environment->foreground.withOpacity(opacity)});
     }
 
-    std::optional<ScrollTarget> _target;
-    ScrollArea::Indicator _indicator;
+    std::optional<ScrollTarget> target;
+    ScrollArea::Indicator indicator;
 };
 
 }  // namespace

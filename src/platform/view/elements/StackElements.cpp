@@ -21,23 +21,23 @@ Proposal proposalOf(Axis axis, std::optional<double> main, std::optional<double>
 /// The views under an element that were given as a list.
 class Container : public Element {
 public:
-    explicit Container(std::vector<View> views) : _views(std::move(views)) {}
+    explicit Container(std::vector<View> views) : views(std::move(views)) {}
     void children(Node&, ChildList& list) const override {
-        for (const auto& view : _views) list.add(view);
+        for (const auto& view : views) list.add(view);
     }
     double layoutPriority(const Node&) const override { return 0; }
 
 private:
-    std::vector<View> _views;
+    std::vector<View> views;
 };
 
 class StackElement : public Container {
 public:
     StackElement(Axis axis, Spacing spacing, Alignment alignment, std::vector<View> views)
-        : Container(std::move(views)), _axis(axis), _spacing(spacing.points), _alignment(alignment) {}
+        : Container(std::move(views)), axis_(axis), spacing(spacing.points), alignment(alignment) {}
 
-    const char* name() const override { return _axis == Axis::horizontal ? "HStack" : "VStack"; }
-    Axis axis() const { return _axis; }
+    const char* name() const override { return axis_ == Axis::horizontal ? "HStack" : "VStack"; }
+    Axis axis() const { return axis_; }
 
     Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         const auto offers = offersFor(node, proposal, pass);
@@ -45,25 +45,25 @@ public:
         double cross = 0;
         for (std::size_t at = 0; at < offers.size(); ++at) {
             const auto size = node.children[at]->measure(offers[at], pass);
-            main += along(_axis, size);
-            cross = std::max(cross, across(_axis, size));
+            main += along(axis_, size);
+            cross = std::max(cross, across(axis_, size));
         }
-        if (offers.size() > 1) main += _spacing * static_cast<double>(offers.size() - 1);
-        return _axis == Axis::horizontal ? Size{main, cross} : Size{cross, main};
+        if (offers.size() > 1) main += spacing * static_cast<double>(offers.size() - 1);
+        return axis_ == Axis::horizontal ? Size{main, cross} : Size{cross, main};
     }
 
     void place(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         const auto offers = offersFor(node, proposal, pass);
-        const double room = across(_axis, node.target.size);
-        const double part = _axis == Axis::horizontal ? _alignment.vertical : _alignment.horizontal;
+        const double room = across(axis_, node.target.size);
+        const double part = axis_ == Axis::horizontal ? alignment.vertical : alignment.horizontal;
         double main = 0;
         for (std::size_t at = 0; at < offers.size(); ++at) {
             auto& child = *node.children[at];
             const auto size = child.measure(offers[at], pass);
-            const double cross = (room - across(_axis, size)) * part;
-            pass.place(node, child, _axis == Axis::horizontal ? Point{main, cross} : Point{cross, main},
+            const double cross = (room - across(axis_, size)) * part;
+            pass.place(node, child, axis_ == Axis::horizontal ? Point{main, cross} : Point{cross, main},
                        offers[at]);
-            main += along(_axis, size) + _spacing;
+            main += along(axis_, size) + spacing;
         }
     }
 
@@ -78,16 +78,16 @@ private:
     /// The least flexible choose first, each from an equal part of what is left, so that those which could
     /// take everything get what nobody else needs.
     std::vector<Proposal> offersFor(Node& node, const Proposal& proposal, LayoutPass& pass) const {
-        const auto main = _axis == Axis::horizontal ? proposal.width : proposal.height;
-        const auto cross = _axis == Axis::horizontal ? proposal.height : proposal.width;
-        std::vector<Proposal> offers(node.children.size(), proposalOf(_axis, main, cross));
+        const auto main = axis_ == Axis::horizontal ? proposal.width : proposal.height;
+        const auto cross = axis_ == Axis::horizontal ? proposal.height : proposal.width;
+        std::vector<Proposal> offers(node.children.size(), proposalOf(axis_, main, cross));
         if (!main || !std::isfinite(*main)) return offers;
         std::vector<Share> shares(offers.size());
         double reserved = 0;
         for (std::size_t at = 0; at < shares.size(); ++at) {
             auto& child = *node.children[at];
-            const double least = along(_axis, child.measure(proposalOf(_axis, 0, cross), pass));
-            const double most = along(_axis, child.measure(proposalOf(_axis, unbounded, cross), pass));
+            const double least = along(axis_, child.measure(proposalOf(axis_, 0, cross), pass));
+            const double most = along(axis_, child.measure(proposalOf(axis_, unbounded, cross), pass));
             shares[at] = {at, least, most, child.element->layoutPriority(child)};
             reserved += least;
         }
@@ -96,7 +96,7 @@ private:
             return a.most - a.least < b.most - b.least;
         });
         double free = *main;
-        if (!offers.empty()) free -= _spacing * static_cast<double>(offers.size() - 1);
+        if (!offers.empty()) free -= spacing * static_cast<double>(offers.size() - 1);
         for (std::size_t begin = 0; begin < shares.size();) {
             auto end = begin;
             for (; end < shares.size() && shares[end].priority == shares[begin].priority; ++end) {
@@ -105,37 +105,37 @@ private:
             for (; begin < end; ++begin) {
                 const double part = std::max(0.0, (free - reserved) / static_cast<double>(end - begin));
                 auto& offer = offers[shares[begin].child];
-                offer = proposalOf(_axis, part, cross);
-                free -= along(_axis, node.children[shares[begin].child]->measure(offer, pass));
+                offer = proposalOf(axis_, part, cross);
+                free -= along(axis_, node.children[shares[begin].child]->measure(offer, pass));
             }
         }
         return offers;
     }
 
-    Axis _axis;
-    double _spacing;
-    Alignment _alignment;
+    Axis axis_;
+    double spacing;
+    Alignment alignment;
 };
 
 /// The rows of a list where no stack takes them apart stand under each other.
 class ForEachElement final : public StackElement {
 public:
     explicit ForEachElement(RowSource source)
-        : StackElement(Axis::vertical, Spacing(0), Alignment::topLeading(), {}), _source(std::move(source)) {}
+        : StackElement(Axis::vertical, Spacing(0), Alignment::topLeading(), {}), source(std::move(source)) {}
     const char* name() const override { return "ForEach"; }
-    const RowSource* rows() const override { return &_source; }
+    const RowSource* rows() const override { return &source; }
     void children(Node&, ChildList& list) const override {
-        list.add(View(std::make_shared<const ForEachElement>(_source)));
+        list.add(View(std::make_shared<const ForEachElement>(source)));
     }
 
 private:
-    RowSource _source;
+    RowSource source;
 };
 
 class LayersElement final : public Container {
 public:
     LayersElement(Alignment alignment, std::vector<View> views)
-        : Container(std::move(views)), _alignment(alignment) {}
+        : Container(std::move(views)), alignment(alignment) {}
     const char* name() const override { return "ZStack"; }
 
     Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
@@ -150,14 +150,14 @@ public:
         for (const auto& child : node.children) {
             const auto size = child->measure(proposal, pass);
             pass.place(node, *child,
-                       {(node.target.size.width - size.width) * _alignment.horizontal,
-                        (node.target.size.height - size.height) * _alignment.vertical},
+                       {(node.target.size.width - size.width) * alignment.horizontal,
+                        (node.target.size.height - size.height) * alignment.vertical},
                        proposal);
         }
     }
 
 private:
-    Alignment _alignment;
+    Alignment alignment;
 };
 
 /// The direction of the row or column that a view stands in; none outside of both.
@@ -170,11 +170,11 @@ std::optional<Axis> axisAround(const Node& node) {
 
 class SpacerElement final : public Element {
 public:
-    explicit SpacerElement(double minimum) : _minimum(minimum) {}
+    explicit SpacerElement(double minimum) : minimum(minimum) {}
     const char* name() const override { return "Spacer"; }
     Size measure(Node& node, const Proposal& proposal, LayoutPass&) const override {
         const auto taken = [this](std::optional<double> offered) {
-            return std::max(_minimum, offered.value_or(_minimum));
+            return std::max(minimum, offered.value_or(minimum));
         };
         const auto axis = axisAround(node);
         return {axis == Axis::vertical ? 0 : taken(proposal.width),
@@ -182,28 +182,28 @@ public:
     }
 
 private:
-    double _minimum;
+    double minimum;
 };
 
 class MemoElement final : public Element {
 public:
     MemoElement(std::function<View()> make, std::shared_ptr<const ComparedValue> values)
-        : _make(std::move(make)), _values(std::move(values)) {}
+        : make(std::move(make)), values(std::move(values)) {}
     const char* name() const override { return "Memo"; }
-    void children(Node&, ChildList& list) const override { list.add(_make()); }
+    void children(Node&, ChildList& list) const override { list.add(make()); }
     bool repeats(const Element& before) const override {
         const auto* same = dynamic_cast<const MemoElement*>(&before);
-        return same && _values->equals(*same->_values);
+        return same && values->equals(*same->values);
     }
 
 private:
-    std::function<View()> _make;
-    std::shared_ptr<const ComparedValue> _values;
+    std::function<View()> make;
+    std::shared_ptr<const ComparedValue> values;
 };
 
 class DividerElement final : public Element {
 public:
-    explicit DividerElement(const Color& color) : _color(color) {}
+    explicit DividerElement(const Color& color) : color(color) {}
     const char* name() const override { return "Divider"; }
     Size measure(Node& node, const Proposal& proposal, LayoutPass&) const override {
         constexpr double thickness = 1;
@@ -211,11 +211,11 @@ public:
         return {proposal.width.value_or(thickness), thickness};
     }
     void record(Node& node, Recorder& recorder) const override {
-        recorder.add(draw::Fill{node.drawn, Rectangle(), _color});
+        recorder.add(draw::Fill{node.drawn, Rectangle(), color});
     }
 
 private:
-    Color _color;
+    Color color;
 };
 
 }  // namespace

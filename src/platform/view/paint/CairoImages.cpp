@@ -30,8 +30,8 @@ std::shared_ptr<const handles::Surface> CairoImages::scaled(const std::shared_pt
     const bool isOwnSize = bitmap->width == width && bitmap->height == height;
     if (isOwnSize || width > largestSide || height > largestSide)
         return std::make_shared<const handles::Surface>(surfaceOf(*bitmap));
-    const auto& key = _key.of(reinterpret_cast<std::uintptr_t>(bitmap.get()), width, height);
-    if (const auto known = _copies.objectForKey(key); known && known->source.lock() == bitmap)
+    const auto& key = this->key.of(reinterpret_cast<std::uintptr_t>(bitmap.get()), width, height);
+    if (const auto known = copies.objectForKey(key); known && known->source.lock() == bitmap)
         return known->surface;
     const auto source = surfaceOf(*bitmap);
     handles::Surface copy(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
@@ -45,8 +45,8 @@ std::shared_ptr<const handles::Surface> CairoImages::scaled(const std::shared_pt
     cairo_set_operator(context.get(), CAIRO_OPERATOR_SOURCE);
     cairo_paint(context.get());
     auto surface = std::make_shared<const handles::Surface>(std::move(copy));
-    _copies.setObject(std::make_shared<const Copy>(Copy{bitmap, surface}), key,
-                      static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
+    copies.setObject(std::make_shared<const Copy>(Copy{bitmap, surface}), key,
+                     static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
     return surface;
 }
 

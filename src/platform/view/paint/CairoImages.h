@@ -25,8 +25,8 @@ private:
     };
     static constexpr std::size_t countLimit = 256;
     static constexpr std::size_t byteLimit = std::size_t{8} << 20;
-    CacheKey _key;
-    NSCache<Copy> _copies{countLimit, byteLimit};
+    CacheKey key;
+    NSCache<Copy> copies{countLimit, byteLimit};
 };
 
 }  // namespace vellumix::view

@@ -42,21 +42,21 @@ Rect snapped(const Rect& rect) {
 class CairoPass {
 public:
     CairoPass(CairoPainter& painter, cairo_t* context, double scale, const Rect& region)
-        : _painter(painter), _context(context), _scale(scale), _visible(region) {}
+        : painter(painter), context(context), scale(scale), visible(region) {}
 
     void run(const DrawingList& drawing) {
         for (std::size_t at = 0; at < drawing.size(); ++at) {
             if (isLoneCommandInLayer(drawing, at)) {
                 // One thing needs no surface of its own to be seen through.
-                _opacity = std::clamp(std::get<draw::PushLayer>(drawing[at]).opacity, 0.0, 1.0);
+                opacity = std::clamp(std::get<draw::PushLayer>(drawing[at]).opacity, 0.0, 1.0);
                 run(drawing[at + 1]);
-                _opacity = 1;
+                opacity = 1;
                 at += 2;
             } else {
                 run(drawing[at]);
             }
         }
-        while (!_open.empty()) pop();
+        while (!open.empty()) pop();
     }
 
 private:
@@ -82,38 +82,38 @@ private:
         std::visit([this](const auto& each) { execute(each); }, command);
     }
 
-    bool isHidden() const { return !_open.empty() && _open.back().scope == Scope::hidden; }
+    bool isHidden() const { return !open.empty() && open.back().scope == Scope::hidden; }
     bool isVisible(const Rect& pixels) const {
-        return !isHidden() && isPaintable(pixels) && !pixels.intersection(_visible).isEmpty();
+        return !isHidden() && isPaintable(pixels) && !pixels.intersection(visible).isEmpty();
     }
     void setColor(const Color& color) {
-        cairo_set_source_rgba(_context, color.red, color.green, color.blue, color.alpha * _opacity);
+        cairo_set_source_rgba(context, color.red, color.green, color.blue, color.alpha * opacity);
     }
     Shape scaled(Shape shape, double inset = 0) const {
-        shape.radius = std::max(0.0, shape.radius * _scale - inset);
+        shape.radius = std::max(0.0, shape.radius * scale - inset);
         return shape;
     }
     /// A list's ground may be longer than what cairo can count; the sides that can't be seen come nearer.
     Rect pixelsOf(const Rect& rect, const Shape& shape) const {
-        const Rect pixels = scaledBy(rect, _scale);
+        const Rect pixels = scaledBy(rect, scale);
         if (isPaintable(pixels) || shape.kind == Shape::Kind::ellipse) return pixels;
-        const double away = 2 * std::min(shape.radius, farthest) * _scale + 64;
-        const Rect around = pixels.intersection(outset(_visible, away));
+        const double away = 2 * std::min(shape.radius, farthest) * scale + 64;
+        const Rect around = pixels.intersection(outset(visible, away));
         return around.isEmpty() ? pixels : around;
     }
 
     void execute(const draw::Fill& fill) {
         const Rect pixels = pixelsOf(fill.rect, fill.shape);
         if (!isVisible(outset(pixels, 1)) || pixels.isEmpty() || fill.color.alpha <= 0) return;
-        appendShape(_context, snapped(pixels), scaled(fill.shape));
+        appendShape(context, snapped(pixels), scaled(fill.shape));
         setColor(fill.color);
-        cairo_fill(_context);
+        cairo_fill(context);
     }
 
     void execute(const draw::Stroke& stroke) {
         const Rect pixels = pixelsOf(stroke.rect, stroke.shape);
-        if (!(stroke.width > 0) || !(stroke.width * _scale < farthest) || stroke.color.alpha <= 0) return;
-        const double width = std::max(1.0, std::round(stroke.width * _scale));
+        if (!(stroke.width > 0) || !(stroke.width * scale < farthest) || stroke.color.alpha <= 0) return;
+        const double width = std::max(1.0, std::round(stroke.width * scale));
         if (!isVisible(outset(pixels, width + 1)) || pixels.isEmpty()) return;
         // Inside of its rectangle, so that what is outlined is as large by any width of the line.
         const double inset = width / 2;
@@ -122,23 +122,23 @@ private:
         if (outline.size.width <= width || outline.size.height <= width)
             return execute(draw::Fill{stroke.rect, stroke.shape, stroke.color});
         outline = outline.inset(inset);
-        appendShape(_context, outline, scaled(stroke.shape, inset));
+        appendShape(context, outline, scaled(stroke.shape, inset));
         setColor(stroke.color);
-        cairo_set_line_width(_context, width);
-        cairo_stroke(_context);
+        cairo_set_line_width(context, width);
+        cairo_stroke(context);
     }
 
     void execute(const draw::Shadow& shadow) {
-        const double radius = std::max(0.0, shadow.radius) * _scale;
+        const double radius = std::max(0.0, shadow.radius) * scale;
         constexpr double largestRadius = 512;
         if (!(radius < largestRadius) || shadow.color.alpha <= 0) return;
-        Rect pixels = scaledBy(shadow.rect, _scale);
-        pixels.origin = pixels.origin + Point{shadow.offset.x * _scale, shadow.offset.y * _scale};
+        Rect pixels = scaledBy(shadow.rect, scale);
+        pixels.origin = pixels.origin + Point{shadow.offset.x * scale, shadow.offset.y * scale};
         const double deviation = radius / 2;
         if (!isVisible(outset(pixels, CairoShadow::margin(deviation) + 1)) || pixels.isEmpty()) return;
         auto color = shadow.color;
-        color.alpha *= _opacity;
-        _painter._shadows.paint(_context, snapped(pixels), scaled(shadow.shape), deviation, color);
+        color.alpha *= opacity;
+        painter.shadows.paint(context, snapped(pixels), scaled(shadow.shape), deviation, color);
     }
 
     void execute(const draw::Text& text) {
@@ -146,61 +146,61 @@ private:
         if (!layout) return;
         const Rect box{text.origin, layout->size()};
         // Letters lean out of their box by less than a line.
-        if (!isVisible(outset(scaledBy(box, _scale), (layout->baseline() + 1) * _scale))) return;
-        cairo_save(_context);
-        cairo_translate(_context, std::round(text.origin.x * _scale), std::round(text.origin.y * _scale));
-        cairo_scale(_context, _scale, _scale);
+        if (!isVisible(outset(scaledBy(box, scale), (layout->baseline() + 1) * scale))) return;
+        cairo_save(context);
+        cairo_translate(context, std::round(text.origin.x * scale), std::round(text.origin.y * scale));
+        cairo_scale(context, scale, scale);
         if (layout->isOverflowing()) {
-            cairo_rectangle(_context, 0, 0, box.size.width, box.size.height);
-            cairo_clip(_context);
+            cairo_rectangle(context, 0, 0, box.size.width, box.size.height);
+            cairo_clip(context);
         }
         setColor(text.color);
-        layout->draw(_context);
-        cairo_restore(_context);
+        layout->draw(context);
+        cairo_restore(context);
     }
 
     void execute(const draw::Symbol& symbol) {
-        const Rect pixels = scaledBy(symbol.rect, _scale);
+        const Rect pixels = scaledBy(symbol.rect, scale);
         if (!isVisible(outset(pixels, 1))) return;
         const double side = std::round(std::min(pixels.size.width, pixels.size.height));
         constexpr double largestSide = 1024;
         if (!(side >= 1 && side <= largestSide)) return;
         const auto mask =
-            _painter._symbols.mask(symbol.name, static_cast<int>(side), side / _scale, symbol.weight);
+            painter.symbols.mask(symbol.name, static_cast<int>(side), side / scale, symbol.weight);
         if (!mask) return;
         setColor(symbol.color);
-        cairo_mask_surface(_context, mask->get(), std::round(pixels.centre().x - side / 2),
+        cairo_mask_surface(context, mask->get(), std::round(pixels.centre().x - side / 2),
                            std::round(pixels.centre().y - side / 2));
     }
 
     void execute(const draw::Image& image) {
-        const Rect pixels = scaledBy(image.rect, _scale);
-        const double opacity = image.opacity * _opacity;
+        const Rect pixels = scaledBy(image.rect, scale);
+        const double opacity = image.opacity * this->opacity;
         if (!isVisible(outset(pixels, 1)) || !(opacity > 0)) return;
         const Rect place = snapped(pixels);
-        const auto copy = _painter._images.scaled(image.bitmap, static_cast<int>(place.size.width),
-                                                  static_cast<int>(place.size.height));
+        const auto copy = painter.images.scaled(image.bitmap, static_cast<int>(place.size.width),
+                                                static_cast<int>(place.size.height));
         if (!copy) return;
-        cairo_save(_context);
-        cairo_rectangle(_context, place.minX(), place.minY(), place.size.width, place.size.height);
-        cairo_clip(_context);
-        cairo_translate(_context, place.minX(), place.minY());
-        cairo_scale(_context, place.size.width / cairo_image_surface_get_width(copy->get()),
+        cairo_save(context);
+        cairo_rectangle(context, place.minX(), place.minY(), place.size.width, place.size.height);
+        cairo_clip(context);
+        cairo_translate(context, place.minX(), place.minY());
+        cairo_scale(context, place.size.width / cairo_image_surface_get_width(copy->get()),
                     place.size.height / cairo_image_surface_get_height(copy->get()));
-        cairo_set_source_surface(_context, copy->get(), 0, 0);
-        cairo_pattern_set_extend(cairo_get_source(_context), CAIRO_EXTEND_PAD);
-        cairo_paint_with_alpha(_context, std::min(1.0, opacity));
-        cairo_restore(_context);
+        cairo_set_source_surface(context, copy->get(), 0, 0);
+        cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
+        cairo_paint_with_alpha(context, std::min(1.0, opacity));
+        cairo_restore(context);
     }
 
     void execute(const draw::PushClip& clip) {
         const Rect pixels = pixelsOf(clip.rect, clip.shape);
         if (!isVisible(pixels)) return push(Scope::hidden);
         push(Scope::clip);
-        cairo_save(_context);
-        appendShape(_context, snapped(pixels), scaled(clip.shape));
-        cairo_clip(_context);
-        _visible = _visible.intersection(snapped(pixels));
+        cairo_save(context);
+        appendShape(context, snapped(pixels), scaled(clip.shape));
+        cairo_clip(context);
+        visible = visible.intersection(snapped(pixels));
     }
 
     void execute(const draw::PushLayer& layer) {
@@ -210,50 +210,50 @@ private:
                              std::abs(layer.centre.y) < farthest;
         if (!isSound || isHidden()) return push(Scope::hidden);
         push(opacity < 1 ? Scope::group : Scope::layer, opacity);
-        cairo_save(_context);
-        if (opacity < 1) cairo_push_group(_context);
+        cairo_save(context);
+        if (opacity < 1) cairo_push_group(context);
         if (layer.scale == 1 && layer.rotation == 0) return;
-        const Point centre{layer.centre.x * _scale, layer.centre.y * _scale};
-        cairo_translate(_context, centre.x, centre.y);
-        cairo_scale(_context, layer.scale, layer.scale);
-        cairo_rotate(_context, layer.rotation);
-        cairo_translate(_context, -centre.x, -centre.y);
-        _visible = {{(_visible.minX() - centre.x) / layer.scale + centre.x,
-                     (_visible.minY() - centre.y) / layer.scale + centre.y},
-                    {_visible.size.width / layer.scale, _visible.size.height / layer.scale}};
+        const Point centre{layer.centre.x * scale, layer.centre.y * scale};
+        cairo_translate(context, centre.x, centre.y);
+        cairo_scale(context, layer.scale, layer.scale);
+        cairo_rotate(context, layer.rotation);
+        cairo_translate(context, -centre.x, -centre.y);
+        visible = {{(visible.minX() - centre.x) / layer.scale + centre.x,
+                    (visible.minY() - centre.y) / layer.scale + centre.y},
+                   {visible.size.width / layer.scale, visible.size.height / layer.scale}};
         if (layer.rotation == 0) return;
         // Whatever the angle, what can be seen lies within this distance of the centre.
         const double reach =
-            std::hypot(std::max(std::abs(_visible.minX() - centre.x), std::abs(_visible.maxX() - centre.x)),
-                       std::max(std::abs(_visible.minY() - centre.y), std::abs(_visible.maxY() - centre.y)));
-        _visible = outset({centre, {}}, reach);
+            std::hypot(std::max(std::abs(visible.minX() - centre.x), std::abs(visible.maxX() - centre.x)),
+                       std::max(std::abs(visible.minY() - centre.y), std::abs(visible.maxY() - centre.y)));
+        visible = outset({centre, {}}, reach);
     }
 
     void execute(const draw::Pop&) {
-        if (!_open.empty()) pop();
+        if (!open.empty()) pop();
     }
 
-    void push(Scope scope, double opacity = 1) { _open.push_back({scope, opacity, _visible}); }
+    void push(Scope scope, double opacity = 1) { open.push_back({scope, opacity, visible}); }
 
     void pop() {
-        const auto open = _open.back();
-        _open.pop_back();
-        _visible = open.visible;
+        const auto open = this->open.back();
+        this->open.pop_back();
+        visible = open.visible;
         if (open.scope == Scope::hidden) return;
         if (open.scope == Scope::group) {
-            cairo_pop_group_to_source(_context);
-            cairo_paint_with_alpha(_context, open.opacity);
+            cairo_pop_group_to_source(context);
+            cairo_paint_with_alpha(context, open.opacity);
         }
-        cairo_restore(_context);
+        cairo_restore(context);
     }
 
-    CairoPainter& _painter;
-    cairo_t* _context;
-    double _scale;
+    CairoPainter& painter;
+    cairo_t* context;
+    double scale;
     /// In the context's units, which a layer may have scaled.
-    Rect _visible;
-    double _opacity = 1;
-    std::vector<Open> _open;
+    Rect visible;
+    double opacity = 1;
+    std::vector<Open> open;
 };
 
 void CairoPainter::paint(const DrawingList& drawing, CairoSurface& surface, double scale,

@@ -22,9 +22,9 @@ public:
 
 private:
     friend class CairoPass;
-    SymbolMasks _symbols;
-    CairoShadow _shadows;
-    CairoImages _images;
+    SymbolMasks symbols;
+    CairoShadow shadows;
+    CairoImages images;
 };
 
 }  // namespace vellumix::view

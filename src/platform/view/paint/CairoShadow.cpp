@@ -101,9 +101,9 @@ std::shared_ptr<const CairoShadow::Patch> CairoShadow::patch(int width, int heig
     if (patch.width > largestSide || patch.height > largestSide) return nullptr;
     // The corners of a capsule follow from its whole height, so they belong to the key.
     const auto& key =
-        _key.of(static_cast<int>(shape.kind), innerWidth, innerHeight,
-                std::lround(std::min(shape.radius, 1e6) * 64), std::lround(deviation * 64), inside);
-    if (auto known = _patches.objectForKey(key)) return known;
+        this->key.of(static_cast<int>(shape.kind), innerWidth, innerHeight,
+                     std::lround(std::min(shape.radius, 1e6) * 64), std::lround(deviation * 64), inside);
+    if (auto known = patches.objectForKey(key)) return known;
     patch.mask.reset(cairo_image_surface_create(CAIRO_FORMAT_A8, patch.width, patch.height));
     const handles::Context context(cairo_create(patch.mask.get()));
     const double at = reach;
@@ -113,7 +113,7 @@ std::shared_ptr<const CairoShadow::Patch> CairoShadow::patch(int width, int heig
     blur(patch.mask.get(), deviation);
     const auto cost = static_cast<std::size_t>(patch.width) * static_cast<std::size_t>(patch.height);
     auto made = std::make_shared<const Patch>(std::move(patch));
-    _patches.setObject(made, key, cost);
+    patches.setObject(made, key, cost);
     return made;
 }
 

@@ -33,8 +33,8 @@ private:
 
     static constexpr std::size_t countLimit = 64;
     static constexpr std::size_t byteLimit = std::size_t{4} << 20;
-    CacheKey _key;
-    NSCache<Patch> _patches{countLimit, byteLimit};
+    CacheKey key;
+    NSCache<Patch> patches{countLimit, byteLimit};
 };
 
 }  // namespace vellumix::view

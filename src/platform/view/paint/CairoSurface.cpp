@@ -5,19 +5,19 @@
 namespace vellumix::view {
 
 CairoSurface::CairoSurface(int width, int height)
-    : _surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)) {}
+    : surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)) {}
 
 CairoSurface::CairoSurface(std::span<std::uint8_t> memory, int width, int height, int stride) {
     const bool fits = width > 0 && height > 0 && stride >= 4 * static_cast<std::int64_t>(width) &&
                       memory.size() / static_cast<std::size_t>(stride) >= static_cast<std::size_t>(height);
-    _surface.reset(
+    surface.reset(
         fits ? cairo_image_surface_create_for_data(memory.data(), CAIRO_FORMAT_ARGB32, width, height, stride)
              : cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 0, 0));
 }
 
 std::span<const std::uint8_t> CairoSurface::pixels() const {
-    cairo_surface_flush(_surface.get());
-    const auto* first = cairo_image_surface_get_data(_surface.get());
+    cairo_surface_flush(surface.get());
+    const auto* first = cairo_image_surface_get_data(surface.get());
     if (!first) return {};
     return {first, static_cast<std::size_t>(stride()) * static_cast<std::size_t>(height())};
 }

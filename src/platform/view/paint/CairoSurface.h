@@ -17,19 +17,19 @@ public:
     /// server. `stride` is in bytes, a multiple of 4, at least 4 * width.
     CairoSurface(std::span<std::uint8_t> memory, int width, int height, int stride);
 
-    int width() const { return cairo_image_surface_get_width(_surface.get()); }
-    int height() const { return cairo_image_surface_get_height(_surface.get()); }
+    int width() const { return cairo_image_surface_get_width(surface.get()); }
+    int height() const { return cairo_image_surface_get_height(surface.get()); }
     /// In bytes, from one row to the next.
-    int stride() const { return cairo_image_surface_get_stride(_surface.get()); }
+    int stride() const { return cairo_image_surface_get_stride(surface.get()); }
     /// All rows; empty for a surface on which nothing shows. Valid until the next paint.
     std::span<const std::uint8_t> pixels() const;
     /// 0 outside.
     std::uint32_t pixelAt(int x, int y) const;
 
-    cairo_surface_t* handle() const { return _surface.get(); }
+    cairo_surface_t* handle() const { return surface.get(); }
 
 private:
-    handles::Surface _surface;
+    handles::Surface surface;
 };
 
 /// Whether the file was written.

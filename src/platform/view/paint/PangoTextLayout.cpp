@@ -36,31 +36,31 @@ std::vector<double> letterWidths(const PangoLayoutLine* line) {
 }  // namespace
 
 PangoTextLayout::PangoTextLayout(std::vector<Part> parts, const TextOptions& options, Rest rest)
-    : _parts(std::move(parts)), _rest(rest) {
-    for (const auto& part : _parts) addLines(part, _lines.empty() ? 0 : _lines.back().rect.maxY());
+    : parts(std::move(parts)), rest_(rest) {
+    for (const auto& part : this->parts) addLines(part, lines.empty() ? 0 : lines.back().rect.maxY());
     double left = unbounded;
     double right = 0;
-    for (const auto& line : _lines) {
+    for (const auto& line : lines) {
         left = std::min(left, line.rect.minX());
         right = std::max(right, line.rect.maxX());
     }
-    for (auto& line : _lines) {
+    for (auto& line : lines) {
         line.rect.origin.x -= left;
         line.shift = left;
     }
-    _size = {std::min(right - left, std::max(0.0, options.maximumWidth)), _lines.back().rect.maxY()};
+    size_ = {std::min(right - left, std::max(0.0, options.maximumWidth)), lines.back().rect.maxY()};
     // Letters lean out of their box a little, and that is as it should be.
     const double tolerance = 0.4 * options.font.size;
     const Rect allowed = {{-tolerance, -tolerance},
-                          {_size.width + 2 * tolerance, _size.height + 2 * tolerance}};
-    for (const auto& line : _lines) {
+                          {size_.width + 2 * tolerance, size_.height + 2 * tolerance}};
+    for (const auto& line : lines) {
         PangoRectangle ink;
         pango_layout_line_get_extents(line.line, &ink, nullptr);
         const auto x = line.rect.minX() + points(ink.x);
         const auto y = line.baseline + points(ink.y);
         if (x < allowed.minX() || y < allowed.minY() || x + points(ink.width) > allowed.maxX() ||
             y + points(ink.height) > allowed.maxY())
-            _isOverflowing = true;
+            isOverflowing_ = true;
     }
 }
 
@@ -79,7 +79,7 @@ void PangoTextLayout::addLines(const Part& part, double top) {
         line.rect = rectOf(extents, top);
         line.baseline = points(pango_layout_iter_get_baseline(iterator.get())) + top;
         if (lacksFont(line.line)) setWithoutFont(line, top + count * heightWithoutFont);
-        _lines.push_back(line);
+        lines.push_back(line);
         if (!pango_layout_iter_next_line(iterator.get())) return;
     }
 }
@@ -108,9 +108,9 @@ void PangoTextLayout::drawWithoutFont(const Line& line, cairo_t* context) {
 }
 
 const PangoTextLayout::Line& PangoTextLayout::lineOf(std::size_t offset) const {
-    const auto next = std::upper_bound(_lines.begin(), _lines.end(), offset,
+    const auto next = std::upper_bound(lines.begin(), lines.end(), offset,
                                        [](std::size_t at, const Line& line) { return at < line.begin; });
-    return next == _lines.begin() ? _lines.front() : *(next - 1);
+    return next == lines.begin() ? lines.front() : *(next - 1);
 }
 
 double PangoTextLayout::xIn(const Line& line, std::size_t offset) const {
@@ -129,9 +129,9 @@ Rect PangoTextLayout::caret(std::size_t offset) const {
 }
 
 std::size_t PangoTextLayout::offsetAt(Point point) const {
-    const auto below = std::find_if(_lines.begin(), _lines.end(),
+    const auto below = std::find_if(lines.begin(), lines.end(),
                                     [&](const Line& line) { return point.y < line.rect.maxY(); });
-    const auto& line = below == _lines.end() ? _lines.back() : *below;
+    const auto& line = below == lines.end() ? lines.back() : *below;
     const auto width = std::max(1.0, line.rect.size.width);
     const auto x = std::clamp(point.x - line.rect.minX(), -1.0, width + 1);
     int index = 0;
@@ -145,7 +145,7 @@ std::size_t PangoTextLayout::offsetAt(Point point) const {
 
 std::vector<Rect> PangoTextLayout::areas(std::size_t begin, std::size_t end) const {
     std::vector<Rect> areas;
-    for (const auto& line : _lines) {
+    for (const auto& line : lines) {
         const auto from = std::max(begin, line.begin);
         const auto to = std::min(end, line.end);
         if (from >= to) continue;
@@ -167,7 +167,7 @@ std::vector<Rect> PangoTextLayout::areas(std::size_t begin, std::size_t end) con
 }
 
 void PangoTextLayout::draw(cairo_t* context) const {
-    for (const auto& line : _lines) {
+    for (const auto& line : lines) {
         if (lacksFont(line.line)) {
             drawWithoutFont(line, context);
             continue;

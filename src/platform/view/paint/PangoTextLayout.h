@@ -27,11 +27,11 @@ public:
     /// At least one part with at least one line. `rest` is what the parts don't show.
     PangoTextLayout(std::vector<Part> parts, const TextOptions& options, Rest rest);
 
-    Size size() const override { return _size; }
-    double baseline() const override { return _lines.front().baseline; }
-    int lineCount() const override { return static_cast<int>(_lines.size()); }
-    bool isTruncated() const override { return _rest != Rest::none; }
-    Rest rest() const { return _rest; }
+    Size size() const override { return size_; }
+    double baseline() const override { return lines.front().baseline; }
+    int lineCount() const override { return static_cast<int>(lines.size()); }
+    bool isTruncated() const override { return rest_ != Rest::none; }
+    Rest rest() const { return rest_; }
     Rect caret(std::size_t offset) const override;
     std::size_t offsetAt(Point point) const override;
     std::vector<Rect> areas(std::size_t begin, std::size_t end) const override;
@@ -40,7 +40,7 @@ public:
     void draw(cairo_t* context) const;
     /// Whether letters reach so far out of the box that they must be cut off at it, as piles of combining
     /// marks do.
-    bool isOverflowing() const { return _isOverflowing; }
+    bool isOverflowing() const { return isOverflowing_; }
 
 private:
     struct Line {
@@ -60,11 +60,11 @@ private:
     const Line& lineOf(std::size_t offset) const;
     double xIn(const Line& line, std::size_t offset) const;
 
-    std::vector<Part> _parts;
-    std::vector<Line> _lines;
-    Size _size;
-    Rest _rest = Rest::none;
-    bool _isOverflowing = false;
+    std::vector<Part> parts;
+    std::vector<Line> lines;
+    Size size_;
+    Rest rest_ = Rest::none;
+    bool isOverflowing_ = false;
 };
 
 }  // namespace vellumix::view

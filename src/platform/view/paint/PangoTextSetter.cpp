@@ -51,24 +51,24 @@ std::size_t lineEnd(std::string_view text) {
 }  // namespace
 
 PangoTextSetter::PangoTextSetter(FontFamilies families)
-    : _families(std::move(families)),
-      _fontMap(pango_cairo_font_map_new()),
-      _context(pango_font_map_create_context(_fontMap.get())),
-      _rightToLeftContext(pango_font_map_create_context(_fontMap.get())) {
+    : families(std::move(families)),
+      fontMap(pango_cairo_font_map_new()),
+      context(pango_font_map_create_context(fontMap.get())),
+      rightToLeftContext(pango_font_map_create_context(fontMap.get())) {
     const handles::FontOptions options(cairo_font_options_create());
     cairo_font_options_set_antialias(options.get(), CAIRO_ANTIALIAS_GRAY);
     cairo_font_options_set_hint_style(options.get(), CAIRO_HINT_STYLE_SLIGHT);
     cairo_font_options_set_hint_metrics(options.get(), CAIRO_HINT_METRICS_OFF);
-    for (auto* context : {_context.get(), _rightToLeftContext.get()}) {
+    for (auto* context : {this->context.get(), rightToLeftContext.get()}) {
         pango_cairo_context_set_font_options(context, options.get());
         pango_context_set_round_glyph_positions(context, FALSE);
     }
-    pango_context_set_base_dir(_rightToLeftContext.get(), PANGO_DIRECTION_RTL);
+    pango_context_set_base_dir(rightToLeftContext.get(), PANGO_DIRECTION_RTL);
 }
 
 void PangoTextSetter::forget() {
-    _layouts.removeAllObjects();
-    _key = {};
+    layouts.removeAllObjects();
+    key = {};
 }
 
 std::shared_ptr<const TextLayout> PangoTextSetter::set(const String& text, const TextOptions& options) {
@@ -82,23 +82,23 @@ std::shared_ptr<const TextLayout> PangoTextSetter::set(const String& text, const
 
 std::shared_ptr<const PangoTextLayout> PangoTextSetter::set(const VisibleText& visible,
                                                             const TextOptions& options) {
-    const auto& key = _key.of(std::lround(options.font.size * PANGO_SCALE),
-                              static_cast<int>(options.font.weight), static_cast<int>(options.font.design),
-                              options.font.isItalic, pangoWidth(options.maximumWidth), options.lineLimit,
-                              static_cast<int>(options.alignment), visible.isCut, visible.text);
-    if (auto known = _layouts.objectForKey(key)) return known;
+    const auto& key = this->key.of(
+        std::lround(options.font.size * PANGO_SCALE), static_cast<int>(options.font.weight),
+        static_cast<int>(options.font.design), options.font.isItalic, pangoWidth(options.maximumWidth),
+        options.lineLimit, static_cast<int>(options.alignment), visible.isCut, visible.text);
+    if (auto known = layouts.objectForKey(key)) return known;
     auto layout = std::make_shared<const PangoTextLayout>(lines(visible, options));
     // Of glyphs, clusters and breaks, for each byte of the text.
     constexpr std::size_t layoutCost = 48;
-    _layouts.setObject(layout, key, layoutCost * key.size());
+    layouts.setObject(layout, key, layoutCost * key.size());
     return layout;
 }
 
 handles::Layout PangoTextSetter::layout(std::string_view text, const TextOptions& options,
                                         std::optional<PangoDirection> direction) {
     const bool isRightToLeft = direction == PANGO_DIRECTION_RTL;
-    handles::Layout layout(pango_layout_new(isRightToLeft ? _rightToLeftContext.get() : _context.get()));
-    pango_layout_set_font_description(layout.get(), description(options.font, _families).get());
+    handles::Layout layout(pango_layout_new(isRightToLeft ? rightToLeftContext.get() : context.get()));
+    pango_layout_set_font_description(layout.get(), description(options.font, families).get());
     pango_layout_set_width(layout.get(), pangoWidth(options.maximumWidth));
     pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
     pango_layout_set_auto_dir(layout.get(), !direction);
@@ -108,7 +108,7 @@ handles::Layout PangoTextSetter::layout(std::string_view text, const TextOptions
     pango_attr_list_insert(attributes.get(), pango_attr_insert_hyphens_new(FALSE));
     pango_layout_set_attributes(layout.get(), attributes.get());
     pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
-    _shapedCharacterCount += static_cast<std::uint64_t>(pango_layout_get_character_count(layout.get()));
+    shapedCharacterCount_ += static_cast<std::uint64_t>(pango_layout_get_character_count(layout.get()));
     return layout;
 }
 

@@ -23,7 +23,7 @@ public:
     void forget() override;
 
     /// All characters that have been shaped until now: what the setting of texts costs.
-    std::uint64_t shapedCharacterCount() const { return _shapedCharacterCount; }
+    std::uint64_t shapedCharacterCount() const { return shapedCharacterCount_; }
 
 private:
     static constexpr std::size_t countLimit = 512;
@@ -37,13 +37,13 @@ private:
     PangoTextLayout::Part lastLine(const VisibleText& visible, std::size_t begin, PangoDirection direction,
                                    const TextOptions& options);
 
-    FontFamilies _families;
-    handles::Object<PangoFontMap> _fontMap;
-    handles::Object<PangoContext> _context;
-    handles::Object<PangoContext> _rightToLeftContext;
-    CacheKey _key;
-    NSCache<PangoTextLayout> _layouts{countLimit, byteLimit};
-    std::uint64_t _shapedCharacterCount = 0;
+    FontFamilies families;
+    handles::Object<PangoFontMap> fontMap;
+    handles::Object<PangoContext> context;
+    handles::Object<PangoContext> rightToLeftContext;
+    CacheKey key;
+    NSCache<PangoTextLayout> layouts{countLimit, byteLimit};
+    std::uint64_t shapedCharacterCount_ = 0;
 };
 
 }  // namespace vellumix::view

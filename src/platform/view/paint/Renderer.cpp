@@ -10,19 +10,19 @@ namespace vellumix::view {
 Renderer& Renderer::shared() { return SharedInstances::current().get<Renderer>(); }
 
 Renderer::Renderer()
-    : _painter(std::make_unique<CairoPainter>()), _forgetting(RememberedTexts::shared().onForget([this] {
-          if (_texts) _texts->forget();
+    : painter(std::make_unique<CairoPainter>()), forgetting(RememberedTexts::shared().onForget([this] {
+          if (texts_) texts_->forget();
       })) {}
 Renderer::~Renderer() = default;
 
 TextSetter& Renderer::texts() {
-    if (!_texts) _texts = std::make_unique<PangoTextSetter>(platform::current().fontFamilies);
-    return *_texts;
+    if (!texts_) texts_ = std::make_unique<PangoTextSetter>(platform::current().fontFamilies);
+    return *texts_;
 }
 
 void Renderer::paint(const DrawingList& drawing, const PixelBuffer& pixels, double scale) {
     CairoSurface surface(pixels.memory, pixels.width, pixels.height, pixels.stride);
-    _painter->paint(drawing, surface, scale, {{}, {pixels.width / scale, pixels.height / scale}});
+    painter->paint(drawing, surface, scale, {{}, {pixels.width / scale, pixels.height / scale}});
 }
 
 }  // namespace vellumix::view

@@ -24,14 +24,14 @@ public:
     /// Sets texts in the fonts of the platform in force, unless it was given another setter.
     TextSetter& texts();
     /// Before the first window: each keeps the setter that it was made with.
-    void setTexts(std::unique_ptr<TextSetter> texts) { _texts = std::move(texts); }
+    void setTexts(std::unique_ptr<TextSetter> texts) { texts_ = std::move(texts); }
     /// Replaces all pixels by the drawing; `scale` is in device pixels a point.
     void paint(const DrawingList& drawing, const PixelBuffer& pixels, double scale);
 
 private:
-    std::unique_ptr<TextSetter> _texts;
-    std::unique_ptr<CairoPainter> _painter;
-    Observation _forgetting;
+    std::unique_ptr<TextSetter> texts_;
+    std::unique_ptr<CairoPainter> painter;
+    Observation forgetting;
 };
 
 }  // namespace vellumix::view

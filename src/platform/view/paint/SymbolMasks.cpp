@@ -26,12 +26,12 @@ std::shared_ptr<const handles::Surface> SymbolMasks::mask(std::string_view name,
     constexpr int largestSide = 1024;
     if (side < 1 || side > largestSide) return nullptr;
     const double width = symbolStrokeWidth(weight, points);
-    const auto& key = _key.of(name, side, std::lround(width * 1000));
-    if (auto known = _masks.objectForKey(key)) return known;
+    const auto& key = this->key.of(name, side, std::lround(width * 1000));
+    if (auto known = masks.objectForKey(key)) return known;
     const auto outlines = symbolOutlines(name);
     if (outlines.empty()) return nullptr;
     auto mask = std::make_shared<const handles::Surface>(drawn(outlines, width, side));
-    _masks.setObject(mask, key, static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
+    masks.setObject(mask, key, static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
     return mask;
 }
 

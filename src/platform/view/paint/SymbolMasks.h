@@ -22,8 +22,8 @@ public:
 private:
     static constexpr std::size_t countLimit = 512;
     static constexpr std::size_t byteLimit = std::size_t{2} << 20;
-    CacheKey _key;
-    NSCache<handles::Surface> _masks{countLimit, byteLimit};
+    CacheKey key;
+    NSCache<handles::Surface> masks{countLimit, byteLimit};
 };
 
 }  // namespace vellumix::view

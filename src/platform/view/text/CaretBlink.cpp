@@ -6,9 +6,9 @@
 namespace vellumix::view {
 
 double CaretBlink::idleFor(double now) {
-    if (_isRestarted) _since = now;
-    _isRestarted = false;
-    return now - _since;
+    if (isRestarted) since = now;
+    isRestarted = false;
+    return now - since;
 }
 
 bool CaretBlink::isShown(Recorder& recorder) {
@@ -21,7 +21,7 @@ bool CaretBlink::isShown(Recorder& recorder) {
     const double idle = idleFor(recorder.now()) + slack;
     if (idle >= blinking) return true;
     const double turns = idle < steady ? 0 : std::floor((idle - steady) / halfPeriod) + 1;
-    recorder.needFrameAt(_since + std::min(steady + turns * halfPeriod, blinking));
+    recorder.needFrameAt(since + std::min(steady + turns * halfPeriod, blinking));
     return std::fmod(turns, 2) == 0;
 }
 

@@ -9,7 +9,7 @@ namespace vellumix::view {
 class CaretBlink {
 public:
     /// Something was written, or the caret has moved.
-    void restart() { _isRestarted = true; }
+    void restart() { isRestarted = true; }
     /// Asks for a frame when it changes next.
     bool isShown(Recorder& recorder);
     /// How long nothing has been written, in seconds.
@@ -17,8 +17,8 @@ public:
 
 private:
     /// The moment is that of the first frame after it.
-    bool _isRestarted = false;
-    double _since = 0;
+    bool isRestarted = false;
+    double since = 0;
 };
 
 }  // namespace vellumix::view

@@ -21,13 +21,13 @@ public:
                 std::size_t composedCaret);
 
     /// Null before it has been laid out.
-    const std::shared_ptr<const TextLayout>& layout() const { return _layout; }
-    const ShownText& shown() const { return _shown; }
+    const std::shared_ptr<const TextLayout>& layout() const { return layout_; }
+    const ShownText& shown() const { return shown_; }
     /// How much of it is out of sight on the left.
-    double scrolled() const { return _scrolled; }
+    double scrolled() const { return scrolled_; }
     /// Of a line of the font alone, from its top.
-    double baseline() const { return _baseline; }
-    double caretX() const { return _caretX; }
+    double baseline() const { return baseline_; }
+    double caretX() const { return caretX_; }
 
     /// These need a layout.
     double xOf(std::size_t offset) const;
@@ -36,11 +36,11 @@ public:
     std::optional<std::size_t> offsetBeside(std::size_t offset, bool toRight) const;
 
 private:
-    ShownText _shown;
-    std::shared_ptr<const TextLayout> _layout;
-    double _baseline = 0;
-    double _scrolled = 0;
-    double _caretX = 0;
+    ShownText shown_;
+    std::shared_ptr<const TextLayout> layout_;
+    double baseline_ = 0;
+    double scrolled_ = 0;
+    double caretX_ = 0;
 };
 
 }  // namespace vellumix::view

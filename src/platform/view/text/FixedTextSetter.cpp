@@ -21,58 +21,58 @@ class FixedTextLayout final : public TextLayout {
 public:
     FixedTextLayout(const String& text, const TextOptions& options)
         : _text(text),
-          _advance(options.font.size * (options.font.design == Font::Design::monospaced ? 0.6 : 0.5)),
-          _height(options.font.size * 1.25),
-          _boundaries(graphemeBoundaries(_text)) {
+          advance(options.font.size * (options.font.design == Font::Design::monospaced ? 0.6 : 0.5)),
+          height(options.font.size * 1.25),
+          boundaries(graphemeBoundaries(_text)) {
         breakLines(options);
         std::size_t widest = 0;
-        for (const auto& line : _lines) widest = std::max(widest, line.width);
-        _size = {static_cast<double>(widest) * _advance, static_cast<double>(_lines.size()) * _height};
-        for (auto& line : _lines) {
-            const double free = _size.width - static_cast<double>(line.width) * _advance;
+        for (const auto& line : lines) widest = std::max(widest, line.width);
+        size_ = {static_cast<double>(widest) * advance, static_cast<double>(lines.size()) * height};
+        for (auto& line : lines) {
+            const double free = size_.width - static_cast<double>(line.width) * advance;
             if (options.alignment == TextOptions::Alignment::centre) line.x = free / 2;
             if (options.alignment == TextOptions::Alignment::trailing) line.x = free;
         }
     }
 
-    Size size() const override { return _size; }
-    double baseline() const override { return _height * 0.8; }
-    int lineCount() const override { return static_cast<int>(_lines.size()); }
-    bool isTruncated() const override { return _isTruncated; }
+    Size size() const override { return size_; }
+    double baseline() const override { return height * 0.8; }
+    int lineCount() const override { return static_cast<int>(lines.size()); }
+    bool isTruncated() const override { return isTruncated_; }
 
     Rect caret(std::size_t offset) const override {
         const auto grapheme = graphemeAt(offset);
         const auto line = lineOf(grapheme);
-        return {{xOf(line, grapheme), static_cast<double>(line) * _height}, {0, _height}};
+        return {{xOf(line, grapheme), static_cast<double>(line) * height}, {0, height}};
     }
 
     std::size_t offsetAt(Point point) const override {
-        const double row = std::floor(point.y / _height);
-        const auto last = static_cast<double>(_lines.size() - 1);
-        const auto& line = _lines[static_cast<std::size_t>(std::clamp(row, 0.0, last))];
-        const double column = std::round((point.x - line.x) / _advance);
+        const double row = std::floor(point.y / height);
+        const auto last = static_cast<double>(lines.size() - 1);
+        const auto& line = lines[static_cast<std::size_t>(std::clamp(row, 0.0, last))];
+        const double column = std::round((point.x - line.x) / advance);
         const auto count = static_cast<double>(line.end - line.first);
-        return _boundaries[line.first + static_cast<std::size_t>(std::clamp(column, 0.0, count))];
+        return boundaries[line.first + static_cast<std::size_t>(std::clamp(column, 0.0, count))];
     }
 
     std::vector<Rect> areas(std::size_t begin, std::size_t end) const override {
         std::vector<Rect> found;
         const auto from = graphemeAt(begin);
         const auto to = graphemeAt(end);
-        for (std::size_t at = 0; at < _lines.size(); ++at) {
-            const auto first = std::max(from, _lines[at].first);
-            const auto last = std::min(to, _lines[at].end);
+        for (std::size_t at = 0; at < lines.size(); ++at) {
+            const auto first = std::max(from, lines[at].first);
+            const auto last = std::min(to, lines[at].end);
             if (first >= last) continue;
-            found.push_back({{xOf(at, first), static_cast<double>(at) * _height},
-                             {static_cast<double>(last - first) * _advance, _height}});
+            found.push_back({{xOf(at, first), static_cast<double>(at) * height},
+                             {static_cast<double>(last - first) * advance, height}});
         }
         return found;
     }
 
 private:
-    std::size_t graphemeCount() const { return _boundaries.size() - 1; }
+    std::size_t graphemeCount() const { return boundaries.size() - 1; }
 
-    bool isAt(std::size_t grapheme, char c) const { return _text.view()[_boundaries[grapheme]] == c; }
+    bool isAt(std::size_t grapheme, char c) const { return _text.view()[boundaries[grapheme]] == c; }
 
     /// The end of the line that begins at a grapheme, and where the next begins.
     std::pair<std::size_t, std::size_t> lineFrom(std::size_t first, std::size_t columns) const {
@@ -89,21 +89,21 @@ private:
     }
 
     void breakLines(const TextOptions& options) {
-        const double fitting = std::floor(std::max(0.0, options.maximumWidth) / _advance + 1e-9);
+        const double fitting = std::floor(std::max(0.0, options.maximumWidth) / advance + 1e-9);
         const auto columns =
             static_cast<std::size_t>(std::clamp(fitting, 1.0, static_cast<double>(graphemeCount() + 1)));
         std::size_t at = 0;
         bool isOpen = true;
         while (isOpen) {
             if (options.lineLimit > 0 && lineCount() == options.lineLimit) {
-                _isTruncated = true;
-                auto& last = _lines.back();
+                isTruncated_ = true;
+                auto& last = lines.back();
                 last.end = std::min(last.end, last.first + columns - 1);
                 last.width = last.end - last.first + 1;
                 return;
             }
             const auto [end, next] = lineFrom(at, columns);
-            _lines.push_back({at, end, 0, std::min(end - at, columns)});
+            lines.push_back({at, end, 0, std::min(end - at, columns)});
             // A break at the very end opens one more line, where a caret can stand.
             isOpen = next < graphemeCount() || (next > end && !isAt(end, ' '));
             at = next;
@@ -111,28 +111,28 @@ private:
     }
 
     std::size_t graphemeAt(std::size_t offset) const {
-        const auto after = std::upper_bound(_boundaries.begin(), _boundaries.end(), offset);
-        return static_cast<std::size_t>(after - _boundaries.begin()) - 1;
+        const auto after = std::upper_bound(boundaries.begin(), boundaries.end(), offset);
+        return static_cast<std::size_t>(after - boundaries.begin()) - 1;
     }
 
     std::size_t lineOf(std::size_t grapheme) const {
-        std::size_t line = _lines.size() - 1;
-        while (line > 0 && _lines[line].first > grapheme) --line;
+        std::size_t line = lines.size() - 1;
+        while (line > 0 && lines[line].first > grapheme) --line;
         return line;
     }
 
     double xOf(std::size_t line, std::size_t grapheme) const {
-        const auto column = std::min(grapheme, _lines[line].end) - _lines[line].first;
-        return _lines[line].x + static_cast<double>(column) * _advance;
+        const auto column = std::min(grapheme, lines[line].end) - lines[line].first;
+        return lines[line].x + static_cast<double>(column) * advance;
     }
 
     String _text;
-    double _advance;
-    double _height;
-    std::vector<std::size_t> _boundaries;
-    std::vector<Line> _lines;
-    Size _size;
-    bool _isTruncated = false;
+    double advance;
+    double height;
+    std::vector<std::size_t> boundaries;
+    std::vector<Line> lines;
+    Size size_;
+    bool isTruncated_ = false;
 };
 
 class FixedTextSetter final : public TextSetter {

@@ -19,15 +19,15 @@ using Unit = TextEditor::Unit;
 /// can't be seen to be selected.
 class SelectableElement final : public InputElement {
 public:
-    explicit SelectableElement(View content) : _content(std::move(content)) {
-        _handlers.focus = Handlers::Focus::byPressAlone;
-        _handlers.cursor = Cursor::text;
+    explicit SelectableElement(View content) : content(std::move(content)) {
+        handlers_.focus = Handlers::Focus::byPressAlone;
+        handlers_.cursor = Cursor::text;
     }
 
     const char* name() const override { return "Selectable"; }
-    const Handlers* handlers() const override { return &_handlers; }
+    const Handlers* handlers() const override { return &handlers_; }
     bool isSolid() const override { return true; }
-    void children(Node&, ChildList& list) const override { list.add(_content); }
+    void children(Node&, ChildList& list) const override { list.add(content); }
 
     void record(Node& node, Recorder& recorder) const override {
         const auto* data = node.dataIfAny<Data>();
@@ -95,8 +95,8 @@ private:
         return data;
     }
 
-    View _content;
-    Handlers _handlers;
+    View content;
+    Handlers handlers_;
 };
 
 }  // namespace

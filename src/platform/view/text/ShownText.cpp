@@ -42,24 +42,24 @@ ShownText::ShownText(const Source& source) {
     const auto around = std::min(source.around, source.text.size());
     const auto begin = around > source.reach ? (around - source.reach) / step * step : 0;
     const auto end = (around + source.reach + step) / step * step;
-    _range = {boundaryBefore(source.text, begin), boundaryBefore(source.text, end)};
-    const auto stretch = source.text.substr(_range.begin, _range.end - _range.begin);
-    _string = withoutLineEnds(stretch);
-    if (source.marked.empty() || source.caret < _range.begin || source.caret > _range.end) return;
-    const auto at = source.caret - _range.begin;
-    _marked = {at, at + source.marked.size()};
-    _string.insert(at, withoutLineEnds(source.marked));
+    range_ = {boundaryBefore(source.text, begin), boundaryBefore(source.text, end)};
+    const auto stretch = source.text.substr(range_.begin, range_.end - range_.begin);
+    string_ = withoutLineEnds(stretch);
+    if (source.marked.empty() || source.caret < range_.begin || source.caret > range_.end) return;
+    const auto at = source.caret - range_.begin;
+    marked_ = {at, at + source.marked.size()};
+    string_.insert(at, withoutLineEnds(source.marked));
 }
 
 std::size_t ShownText::shownOffset(std::size_t offset) const {
-    const auto inside = std::clamp(offset, _range.begin, _range.end);
-    const auto at = inside - _range.begin;
-    return at > _marked.begin ? at + (_marked.end - _marked.begin) : at;
+    const auto inside = std::clamp(offset, range_.begin, range_.end);
+    const auto at = inside - range_.begin;
+    return at > marked_.begin ? at + (marked_.end - marked_.begin) : at;
 }
 
 std::size_t ShownText::textOffset(std::size_t shown) const {
-    const auto composed = std::clamp(shown, _marked.begin, _marked.end) - _marked.begin;
-    return std::min(_range.begin + shown - composed, _range.end);
+    const auto composed = std::clamp(shown, marked_.begin, marked_.end) - marked_.begin;
+    return std::min(range_.begin + shown - composed, range_.end);
 }
 
 }  // namespace vellumix::view

@@ -26,20 +26,20 @@ public:
     explicit ShownText(const Source& source);
 
     /// Without line ends.
-    const std::string& string() const { return _string; }
+    const std::string& string() const { return string_; }
     /// The stretch of the text that it stands for.
-    TextRange range() const { return _range; }
+    TextRange range() const { return range_; }
     /// What is being composed, in the string.
-    TextRange marked() const { return _marked; }
+    TextRange marked() const { return marked_; }
     /// Where an offset of the text is in the string, at its ends for what lies outside, and the way back.
     /// An offset at the caret lies before what is being composed there.
     std::size_t shownOffset(std::size_t offset) const;
     std::size_t textOffset(std::size_t shown) const;
 
 private:
-    std::string _string;
-    TextRange _range;
-    TextRange _marked;
+    std::string string_;
+    TextRange range_;
+    TextRange marked_;
 };
 
 }  // namespace vellumix::view

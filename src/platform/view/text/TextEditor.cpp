@@ -33,7 +33,7 @@ std::string inOneLine(std::string_view text) {
 
 TextEditor::TextEditor(std::string text) { reset(std::move(text)); }
 
-TextRange TextEditor::selection() const { return {std::min(_anchor, _head), std::max(_anchor, _head)}; }
+TextRange TextEditor::selection() const { return {std::min(anchor_, head_), std::max(anchor_, head_)}; }
 
 std::string_view TextEditor::selectedText() const {
     const auto [begin, end] = selection();
@@ -42,8 +42,8 @@ std::string_view TextEditor::selectedText() const {
 
 void TextEditor::reset(std::string text) {
     _text = std::move(text);
-    _anchor = _head = _text.size();
-    _pressed = {};
+    anchor_ = head_ = _text.size();
+    pressed = {};
     forgetSteps();
 }
 
@@ -55,37 +55,37 @@ void TextEditor::move(Way way, Unit unit, Selecting selecting) {
 }
 
 void TextEditor::moveTo(std::size_t offset, Selecting selecting) {
-    _head = boundaryAt(offset);
-    if (selecting == Selecting::no) _anchor = _head;
+    head_ = boundaryAt(offset);
+    if (selecting == Selecting::no) anchor_ = head_;
     endStep();
 }
 
 void TextEditor::selectAll() {
-    _anchor = 0;
-    _head = _text.size();
+    anchor_ = 0;
+    head_ = _text.size();
     endStep();
 }
 
 void TextEditor::pressAt(std::size_t offset, Unit unit, Selecting selecting) {
-    _pressedUnit = unit;
+    pressedUnit = unit;
     if (selecting == Selecting::yes) {
-        _pressed = {_anchor, _anchor};
+        pressed = {anchor_, anchor_};
         dragTo(offset);
         return;
     }
-    _pressed = unitAt(offset, unit);
-    _anchor = _pressed.begin;
-    _head = _pressed.end;
+    pressed = unitAt(offset, unit);
+    anchor_ = pressed.begin;
+    head_ = pressed.end;
     endStep();
 }
 
 void TextEditor::dragTo(std::size_t offset) {
-    _pressed.end = std::min(_pressed.end, _text.size());
-    _pressed.begin = std::min(_pressed.begin, _pressed.end);
-    const auto reached = unitAt(offset, _pressedUnit);
-    const bool isBackward = reached.begin < _pressed.begin;
-    _anchor = isBackward ? _pressed.end : _pressed.begin;
-    _head = isBackward ? reached.begin : std::max(reached.end, _pressed.end);
+    pressed.end = std::min(pressed.end, _text.size());
+    pressed.begin = std::min(pressed.begin, pressed.end);
+    const auto reached = unitAt(offset, pressedUnit);
+    const bool isBackward = reached.begin < pressed.begin;
+    anchor_ = isBackward ? pressed.end : pressed.begin;
+    head_ = isBackward ? reached.begin : std::max(reached.end, pressed.end);
     endStep();
 }
 
@@ -100,36 +100,36 @@ void TextEditor::erase(Way way, Unit unit) {
     auto range = selection();
     if (range.isEmpty()) {
         const auto reached = target(way, unit);
-        range = {std::min(_head, reached), std::max(_head, reached)};
+        range = {std::min(head_, reached), std::max(head_, reached)};
     }
     if (range.isEmpty()) return;
     replace(range, {}, way == Way::backward ? Kind::erasingBackward : Kind::erasingForward);
 }
 
 void TextEditor::undo() {
-    if (_done.empty()) return;
-    auto step = std::move(_done.back());
-    _done.pop_back();
+    if (done.empty()) return;
+    auto step = std::move(done.back());
+    done.pop_back();
     _text.replace(step.offset, step.inserted.size(), step.removed);
-    _anchor = step.anchorBefore;
-    _head = step.headBefore;
+    anchor_ = step.anchorBefore;
+    head_ = step.headBefore;
     endStep();
-    _undone.push_back(std::move(step));
+    undone.push_back(std::move(step));
 }
 
 void TextEditor::redo() {
-    if (_undone.empty()) return;
-    auto step = std::move(_undone.back());
-    _undone.pop_back();
+    if (undone.empty()) return;
+    auto step = std::move(undone.back());
+    undone.pop_back();
     _text.replace(step.offset, step.removed.size(), step.inserted);
-    _anchor = _head = step.offset + step.inserted.size();
+    anchor_ = head_ = step.offset + step.inserted.size();
     endStep();
-    _done.push_back(std::move(step));
+    done.push_back(std::move(step));
 }
 
 void TextEditor::forgetSteps() {
-    _done.clear();
-    _undone.clear();
+    done.clear();
+    undone.clear();
     endStep();
 }
 
@@ -142,9 +142,9 @@ std::size_t TextEditor::target(Way way, Unit unit) const {
     const bool isBackward = way == Way::backward;
     switch (unit) {
         case Unit::grapheme:
-            return isBackward ? graphemeBoundaryBefore(_text, _head) : graphemeBoundaryAfter(_text, _head);
+            return isBackward ? graphemeBoundaryBefore(_text, head_) : graphemeBoundaryAfter(_text, head_);
         case Unit::word:
-            return isBackward ? wordStartBefore(_text, _head) : wordEndAfter(_text, _head);
+            return isBackward ? wordStartBefore(_text, head_) : wordEndAfter(_text, head_);
         case Unit::line:
             break;
     }
@@ -161,20 +161,20 @@ void TextEditor::replace(TextRange range, std::string_view text, Kind kind) {
     const bool isContinued = continueStep(range, text, kind);
     if (!isContinued) {
         const auto removed = _text.substr(range.begin, range.end - range.begin);
-        _done.push_back({kind, range.begin, removed, std::string(text), _anchor, _head});
+        done.push_back({kind, range.begin, removed, std::string(text), anchor_, head_});
     }
-    _undone.clear();
+    undone.clear();
     _text.replace(range.begin, range.end - range.begin, text);
-    _anchor = _head = range.begin + text.size();
+    anchor_ = head_ = range.begin + text.size();
     // What was typed may have joined the letter behind it.
-    if (boundaryAt(_head) != _head) _anchor = _head = graphemeBoundaryAfter(_text, _head);
-    _isStepOpen = true;
+    if (boundaryAt(head_) != head_) anchor_ = head_ = graphemeBoundaryAfter(_text, head_);
+    isStepOpen = true;
     dropOldSteps();
 }
 
 bool TextEditor::continueStep(TextRange range, std::string_view text, Kind kind) {
-    if (!_isStepOpen || _done.empty() || _done.back().kind != kind || !selection().isEmpty()) return false;
-    auto& step = _done.back();
+    if (!isStepOpen || done.empty() || done.back().kind != kind || !selection().isEmpty()) return false;
+    auto& step = done.back();
     const std::string_view removed = std::string_view(_text).substr(range.begin, range.end - range.begin);
     if (kind == Kind::typing && range.begin == step.offset + step.inserted.size()) {
         step.inserted += text;
@@ -196,14 +196,14 @@ void TextEditor::dropOldSteps() {
     constexpr std::size_t mostSteps = 1000;
     constexpr std::size_t mostBytes = std::size_t{8} << 20;
     std::size_t bytes = 0;
-    auto kept = _done.size();
-    while (kept > 0 && _done.size() - kept < mostSteps) {
-        bytes += _done[kept - 1].removed.size() + _done[kept - 1].inserted.size();
+    auto kept = done.size();
+    while (kept > 0 && done.size() - kept < mostSteps) {
+        bytes += done[kept - 1].removed.size() + done[kept - 1].inserted.size();
         // The last step stays, however large: it is what somebody is most likely to regret.
-        if (bytes > mostBytes && kept < _done.size()) break;
+        if (bytes > mostBytes && kept < done.size()) break;
         --kept;
     }
-    _done.erase(_done.begin(), _done.begin() + static_cast<std::ptrdiff_t>(kept));
+    done.erase(done.begin(), done.begin() + static_cast<std::ptrdiff_t>(kept));
 }
 
 }  // namespace vellumix::view

@@ -28,8 +28,8 @@ public:
 
     const std::string& text() const { return _text; }
     /// Where the caret stands, and where the selection began.
-    std::size_t head() const { return _head; }
-    std::size_t anchor() const { return _anchor; }
+    std::size_t head() const { return head_; }
+    std::size_t anchor() const { return anchor_; }
     TextRange selection() const;
     std::string_view selectedText() const;
 
@@ -57,7 +57,7 @@ public:
     void undo();
     void redo();
     /// What is done next is a step of its own.
-    void endStep() { _isStepOpen = false; }
+    void endStep() { isStepOpen = false; }
     void forgetSteps();
 
 private:
@@ -80,13 +80,13 @@ private:
     void dropOldSteps();
 
     std::string _text;
-    std::size_t _anchor = 0;
-    std::size_t _head = 0;
-    Unit _pressedUnit = Unit::grapheme;
-    TextRange _pressed;
-    std::vector<Step> _done;
-    std::vector<Step> _undone;
-    bool _isStepOpen = false;
+    std::size_t anchor_ = 0;
+    std::size_t head_ = 0;
+    Unit pressedUnit = Unit::grapheme;
+    TextRange pressed;
+    std::vector<Step> done;
+    std::vector<Step> undone;
+    bool isStepOpen = false;
 };
 
 }  // namespace vellumix::view

@@ -31,13 +31,13 @@ class TextFieldElement final : public InputElement {
 public:
     /// With a secret, the text is the bullets that stand for it.
     TextFieldElement(Binding<String> text, std::shared_ptr<SecretText> secret, TextFieldOptions options)
-        : _text(std::move(text)), _secret(std::move(secret)), _options(std::move(options)) {
-        _handlers.focus = Handlers::Focus::byPressToo;
-        _handlers.cursor = Cursor::text;
+        : _text(std::move(text)), secret(std::move(secret)), options(std::move(options)) {
+        handlers_.focus = Handlers::Focus::byPressToo;
+        handlers_.cursor = Cursor::text;
     }
 
     const char* name() const override { return "TextField"; }
-    const Handlers* handlers() const override { return &_handlers; }
+    const Handlers* handlers() const override { return &handlers_; }
     bool isSolid() const override { return true; }
     bool isTextField() const override { return true; }
     /// Read here, so that a text which a service publishes is followed.
@@ -54,9 +54,9 @@ public:
         auto& data = node.data<Data>();
         data.texts = &pass.texts;
         pass.move(data.color, node.environment->foreground);
-        pass.move(data.promptColor, _options.promptColor);
+        pass.move(data.promptColor, options.promptColor);
         data.prompt = pass.texts.set(
-            _options.prompt,
+            options.prompt,
             {.font = node.environment->font, .maximumWidth = node.target.size.width, .lineLimit = 1});
         follow(node, data);
         show(node, data);
@@ -111,7 +111,7 @@ public:
         const auto command = textCommandOf(event);
         if (!command) return false;
         if (command->kind == TextCommand::Kind::submit) {
-            const auto submit = _options.onSubmit;
+            const auto submit = options.onSubmit;
             if (!submit) return false;
             data.editor.endStep();
             submit();
@@ -127,7 +127,7 @@ public:
     }
 
     void textComposed(Node& node, const MarkedText& text) const override {
-        if (_secret) return;
+        if (secret) return;
         auto& data = node.data<Data>();
         follow(node, data);
         constexpr std::size_t longestMarked = 4096;
@@ -142,7 +142,7 @@ public:
 
     std::optional<Rect> caret(const Node& node) const override {
         // An input method is another program, and remembers what it is shown.
-        if (_secret) return std::nullopt;
+        if (secret) return std::nullopt;
         const auto* data = node.dataIfAny<Data>();
         return data && data->line.layout() ? std::optional(data->caret) : std::nullopt;
     }
@@ -292,7 +292,7 @@ private:
         }
         if (!data.line.shown().string().empty()) {
             recorder.add(draw::Text{origin, data.line.layout(), color});
-        } else if (!_options.prompt.empty()) {
+        } else if (!options.prompt.empty()) {
             recorder.add(
                 draw::Text{originOfPrompt(node, data), data.prompt, data.promptColor.at(recorder.now())});
         }
@@ -360,9 +360,9 @@ private:
 
     /// The letters of a secret change as the bullets do.
     void insert(Data& data, std::string_view text, TextEditor::Source source) const {
-        if (!_secret) return data.editor.insert(text, source);
+        if (!secret) return data.editor.insert(text, source);
         const auto [begin, end] = data.editor.selection();
-        const auto count = _secret->replaceLetters(begin / bullet.size(), end / bullet.size(), text);
+        const auto count = secret->replaceLetters(begin / bullet.size(), end / bullet.size(), text);
         data.editor.insert(bullets(count), source);
         data.editor.forgetSteps();
     }
@@ -370,24 +370,24 @@ private:
     void erase(Data& data, Way way, Unit unit) const {
         const auto before = data.editor.text().size();
         data.editor.erase(way, unit);
-        if (!_secret) return;
+        if (!secret) return;
         const auto begin = data.editor.head();
         const auto end = begin + before - data.editor.text().size();
-        _secret->replaceLetters(begin / bullet.size(), end / bullet.size(), {});
+        secret->replaceLetters(begin / bullet.size(), end / bullet.size(), {});
         data.editor.forgetSteps();
     }
 
     /// Of nothing, it is left to what is around the field.
     bool copy(Data& data, bool isCut) const {
         if (data.editor.selection().isEmpty()) return false;
-        if (_secret) return true;
+        if (secret) return true;
         copyText(data.editor.selectedText());
         if (isCut) data.editor.insert({}, TextEditor::Source::pasted);
         return true;
     }
 
     /// Where its words end is part of a secret.
-    Unit wordless(Unit unit) const { return _secret && unit == Unit::word ? Unit::line : unit; }
+    Unit wordless(Unit unit) const { return secret && unit == Unit::word ? Unit::line : unit; }
 
     void moveAside(const Node& node, Data& data, const TextCommand& command) const {
         auto& editor = data.editor;
@@ -411,9 +411,9 @@ private:
     }
 
     Binding<String> _text;
-    std::shared_ptr<SecretText> _secret;
-    TextFieldOptions _options;
-    Handlers _handlers;
+    std::shared_ptr<SecretText> secret;
+    TextFieldOptions options;
+    Handlers handlers_;
 };
 
 }  // namespace

@@ -102,54 +102,54 @@ Dispatcher::Nodes Dispatcher::pathFrom(Node* innermost) {
     return path;
 }
 
-Dispatcher::Nodes Dispatcher::pathAt(Point at) const { return pathFrom(hit(_core.root(), at)); }
+Dispatcher::Nodes Dispatcher::pathAt(Point at) const { return pathFrom(hit(core.root(), at)); }
 
 void Dispatcher::pointerMoved(std::optional<Point> at) {
-    _pointer = at;
+    pointer = at;
     if (const auto node = at ? dragged() : nullptr) {
         node->element->input()->pointerDragged(*node, *at);
-        _core.needDrawing();
+        core.needDrawing();
     }
     updateHover();
     updatePressed(true);
 }
 
 void Dispatcher::updatePressed(bool isHeld) {
-    const auto node = _pressed.lock();
+    const auto node = pressed.lock();
     if (!node) return;
-    const auto path = isHeld && _pointer ? pathAt(*_pointer) : Nodes();
+    const auto path = isHeld && pointer ? pathAt(*pointer) : Nodes();
     const bool isPressed = std::find(path.begin(), path.end(), node) != path.end();
-    if (std::exchange(node->isPressed, isPressed) != isPressed) _core.needDrawing();
+    if (std::exchange(node->isPressed, isPressed) != isPressed) core.needDrawing();
 }
 
 std::shared_ptr<Node> Dispatcher::dragged() const {
-    const auto node = _dragged.lock();
+    const auto node = dragged_.lock();
     return node && enabledHandlersOf(*node) && node->element->input() ? node : nullptr;
 }
 
 void Dispatcher::updateHover() {
-    const auto path = _pointer ? pathAt(*_pointer) : Nodes();
-    _hovered.assign(path.begin(), path.end());
+    const auto path = pointer ? pathAt(*pointer) : Nodes();
+    hovered.assign(path.begin(), path.end());
     const auto isUnder = [&](const std::weak_ptr<Node>& weak) {
         const auto node = weak.lock();
         return node && !node->isGone && std::find(path.begin(), path.end(), node) != path.end();
     };
     std::vector<std::function<void(bool)>> left;
-    for (auto told = _told.rbegin(); told != _told.rend(); ++told) {
+    for (auto told = this->told.rbegin(); told != this->told.rend(); ++told) {
         if (!isUnder(told->node)) left.push_back(told->tell);
     }
-    std::erase_if(_told, [&](const Told& told) { return !isUnder(told.node); });
+    std::erase_if(this->told, [&](const Told& told) { return !isUnder(told.node); });
     std::vector<std::function<void(bool)>> entered;
     for (auto node = path.rbegin(); node != path.rend(); ++node) {
         const auto* handlers = handlersOf(**node);
         if (!handlers || !handlers->onHover) continue;
-        const auto known = std::find_if(_told.begin(), _told.end(),
+        const auto known = std::find_if(this->told.begin(), this->told.end(),
                                         [&](const Told& told) { return told.node.lock() == *node; });
-        if (known != _told.end()) {
+        if (known != this->told.end()) {
             known->tell = handlers->onHover;
             continue;
         }
-        _told.push_back({*node, handlers->onHover});
+        this->told.push_back({*node, handlers->onHover});
         entered.push_back(handlers->onHover);
     }
     for (const auto& tell : left) tell(false);
@@ -163,7 +163,7 @@ void Dispatcher::pointerPressed(const PointerPress& press) {
         return std::find(path.begin(), path.end(), node) != path.end();
     };
     std::vector<Action> outside;
-    for (const auto& node : allNodes(_core.root())) {
+    for (const auto& node : allNodes(core.root())) {
         const auto* handlers = enabledHandlersOf(*node);
         if (handlers && handlers->onClickOutside && !isInside(node)) {
             outside.push_back(handlers->onClickOutside);
@@ -171,27 +171,27 @@ void Dispatcher::pointerPressed(const PointerPress& press) {
     }
     if (press.button == PointerButton::primary) {
         updatePressed(false);
-        _pressed.reset();
-        _dragged.reset();
+        this->pressed.reset();
+        dragged_.reset();
         std::shared_ptr<Node> focus;
         for (const auto& node : path) {
             const auto* handlers = enabledHandlersOf(*node);
             if (!handlers) continue;
             if (!focus && handlers->isFocusedByPress()) focus = focusOf(node);
-            if (!_pressed.expired() || !_dragged.expired()) continue;
-            if (node->element->input()) _dragged = node;
-            if (handlers->onTap || handlers->menu) _pressed = node;
+            if (!this->pressed.expired() || !dragged_.expired()) continue;
+            if (node->element->input()) dragged_ = node;
+            if (handlers->onTap || handlers->menu) this->pressed = node;
         }
         // Before the focus comes, which brings the caret into sight where it was.
         if (const auto node = dragged()) {
             node->element->input()->pointerPressed(*node, press);
-            _core.needDrawing();
+            core.needDrawing();
         }
         setFocus(focus, false);
     }
     for (const auto& action : outside) action();
     updatePressed(true);
-    const auto pressed = press.button == PointerButton::primary ? _pressed.lock() : nullptr;
+    const auto pressed = press.button == PointerButton::primary ? this->pressed.lock() : nullptr;
     if (pressed) openMenu(*pressed, true);
 }
 
@@ -210,16 +210,16 @@ void Dispatcher::openMenu(const Node& node, bool isPressed) {
         .anchor = node.visible, .palette = controlPalette(*node.environment), .isPressed = isPressed};
     const auto items = handlers->menu;
     request.items = items();
-    if (!request.items.empty()) _core.openMenu(request);
+    if (!request.items.empty()) core.openMenu(request);
 }
 
 void Dispatcher::pointerReleased(Point at, PointerButton button) {
     pointerMoved(at);
     if (button != PointerButton::primary) return;
     if (const auto node = dragged()) node->element->input()->pointerReleased(*node);
-    _dragged.reset();
+    dragged_.reset();
     updatePressed(false);
-    const auto pressed = std::exchange(_pressed, {}).lock();
+    const auto pressed = std::exchange(this->pressed, {}).lock();
     if (!pressed || pressed->isGone) return;
     const auto path = pathAt(at);
     if (std::find(path.begin(), path.end(), pressed) != path.end()) tap(*pressed);
@@ -228,7 +228,7 @@ void Dispatcher::pointerReleased(Point at, PointerButton button) {
 void Dispatcher::scrolled(Point at, double by) {
     for (const auto& node : pathAt(at)) {
         if (!node->element->scroll(*node, by)) continue;
-        _core.needLayout();
+        core.needLayout();
         return;
     }
 }
@@ -238,7 +238,7 @@ bool Dispatcher::keyPressed(const KeyEvent& event) {
 }
 
 bool Dispatcher::runKeyHandlers(const KeyEvent& event) {
-    auto nodes = focus() ? pathFrom(_focus.lock().get()) : allNodes(_core.root());
+    auto nodes = focus() ? pathFrom(focus_.lock().get()) : allNodes(core.root());
     if (!focus()) std::reverse(nodes.begin(), nodes.end());
     for (const auto& node : nodes) {
         const auto* handlers = enabledHandlersOf(*node);
@@ -246,7 +246,7 @@ bool Dispatcher::runKeyHandlers(const KeyEvent& event) {
         // Held, as what it does may put another description in its place.
         if (const auto element = node->element; node->hasFocus && element->input()) {
             if (element->input()->keyPressed(*node, event)) {
-                _core.needDrawing();
+                core.needDrawing();
                 return true;
             }
         }
@@ -258,11 +258,11 @@ bool Dispatcher::runKeyHandlers(const KeyEvent& event) {
 }
 
 void Dispatcher::textComposed(const MarkedText& text) {
-    const auto node = _focus.lock();
+    const auto node = focus_.lock();
     const auto element = focus() ? node->element : nullptr;
     if (!element || !element->input()) return;
     element->input()->textComposed(*node, text);
-    _core.needDrawing();
+    core.needDrawing();
 }
 
 std::optional<Rect> Dispatcher::textInputCaret() const {
@@ -272,7 +272,7 @@ std::optional<Rect> Dispatcher::textInputCaret() const {
 }
 
 bool Dispatcher::runFocusKeys(const KeyEvent& event) {
-    const auto node = _focus.lock();
+    const auto node = focus_.lock();
     const auto* handlers = node ? enabledHandlersOf(*node) : nullptr;
     if (!handlers || isChord(event.modifiers)) return false;
     const bool isPress = event.key == Key::space || event.key == Key::enter;
@@ -289,7 +289,7 @@ bool Dispatcher::runWindowKeys(const KeyEvent& event) {
         return focus() != nullptr;
     }
     if (event.key == Key::left || event.key == Key::right) {
-        const auto& at = focus() ? *focus() : _core.root();
+        const auto& at = focus() ? *focus() : core.root();
         const bool isMirrored = at.environment->direction == LayoutDirection::rightToLeft;
         const bool isForward = (event.key == Key::right) != isMirrored;
         const auto row = isForward ? chosenRowIn(at) : nullptr;
@@ -304,7 +304,7 @@ bool Dispatcher::runWindowKeys(const KeyEvent& event) {
 }
 
 bool Dispatcher::runWindowAction(WindowAction action) {
-    for (const auto& node : allNodes(_core.root())) {
+    for (const auto& node : allNodes(core.root())) {
         const auto* handlers = handlersOf(*node);
         if (!handlers || handlers->windowAction != action) continue;
         for (const auto& inside : allNodes(*node)) {
@@ -317,14 +317,14 @@ bool Dispatcher::runWindowAction(WindowAction action) {
 
 void Dispatcher::moveFocus(int by) {
     Nodes order;
-    for (const auto& node : allNodes(_core.root())) {
+    for (const auto& node : allNodes(core.root())) {
         if (takesFocus(*node) && handlersOf(*node)->focus != Handlers::Focus::byPressAlone) {
             order.push_back(node);
         }
     }
     if (order.empty()) return;
     const auto count = static_cast<int>(order.size());
-    const auto found = std::find(order.begin(), order.end(), _focus.lock());
+    const auto found = std::find(order.begin(), order.end(), focus_.lock());
     const int outside = by > 0 ? -1 : count;
     const int before = found == order.end() ? outside : static_cast<int>(found - order.begin());
     auto node = order[static_cast<std::size_t>((before + by + count) % count)];
@@ -335,7 +335,7 @@ void Dispatcher::moveFocus(int by) {
 }
 
 bool Dispatcher::moveFocusAmongSiblings(int by) {
-    const auto focused = _focus.lock();
+    const auto focused = focus_.lock();
     for (auto* around = focused->parent; around; around = around->parent) {
         auto group = allNodes(*around);
         std::erase_if(group, [](const auto& node) { return !takesFocus(*node); });
@@ -360,19 +360,19 @@ void Dispatcher::reveal(const Node& node) {
         const double high = low + around->target.size.height;
         const double by = top < low ? top - low : std::max(0.0, bottom - high);
         if (by == 0 || !around->element->scroll(*around, by)) continue;
-        _core.needLayout();
+        core.needLayout();
         top -= by;
         bottom -= by;
     }
 }
 
 void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {
-    const auto before = _focus.lock();
-    if (before != node || _isFocusShown != isShown) _core.needDrawing();
-    _isFocusShown = isShown && node;
+    const auto before = focus_.lock();
+    if (before != node || isFocusShown != isShown) core.needDrawing();
+    isFocusShown = isShown && node;
     // One that has left the tree has left its binding behind.
-    if (before == node && (node || !_focusBinding)) return;
-    _focus = node;
+    if (before == node && (node || !focusBinding)) return;
+    focus_ = node;
     if (before) before->hasFocus = false;
     if (node) node->hasFocus = true;
     for (const auto& changed : {before, node}) {
@@ -380,18 +380,18 @@ void Dispatcher::setFocus(const std::shared_ptr<Node>& node, bool isShown) {
         if (input) input->focusChanged(*changed);
     }
     const auto gained = focusBindingOf(node);
-    const auto lost = std::exchange(_focusBinding, gained);
+    const auto lost = std::exchange(focusBinding, gained);
     if (lost) lost->set(false);
     if (gained) gained->set(true);
 }
 
 const Node* Dispatcher::focus() const {
-    const auto node = _focus.lock();
+    const auto node = focus_.lock();
     return node && takesFocus(*node) ? node.get() : nullptr;
 }
 
 Cursor Dispatcher::cursor() const {
-    for (const auto& weak : _hovered) {
+    for (const auto& weak : hovered) {
         const auto node = weak.lock();
         const auto* handlers = node ? handlersOf(*node) : nullptr;
         if (handlers && handlers->cursor) return *handlers->cursor;
@@ -400,7 +400,7 @@ Cursor Dispatcher::cursor() const {
 }
 
 const Node* Dispatcher::helpNode() const {
-    for (const auto& weak : _hovered) {
+    for (const auto& weak : hovered) {
         const auto node = weak.lock();
         const auto* handlers = node ? handlersOf(*node) : nullptr;
         if (handlers && !handlers->help.empty()) return node.get();
@@ -409,26 +409,26 @@ const Node* Dispatcher::helpNode() const {
 }
 
 std::shared_ptr<const Node> Dispatcher::alertNode() const {
-    const auto node = _alert.lock();
+    const auto node = alert.lock();
     return node && !node->isGone ? node : nullptr;
 }
 
 void Dispatcher::findAlert() {
-    _alert.reset();
-    for (const auto& node : allNodes(_core.root())) {
+    alert.reset();
+    for (const auto& node : allNodes(core.root())) {
         const auto* handlers = handlersOf(*node);
         if (!handlers || !handlers->alert) continue;
-        _alert = node;
+        alert = node;
         return;
     }
 }
 
 void Dispatcher::followBindings() {
-    for (const auto& node : allNodes(_core.root())) {
+    for (const auto& node : allNodes(core.root())) {
         const auto* handlers = enabledHandlersOf(*node);
         if (!handlers || !handlers->isFocused) continue;
         const auto holder = focusOf(node);
-        const bool hasFocus = holder == _focus.lock();
+        const bool hasFocus = holder == focus_.lock();
         if (handlers->isFocused->get() == hasFocus) continue;
         setFocus(hasFocus ? nullptr : holder, true);
         return;
@@ -436,8 +436,8 @@ void Dispatcher::followBindings() {
 }
 
 void Dispatcher::treeDidChange() {
-    const auto node = _focus.lock();
-    if (node ? !takesFocus(*node) : _focusBinding.has_value()) setFocus(nullptr, false);
+    const auto node = focus_.lock();
+    if (node ? !takesFocus(*node) : focusBinding.has_value()) setFocus(nullptr, false);
     followBindings();
     findAlert();
     updateHover();

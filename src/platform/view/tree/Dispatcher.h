@@ -16,7 +16,7 @@ class TreeCore;
 /// A handler may do anything, so that nothing is remembered over a call but by a weak or shared pointer.
 class Dispatcher {
 public:
-    explicit Dispatcher(TreeCore& core) : _core(core) {}
+    explicit Dispatcher(TreeCore& core) : core(core) {}
 
     void pointerMoved(std::optional<Point> at);
     void pointerPressed(const PointerPress& press);
@@ -37,7 +37,7 @@ public:
     /// The first view with an alert, as of the last frame.
     std::shared_ptr<const Node> alertNode() const;
     /// The view with the focus, if the focus is to be seen.
-    const Node* shownFocus() const { return _isFocusShown ? focus() : nullptr; }
+    const Node* shownFocus() const { return isFocusShown ? focus() : nullptr; }
     /// After a frame: the pointer may be over something else, and the focus may be gone or wanted.
     void treeDidChange();
 
@@ -62,23 +62,23 @@ private:
     void followBindings();
     void findAlert();
 
-    TreeCore& _core;
-    std::optional<Point> _pointer;
-    std::vector<std::weak_ptr<Node>> _hovered;
+    TreeCore& core;
+    std::optional<Point> pointer;
+    std::vector<std::weak_ptr<Node>> hovered;
     /// Those that were told so, outermost first, with how to tell them that it is over.
     struct Told {
         std::weak_ptr<Node> node;
         std::function<void(bool)> tell;
     };
-    std::vector<Told> _told;
-    std::weak_ptr<Node> _pressed;
+    std::vector<Told> told;
+    std::weak_ptr<Node> pressed;
     /// The view that took the press, and gets the pointer until its release.
-    std::weak_ptr<Node> _dragged;
-    std::weak_ptr<Node> _focus;
+    std::weak_ptr<Node> dragged_;
+    std::weak_ptr<Node> focus_;
     /// Of the node with the focus, and of one that has left the tree with it.
-    std::optional<Binding<bool>> _focusBinding;
-    std::weak_ptr<Node> _alert;
-    bool _isFocusShown = false;
+    std::optional<Binding<bool>> focusBinding;
+    std::weak_ptr<Node> alert;
+    bool isFocusShown = false;
 };
 
 /// Every view of a tree in the order of drawing, those around before those inside.

@@ -11,14 +11,14 @@ namespace {
 /// A user's view: its one child is what its body says.
 class CompositeElement final : public Element {
 public:
-    explicit CompositeElement(std::shared_ptr<const AnyBody> body) : _body(std::move(body)) {}
+    explicit CompositeElement(std::shared_ptr<const AnyBody> body) : body(std::move(body)) {}
     const char* name() const override { return "View"; }
-    const std::type_info& type() const override { return _body->type(); }
-    std::pair<const void*, std::size_t> value() const override { return _body->value(); }
-    void children(Node&, ChildList& list) const override { list.add(_body->body()); }
+    const std::type_info& type() const override { return body->type(); }
+    std::pair<const void*, std::size_t> value() const override { return body->value(); }
+    void children(Node&, ChildList& list) const override { list.add(body->body()); }
 
 private:
-    std::shared_ptr<const AnyBody> _body;
+    std::shared_ptr<const AnyBody> body;
 };
 
 }  // namespace
@@ -28,18 +28,18 @@ View viewOf(std::shared_ptr<const AnyBody> body) {
 }
 
 void ChildList::add(const View& view) {
-    const auto position = _position++;
+    const auto position = this->position++;
     if (view.isEmpty()) return;
     if (const auto* rows = view.element()->rows()) {
         for (std::size_t at = 0; at < rows->count; ++at) {
-            if (auto row = rows->row(at); !row.isEmpty()) _entries.push_back({position, rows->id(at), row});
+            if (auto row = rows->row(at); !row.isEmpty()) entries_.push_back({position, rows->id(at), row});
         }
         return;
     }
     auto id = view.element()->explicitId();
     // With an id of its own, a view may move among its siblings.
     const auto place = id.empty() ? position : static_cast<std::size_t>(-1);
-    _entries.push_back({place, std::move(id), view});
+    entries_.push_back({place, std::move(id), view});
 }
 
 Size Element::measure(Node& node, const Proposal& proposal, LayoutPass& pass) const {

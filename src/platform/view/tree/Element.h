@@ -49,11 +49,11 @@ public:
 
     /// An empty view takes its position and nothing else. The rows of a `ForEach` are added one by one.
     void add(const View& view);
-    const std::vector<Entry>& entries() const { return _entries; }
+    const std::vector<Entry>& entries() const { return entries_; }
 
 private:
-    std::vector<Entry> _entries;
-    std::size_t _position = 0;
+    std::vector<Entry> entries_;
+    std::size_t position = 0;
 };
 
 /// A description of a view, shared by all copies and never changed. What a view keeps from frame to frame is
@@ -105,11 +105,11 @@ public:
 /// A view around one other.
 class Wrapper : public Element {
 public:
-    explicit Wrapper(View content) : _content(std::move(content)) {}
-    void children(Node&, ChildList& list) const override { list.add(_content); }
+    explicit Wrapper(View content) : content(std::move(content)) {}
+    void children(Node&, ChildList& list) const override { list.add(content); }
 
 private:
-    View _content;
+    View content;
 };
 
 }  // namespace vellumix::view

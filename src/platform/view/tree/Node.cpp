@@ -5,11 +5,11 @@
 namespace vellumix::view {
 
 void Node::stateDidChange() {
-    if (!isGone) _host->changed(*this);
+    if (!isGone) host->changed(*this);
 }
 
 void Node::wantMenu() const {
-    if (!isGone) _host->menuWanted(*this);
+    if (!isGone) host->menuWanted(*this);
 }
 
 void Node::leave() {
@@ -21,7 +21,7 @@ void Node::leave() {
 }
 
 void Node::invalidateLayout() {
-    for (auto* node = this; node; node = node->parent) node->_measured.clear();
+    for (auto* node = this; node; node = node->parent) node->measured.clear();
 }
 
 bool Node::holdsState() const {
@@ -32,14 +32,14 @@ bool Node::holdsState() const {
 }
 
 Size Node::measure(const Proposal& proposal, LayoutPass& pass) {
-    for (const auto& [given, size] : _measured) {
+    for (const auto& [given, size] : measured) {
         if (given == proposal) return size;
     }
     const auto size = element->measure(*this, proposal, pass);
     // A resized window asks for one new width after another.
     constexpr std::size_t kept = 32;
-    if (_measured.size() == kept) _measured.erase(_measured.begin());
-    _measured.emplace_back(proposal, size);
+    if (measured.size() == kept) measured.erase(measured.begin());
+    measured.emplace_back(proposal, size);
     return size;
 }
 

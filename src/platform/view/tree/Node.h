@@ -28,7 +28,7 @@ public:
     };
 
     Node(Node* parentNode, std::shared_ptr<const Host> host)
-        : parent(parentNode), depth(parentNode ? parentNode->depth + 1 : 0), _host(std::move(host)) {}
+        : parent(parentNode), depth(parentNode ? parentNode->depth + 1 : 0), host(std::move(host)) {}
 
     void stateDidChange() override;
     /// Opens the menu that its handlers have.
@@ -42,12 +42,12 @@ public:
 
     template <class Data>
     Data& data() {
-        if (!_data) _data = std::make_unique<Data>();
-        return static_cast<Data&>(*_data);
+        if (!data_) data_ = std::make_unique<Data>();
+        return static_cast<Data&>(*data_);
     }
     template <class Data>
     const Data* dataIfAny() const {
-        return static_cast<const Data*>(_data.get());
+        return static_cast<const Data*>(data_.get());
     }
 
     Size measure(const Proposal& proposal, LayoutPass& pass);
@@ -90,9 +90,9 @@ public:
     bool isOutOfSight = true;
 
 private:
-    std::shared_ptr<const Host> _host;
-    std::unique_ptr<NodeData> _data;
-    std::vector<std::pair<Proposal, Size>> _measured;
+    std::shared_ptr<const Host> host;
+    std::unique_ptr<NodeData> data_;
+    std::vector<std::pair<Proposal, Size>> measured;
 };
 
 }  // namespace vellumix::view

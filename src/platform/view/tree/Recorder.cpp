@@ -5,7 +5,7 @@
 namespace vellumix::view {
 
 Rect Recorder::snapped(const Rect& rect) const {
-    const auto whole = [this](double length) { return std::round(length * _scale) / _scale; };
+    const auto whole = [this](double length) { return std::round(length * scale) / scale; };
     const Point corner{whole(rect.minX()), whole(rect.minY())};
     return {corner, {whole(rect.maxX()) - corner.x, whole(rect.maxY()) - corner.y}};
 }
@@ -15,10 +15,10 @@ void Recorder::record(Node& node, Point parentOrigin) {
         node.isOutOfSight = true;
         return;
     }
-    const auto rect = node.frame.at(_now);
+    const auto rect = node.frame.at(now_);
     node.drawnOrigin = parentOrigin + rect.origin;
     node.drawn = snapped({node.drawnOrigin, rect.size});
-    node.visible = node.drawn.intersection(_clip);
+    node.visible = node.drawn.intersection(clip);
     node.isOutOfSight = !node.drawn.isEmpty() && node.visible.isEmpty();
     if (node.isOutOfSight) return;
     node.element->record(node, *this);
@@ -31,7 +31,7 @@ void Recorder::record(Node& node, Point parentOrigin) {
 
 void Recorder::recordChildren(Node& node) {
     for (const auto& child : node.children) record(*child, node.drawnOrigin);
-    std::erase_if(node.leaving, [this](const auto& child) { return hasLeft(*child, _now); });
+    std::erase_if(node.leaving, [this](const auto& child) { return hasLeft(*child, now_); });
     for (const auto& child : node.leaving) {
         isMoving = true;
         record(*child, node.drawnOrigin);

@@ -13,16 +13,16 @@ namespace vellumix::view {
 class Recorder {
 public:
     Recorder(DrawingList& list, const Rect& surface, double scale, double now)
-        : _list(list), _clip(surface), _scale(scale), _now(now) {}
+        : list(list), clip(surface), scale(scale), now_(now) {}
 
-    double now() const { return _now; }
-    double pixel() const { return 1 / _scale; }
-    void add(draw::Command command) { _list.push_back(std::move(command)); }
+    double now() const { return now_; }
+    double pixel() const { return 1 / scale; }
+    void add(draw::Command command) { list.push_back(std::move(command)); }
     /// Asks for a frame at that moment, which is later than now.
     void needFrameAt(double moment) {
-        _nextFrameAt = _nextFrameAt ? std::min(*_nextFrameAt, moment) : moment;
+        nextFrameAt_ = nextFrameAt_ ? std::min(*nextFrameAt_, moment) : moment;
     }
-    std::optional<double> nextFrameAt() const { return _nextFrameAt; }
+    std::optional<double> nextFrameAt() const { return nextFrameAt_; }
     Rect snapped(const Rect& rect) const;
 
     void record(Node& node, Point parentOrigin);
@@ -32,12 +32,12 @@ public:
     /// Draws within a shape. Children out of its rectangle are left out.
     template <class Draw>
     void clipped(const Rect& rect, const Shape& shape, Draw drawInside) {
-        const auto outer = _clip;
-        _clip = _clip.intersection(rect);
+        const auto outer = clip;
+        clip = clip.intersection(rect);
         add(draw::PushClip{rect, shape});
         drawInside();
         add(draw::Pop{});
-        _clip = outer;
+        clip = outer;
     }
 
     /// Whether the window has the keyboard; a caret shows nowhere else.
@@ -48,11 +48,11 @@ public:
     bool isMoving = false;
 
 private:
-    DrawingList& _list;
-    Rect _clip;
-    double _scale;
-    double _now;
-    std::optional<double> _nextFrameAt;
+    DrawingList& list;
+    Rect clip;
+    double scale;
+    double now_;
+    std::optional<double> nextFrameAt_;
 };
 
 }  // namespace vellumix::view

@@ -25,9 +25,9 @@ void TransitionElement::record(Node& node, Recorder& recorder) const {
         return;
     }
     const double away = 1 - presence;
-    if (_transition.edge) {
+    if (transition.edge) {
         const bool isMirrored = node.environment->direction == LayoutDirection::rightToLeft;
-        auto edge = *_transition.edge;
+        auto edge = *transition.edge;
         if (isMirrored && edge == Edge::leading) {
             edge = Edge::trailing;
         } else if (isMirrored && edge == Edge::trailing) {
@@ -39,8 +39,8 @@ void TransitionElement::record(Node& node, Recorder& recorder) const {
         if (edge == Edge::trailing) node.drawnOrigin.x += away * node.drawn.size.width;
         node.drawn = recorder.snapped({node.drawnOrigin, node.drawn.size});
     }
-    recorder.add(draw::PushLayer{_transition.fades ? std::clamp(presence, 0.0, 1.0) : 1,
-                                 _transition.scale ? interpolated(*_transition.scale, 1, presence) : 1,
+    recorder.add(draw::PushLayer{transition.fades ? std::clamp(presence, 0.0, 1.0) : 1,
+                                 transition.scale ? interpolated(*transition.scale, 1, presence) : 1,
                                  node.drawn.centre()});
     recorder.recordChildren(node);
     recorder.add(draw::Pop{});

@@ -8,7 +8,7 @@ namespace vellumix::view {
 class TransitionElement final : public Wrapper {
 public:
     TransitionElement(View content, const Transition& transition)
-        : Wrapper(std::move(content)), _transition(transition) {}
+        : Wrapper(std::move(content)), transition(transition) {}
 
     const char* name() const override { return "Transition"; }
     void record(Node& node, Recorder& recorder) const override;
@@ -19,7 +19,7 @@ public:
     };
 
 private:
-    Transition _transition;
+    Transition transition;
 };
 
 /// Makes a view that has a transition come along the curve. Returns when it will be there.

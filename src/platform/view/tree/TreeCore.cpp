@@ -24,62 +24,62 @@ bool isSameView(const Node& node, const ChildList::Entry& entry) {
 }  // namespace
 
 TreeCore::TreeCore(const View& root, TextSetter& texts, const Surface& surface)
-    : _texts(texts),
-      _surface(surface),
-      _host(std::make_shared<const Node::Host>(
+    : texts(texts),
+      surface_(surface),
+      host(std::make_shared<const Node::Host>(
           Node::Host{.changed = [this](Node& node) { nodeChanged(node); },
-                     .menuWanted = [this](const Node& node) { _dispatcher.openMenu(node, false); }})),
-      _root(std::make_shared<Node>(nullptr, _host)),
-      _dispatcher(*this) {
+                     .menuWanted = [this](const Node& node) { dispatcher_.openMenu(node, false); }})),
+      root_(std::make_shared<Node>(nullptr, host)),
+      dispatcher_(*this) {
     setRoot(root);
 }
 
-TreeCore::~TreeCore() { _root->leave(); }
+TreeCore::~TreeCore() { root_->leave(); }
 
 void TreeCore::setRoot(const View& root) {
-    _rootView = View(std::make_shared<const RootElement>(root));
-    _root->needsEvaluation = true;
-    _stale.push_back(_root);
-    askForFrame(_isStale);
+    rootView = View(std::make_shared<const RootElement>(root));
+    root_->needsEvaluation = true;
+    stale.push_back(root_);
+    askForFrame(isStale);
 }
 
 void TreeCore::setSurface(const Surface& surface) {
-    if (surface == _surface) return;
-    _surface = surface;
-    setRoot(_rootView);
-    _root->invalidateLayout();
+    if (surface == surface_) return;
+    surface_ = surface;
+    setRoot(rootView);
+    root_->invalidateLayout();
 }
 
 void TreeCore::askForFrame(bool& reason) {
     const bool isNews = !needsFrame();
     reason = true;
     // A copy, as the handler may put another in its place.
-    if (const auto handler = _onNeedsFrame; isNews && handler && !_isInFrame) handler();
+    if (const auto handler = onNeedsFrame_; isNews && handler && !isInFrame) handler();
 }
 
-void TreeCore::needLayout() { askForFrame(_needsLayout); }
-void TreeCore::needDrawing() { askForFrame(_needsDrawing); }
+void TreeCore::needLayout() { askForFrame(needsLayout); }
+void TreeCore::needDrawing() { askForFrame(needsDrawing); }
 
-bool TreeCore::needsFrame() const { return _isStale || _needsLayout || _needsDrawing || _isMoving; }
+bool TreeCore::needsFrame() const { return isStale || needsLayout || needsDrawing || isMoving; }
 
 void TreeCore::nodeChanged(Node& node) {
-    if (const auto& curve = currentAnimation(); curve && !_isSettling) _curve = curve;
+    if (const auto& curve = currentAnimation(); curve && !isSettling) this->curve = curve;
     if (!node.needsEvaluation) {
         node.needsEvaluation = true;
-        _stale.push_back(node.weak_from_this());
+        stale.push_back(node.weak_from_this());
     }
-    askForFrame(_isStale);
+    askForFrame(isStale);
 }
 
 void TreeCore::openMenu(const MenuRequest& request) {
-    if (const auto handler = _onMenu) handler(request);
+    if (const auto handler = onMenu_) handler(request);
 }
 
 Size TreeCore::fittingSize(double maximumWidth) {
     evaluateChanged();
-    LayoutPass pass(*this, _texts, _surface.scale, _now, _update);
+    LayoutPass pass(*this, texts, surface_.scale, now, update);
     const auto width = std::isfinite(maximumWidth) ? std::optional(maximumWidth) : std::nullopt;
-    return _root->measure({width, std::nullopt}, pass);
+    return root_->measure({width, std::nullopt}, pass);
 }
 
 void TreeCore::evaluate(Node& node, const std::optional<Curve>& curve) {
@@ -127,7 +127,7 @@ void TreeCore::build(Node& node, const ChildList& list, const std::optional<Curv
             next = found + 1;
             node.children.push_back(before[found]);
         } else {
-            auto fresh = std::make_shared<Node>(&node, _host);
+            auto fresh = std::make_shared<Node>(&node, host);
             fresh->position = entry.position;
             fresh->id = entry.id;
             node.children.push_back(std::move(fresh));
@@ -149,31 +149,31 @@ void TreeCore::describe(Node& node, const ChildList::Entry& entry, const std::op
     if (isSame && !node.needsEvaluation) return;
     auto below = curve;
     if (!isNew) {
-        if (const auto own = entry.view.element()->animation(*node.element); own && !_isSettling) {
+        if (const auto own = entry.view.element()->animation(*node.element); own && !isSettling) {
             below = own;
-            node.ownCurve = std::make_unique<const Node::OwnCurve>(Node::OwnCurve{*own, _update});
+            node.ownCurve = std::make_unique<const Node::OwnCurve>(Node::OwnCurve{*own, update});
         }
         if (auto reaction = entry.view.element()->reaction(*node.element)) {
-            _reactions.push_back(std::move(reaction));
+            reactions.push_back(std::move(reaction));
         }
     }
     node.element = entry.view.element();
     node.environment = environment;
     evaluate(node, below);
-    if (isNew && curve) _movesUntil = std::max(_movesUntil, beginEntering(node, *curve, _now));
+    if (isNew && curve) movesUntil = std::max(movesUntil, beginEntering(node, *curve, now));
 }
 
 void TreeCore::remove(Node& parent, const std::shared_ptr<Node>& child, const std::optional<Curve>& curve) {
     child->leave();
-    const auto until = curve && !child->isParked ? beginLeaving(*child, *curve, _now) : std::nullopt;
+    const auto until = curve && !child->isParked ? beginLeaving(*child, *curve, now) : std::nullopt;
     if (!until) return;
-    _movesUntil = std::max(_movesUntil, *until);
+    movesUntil = std::max(movesUntil, *until);
     parent.leaving.push_back(child);
 }
 
 void TreeCore::evaluateChanged() {
-    auto stale = std::exchange(_stale, {});
-    _isStale = false;
+    auto stale = std::exchange(this->stale, {});
+    isStale = false;
     std::vector<std::shared_ptr<Node>> nodes;
     for (const auto& weak : stale) {
         if (auto node = weak.lock()) nodes.push_back(std::move(node));
@@ -183,70 +183,70 @@ void TreeCore::evaluateChanged() {
                      [](const auto& a, const auto& b) { return a->depth < b->depth; });
     for (const auto& node : nodes) {
         if (node->isGone || !node->needsEvaluation) continue;
-        if (node == _root) {
+        if (node == root_) {
             auto environment = std::make_shared<Environment>();
-            environment->direction = _surface.direction;
-            node->element = _rootView.element();
+            environment->direction = surface_.direction;
+            node->element = rootView.element();
             node->environment = std::move(environment);
         }
-        evaluate(*node, _curve);
-        _needsLayout = true;
+        evaluate(*node, curve);
+        needsLayout = true;
     }
 }
 
 void TreeCore::layOut() {
     const Describing describing;
-    _needsLayout = false;
-    LayoutPass pass(*this, _texts, _surface.scale, _now, _update);
-    pass.curve = _curve;
-    pass.viewport = {{}, _surface.size};
-    _root->target = {{}, _surface.size};
-    _root->frame.jump(_root->target);
-    _root->element->place(*_root, {_surface.size.width, _surface.size.height}, pass);
-    _movesUntil = std::max(_movesUntil, pass.movesUntil);
+    needsLayout = false;
+    LayoutPass pass(*this, texts, surface_.scale, now, update);
+    pass.curve = curve;
+    pass.viewport = {{}, surface_.size};
+    root_->target = {{}, surface_.size};
+    root_->frame.jump(root_->target);
+    root_->element->place(*root_, {surface_.size.width, surface_.size.height}, pass);
+    movesUntil = std::max(movesUntil, pass.movesUntil);
 }
 
 void TreeCore::record() {
     const Describing describing;
-    _needsDrawing = false;
-    _list.clear();
-    Recorder recorder(_list, {{}, _surface.size}, _surface.scale, _now);
-    recorder.hasKeyboard = _hasKeyboard;
-    recorder.focused = _hasKeyboard ? _dispatcher.shownFocus() : nullptr;
-    recorder.record(*_root, {});
-    _nextFrameAt = recorder.nextFrameAt();
-    _isMoving = _movesUntil > _now || recorder.isMoving;
+    needsDrawing = false;
+    list.clear();
+    Recorder recorder(list, {{}, surface_.size}, surface_.scale, now);
+    recorder.hasKeyboard = hasKeyboard;
+    recorder.focused = hasKeyboard ? dispatcher_.shownFocus() : nullptr;
+    recorder.record(*root_, {});
+    nextFrameAt_ = recorder.nextFrameAt();
+    isMoving = movesUntil > now || recorder.isMoving;
 }
 
 void TreeCore::setHasKeyboard(bool hasKeyboard) {
-    if (std::exchange(_hasKeyboard, hasKeyboard) != hasKeyboard) needDrawing();
+    if (std::exchange(this->hasKeyboard, hasKeyboard) != hasKeyboard) needDrawing();
 }
 
 void TreeCore::settle() {
-    _isSettling = true;
-    _curve.reset();
+    isSettling = true;
+    curve.reset();
 }
 
 const DrawingList& TreeCore::frame(double now) {
-    if (_isInFrame) return _list;
-    _isInFrame = true;
-    _now = std::max(_now, now);
+    if (isInFrame) return list;
+    isInFrame = true;
+    this->now = std::max(this->now, now);
     // What moves under a resting pointer changes what is hovered, and that changes views once more. Views
     // that would chase each other for ever go on in the next frame.
     constexpr int rounds = 4;
     for (int round = 0; round < rounds; ++round) {
-        ++_update;
+        ++update;
         evaluateChanged();
-        if (_needsLayout) layOut();
-        _curve.reset();
+        if (needsLayout) layOut();
+        curve.reset();
         record();
-        for (const auto& reaction : std::exchange(_reactions, {})) reaction();
-        _dispatcher.treeDidChange();
-        if (!_isStale && !_needsLayout && !_needsDrawing) break;
+        for (const auto& reaction : std::exchange(reactions, {})) reaction();
+        dispatcher_.treeDidChange();
+        if (!isStale && !needsLayout && !needsDrawing) break;
     }
-    _isInFrame = false;
-    _isSettling = false;
-    return _list;
+    isInFrame = false;
+    isSettling = false;
+    return list;
 }
 
 }  // namespace vellumix::view

@@ -26,9 +26,9 @@ public:
     void settle();
     void setHasKeyboard(bool hasKeyboard);
     bool needsFrame() const;
-    std::optional<double> nextFrameAt() const { return _nextFrameAt; }
-    void onNeedsFrame(std::function<void()> handler) { _onNeedsFrame = std::move(handler); }
-    void onMenu(std::function<void(const MenuRequest&)> handler) { _onMenu = std::move(handler); }
+    std::optional<double> nextFrameAt() const { return nextFrameAt_; }
+    void onNeedsFrame(std::function<void()> handler) { onNeedsFrame_ = std::move(handler); }
+    void onMenu(std::function<void(const MenuRequest&)> handler) { onMenu_ = std::move(handler); }
     void openMenu(const MenuRequest& request);
     Size fittingSize(double maximumWidth);
     /// The next frame lays out anew, or at least draws anew.
@@ -37,9 +37,9 @@ public:
 
     void build(Node& node, const ChildList& list, const std::optional<Curve>& curve) override;
 
-    Node& root() { return *_root; }
-    const Surface& surface() const { return _surface; }
-    Dispatcher& dispatcher() { return _dispatcher; }
+    Node& root() { return *root_; }
+    const Surface& surface() const { return surface_; }
+    Dispatcher& dispatcher() { return dispatcher_; }
 
 private:
     void nodeChanged(Node& node);
@@ -51,29 +51,29 @@ private:
     void layOut();
     void record();
 
-    View _rootView;
-    TextSetter& _texts;
-    Surface _surface;
-    std::shared_ptr<const Node::Host> _host;
-    std::shared_ptr<Node> _root;
-    Dispatcher _dispatcher;
-    DrawingList _list;
-    std::vector<std::weak_ptr<Node>> _stale;
-    std::vector<Action> _reactions;
-    std::optional<Curve> _curve;
-    std::function<void()> _onNeedsFrame;
-    std::function<void(const MenuRequest&)> _onMenu;
-    double _now = 0;
-    std::optional<double> _nextFrameAt;
-    double _movesUntil = 0;
-    int _update = 0;
-    bool _isStale = true;
-    bool _needsLayout = true;
-    bool _needsDrawing = true;
-    bool _isMoving = false;
-    bool _isInFrame = false;
-    bool _isSettling = false;
-    bool _hasKeyboard = true;
+    View rootView;
+    TextSetter& texts;
+    Surface surface_;
+    std::shared_ptr<const Node::Host> host;
+    std::shared_ptr<Node> root_;
+    Dispatcher dispatcher_;
+    DrawingList list;
+    std::vector<std::weak_ptr<Node>> stale;
+    std::vector<Action> reactions;
+    std::optional<Curve> curve;
+    std::function<void()> onNeedsFrame_;
+    std::function<void(const MenuRequest&)> onMenu_;
+    double now = 0;
+    std::optional<double> nextFrameAt_;
+    double movesUntil = 0;
+    int update = 0;
+    bool isStale = true;
+    bool needsLayout = true;
+    bool needsDrawing = true;
+    bool isMoving = false;
+    bool isInFrame = false;
+    bool isSettling = false;
+    bool hasKeyboard = true;
 };
 
 }  // namespace vellumix::view

@@ -99,7 +99,7 @@ public:
     std::string semanticsDump() const;
 
 private:
-    std::shared_ptr<TreeCore> _core;
+    std::shared_ptr<TreeCore> core;
 };
 
 }  // namespace vellumix::view

@@ -36,31 +36,31 @@ template <class T>
 class Animated {
 public:
     Animated() = default;
-    explicit Animated(T value) : _to(value) {}
+    explicit Animated(T value) : to(value) {}
 
     /// Without a curve, or at the first value ever, it is there at once. Returns when it will rest: `now`
     /// where it doesn't move.
     double set(const T& target, const std::optional<Curve>& curve, double now) {
-        if (!_isSet || (!curve && !(target == _to))) {
+        if (!isSet_ || (!curve && !(target == to))) {
             jump(target);
-        } else if (!(target == _to)) {
-            _motion = std::make_unique<const Motion>(Motion{at(now), *curve, now});
-            _to = target;
+        } else if (!(target == to)) {
+            motion = std::make_unique<const Motion>(Motion{at(now), *curve, now});
+            to = target;
         }
         return restsAt(now);
     }
     void jump(const T& value) {
-        _motion.reset();
-        _to = value;
-        _isSet = true;
+        motion.reset();
+        to = value;
+        isSet_ = true;
     }
     T at(double now) const {
-        if (!isMovingAt(now)) return _to;
-        return interpolated(_motion->from, _to, _motion->curve.at(now - _motion->began));
+        if (!isMovingAt(now)) return to;
+        return interpolated(motion->from, to, motion->curve.at(now - motion->began));
     }
-    const T& target() const { return _to; }
-    bool isSet() const { return _isSet; }
-    double restsAt(double now) const { return isMovingAt(now) ? _motion->ends() : now; }
+    const T& target() const { return to; }
+    bool isSet() const { return isSet_; }
+    double restsAt(double now) const { return isMovingAt(now) ? motion->ends() : now; }
 
 private:
     struct Motion {
@@ -71,11 +71,11 @@ private:
         double ends() const { return began + curve.duration(); }
     };
 
-    bool isMovingAt(double now) const { return _motion && now < _motion->ends(); }
+    bool isMovingAt(double now) const { return motion && now < motion->ends(); }
 
-    T _to{};
-    std::unique_ptr<const Motion> _motion;
-    bool _isSet = false;
+    T to{};
+    std::unique_ptr<const Motion> motion;
+    bool isSet_ = false;
 };
 
 }  // namespace vellumix::view

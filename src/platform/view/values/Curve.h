@@ -15,7 +15,7 @@ public:
     static Curve spring(double response, double dampingFraction);
 
     /// Seconds until it rests. A spring rests when it is within a thousandth for good.
-    double duration() const { return _duration; }
+    double duration() const { return duration_; }
     /// 0 at the beginning, exactly 1 from the end on; a spring may pass 1 on the way.
     double at(double seconds) const;
 
@@ -23,18 +23,18 @@ public:
 
 private:
     constexpr Curve(double duration, double x1, double y1, double x2, double y2)
-        : _duration(duration), _x1(x1), _y1(y1), _x2(x2), _y2(y2) {}
+        : duration_(duration), x1(x1), y1(y1), x2(x2), y2(y2) {}
 
     double springAt(double seconds) const;
 
-    double _duration;
-    double _x1;
-    double _y1;
-    double _x2;
-    double _y2;
+    double duration_;
+    double x1;
+    double y1;
+    double x2;
+    double y2;
     /// In radians a second; 0 for a Bézier curve.
-    double _frequency = 0;
-    double _damping = 1;
+    double frequency = 0;
+    double damping = 1;
 };
 
 }  // namespace vellumix::view

@@ -26,15 +26,15 @@ public:
     virtual ~StateStorage() = default;
     /// Whether it holds what it held at first, so that nothing is lost with it.
     virtual bool isInitial() const = 0;
-    void setOwner(std::weak_ptr<StateOwner> owner) { _owner = std::move(owner); }
+    void setOwner(std::weak_ptr<StateOwner> owner) { this->owner = std::move(owner); }
 
 protected:
     void changed() {
-        if (const auto owner = _owner.lock()) owner->stateDidChange();
+        if (const auto owner = this->owner.lock()) owner->stateDidChange();
     }
 
 private:
-    std::weak_ptr<StateOwner> _owner;
+    std::weak_ptr<StateOwner> owner;
 };
 
 /// The states of one view, by their place in its struct.
@@ -54,21 +54,21 @@ public:
     /// The offset of a field of the view; nothing for what isn't a field of it.
     std::optional<std::size_t> placeOf(const void* field) const;
     std::shared_ptr<StateStorage>& storage(std::size_t place, std::type_index type);
-    const std::weak_ptr<StateOwner>& owner() const { return _owner; }
-    const Environment& environment() const { return _environment; }
+    const std::weak_ptr<StateOwner>& owner() const { return owner_; }
+    const Environment& environment() const { return environment_; }
 
 private:
     void didRead(ObserverList<>& observers) override;
 
-    const void* _value;
-    std::size_t _size;
-    StateStorages& _storages;
-    std::weak_ptr<StateOwner> _owner;
-    const Environment& _environment;
-    std::vector<Observation>& _observations;
-    std::vector<const void*> _read;
-    Evaluation* _outer;
-    Describing _describing;
+    const void* value;
+    std::size_t size;
+    StateStorages& storages;
+    std::weak_ptr<StateOwner> owner_;
+    const Environment& environment_;
+    std::vector<Observation>& observations;
+    std::vector<const void*> read;
+    Evaluation* outer;
+    Describing describing;
 };
 
 }  // namespace vellumix::view

@@ -14,21 +14,21 @@ namespace vellumix::view {
 template <class T>
 class StateSlot final : public StateStorage {
 public:
-    explicit StateSlot(T initial) : _initial(initial), _value(std::move(initial)) {}
+    explicit StateSlot(T initial) : initial(initial), value_(std::move(initial)) {}
 
-    const T& value() const { return _value; }
+    const T& value() const { return value_; }
     void set(T value) {
         assertMainThread();
         assertNotDescribing("a state was changed");
-        if (value == _value) return;
-        _value = std::move(value);
+        if (value == value_) return;
+        value_ = std::move(value);
         changed();
     }
-    bool isInitial() const override { return _value == _initial; }
+    bool isInitial() const override { return value_ == initial; }
 
 private:
-    T _initial;
-    T _value;
+    T initial;
+    T value_;
 };
 
 /// A safe handle to a value that lives elsewhere. Once that has gone, it reads its default and writes
@@ -37,29 +37,29 @@ template <class T>
 class Binding {
 public:
     /// A value of its own that can't be written.
-    explicit Binding(T constant) : _default(std::move(constant)) {}
+    explicit Binding(T constant) : default_(std::move(constant)) {}
     Binding(const std::shared_ptr<StateSlot<T>>& slot, T initial)
-        : _default(std::move(initial)),
-          _get([weak = std::weak_ptr(slot)](const T& otherwise) {
+        : default_(std::move(initial)),
+          get_([weak = std::weak_ptr(slot)](const T& otherwise) {
               const auto alive = weak.lock();
               return alive ? alive->value() : otherwise;
           }),
-          _set([weak = std::weak_ptr(slot)](T value) {
+          set_([weak = std::weak_ptr(slot)](T value) {
               if (const auto alive = weak.lock()) alive->set(std::move(value));
           }) {}
     /// A value that a service holds. The closures must hold the service weakly, or live no longer than it.
     Binding(std::function<T()> get, std::function<void(T)> set)
-        : _get([get = std::move(get)](const T&) { return get(); }), _set(std::move(set)) {}
+        : get_([get = std::move(get)](const T&) { return get(); }), set_(std::move(set)) {}
 
-    T get() const { return _get ? _get(_default) : _default; }
+    T get() const { return get_ ? get_(default_) : default_; }
     void set(T value) const {
-        if (_set) _set(std::move(value));
+        if (set_) set_(std::move(value));
     }
 
 private:
-    T _default{};
-    std::function<T(const T& otherwise)> _get;
-    std::function<void(T)> _set;
+    T default_{};
+    std::function<T(const T& otherwise)> get_;
+    std::function<void(T)> set_;
 };
 
 /// A value that a view keeps from one `body()` to the next: a field of the view's struct, initialised with
@@ -70,8 +70,8 @@ private:
 template <class T>
 class State {
 public:
-    State(T initial = T{}) : _initial(std::move(initial)) {}
-    State(const State& other) : _initial(other._initial), _slot((other.attach(), other._slot)) {}
+    State(T initial = T{}) : initial(std::move(initial)) {}
+    State(const State& other) : initial(other.initial), slot((other.attach(), other.slot)) {}
     // A view's struct that moves finds its slot as a copy of it does.
     // NOLINTNEXTLINE(performance-move-constructor-init)
     State(State&& other) noexcept : State(std::as_const(other)) {}
@@ -80,21 +80,21 @@ public:
 
     T get() const {
         attach();
-        const auto alive = _slot.lock();
-        return alive ? alive->value() : _initial;
+        const auto alive = slot.lock();
+        return alive ? alive->value() : initial;
     }
     operator T() const { return get(); }
 
     /// Writes nothing where the view isn't in a tree.
     void set(T value) const {
         attach();
-        if (const auto alive = _slot.lock()) alive->set(std::move(value));
+        if (const auto alive = slot.lock()) alive->set(std::move(value));
     }
 
     Binding<T> binding() const {
         attach();
-        const auto alive = _slot.lock();
-        return alive ? Binding<T>(alive, _initial) : Binding<T>(_initial);
+        const auto alive = slot.lock();
+        return alive ? Binding<T>(alive, initial) : Binding<T>(initial);
     }
     operator Binding<T>() const { return binding(); }
 
@@ -106,14 +106,14 @@ private:
         if (!place) return;
         auto& stored = evaluation->storage(*place, typeid(T));
         if (!stored) {
-            stored = std::make_shared<StateSlot<T>>(_initial);
+            stored = std::make_shared<StateSlot<T>>(initial);
             stored->setOwner(evaluation->owner());
         }
-        _slot = std::static_pointer_cast<StateSlot<T>>(stored);
+        slot = std::static_pointer_cast<StateSlot<T>>(stored);
     }
 
-    T _initial;
-    mutable std::weak_ptr<StateSlot<T>> _slot;
+    T initial;
+    mutable std::weak_ptr<StateSlot<T>> slot;
 };
 
 }  // namespace vellumix::view

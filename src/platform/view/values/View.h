@@ -98,14 +98,14 @@ public:
 template <class... Values>
 class ComparedValues final : public ComparedValue {
 public:
-    explicit ComparedValues(std::tuple<Values...> values) : _values(std::move(values)) {}
+    explicit ComparedValues(std::tuple<Values...> values) : values(std::move(values)) {}
     bool equals(const ComparedValue& other) const override {
         const auto* same = dynamic_cast<const ComparedValues*>(&other);
-        return same && same->_values == _values;
+        return same && same->values == values;
     }
 
 private:
-    std::tuple<Values...> _values;
+    std::tuple<Values...> values;
 };
 
 /// Any view, as a value. A copy shares the description and costs a pointer. Empty, it takes no room and draws
@@ -116,12 +116,12 @@ private:
 class View {
 public:
     View() = default;
-    explicit View(std::shared_ptr<const Element> element) : _element(std::move(element)) {}
+    explicit View(std::shared_ptr<const Element> element) : element_(std::move(element)) {}
     template <ViewValue T>
     View(T value);
 
-    const std::shared_ptr<const Element>& element() const { return _element; }
-    bool isEmpty() const { return !_element; }
+    const std::shared_ptr<const Element>& element() const { return element_; }
+    bool isEmpty() const { return !element_; }
 
     View padding(double all) const;
     View padding(Edge edge, double by) const;
@@ -229,7 +229,7 @@ private:
     View animationOf(const Curve& curve, std::shared_ptr<const ComparedValue> values) const;
     View reactionTo(std::shared_ptr<const ComparedValue> value, Action action) const;
 
-    std::shared_ptr<const Element> _element;
+    std::shared_ptr<const Element> element_;
 };
 
 /// A user's view, whatever its type.
@@ -246,13 +246,13 @@ View viewOf(std::shared_ptr<const AnyBody> body);
 template <class T>
 class BodyOf final : public AnyBody {
 public:
-    explicit BodyOf(T value) : _value(std::move(value)) {}
-    View body() const override { return _value.body(); }
-    std::pair<const void*, std::size_t> value() const override { return {&_value, sizeof _value}; }
+    explicit BodyOf(T value) : value_(std::move(value)) {}
+    View body() const override { return value_.body(); }
+    std::pair<const void*, std::size_t> value() const override { return {&value_, sizeof value_}; }
     const std::type_info& type() const override { return typeid(T); }
 
 private:
-    T _value;
+    T value_;
 };
 
 template <ViewValue T>

@@ -138,42 +138,42 @@ View alertContent(const AlertDescription& alert, const ControlPalette& palette, 
 
 AlertWindow::AlertWindow(const AlertDescription& alert, const ControlPalette& palette, const Rect& over,
                          const Rect& bounds, Renderer& renderer, Answer onAnswer)
-    : _onAnswer(std::move(onAnswer)), _cancelButton(cancelButton(alert)) {
+    : onAnswer(std::move(onAnswer)), cancelButton_(cancelButton(alert)) {
     const AlertContent content{
         alert, palette, fitSideBySide(alert, renderer),
-        _lifetime.weakly([this](std::optional<std::size_t> button) { answer(button); })};
+        lifetime.weakly([this](std::optional<std::size_t> button) { answer(button); })};
     const auto size = fittingSize(content, renderer, width);
     const Rect middle{
         {std::round(over.centre().x - size.width / 2), std::round(over.centre().y - size.height / 2)}, size};
-    _window = std::make_unique<AttachedWindow>(
+    window = std::make_unique<AttachedWindow>(
         NSWindow::Options{
             .kind = NSWindow::Kind::alert, .frame = keptInside(middle, bounds), .title = alert.title},
         [content, palette](const Chrome&) {
             return View(content).fillHeight(Alignment::top()).background(Rectangle(), palette.background);
         },
         renderer);
-    auto& host = _window->host();
+    auto& host = window->host();
     host.onUnhandledKey([this](const KeyEvent& event) {
         if (event.key != Key::escape) return false;
         cancel();
         return true;
     });
-    _closing = host.observeClose([this] { cancel(); });
+    closing = host.observeClose([this] { cancel(); });
     host.orderFront();
     host.window().makeKeyWindow();
 }
 
-AlertWindow::~AlertWindow() { _window->host().orderOut(); }
+AlertWindow::~AlertWindow() { window->host().orderOut(); }
 
 void AlertWindow::raise() {
-    _window->window().orderFrontRegardless();
-    _window->window().makeKeyWindow();
+    window->window().orderFrontRegardless();
+    window->window().makeKeyWindow();
 }
 
 void AlertWindow::answer(std::optional<std::size_t> button) {
-    if (const auto handler = std::exchange(_onAnswer, nullptr)) handler(button);
+    if (const auto handler = std::exchange(onAnswer, nullptr)) handler(button);
 }
 
-void AlertWindow::cancel() { answer(_cancelButton); }
+void AlertWindow::cancel() { answer(cancelButton_); }
 
 }  // namespace vellumix::view

@@ -36,11 +36,11 @@ private:
     void answer(std::optional<std::size_t> button);
     void cancel();
 
-    Answer _onAnswer;
-    std::optional<std::size_t> _cancelButton;
-    std::unique_ptr<AttachedWindow> _window;
-    Observation _closing;
-    Lifetime _lifetime;
+    Answer onAnswer;
+    std::optional<std::size_t> cancelButton_;
+    std::unique_ptr<AttachedWindow> window;
+    Observation closing;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::view

@@ -9,8 +9,8 @@ namespace vellumix::view {
 
 AttachedWindow::AttachedWindow(const NSWindow::Options& options, HostingView::RootMaker root,
                                Renderer& renderer)
-    : _window(platform::current().windows->makeWindow(options)),
-      _host(std::make_unique<HostingView>(*_window, std::move(root), renderer)) {}
+    : window_(platform::current().windows->makeWindow(options)),
+      host_(std::make_unique<HostingView>(*window_, std::move(root), renderer)) {}
 
 AttachedWindow::~AttachedWindow() = default;
 

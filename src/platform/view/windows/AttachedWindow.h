@@ -14,12 +14,12 @@ public:
     AttachedWindow(const NSWindow::Options& options, HostingView::RootMaker root, Renderer& renderer);
     ~AttachedWindow();
 
-    NSWindow& window() { return *_window; }
-    HostingView& host() { return *_host; }
+    NSWindow& window() { return *window_; }
+    HostingView& host() { return *host_; }
 
 private:
-    std::unique_ptr<NSWindow> _window;
-    std::unique_ptr<HostingView> _host;
+    std::unique_ptr<NSWindow> window_;
+    std::unique_ptr<HostingView> host_;
 };
 
 /// The room that a view takes where it is offered this width at most, in whole points.

@@ -30,50 +30,50 @@ View helpContent(const ViewTree::Help& help, const Chrome& chrome) {
 }
 
 void HelpTip::pointerMoved(Point pointer, const std::optional<ViewTree::Help>& help, const Rect& bounds) {
-    _pointer = pointer;
-    _bounds = bounds;
-    const bool isSame = help == _help;
-    if (isSame && (!help || _window || _isDismissed)) return;
+    this->pointer = pointer;
+    this->bounds = bounds;
+    const bool isSame = help == this->help;
+    if (isSame && (!help || window || isDismissed)) return;
     if (!isSame) {
         hide();
-        _help = help;
-        _isDismissed = false;
+        this->help = help;
+        isDismissed = false;
         if (!help) return;
     }
     const double now = RunLoop::main().uptime();
-    if (_lastShown && now - *_lastShown <= relatedSeconds) return show();
-    _timer = RunLoop::main().oneShotTimer(restingSeconds, [this] { show(); });
+    if (lastShown && now - *lastShown <= relatedSeconds) return show();
+    timer = RunLoop::main().oneShotTimer(restingSeconds, [this] { show(); });
 }
 
 void HelpTip::helpChanged(const std::optional<ViewTree::Help>& help) {
-    if (_help && !(help == _help)) {
+    if (this->help && !(help == this->help)) {
         hide();
-        _help.reset();
+        this->help.reset();
     }
 }
 
 void HelpTip::dismiss() {
     hide();
-    _lastShown.reset();
-    _isDismissed = true;
+    lastShown.reset();
+    isDismissed = true;
 }
 
 void HelpTip::show() {
-    const auto size = fittingSize(tip(*_help), _renderer, widest);
-    const auto frame = placedUnder({_pointer, {}}, size, belowPointer, _bounds);
-    _window = std::make_unique<AttachedWindow>(
+    const auto size = fittingSize(tip(*this->help), renderer, widest);
+    const auto frame = placedUnder({pointer, {}}, size, belowPointer, bounds);
+    window = std::make_unique<AttachedWindow>(
         NSWindow::Options{.kind = NSWindow::Kind::toolTip, .frame = frame},
-        [help = *_help](const Chrome& chrome) { return helpContent(help, chrome); }, _renderer);
-    _window->window().setCornerRadius(cornerRadius);
-    _window->host().orderFront();
+        [help = *this->help](const Chrome& chrome) { return helpContent(help, chrome); }, renderer);
+    window->window().setCornerRadius(cornerRadius);
+    window->host().orderFront();
     // The timer may be running this.
     const auto before =
-        std::exchange(_timer, RunLoop::main().oneShotTimer(shownSeconds, [this] { dismiss(); }));
+        std::exchange(timer, RunLoop::main().oneShotTimer(shownSeconds, [this] { dismiss(); }));
 }
 
 void HelpTip::hide() {
-    const auto timer = std::exchange(_timer, nullptr);
-    if (std::exchange(_window, nullptr)) _lastShown = RunLoop::main().uptime();
+    const auto timer = std::exchange(this->timer, nullptr);
+    if (std::exchange(window, nullptr)) lastShown = RunLoop::main().uptime();
 }
 
 }  // namespace vellumix::view

@@ -15,7 +15,7 @@ View helpContent(const ViewTree::Help& help, const Chrome& chrome);
 /// was shown until half a second before, and for ten seconds. Main thread only.
 class HelpTip {
 public:
-    explicit HelpTip(Renderer& renderer) : _renderer(renderer) {}
+    explicit HelpTip(Renderer& renderer) : renderer(renderer) {}
 
     /// The pointer is there, in the space of the monitors, over a view with this help or over none.
     void pointerMoved(Point pointer, const std::optional<ViewTree::Help>& help, const Rect& bounds);
@@ -28,15 +28,15 @@ private:
     void show();
     void hide();
 
-    Renderer& _renderer;
-    std::optional<ViewTree::Help> _help;
-    Point _pointer;
-    Rect _bounds;
+    Renderer& renderer;
+    std::optional<ViewTree::Help> help;
+    Point pointer;
+    Rect bounds;
     /// By `RunLoop::uptime`.
-    std::optional<double> _lastShown;
-    bool _isDismissed = false;
-    std::unique_ptr<AttachedWindow> _window;
-    std::unique_ptr<NSTimer> _timer;
+    std::optional<double> lastShown;
+    bool isDismissed = false;
+    std::unique_ptr<AttachedWindow> window;
+    std::unique_ptr<NSTimer> timer;
 };
 
 }  // namespace vellumix::view

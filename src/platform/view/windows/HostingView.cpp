@@ -24,43 +24,43 @@ HostingView::HostingView(NSWindow& window, const View& root, Renderer& renderer)
           window, [root](const Chrome&) { return root; }, renderer) {}
 
 HostingView::HostingView(NSWindow& window, RootMaker root, Renderer& renderer)
-    : _window(window), _renderer(renderer), _maker(std::move(root)), _chrome(chrome()) {
-    _tree =
-        std::make_shared<ViewTree>(_maker(_chrome).padding(_chrome.shadowRoom), renderer.texts(), surface());
-    _tree->onNeedsFrame([this] { requestFrame(); });
-    _presenter = std::make_unique<Presenter>(*this, renderer, [this] { updateKeyState(); });
-    _forgetting =
-        RememberedTexts::shared().onForget([this] { onMain(_lifetime.weakly([this] { forget(); })); });
-    _window.setDelegate(this);
+    : window_(window), renderer(renderer), maker(std::move(root)), chrome_(chrome()) {
+    tree_ =
+        std::make_shared<ViewTree>(maker(chrome_).padding(chrome_.shadowRoom), renderer.texts(), surface());
+    tree_->onNeedsFrame([this] { requestFrame(); });
+    presenter = std::make_unique<Presenter>(*this, renderer, [this] { updateKeyState(); });
+    forgetting =
+        RememberedTexts::shared().onForget([this] { onMain(lifetime.weakly([this] { forget(); })); });
+    window_.setDelegate(this);
 }
 
 HostingView::~HostingView() {
-    _window.setDelegate(nullptr);
-    _tree->onNeedsFrame({});
-    _tree->onMenu({});
+    window_.setDelegate(nullptr);
+    tree_->onNeedsFrame({});
+    tree_->onMenu({});
 }
 
 Rect HostingView::content() const {
-    return {{_chrome.shadowRoom.leading, _chrome.shadowRoom.top}, _chrome.size};
+    return {{chrome_.shadowRoom.leading, chrome_.shadowRoom.top}, chrome_.size};
 }
 
-Point HostingView::onScreen(Point at) const { return _window.frame().origin + (at - content().origin); }
+Point HostingView::onScreen(Point at) const { return window_.frame().origin + (at - content().origin); }
 
 std::optional<Point> HostingView::pointer() const {
-    return _pointer ? std::optional(onScreen(*_pointer)) : std::nullopt;
+    return pointer_ ? std::optional(onScreen(*pointer_)) : std::nullopt;
 }
 
 Surface HostingView::surface() const {
-    const auto& room = _chrome.shadowRoom;
-    return {.size = {_chrome.size.width + room.leading + room.trailing,
-                     _chrome.size.height + room.top + room.bottom},
-            .scale = _window.backingScaleFactor()};
+    const auto& room = chrome_.shadowRoom;
+    return {.size = {chrome_.size.width + room.leading + room.trailing,
+                     chrome_.size.height + room.top + room.bottom},
+            .scale = window_.backingScaleFactor()};
 }
 
 Chrome HostingView::chrome() const {
-    return {.shadowRoom = _window.shadowInsets(),
-            .isTranslucent = _window.isTranslucent(),
-            .size = _window.frame().size};
+    return {.shadowRoom = window_.shadowInsets(),
+            .isTranslucent = window_.isTranslucent(),
+            .size = window_.frame().size};
 }
 
 void HostingView::setRoot(const View& root) {
@@ -68,240 +68,240 @@ void HostingView::setRoot(const View& root) {
 }
 
 void HostingView::setRoot(RootMaker root) {
-    _maker = std::move(root);
-    const auto maker = _maker;
-    _tree->setRoot(maker(_chrome).padding(_chrome.shadowRoom));
+    this->maker = std::move(root);
+    const auto maker = this->maker;
+    tree_->setRoot(maker(chrome_).padding(chrome_.shadowRoom));
 }
 
 void HostingView::updateChrome() {
     const auto now = chrome();
-    if (!(now == _chrome)) {
-        _chrome = now;
-        setRoot(_maker);
+    if (!(now == chrome_)) {
+        chrome_ = now;
+        setRoot(maker);
     }
-    _tree->setSurface(surface());
+    tree_->setSurface(surface());
 }
 
 void HostingView::requestFrame() {
-    if (_isFrameRequested || !_window.isVisible()) return;
-    _isFrameRequested = true;
-    const double wait = _nextFrame - RunLoop::main().uptime();
+    if (isFrameRequested || !window_.isVisible()) return;
+    isFrameRequested = true;
+    const double wait = nextFrame - RunLoop::main().uptime();
     if (wait <= 0) {
-        onMain(_lifetime.weakly([this] { tick(); }));
+        onMain(lifetime.weakly([this] { tick(); }));
     } else {
-        _frameTimer = RunLoop::main().oneShotTimer(wait, [this] { tick(); });
+        frameTimer = RunLoop::main().oneShotTimer(wait, [this] { tick(); });
     }
 }
 
 void HostingView::tick() {
-    if (!std::exchange(_isFrameRequested, false)) return;
+    if (!std::exchange(isFrameRequested, false)) return;
     // The timer may be running this.
-    const auto timer = std::exchange(_frameTimer, nullptr);
-    const auto alive = _lifetime.watch();
+    const auto timer = std::exchange(frameTimer, nullptr);
+    const auto alive = lifetime.watch();
     const double now = RunLoop::main().uptime();
-    if (_alpha) tickAlpha(now);
-    if (!alive.expired() && _window.isVisible() && (_isPixelLost || _tree->needsFrame())) drawNow();
+    if (alpha) tickAlpha(now);
+    if (!alive.expired() && window_.isVisible() && (isPixelLost || tree_->needsFrame())) drawNow();
 }
 
 void HostingView::drawNow() {
-    const auto alive = _lifetime.watch();
-    const auto tree = _tree;
+    const auto alive = lifetime.watch();
+    const auto tree = tree_;
     const double now = RunLoop::main().uptime();
-    _nextFrame = nextFrameAfter(now);
+    nextFrame = nextFrameAfter(now);
     updateChrome();
     const auto& drawing = tree->frame(now);
     if (alive.expired()) return;
-    const auto pixels = _window.beginDrawing();
+    const auto pixels = window_.beginDrawing();
     if (!pixels.memory.empty()) {
-        _renderer.paint(drawing, pixels, _window.backingScaleFactor());
-        _window.endDrawing();
+        renderer.paint(drawing, pixels, window_.backingScaleFactor());
+        window_.endDrawing();
     }
-    _isPixelLost = false;
+    isPixelLost = false;
     updateCursor();
-    _window.setTextInput(tree->textInputCaret());
-    _presenter->treeDidChange();
+    window_.setTextInput(tree->textInputCaret());
+    presenter->treeDidChange();
     if (tree->needsFrame()) requestFrame();
     waitForNextChange();
 }
 
 void HostingView::waitForNextChange() {
-    _changeTimer.reset();
-    const auto at = _tree->nextFrameAt();
-    if (!at || _tree->needsFrame() || !_window.isVisible()) return;
+    changeTimer.reset();
+    const auto at = tree_->nextFrameAt();
+    if (!at || tree_->needsFrame() || !window_.isVisible()) return;
     const double wait = std::max(0.0, *at - RunLoop::main().uptime());
-    _changeTimer = RunLoop::main().oneShotTimer(wait, [this] {
+    changeTimer = RunLoop::main().oneShotTimer(wait, [this] {
         // Held, as the drawing puts another in its place.
-        const auto timer = std::move(_changeTimer);
+        const auto timer = std::move(changeTimer);
         drawNow();
     });
 }
 
 /// Puts what the tree shows now in the place of what it showed; a window in sight does so by its next frame.
 void HostingView::forget() {
-    if (_window.isVisible() || !_tree->needsFrame()) return;
-    _tree->settle();
-    _tree->frame(RunLoop::main().uptime());
+    if (window_.isVisible() || !tree_->needsFrame()) return;
+    tree_->settle();
+    tree_->frame(RunLoop::main().uptime());
 }
 
 void HostingView::orderFront() {
-    const auto alive = _lifetime.watch();
-    if (!_window.isVisible()) _tree->settle();
+    const auto alive = lifetime.watch();
+    if (!window_.isVisible()) tree_->settle();
     drawNow();
     if (alive.expired()) return;
-    _isWithdrawn = false;
-    _window.setIgnoresMouseEvents(false);
-    _window.orderFrontRegardless();
+    isWithdrawn = false;
+    window_.setIgnoresMouseEvents(false);
+    window_.orderFrontRegardless();
     // What wants a window over this one waits until it is shown.
-    _presenter->treeDidChange();
-    if (_tree->needsFrame() || _alpha) requestFrame();
+    presenter->treeDidChange();
+    if (tree_->needsFrame() || alpha) requestFrame();
     waitForNextChange();
 }
 
 void HostingView::withdraw() {
-    const auto alive = _lifetime.watch();
-    _isWithdrawn = true;
-    _drag.reset();
+    const auto alive = lifetime.watch();
+    isWithdrawn = true;
+    drag.reset();
     // Before what has the keyboard closes, so that it doesn't come back here on its way.
-    _window.resignKeyWindow();
-    _window.setIgnoresMouseEvents(true);
-    _presenter->closeAll();
+    window_.resignKeyWindow();
+    window_.setIgnoresMouseEvents(true);
+    presenter->closeAll();
     if (!alive.expired()) pointerLeft();
     if (!alive.expired()) updateKeyState();
 }
 
 void HostingView::orderOut() {
-    const auto alive = _lifetime.watch();
-    _changeTimer.reset();
+    const auto alive = lifetime.watch();
+    changeTimer.reset();
     withdraw();
-    if (!alive.expired()) _window.orderOut();
+    if (!alive.expired()) window_.orderOut();
 }
 
 void HostingView::close() {
-    const auto alive = _lifetime.watch();
-    _closing.notify();
+    const auto alive = lifetime.watch();
+    closing.notify();
     if (!alive.expired()) orderOut();
 }
 
 void HostingView::animateAlpha(double to, const Curve& curve, Work completion) {
     const double now = RunLoop::main().uptime();
     AlphaRun run{.value = Animated<double>(), .completion = std::move(completion)};
-    run.value.jump(_window.alphaValue());
-    if (_window.isVisible()) {
+    run.value.jump(window_.alphaValue());
+    if (window_.isVisible()) {
         run.value.set(to, curve, now);
     } else {
         run.value.jump(to);
-        _window.setAlphaValue(to);
+        window_.setAlphaValue(to);
     }
-    _alpha = std::move(run);
-    if (_window.isVisible()) return requestFrame();
-    _isFrameRequested = true;
-    onMain(_lifetime.weakly([this] { tick(); }));
+    alpha = std::move(run);
+    if (window_.isVisible()) return requestFrame();
+    isFrameRequested = true;
+    onMain(lifetime.weakly([this] { tick(); }));
 }
 
 void HostingView::tickAlpha(double now) {
-    const bool isOver = !_window.isVisible() || _alpha->value.restsAt(now) <= now;
-    _window.setAlphaValue(isOver ? _alpha->value.target() : _alpha->value.at(now));
+    const bool isOver = !window_.isVisible() || alpha->value.restsAt(now) <= now;
+    window_.setAlphaValue(isOver ? alpha->value.target() : alpha->value.at(now));
     if (!isOver) {
-        _nextFrame = nextFrameAfter(now);
+        nextFrame = nextFrameAfter(now);
         return requestFrame();
     }
-    const auto completion = std::exchange(_alpha, std::nullopt)->completion;
+    const auto completion = std::exchange(alpha, std::nullopt)->completion;
     if (completion) completion();
 }
 
 void HostingView::updateCursor() {
-    if (!_pointer) return;
-    auto wanted = _tree->cursor();
-    if (_drag) {
-        wanted = resizeCursor(_drag->edges());
-    } else if (_manners.isResizable) {
-        const auto edges = resizeEdgesAt(*_pointer, content());
+    if (!pointer_) return;
+    auto wanted = tree_->cursor();
+    if (drag) {
+        wanted = resizeCursor(drag->edges());
+    } else if (manners.isResizable) {
+        const auto edges = resizeEdgesAt(*pointer_, content());
         if (edges.any()) wanted = resizeCursor(edges);
     }
-    if (_cursor == wanted) return;
-    _cursor = wanted;
-    _window.setCursor(wanted);
+    if (cursor == wanted) return;
+    cursor = wanted;
+    window_.setCursor(wanted);
 }
 
 void HostingView::pointerMoved(Point at) {
-    if (_isWithdrawn) return;
-    _pointer = at;
-    if (_drag) return _window.setFrame(_drag->frameAt(onScreen(at)));
-    if (_presenter->pointerMoved(onScreen(at))) return;
-    const auto alive = _lifetime.watch();
-    _tree->pointerMoved(at);
+    if (isWithdrawn) return;
+    pointer_ = at;
+    if (drag) return window_.setFrame(drag->frameAt(onScreen(at)));
+    if (presenter->pointerMoved(onScreen(at))) return;
+    const auto alive = lifetime.watch();
+    tree_->pointerMoved(at);
     if (alive.expired()) return;
     updateCursor();
-    _presenter->pointerIsOver(onScreen(at));
+    presenter->pointerIsOver(onScreen(at));
 }
 
 void HostingView::pointerLeft() {
-    _pointer.reset();
-    _presenter->pointerIsOver(std::nullopt);
-    _tree->pointerLeft();
+    pointer_.reset();
+    presenter->pointerIsOver(std::nullopt);
+    tree_->pointerLeft();
 }
 
 void HostingView::pointerPressed(const PointerPress& press) {
-    if (_isWithdrawn) return;
-    _pointer = press.at;
-    if (_presenter->pointerPressed()) return;
+    if (isWithdrawn) return;
+    pointer_ = press.at;
+    if (presenter->pointerPressed()) return;
     const auto frame = content();
     const bool isPrimary = press.button == PointerButton::primary;
-    const auto edges = isPrimary && _manners.isResizable ? resizeEdgesAt(press.at, frame) : ResizeEdges();
-    const bool moves = isPrimary && _manners.isMovableByBackground && frame.contains(press.at) &&
-                       !_tree->takesPress(press.at);
-    if (edges.any() || moves) _drag.emplace(_window.frame(), onScreen(press.at), edges, _manners);
-    if (!edges.any()) _tree->pointerPressed(press);
+    const auto edges = isPrimary && manners.isResizable ? resizeEdgesAt(press.at, frame) : ResizeEdges();
+    const bool moves = isPrimary && manners.isMovableByBackground && frame.contains(press.at) &&
+                       !tree_->takesPress(press.at);
+    if (edges.any() || moves) drag.emplace(window_.frame(), onScreen(press.at), edges, manners);
+    if (!edges.any()) tree_->pointerPressed(press);
 }
 
 void HostingView::pointerReleased(Point at, PointerButton button) {
-    if (_isWithdrawn) return;
-    if (button == PointerButton::primary && _drag) {
+    if (isWithdrawn) return;
+    if (button == PointerButton::primary && drag) {
         pointerMoved(at);
-        _drag.reset();
+        drag.reset();
     }
-    if (_presenter->pointerReleased(onScreen(at))) return;
-    const auto alive = _lifetime.watch();
-    _tree->pointerReleased(at, button);
+    if (presenter->pointerReleased(onScreen(at))) return;
+    const auto alive = lifetime.watch();
+    tree_->pointerReleased(at, button);
     if (!alive.expired()) updateCursor();
 }
 
 void HostingView::scrolled(Point at, double down, double) {
-    if (!_isWithdrawn && !_presenter->scrolled()) _tree->scrolled(at, down);
+    if (!isWithdrawn && !presenter->scrolled()) tree_->scrolled(at, down);
 }
 
 void HostingView::keyPressed(const KeyEvent& event) {
-    if (_isWithdrawn) return;
-    const auto alive = _lifetime.watch();
+    if (isWithdrawn) return;
+    const auto alive = lifetime.watch();
     // Quick hands don't wait for a frame: a key is for what the one before it has brought about.
-    if (_window.isVisible() && _tree->needsFrame()) drawNow();
-    if (alive.expired() || _presenter->keyPressed(event)) return;
-    if (_tree->keyPressed(event) || alive.expired()) return;
-    if (const auto handler = _onUnhandledKey) handler(event);
+    if (window_.isVisible() && tree_->needsFrame()) drawNow();
+    if (alive.expired() || presenter->keyPressed(event)) return;
+    if (tree_->keyPressed(event) || alive.expired()) return;
+    if (const auto handler = onUnhandledKey_) handler(event);
 }
 
 void HostingView::textComposed(const MarkedText& text) {
-    if (!_isWithdrawn) _tree->textComposed(text);
+    if (!isWithdrawn) tree_->textComposed(text);
 }
 
 void HostingView::keyStateChanged(bool) { updateKeyState(); }
 
 void HostingView::updateKeyState() {
-    const bool isKey = _window.isKeyWindow() || (_isKey && _presenter->hasKeyboard());
-    if (std::exchange(_isKey, isKey) == isKey) return;
-    _tree->setHasKeyboard(isKey);
-    _keyState.notify(isKey);
+    const bool isKey = window_.isKeyWindow() || (this->isKey && presenter->hasKeyboard());
+    if (std::exchange(this->isKey, isKey) == isKey) return;
+    tree_->setHasKeyboard(isKey);
+    keyState.notify(isKey);
 }
 
 void HostingView::frameChanged(bool hasResized, bool hasMoved) {
-    const auto alive = _lifetime.watch();
+    const auto alive = lifetime.watch();
     if (hasResized) needsDisplay();
-    if (hasResized) _resized.notify();
-    if (hasMoved && !alive.expired()) _moved.notify();
+    if (hasResized) resized.notify();
+    if (hasMoved && !alive.expired()) moved.notify();
 }
 
 void HostingView::needsDisplay() {
-    _isPixelLost = true;
+    isPixelLost = true;
     requestFrame();
 }
 

@@ -45,8 +45,8 @@ public:
     HostingView(const HostingView&) = delete;
     HostingView& operator=(const HostingView&) = delete;
 
-    NSWindow& window() { return _window; }
-    ViewTree& tree() { return *_tree; }
+    NSWindow& window() { return window_; }
+    ViewTree& tree() { return *tree_; }
     /// A point of the tree in the space of the monitors.
     Point onScreen(Point at) const;
     /// Where the pointer is, in the space of the monitors; absent where it isn't over the window.
@@ -55,9 +55,9 @@ public:
     void setRoot(const View& root);
     /// The maker is called anew whenever what it was given has changed.
     void setRoot(RootMaker root);
-    void setManners(const WindowManners& manners) { _manners = manners; }
+    void setManners(const WindowManners& manners) { this->manners = manners; }
     /// Asked about keys that no view had a use for.
-    void onUnhandledKey(KeyHandler handler) { _onUnhandledKey = std::move(handler); }
+    void onUnhandledKey(KeyHandler handler) { onUnhandledKey_ = std::move(handler); }
 
     /// Draws at once, also while the window is hidden.
     void drawNow();
@@ -75,12 +75,12 @@ public:
     /// on a later turn of the loop, or never if another animation has come in its place.
     void animateAlpha(double to, const Curve& curve, Work completion = {});
 
-    Observation observeResize(std::function<void()> observer) { return _resized.add(std::move(observer)); }
-    Observation observeMove(std::function<void()> observer) { return _moved.add(std::move(observer)); }
-    Observation observeClose(std::function<void()> observer) { return _closing.add(std::move(observer)); }
+    Observation observeResize(std::function<void()> observer) { return resized.add(std::move(observer)); }
+    Observation observeMove(std::function<void()> observer) { return moved.add(std::move(observer)); }
+    Observation observeClose(std::function<void()> observer) { return closing.add(std::move(observer)); }
     /// The window counts as having the keyboard while a menu or an alert of its own has it.
     Observation observeKeyState(std::function<void(bool isKey)> observer) {
-        return _keyState.add(std::move(observer));
+        return keyState.add(std::move(observer));
     }
 
 private:
@@ -115,33 +115,33 @@ private:
     void tickAlpha(double now);
     void forget();
 
-    NSWindow& _window;
-    Renderer& _renderer;
-    RootMaker _maker;
-    Chrome _chrome;
-    WindowManners _manners;
-    KeyHandler _onUnhandledKey;
-    std::shared_ptr<ViewTree> _tree;
-    std::optional<Point> _pointer;
-    std::optional<WindowDrag> _drag;
-    std::optional<Cursor> _cursor;
-    std::optional<AlphaRun> _alpha;
-    std::unique_ptr<Presenter> _presenter;
-    ObserverList<> _resized;
-    ObserverList<> _moved;
-    ObserverList<> _closing;
-    ObserverList<bool> _keyState;
-    std::unique_ptr<NSTimer> _frameTimer;
-    std::unique_ptr<NSTimer> _changeTimer;
+    NSWindow& window_;
+    Renderer& renderer;
+    RootMaker maker;
+    Chrome chrome_;
+    WindowManners manners;
+    KeyHandler onUnhandledKey_;
+    std::shared_ptr<ViewTree> tree_;
+    std::optional<Point> pointer_;
+    std::optional<WindowDrag> drag;
+    std::optional<Cursor> cursor;
+    std::optional<AlphaRun> alpha;
+    std::unique_ptr<Presenter> presenter;
+    ObserverList<> resized;
+    ObserverList<> moved;
+    ObserverList<> closing;
+    ObserverList<bool> keyState;
+    std::unique_ptr<NSTimer> frameTimer;
+    std::unique_ptr<NSTimer> changeTimer;
     /// When the next frame may be drawn, by `RunLoop::uptime`.
-    double _nextFrame = 0;
-    bool _isFrameRequested = false;
-    bool _isKey = false;
-    bool _isWithdrawn = false;
+    double nextFrame = 0;
+    bool isFrameRequested = false;
+    bool isKey = false;
+    bool isWithdrawn = false;
     /// The window holds less than the tree's last frame.
-    bool _isPixelLost = true;
-    Observation _forgetting;
-    Lifetime _lifetime;
+    bool isPixelLost = true;
+    Observation forgetting;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::view

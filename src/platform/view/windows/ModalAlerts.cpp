@@ -17,7 +17,7 @@ int ModalAlerts::runModal(const NSAlert& alert) {
     AlertDescription description{.title = alert.messageText, .message = alert.informativeText};
     for (const auto& title : alert.buttons) description.buttons.push_back({.title = title});
     std::optional<std::size_t> answer;
-    const AlertWindow window(description, _palette(), screen->visibleFrame, screen->visibleFrame,
+    const AlertWindow window(description, palette(), screen->visibleFrame, screen->visibleFrame,
                              Renderer::shared(),
                              [&](std::optional<std::size_t> button) { answer = button.value_or(0); });
     RunLoop::main().runUntil([&] { return answer.has_value(); });

@@ -13,12 +13,12 @@ class ModalAlerts final : public Alerts {
 public:
     /// The palette is asked for as a question comes up.
     explicit ModalAlerts(std::function<ControlPalette()> palette = [] { return ControlPalette(); })
-        : _palette(std::move(palette)) {}
+        : palette(std::move(palette)) {}
 
     int runModal(const NSAlert& alert) override;
 
 private:
-    std::function<ControlPalette()> _palette;
+    std::function<ControlPalette()> palette;
 };
 
 }  // namespace vellumix::view

@@ -132,76 +132,76 @@ View menuContent(const MenuRequest& request, std::optional<std::size_t> highligh
 
 PopUpMenu::PopUpMenu(const MenuRequest& request, const Rect& anchor, const Rect& bounds, Renderer& renderer,
                      End onEnd)
-    : _model(std::make_shared<MenuModel>()), _onEnd(std::move(onEnd)), _anchor(anchor) {
-    _model->items = request.items;
-    _model->palette = request.palette;
-    _model->onChoice = [this](std::size_t item) { choose(item); };
-    _model->onHover = [this](std::size_t item, bool isOver) { hover(item, isOver); };
-    _model->onKey = [this](const KeyEvent& event) { keyPressed(event); };
-    auto size = fittingSize(MenuList{_model}, renderer);
+    : model(std::make_shared<MenuModel>()), onEnd(std::move(onEnd)), anchor(anchor) {
+    this->model->items = request.items;
+    this->model->palette = request.palette;
+    this->model->onChoice = [this](std::size_t item) { choose(item); };
+    this->model->onHover = [this](std::size_t item, bool isOver) { hover(item, isOver); };
+    this->model->onKey = [this](const KeyEvent& event) { keyPressed(event); };
+    auto size = fittingSize(MenuList{this->model}, renderer);
     size.width = std::min(std::max({size.width, anchor.size.width, minimumWidth}), bounds.size.width);
     size.height = std::min(size.height, bounds.size.height);
     constexpr double gap = 3;
-    _window = std::make_unique<AttachedWindow>(
+    window = std::make_unique<AttachedWindow>(
         NSWindow::Options{.kind = NSWindow::Kind::menu, .frame = placedUnder(anchor, size, gap, bounds)},
-        [model = _model](const Chrome& chrome) -> View {
+        [model = this->model](const Chrome& chrome) -> View {
             return MenuWindow{model, chrome};
         },
         renderer);
-    auto& host = _window->host();
+    auto& host = window->host();
     host.window().setCornerRadius(cornerRadius);
-    _keyState = host.observeKeyState([this](bool isKey) {
+    keyState = host.observeKeyState([this](bool isKey) {
         if (!isKey) close();
     });
-    _closing = host.observeClose([this] { close(); });
-    _pressesElsewhere = platform::current().windows->addGlobalMonitorForMouseDown([this] { close(); });
+    closing = host.observeClose([this] { close(); });
+    pressesElsewhere = platform::current().windows->addGlobalMonitorForMouseDown([this] { close(); });
     host.orderFront();
     host.window().makeKeyWindow();
 }
 
 PopUpMenu::~PopUpMenu() {
-    _model->onChoice = nullptr;
-    _model->onHover = nullptr;
-    _model->onKey = nullptr;
-    _window->host().orderOut();
+    model->onChoice = nullptr;
+    model->onHover = nullptr;
+    model->onKey = nullptr;
+    window->host().orderOut();
 }
 
 void PopUpMenu::dragged(Point pointer) {
-    auto& host = _window->host();
+    auto& host = window->host();
     const auto insets = host.window().shadowInsets();
     host.tree().pointerMoved(pointer - host.window().frame().origin + Point{insets.leading, insets.top});
 }
 
 void PopUpMenu::released(Point pointer) {
     dragged(pointer);
-    if (const auto item = _model->highlight.get().item; item && _window->window().frame().contains(pointer)) {
+    if (const auto item = model->highlight.get().item; item && window->window().frame().contains(pointer)) {
         return choose(*item);
     }
-    if (!_anchor.contains(pointer) && !_window->window().frame().contains(pointer)) close();
+    if (!anchor.contains(pointer) && !window->window().frame().contains(pointer)) close();
 }
 
 void PopUpMenu::hover(std::size_t item, bool isOver) {
-    if (_restingPointer == platform::current().windows->mouseLocation()) return;
-    _restingPointer.reset();
-    if (isOver && canBeChosen(_model->items[item])) {
+    if (restingPointer == platform::current().windows->mouseLocation()) return;
+    restingPointer.reset();
+    if (isOver && canBeChosen(model->items[item])) {
         highlight(item);
-    } else if (!isOver && _model->highlight.get().item == item) {
+    } else if (!isOver && model->highlight.get().item == item) {
         highlight(std::nullopt);
     }
 }
 
 void PopUpMenu::highlight(std::optional<std::size_t> item) {
-    _model->highlight.update([&](MenuModel::Highlight& highlight) { highlight.item = item; });
+    model->highlight.update([&](MenuModel::Highlight& highlight) { highlight.item = item; });
 }
 
 void PopUpMenu::step(std::size_t from, std::size_t by, const std::function<bool(const MenuItem&)>& passes) {
-    const auto count = _model->items.size();
+    const auto count = model->items.size();
     for (std::size_t tried = 1; tried <= count; ++tried) {
         const auto at = (from + tried * by) % count;
-        const auto& item = _model->items[at];
+        const auto& item = model->items[at];
         if (!canBeChosen(item) || (passes && !passes(item))) continue;
-        _restingPointer = platform::current().windows->mouseLocation();
-        _model->highlight.update([&](MenuModel::Highlight& highlight) {
+        restingPointer = platform::current().windows->mouseLocation();
+        model->highlight.update([&](MenuModel::Highlight& highlight) {
             highlight.item = at;
             ++highlight.reveals;
         });
@@ -210,9 +210,9 @@ void PopUpMenu::step(std::size_t from, std::size_t by, const std::function<bool(
 }
 
 void PopUpMenu::keyPressed(const KeyEvent& event) {
-    const auto count = _model->items.size();
+    const auto count = model->items.size();
     const auto last = count - 1;
-    const auto lit = _model->highlight.get().item;
+    const auto lit = model->highlight.get().item;
     switch (event.key) {
         case Key::down:
             return step(lit.value_or(last), 1);
@@ -240,13 +240,13 @@ void PopUpMenu::keyPressed(const KeyEvent& event) {
 }
 
 void PopUpMenu::choose(std::size_t item) {
-    if (!canBeChosen(_model->items[item])) return;
-    const auto action = _model->items[item].action;
-    if (const auto end = std::exchange(_onEnd, nullptr)) end(action ? action : [] {});
+    if (!canBeChosen(model->items[item])) return;
+    const auto action = model->items[item].action;
+    if (const auto end = std::exchange(onEnd, nullptr)) end(action ? action : [] {});
 }
 
 void PopUpMenu::close() {
-    if (const auto end = std::exchange(_onEnd, nullptr)) end({});
+    if (const auto end = std::exchange(onEnd, nullptr)) end({});
 }
 
 }  // namespace vellumix::view

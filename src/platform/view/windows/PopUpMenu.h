@@ -41,15 +41,15 @@ private:
     void choose(std::size_t item);
     void close();
 
-    std::shared_ptr<MenuModel> _model;
-    End _onEnd;
-    Rect _anchor;
+    std::shared_ptr<MenuModel> model;
+    End onEnd;
+    Rect anchor;
     /// Where the pointer rested when a key was pressed: rows that move under it aren't pointed at.
-    std::optional<Point> _restingPointer;
-    std::unique_ptr<AttachedWindow> _window;
-    Observation _pressesElsewhere;
-    Observation _keyState;
-    Observation _closing;
+    std::optional<Point> restingPointer;
+    std::unique_ptr<AttachedWindow> window;
+    Observation pressesElsewhere;
+    Observation keyState;
+    Observation closing;
 };
 
 }  // namespace vellumix::view

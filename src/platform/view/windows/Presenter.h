@@ -32,7 +32,7 @@ public:
     /// The window goes. An alert counts as not presented, and none of its actions runs.
     void closeAll();
     /// Whether something is open that the window has lent its keyboard to.
-    bool hasKeyboard() const { return _menu || _alert; }
+    bool hasKeyboard() const { return menu || alert; }
 
 private:
     void openMenu(const MenuRequest& request);
@@ -42,18 +42,18 @@ private:
     void giveKeyboardBack();
     Rect bounds() const;
 
-    HostingView& _host;
-    Renderer& _renderer;
-    std::function<void()> _keyboardReturned;
-    HelpTip _tip;
-    std::unique_ptr<PopUpMenu> _menu;
+    HostingView& host;
+    Renderer& renderer;
+    std::function<void()> keyboardReturned;
+    HelpTip tip;
+    std::unique_ptr<PopUpMenu> menu;
     /// Where the press was that opened the menu and is still held.
-    std::optional<Point> _menuPress;
-    std::optional<AlertRequest> _alertRequest;
-    std::unique_ptr<AlertWindow> _alert;
+    std::optional<Point> menuPress;
+    std::optional<AlertRequest> alertRequest;
+    std::unique_ptr<AlertWindow> alert;
     /// The release of a press that was taken is taken too.
-    bool _takesRelease = false;
-    Lifetime _lifetime;
+    bool takesRelease = false;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::view

@@ -26,8 +26,8 @@ Cursor resizeCursor(const ResizeEdges& edges) {
 }
 
 Rect WindowDrag::frameAt(Point pointer) const {
-    const Point way{std::round(pointer.x - _pressed.x), std::round(pointer.y - _pressed.y)};
-    if (!_edges.any()) return {_frame.origin + way, _frame.size};
+    const Point way{std::round(pointer.x - pressed.x), std::round(pointer.y - pressed.y)};
+    if (!edges_.any()) return {frame.origin + way, frame.size};
     const auto resized = [](double origin, double length, bool atLow, bool atHigh, double by, double least,
                             double most) {
         const double wanted = length + (atHigh ? by : 0) - (atLow ? by : 0);
@@ -35,10 +35,10 @@ Rect WindowDrag::frameAt(Point pointer) const {
         // The edge that isn't held stays where it is.
         return std::pair(atLow ? origin + length - taken : origin, atLow || atHigh ? taken : length);
     };
-    const auto [x, width] = resized(_frame.minX(), _frame.size.width, _edges.left, _edges.right, way.x,
-                                    _manners.minSize.width, _manners.maxSize.width);
-    const auto [y, height] = resized(_frame.minY(), _frame.size.height, _edges.top, _edges.bottom, way.y,
-                                     _manners.minSize.height, _manners.maxSize.height);
+    const auto [x, width] = resized(frame.minX(), frame.size.width, edges_.left, edges_.right, way.x,
+                                    manners.minSize.width, manners.maxSize.width);
+    const auto [y, height] = resized(frame.minY(), frame.size.height, edges_.top, edges_.bottom, way.y,
+                                     manners.minSize.height, manners.maxSize.height);
     return {{x, y}, {width, height}};
 }
 

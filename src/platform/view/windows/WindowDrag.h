@@ -35,17 +35,17 @@ Cursor resizeCursor(const ResizeEdges& edges);
 class WindowDrag {
 public:
     WindowDrag(const Rect& frame, Point pressed, const ResizeEdges& edges, const WindowManners& manners)
-        : _frame(frame), _pressed(pressed), _edges(edges), _manners(manners) {}
+        : frame(frame), pressed(pressed), edges_(edges), manners(manners) {}
 
     /// The window's frame now that the pointer is there.
     Rect frameAt(Point pointer) const;
-    const ResizeEdges& edges() const { return _edges; }
+    const ResizeEdges& edges() const { return edges_; }
 
 private:
-    Rect _frame;
-    Point _pressed;
-    ResizeEdges _edges;
-    WindowManners _manners;
+    Rect frame;
+    Point pressed;
+    ResizeEdges edges_;
+    WindowManners manners;
 };
 
 }  // namespace vellumix::view

@@ -65,24 +65,24 @@ std::vector<std::string> DesktopFiles::standardFolders() {
 }
 
 std::optional<std::string> DesktopFiles::idForClass(const std::string& windowClass) {
-    const auto known = _known.find(windowClass);
-    if (known != _known.end()) return known->second;
-    if (_known.size() >= classesKept) _known.clear();
-    return _known[windowClass] = find(windowClass);
+    const auto known = this->known.find(windowClass);
+    if (known != this->known.end()) return known->second;
+    if (this->known.size() >= classesKept) this->known.clear();
+    return this->known[windowClass] = find(windowClass);
 }
 
 std::optional<std::string> DesktopFiles::find(const std::string& windowClass) {
     if (windowClass.empty()) return std::nullopt;
     if (windowClass.find('/') == std::string::npos) {
         for (const auto& name : {windowClass, lowered(windowClass)}) {
-            for (const auto& folder : _folders) {
+            for (const auto& folder : folders) {
                 std::error_code error;
                 if (std::filesystem::exists(folder + "/" + name + std::string(extension), error)) return name;
             }
         }
     }
     readFolders();
-    for (const auto* ids : {&_idsByClass, &_idsByName}) {
+    for (const auto* ids : {&idsByClass, &idsByName}) {
         const auto found = ids->find(lowered(windowClass));
         if (found != ids->end()) return found->second;
     }
@@ -90,17 +90,17 @@ std::optional<std::string> DesktopFiles::find(const std::string& windowClass) {
 }
 
 void DesktopFiles::readFolders() {
-    if (std::exchange(_isRead, true)) return;
-    for (const auto& folder : _folders) {
+    if (std::exchange(isRead, true)) return;
+    for (const auto& folder : folders) {
         std::error_code error;
         std::filesystem::directory_iterator entries(folder, error);
         for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
             const auto& path = entries->path();
             if (path.extension() != extension) continue;
             const auto id = path.stem().string();
-            _idsByName.try_emplace(lowered(id), id);
+            idsByName.try_emplace(lowered(id), id);
             const auto startupClass = startupClassOf(path);
-            if (!startupClass.empty()) _idsByClass.try_emplace(lowered(startupClass), id);
+            if (!startupClass.empty()) idsByClass.try_emplace(lowered(startupClass), id);
         }
     }
 }

@@ -16,7 +16,7 @@ class DesktopFiles {
 public:
     /// The folders that hold desktop files, best first.
     static std::vector<std::string> standardFolders();
-    explicit DesktopFiles(std::vector<std::string> folders) : _folders(std::move(folders)) {}
+    explicit DesktopFiles(std::vector<std::string> folders) : folders(std::move(folders)) {}
 
     /// The id, without ".desktop", of the file that has the class as its name or its StartupWMClass (Desktop
     /// Entry Specification 1.5), in any case of letters. Nothing when there is none.
@@ -26,12 +26,12 @@ private:
     std::optional<std::string> find(const std::string& windowClass);
     void readFolders();
 
-    std::vector<std::string> _folders;
-    std::unordered_map<std::string, std::optional<std::string>> _known;
+    std::vector<std::string> folders;
+    std::unordered_map<std::string, std::optional<std::string>> known;
     /// Ids by their StartupWMClass and by their own name, in lower case.
-    std::unordered_map<std::string, std::string> _idsByClass;
-    std::unordered_map<std::string, std::string> _idsByName;
-    bool _isRead = false;
+    std::unordered_map<std::string, std::string> idsByClass;
+    std::unordered_map<std::string, std::string> idsByName;
+    bool isRead = false;
 };
 
 }  // namespace vellumix::x11

@@ -48,24 +48,24 @@ std::string classOf(std::string_view names) {
 }  // namespace
 
 Workspace::Workspace(Connection& connection, WindowManager& windowManager, DesktopFiles desktopFiles)
-    : _connection(connection), _windowManager(windowManager), _desktopFiles(std::move(desktopFiles)) {
-    _activeChanges = windowManager.observe([this] { followActiveWindow(); });
+    : connection(connection), windowManager(windowManager), desktopFiles(std::move(desktopFiles)) {
+    activeChanges = windowManager.observe([this] { followActiveWindow(); });
     followActiveWindow();
 }
 
 std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
     // What was announced before this question counts.
-    _windowManager.catchUp();
-    if (!_windowManager.isRunning()) readFocus();
-    if (!_front) return std::nullopt;
+    windowManager.catchUp();
+    if (!windowManager.isRunning()) readFocus();
+    if (!front) return std::nullopt;
     NSRunningApplication application{
-        .processIdentifier = _front->processIdentifier, .bundleIdentifier = {}, .window = _front->window};
+        .processIdentifier = front->processIdentifier, .bundleIdentifier = {}, .window = front->window};
     // Looked up here and not when the window came to the front: most windows come and go without a question.
-    if (!_front->desktopFile.empty()) {
-        application.bundleIdentifier = _front->desktopFile;
-    } else if (!_front->windowClass.empty()) {
+    if (!front->desktopFile.empty()) {
+        application.bundleIdentifier = front->desktopFile;
+    } else if (!front->windowClass.empty()) {
         application.bundleIdentifier =
-            _desktopFiles.idForClass(_front->windowClass).value_or(_front->windowClass);
+            desktopFiles.idForClass(front->windowClass).value_or(front->windowClass);
     }
     return application;
 }
@@ -75,24 +75,24 @@ std::vector<std::string> Workspace::frontNames() const {
     if (const auto front = frontmostApplication(); front && front->bundleIdentifier) {
         names.push_back(*front->bundleIdentifier);
     }
-    if (_front && !_front->windowClass.empty()) names.push_back(_front->windowClass);
+    if (this->front && !this->front->windowClass.empty()) names.push_back(this->front->windowClass);
     return names;
 }
 
 bool Workspace::activate(const NSRunningApplication& application) {
     if (application.window == XCB_WINDOW_NONE || !applicationOf(application.window)) return false;
-    if (!_windowManager.isRunning()) {
+    if (!windowManager.isRunning()) {
         giveFocus(application.window);
     } else {
         // As a pager asks: the user chose the window by what he did before.
-        _windowManager.activate(application.window, true);
+        windowManager.activate(application.window, true);
     }
     return true;
 }
 
 void Workspace::giveFocus(xcb_window_t window) {
-    auto* const xcb = _connection.xcb();
-    const auto focused = FocusedWindow::read(_connection);
+    auto* const xcb = connection.xcb();
+    const auto focused = FocusedWindow::read(connection);
     if (focused.window == window) return;
     const std::uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(xcb, window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
@@ -100,30 +100,30 @@ void Workspace::giveFocus(xcb_window_t window) {
     if (!focused.followsPointer) return;
     // The window keeps the focus for as long as a paste takes: whose keys follow the pointer has nobody who
     // would give it back.
-    _focusEnd = _connection.runLoop().oneShotTimer(focusSeconds, [this, window] {
-        if (FocusedWindow::read(_connection).window != window) return;
-        xcb_set_input_focus(_connection.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, XCB_INPUT_FOCUS_POINTER_ROOT,
+    focusEnd = connection.runLoop().oneShotTimer(focusSeconds, [this, window] {
+        if (FocusedWindow::read(connection).window != window) return;
+        xcb_set_input_focus(connection.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, XCB_INPUT_FOCUS_POINTER_ROOT,
                             XCB_CURRENT_TIME);
     });
 }
 
 void Workspace::followActiveWindow() {
-    if (_windowManager.isRunning()) setFront(_windowManager.activeWindow());
+    if (windowManager.isRunning()) setFront(windowManager.activeWindow());
 }
 
 void Workspace::readFocus() const {
-    const auto focused = FocusedWindow::read(_connection).window;
-    if (!_connection.isOurs(focused)) setFront(focused);
+    const auto focused = FocusedWindow::read(connection).window;
+    if (!connection.isOurs(focused)) setFront(focused);
 }
 
 void Workspace::setFront(xcb_window_t window) const {
     const auto front = window == XCB_WINDOW_NONE ? std::nullopt : applicationOf(window);
-    if (!front || front->processIdentifier != getpid()) _front = front;
+    if (!front || front->processIdentifier != getpid()) this->front = front;
 }
 
 std::optional<Workspace::Application> Workspace::applicationOf(xcb_window_t window) const {
-    const auto& atoms = _connection.atoms();
-    auto* const xcb = _connection.xcb();
+    const auto& atoms = connection.atoms();
+    auto* const xcb = connection.xcb();
     const auto ask = [&](xcb_atom_t property) {
         return xcb_get_property(xcb, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, unitsOfText);
     };

@@ -50,13 +50,13 @@ private:
     std::optional<Application> applicationOf(xcb_window_t window) const;
     void giveFocus(xcb_window_t window);
 
-    Connection& _connection;
-    WindowManager& _windowManager;
-    mutable DesktopFiles _desktopFiles;
-    mutable std::optional<Application> _front;
-    Observation _activeChanges;
+    Connection& connection;
+    WindowManager& windowManager;
+    mutable DesktopFiles desktopFiles;
+    mutable std::optional<Application> front;
+    Observation activeChanges;
     /// Until the keys follow the pointer again.
-    std::unique_ptr<NSTimer> _focusEnd;
+    std::unique_ptr<NSTimer> focusEnd;
 };
 
 }  // namespace vellumix::x11

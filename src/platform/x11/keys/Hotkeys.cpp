@@ -16,14 +16,14 @@ constexpr double retrySeconds = 3;
 }  // namespace
 
 Hotkeys::Hotkeys(Connection& connection, KeyboardMap& keyboard)
-    : _connection(connection), _keyboard(keyboard), _modifiers(keyboard.modifiers()) {
+    : connection(connection), keyboard(keyboard), modifiers(keyboard.modifiers()) {
     connection.filterKeys([this](const auto& key) { return take(key); });
-    _changes = _keyboard.observe([this] { keyboardChanged(); });
+    changes = this->keyboard.observe([this] { keyboardChanged(); });
 }
 
 Hotkeys::~Hotkeys() {
-    _connection.filterKeys({});
-    for (const auto& registration : _registrations) ungrab(registration);
+    connection.filterKeys({});
+    for (const auto& registration : registrations) ungrab(registration);
 }
 
 std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
@@ -32,14 +32,14 @@ std::optional<Observation> Hotkeys::RegisterEventHotKey(std::uint32_t keyCode, s
     if (!position) return std::nullopt;
     const Registration wanted{keyCodeOf(*position), modifiers, target};
     // The server would let one program grab a key twice, and the first to let it go would end both.
-    const bool isOurs = std::ranges::any_of(_registrations, [&](const Registration& one) {
+    const bool isOurs = std::ranges::any_of(registrations, [&](const Registration& one) {
         return one.key == wanted.key && modifiersOf(one) == modifiersOf(wanted);
     });
     if (isOurs || !grab(wanted)) return std::nullopt;
-    const auto at = _registrations.insert(_registrations.end(), wanted);
-    return Observation(_lifetime.weakly([this, at] {
+    const auto at = registrations.insert(registrations.end(), wanted);
+    return Observation(lifetime.weakly([this, at] {
         if (at->isGrabbed) ungrab(*at);
-        _registrations.erase(at);
+        registrations.erase(at);
     }));
 }
 
@@ -48,8 +48,8 @@ ModifierMap::Mask Hotkeys::modifiersOf(const Registration& registration) const {
     const std::pair<std::uint32_t, Mask> bits[] = {
         {shiftKey, Mask{XCB_MOD_MASK_SHIFT}},
         {controlKey, Mask{XCB_MOD_MASK_CONTROL}},
-        {optionKey, _modifiers.option()},
-        {cmdKey, _modifiers.command()},
+        {optionKey, modifiers.option()},
+        {cmdKey, modifiers.command()},
     };
     Mask wanted = 0;
     for (const auto& [carbon, mask] : bits) {
@@ -63,17 +63,17 @@ std::vector<ModifierMap::Mask> Hotkeys::statesOf(const Registration& registratio
     const auto wanted = modifiersOf(registration);
     std::vector<Mask> states;
     // Every subset of the locks.
-    for (Mask locks = _modifiers.locks();; locks = static_cast<Mask>((locks - 1) & _modifiers.locks())) {
+    for (Mask locks = modifiers.locks();; locks = static_cast<Mask>((locks - 1) & modifiers.locks())) {
         states.push_back(static_cast<Mask>(wanted | locks));
         if (locks == 0) return states;
     }
 }
 
 bool Hotkeys::grab(const Registration& registration) {
-    auto* const xcb = _connection.xcb();
+    auto* const xcb = connection.xcb();
     std::vector<xcb_void_cookie_t> requests;
     for (const auto state : statesOf(registration)) {
-        requests.push_back(xcb_grab_key_checked(xcb, 0, _connection.root(), state, registration.key,
+        requests.push_back(xcb_grab_key_checked(xcb, 0, connection.root(), state, registration.key,
                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
     }
     // All answers are taken, so that none of them ends up among the events.
@@ -85,47 +85,47 @@ bool Hotkeys::grab(const Registration& registration) {
 
 void Hotkeys::ungrab(const Registration& registration) {
     for (const auto state : statesOf(registration)) {
-        xcb_ungrab_key(_connection.xcb(), registration.key, _connection.root(), state);
+        xcb_ungrab_key(connection.xcb(), registration.key, connection.root(), state);
     }
 }
 
 void Hotkeys::keyboardChanged() {
-    if (const auto& modifiers = _keyboard.modifiers(); modifiers != _modifiers) {
-        for (auto& registration : _registrations) {
+    if (const auto& modifiers = keyboard.modifiers(); modifiers != this->modifiers) {
+        for (auto& registration : registrations) {
             ungrab(registration);
             registration.isGrabbed = false;
         }
-        _modifiers = modifiers;
+        this->modifiers = modifiers;
     }
-    const bool hadAll = !_retry;
+    const bool hadAll = !retry;
     grabWhatIsMissing();
-    if (_retry && hadAll) Log("Hotkeys").error("With this keyboard, another program has the hotkey");
+    if (retry && hadAll) Log("Hotkeys").error("With this keyboard, another program has the hotkey");
 }
 
 void Hotkeys::grabWhatIsMissing() {
-    for (auto& registration : _registrations) {
+    for (auto& registration : registrations) {
         if (!registration.isGrabbed) registration.isGrabbed = grab(registration);
     }
     if (hasAllHotKeys()) {
-        _retry.reset();
-    } else if (!_retry) {
-        _retry = _connection.runLoop().repeatingTimer(retrySeconds, [this] { grabWhatIsMissing(); });
+        retry.reset();
+    } else if (!retry) {
+        retry = connection.runLoop().repeatingTimer(retrySeconds, [this] { grabWhatIsMissing(); });
     }
 }
 
 bool Hotkeys::take(const xcb_key_press_event_t& event) {
     if ((event.response_type & 0x7F) == XCB_KEY_RELEASE) {
-        if (_held == event.detail) hold(0);
-        return event.event == _connection.root();
+        if (this->held == event.detail) hold(0);
+        return event.event == connection.root();
     }
     // The rest of the state are the buttons of the pointer and the layout.
-    const int held = event.state & 0xFF & ~_modifiers.locks();
-    const auto pressed = std::ranges::find_if(_registrations, [&](const Registration& one) {
+    const int held = event.state & 0xFF & ~modifiers.locks();
+    const auto pressed = std::ranges::find_if(registrations, [&](const Registration& one) {
         return one.key == event.detail && held == modifiersOf(one);
     });
-    if (pressed == _registrations.end()) return false;
+    if (pressed == registrations.end()) return false;
     // A window of the program may take the keyboard or let it go between a press and its repetitions.
-    const bool isRepetition = _held == event.detail;
+    const bool isRepetition = this->held == event.detail;
     hold(event.detail);
     if (isRepetition) return true;
     // The registration may end within the call.
@@ -135,15 +135,15 @@ bool Hotkeys::take(const xcb_key_press_event_t& event) {
 
 void Hotkeys::hold(xcb_keycode_t key) {
     if (key == 0) {
-        _held.reset();
-        _holding.reset();
+        held.reset();
+        holding.reset();
         return;
     }
-    if (_held == key) return;
-    _held = key;
+    if (held == key) return;
+    held = key;
     // The release may go to another program.
-    _holding = _connection.runLoop().repeatingTimer(holdingSeconds, [this, key] {
-        if (!KeysDown(_connection).test(key)) hold(0);
+    holding = connection.runLoop().repeatingTimer(holdingSeconds, [this, key] {
+        if (!KeysDown(connection).test(key)) hold(0);
     });
 }
 

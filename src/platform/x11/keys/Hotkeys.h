@@ -30,7 +30,7 @@ public:
     std::optional<Observation> RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
                                                    const EventHandlerRef& target) override;
     bool hasAllHotKeys() const override {
-        return std::ranges::all_of(_registrations, &Registration::isGrabbed);
+        return std::ranges::all_of(registrations, &Registration::isGrabbed);
     }
 
 private:
@@ -54,17 +54,17 @@ private:
     ModifierMap::Mask modifiersOf(const Registration& registration) const;
     std::vector<ModifierMap::Mask> statesOf(const Registration& registration) const;
 
-    Connection& _connection;
-    KeyboardMap& _keyboard;
+    Connection& connection;
+    KeyboardMap& keyboard;
     /// With which the present grabs were made.
-    ModifierMap _modifiers;
-    std::list<Registration> _registrations;
+    ModifierMap modifiers;
+    std::list<Registration> registrations;
     /// The hotkey that is down, until it is seen to be up.
-    std::optional<xcb_keycode_t> _held;
-    std::unique_ptr<NSTimer> _holding;
-    std::unique_ptr<NSTimer> _retry;
-    Observation _changes;
-    Lifetime _lifetime;
+    std::optional<xcb_keycode_t> held;
+    std::unique_ptr<NSTimer> holding;
+    std::unique_ptr<NSTimer> retry;
+    Observation changes;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -70,7 +70,7 @@ struct InputMethod::Callbacks {
         if (context) self(data).contextCreated(context);
     }
     static void eventsWanted(xcb_xim_t*, xcb_xic_t, std::uint32_t events, std::uint32_t, void* data) {
-        self(data)._wantedEvents = events;
+        self(data).wantedEvents = events;
     }
     static void givenBack(xcb_xim_t*, xcb_xic_t, xcb_key_press_event_t* event, void* data) {
         self(data).givenBack(*event);
@@ -89,14 +89,14 @@ struct InputMethod::Callbacks {
 };
 
 InputMethod::InputMethod(Connection& connection, int screen, Handlers handlers)
-    : _connection(connection), _screen(screen), _handlers(std::move(handlers)) {
+    : connection(connection), screen(screen), handlers(std::move(handlers)) {
     xcb_compound_text_init();
-    _events = connection.observeEvery([this](const auto& event) {
+    events = connection.observeEvery([this](const auto& event) {
         // The library takes an event that may be changed, and changes none.
-        if (_method) xcb_xim_filter_event(_method.get(), const_cast<xcb_generic_event_t*>(&event));
+        if (method) xcb_xim_filter_event(method.get(), const_cast<xcb_generic_event_t*>(&event));
     });
-    _servers = connection.rootProperties().observe(connection.atoms().inputMethodServers, [this] {
-        if (_caret && !_context) openSoon();
+    servers = connection.rootProperties().observe(connection.atoms().inputMethodServers, [this] {
+        if (caret && !context) openSoon();
     });
 }
 
@@ -104,13 +104,13 @@ InputMethod::~InputMethod() = default;
 
 void InputMethod::setWindow(xcb_window_t window) {
     // The server of the input method knows the window by its number.
-    if (std::exchange(_window, window) != XCB_WINDOW_NONE && _caret) openSoon();
+    if (std::exchange(this->window, window) != XCB_WINDOW_NONE && caret) openSoon();
 }
 
 void InputMethod::open() {
-    _wantedEvents = XCB_EVENT_MASK_KEY_PRESS;
-    _method.reset(xcb_xim_create(_connection.xcb(), _screen, nullptr));
-    if (!_method) return;
+    wantedEvents = XCB_EVENT_MASK_KEY_PRESS;
+    method.reset(xcb_xim_create(connection.xcb(), screen, nullptr));
+    if (!method) return;
     xcb_xim_im_callback callbacks{};
     callbacks.set_event_mask = Callbacks::eventsWanted;
     callbacks.forward_event = Callbacks::givenBack;
@@ -118,97 +118,97 @@ void InputMethod::open() {
     callbacks.preedit_draw = Callbacks::drawn;
     callbacks.preedit_done = Callbacks::done;
     callbacks.disconnected = Callbacks::gone;
-    xcb_xim_set_im_callback(_method.get(), &callbacks, this);
-    xcb_xim_set_use_compound_text(_method.get(), true);
-    xcb_xim_set_use_utf8_string(_method.get(), true);
-    xcb_xim_open(_method.get(), Callbacks::opened, false, this);
+    xcb_xim_set_im_callback(method.get(), &callbacks, this);
+    xcb_xim_set_use_compound_text(method.get(), true);
+    xcb_xim_set_use_utf8_string(method.get(), true);
+    xcb_xim_open(method.get(), Callbacks::opened, false, this);
 }
 
 void InputMethod::openSoon() {
     forgetContext();
-    _connection.runLoop().post(_lifetime.weakly([this] {
-        if (_context) return;
-        _method.reset();
-        if (_caret) open();
+    connection.runLoop().post(lifetime.weakly([this] {
+        if (context) return;
+        method.reset();
+        if (caret) open();
     }));
 }
 
 void InputMethod::forgetContext() {
-    _context.reset();
-    _request = Request::none;
-    _isFocused = _isCaretStale = _isComposingStale = false;
+    context.reset();
+    request = Request::none;
+    isFocused = isCaretStale = isComposingStale = false;
 }
 
 void InputMethod::createContext(std::uint32_t style) {
-    _style = style;
+    this->style = style;
     xcb_point_t spot{};
-    const auto attributes = xcb_xim_create_nested_list(_method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
-    xcb_xim_create_ic(_method.get(), Callbacks::contextCreated, this, XCB_XIM_XNInputStyle, &_style,
-                      XCB_XIM_XNClientWindow, &_window, XCB_XIM_XNFocusWindow, &_window,
+    const auto attributes = xcb_xim_create_nested_list(method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
+    xcb_xim_create_ic(method.get(), Callbacks::contextCreated, this, XCB_XIM_XNInputStyle, &this->style,
+                      XCB_XIM_XNClientWindow, &window, XCB_XIM_XNFocusWindow, &window,
                       XCB_XIM_XNPreeditAttributes, &attributes, nullptr);
     std::free(attributes.data);
 }
 
 void InputMethod::contextCreated(xcb_xic_t context) {
-    _context = context;
-    _isCaretStale = true;
+    this->context = context;
+    isCaretStale = true;
     goOnSoon();
 }
 
 void InputMethod::setCaret(std::optional<xcb_point_t> caret) {
-    const auto before = std::exchange(_caret, caret);
-    if (caret && !_context) {
+    const auto before = std::exchange(this->caret, caret);
+    if (caret && !context) {
         // Whoever doesn't answer may do so by the next time that somebody types.
         if (!before) openSoon();
         return;
     }
     if (caret) {
         if (before && before->x == caret->x && before->y == caret->y) return;
-        _isCaretStale = true;
+        isCaretStale = true;
     } else {
         if (!before) return;
-        const bool isWithServer = _request == Request::key;
-        _pending.resize(isWithServer ? 1 : 0);
-        if (isWithServer) _pending.front().isAnswered = true;
-        _marked.clear();
-        if (!_context) return;
-        _isComposingStale = true;
+        const bool isWithServer = request == Request::key;
+        pending.resize(isWithServer ? 1 : 0);
+        if (isWithServer) pending.front().isAnswered = true;
+        marked.clear();
+        if (!context) return;
+        isComposingStale = true;
     }
     goOnSoon();
 }
 
 void InputMethod::goOnSoon() {
-    if (std::exchange(_goesOn, true)) return;
-    _connection.runLoop().post(_lifetime.weakly([this] {
-        _goesOn = false;
+    if (std::exchange(goesOn, true)) return;
+    connection.runLoop().post(lifetime.weakly([this] {
+        goesOn = false;
         goOn();
     }));
 }
 
 void InputMethod::goOn() {
-    if (!_context || _request != Request::none) return;
-    if (std::exchange(_isComposingStale, false)) {
+    if (!context || request != Request::none) return;
+    if (std::exchange(isComposingStale, false)) {
         // The library doesn't tell of the answer.
-        xcb_xim_reset_ic(_method.get(), *_context, nullptr, nullptr);
+        xcb_xim_reset_ic(method.get(), *context, nullptr, nullptr);
     }
-    if (_isFocused != _caret.has_value()) {
-        _isFocused = _caret.has_value();
-        (_isFocused ? xcb_xim_set_ic_focus : xcb_xim_unset_ic_focus)(_method.get(), *_context);
+    if (isFocused != caret.has_value()) {
+        isFocused = caret.has_value();
+        (isFocused ? xcb_xim_set_ic_focus : xcb_xim_unset_ic_focus)(method.get(), *context);
     }
-    if (!_caret) return;
-    while (_request == Request::none && !_pending.empty()) forwardNext();
-    if (_request == Request::none && _isCaretStale) {
+    if (!caret) return;
+    while (request == Request::none && !pending.empty()) forwardNext();
+    if (request == Request::none && isCaretStale) {
         begin(Request::caret);
         showCaret();
     }
 }
 
 void InputMethod::forwardNext() {
-    auto event = _pending.front().event;
-    event.event = _window;
-    xcb_xim_forward_event(_method.get(), *_context, &event);
+    auto event = pending.front().event;
+    event.event = window;
+    xcb_xim_forward_event(method.get(), *context, &event);
     if (isRelease(event)) {
-        _pending.pop_front();
+        pending.pop_front();
         return;
     }
     // Not every server says that it keeps a key; each answers a request, and in the order of them.
@@ -217,37 +217,37 @@ void InputMethod::forwardNext() {
 }
 
 void InputMethod::begin(Request request) {
-    _request = request;
-    _deadline = _connection.runLoop().oneShotTimer(answerSeconds, [this] {
-        const auto timer = std::move(_deadline);
-        if (_request == Request::none) return;
+    this->request = request;
+    deadline = connection.runLoop().oneShotTimer(answerSeconds, [this] {
+        const auto timer = std::move(deadline);
+        if (this->request == Request::none) return;
         Log("InputMethod").error("The input method doesn't answer: keys are taken as typed");
         giveUp();
     });
 }
 
 void InputMethod::heard() {
-    _deadline.reset();
-    if (std::exchange(_request, Request::none) == Request::key) _pending.pop_front();
+    deadline.reset();
+    if (std::exchange(request, Request::none) == Request::key) pending.pop_front();
     goOnSoon();
 }
 
 void InputMethod::showCaret() {
-    _isCaretStale = false;
+    isCaretStale = false;
     // The window that the keys come to lies just outside of the root's corner.
-    const auto at = _caret.value_or(xcb_point_t{});
+    const auto at = caret.value_or(xcb_point_t{});
     xcb_point_t spot{static_cast<std::int16_t>(at.x + 1), static_cast<std::int16_t>(at.y + 1)};
-    const auto attributes = xcb_xim_create_nested_list(_method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
-    xcb_xim_set_ic_values(_method.get(), *_context, Callbacks::heard, this, XCB_XIM_XNPreeditAttributes,
+    const auto attributes = xcb_xim_create_nested_list(method.get(), XCB_XIM_XNSpotLocation, &spot, nullptr);
+    xcb_xim_set_ic_values(method.get(), *context, Callbacks::heard, this, XCB_XIM_XNPreeditAttributes,
                           &attributes, nullptr);
     std::free(attributes.data);
 }
 
 bool InputMethod::take(const xcb_key_press_event_t& event) {
-    if (!_caret || !_context || !(_wantedEvents & eventMaskOf(event)) || _pending.size() >= mostPendingKeys) {
+    if (!caret || !context || !(wantedEvents & eventMaskOf(event)) || pending.size() >= mostPendingKeys) {
         return false;
     }
-    _pending.push_back({event});
+    pending.push_back({event});
     goOn();
     // Whoever keeps a release keeps nothing from anybody.
     return !isRelease(event);
@@ -255,9 +255,9 @@ bool InputMethod::take(const xcb_key_press_event_t& event) {
 
 void InputMethod::givenBack(const xcb_key_press_event_t& event) {
     if (isRelease(event)) return;
-    if (_request == Request::key && _pending.front().event.detail == event.detail)
-        _pending.front().isAnswered = true;
-    if (_caret) _handlers.typed(event);
+    if (request == Request::key && pending.front().event.detail == event.detail)
+        pending.front().isAnswered = true;
+    if (caret) handlers.typed(event);
 }
 
 void InputMethod::commit(std::uint32_t flags, std::string text, std::uint32_t symbol) {
@@ -265,7 +265,7 @@ void InputMethod::commit(std::uint32_t flags, std::string text, std::uint32_t sy
         char buffer[8] = {};
         if (xkb_keysym_to_utf8(symbol, buffer, sizeof buffer) > 1) text = buffer;
     }
-    if (_caret && !text.empty()) _handlers.committed(text);
+    if (caret && !text.empty()) handlers.committed(text);
 }
 
 void InputMethod::draw(const xcb_im_preedit_draw_fr_t& change) {
@@ -275,33 +275,33 @@ void InputMethod::draw(const xcb_im_preedit_draw_fr_t& change) {
         inserted =
             decoded(reinterpret_cast<const char*>(change.preedit_string), change.length_of_preedit_string);
     }
-    if (_marked.size() + inserted.size() > mostMarkedBytes) return;
-    const auto first = offsetOf(_marked, change.chg_first);
-    const auto end = offsetOf(_marked, std::size_t{change.chg_first} + change.chg_length);
-    _marked.replace(first, end - first, inserted);
-    if (_caret) _handlers.composed({.text = _marked, .caret = offsetOf(_marked, change.caret)});
+    if (marked.size() + inserted.size() > mostMarkedBytes) return;
+    const auto first = offsetOf(marked, change.chg_first);
+    const auto end = offsetOf(marked, std::size_t{change.chg_first} + change.chg_length);
+    marked.replace(first, end - first, inserted);
+    if (caret) handlers.composed({.text = marked, .caret = offsetOf(marked, change.caret)});
 }
 
 void InputMethod::clearMarked() {
-    if (_marked.empty()) return;
-    _marked.clear();
-    if (_caret) _handlers.composed({});
+    if (marked.empty()) return;
+    marked.clear();
+    if (caret) handlers.composed({});
 }
 
 void InputMethod::giveUp() {
     openSoon();
-    const auto alive = _lifetime.watch();
-    const auto unanswered = std::exchange(_pending, {});
+    const auto alive = lifetime.watch();
+    const auto unanswered = std::exchange(pending, {});
     clearMarked();
     for (const auto& key : unanswered) {
-        if (alive.expired() || !_caret) return;
-        if (!key.isAnswered && !isRelease(key.event)) _handlers.typed(key.event);
+        if (alive.expired() || !caret) return;
+        if (!key.isAnswered && !isRelease(key.event)) handlers.typed(key.event);
     }
 }
 
 std::string InputMethod::decoded(const char* text, std::size_t length) const {
     std::string utf8;
-    if (xcb_xim_get_encoding(_method.get()) == XCB_XIM_UTF8_STRING) {
+    if (xcb_xim_get_encoding(method.get()) == XCB_XIM_UTF8_STRING) {
         utf8.assign(text, length);
     } else {
         std::size_t converted = 0;

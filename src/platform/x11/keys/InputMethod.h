@@ -69,28 +69,28 @@ private:
     void giveUp();
     std::string decoded(const char* text, std::size_t length) const;
 
-    Connection& _connection;
-    int _screen;
-    xcb_window_t _window = XCB_WINDOW_NONE;
-    Handlers _handlers;
-    xim::InputMethod _method;
-    std::optional<xcb_xic_t> _context;
-    std::uint32_t _style = 0;
-    std::uint32_t _wantedEvents = 0;
-    std::optional<xcb_point_t> _caret;
-    bool _isFocused = false;
+    Connection& connection;
+    int screen;
+    xcb_window_t window = XCB_WINDOW_NONE;
+    Handlers handlers;
+    xim::InputMethod method;
+    std::optional<xcb_xic_t> context;
+    std::uint32_t style = 0;
+    std::uint32_t wantedEvents = 0;
+    std::optional<xcb_point_t> caret;
+    bool isFocused = false;
     /// The server doesn't know yet where the caret is, or that what was composed is dropped.
-    bool _isCaretStale = false;
-    bool _isComposingStale = false;
-    bool _goesOn = false;
-    std::string _marked;
+    bool isCaretStale = false;
+    bool isComposingStale = false;
+    bool goesOn = false;
+    std::string marked;
     /// The first is with the server while the request is for a key.
-    std::deque<PendingKey> _pending;
-    Request _request = Request::none;
-    std::unique_ptr<NSTimer> _deadline;
-    Observation _events;
-    Observation _servers;
-    Lifetime _lifetime;
+    std::deque<PendingKey> pending;
+    Request request = Request::none;
+    std::unique_ptr<NSTimer> deadline;
+    Observation events;
+    Observation servers;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

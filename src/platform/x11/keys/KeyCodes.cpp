@@ -36,7 +36,7 @@ std::optional<char> letterAt(unsigned position) {
 KeysDown::KeysDown(Connection& connection) {
     const auto reply =
         xcb::await<xcb_query_keymap_reply>(connection.xcb(), xcb_query_keymap(connection.xcb()));
-    if (reply) std::copy(std::begin(reply->keys), std::end(reply->keys), _bits.begin());
+    if (reply) std::copy(std::begin(reply->keys), std::end(reply->keys), bits.begin());
 }
 
 ModifierMap::ModifierMap(Connection& connection) {
@@ -69,7 +69,7 @@ ModifierMap::ModifierMap(Connection& connection) {
         for (std::size_t at = 0; at < modifiers->keycodes_per_modifier; ++at) {
             const auto code = codes[modifier * modifiers->keycodes_per_modifier + at];
             if (code == 0) continue;
-            _keys[modifier].push_back(code);
+            keys[modifier].push_back(code);
             for (const auto symbol : symbolsOf(code)) {
                 if (symbol == XKB_KEY_Alt_L || symbol == XKB_KEY_Alt_R) option |= bit;
                 if (symbol == XKB_KEY_Super_L || symbol == XKB_KEY_Super_R) command |= bit;
@@ -79,16 +79,16 @@ ModifierMap::ModifierMap(Connection& connection) {
     }
     // Where such keys set several bits, each key sets one of them.
     const auto lowest = [](Mask bits) { return static_cast<Mask>(bits & -bits); };
-    if (option) _option = lowest(option);
-    if (command) _command = lowest(command);
-    _locks = static_cast<Mask>(locks &
-                               ~(_option | _command | Mask{XCB_MOD_MASK_SHIFT} | Mask{XCB_MOD_MASK_CONTROL}));
+    if (option) option_ = lowest(option);
+    if (command) command_ = lowest(command);
+    locks_ = static_cast<Mask>(locks &
+                               ~(option_ | command_ | Mask{XCB_MOD_MASK_SHIFT} | Mask{XCB_MOD_MASK_CONTROL}));
 }
 
 std::vector<xcb_keycode_t> ModifierMap::keysOf(Mask mask) const {
     std::vector<xcb_keycode_t> all;
     for (std::size_t modifier = 0; modifier < modifierCount; ++modifier) {
-        if (mask >> modifier & 1U) all.insert(all.end(), _keys[modifier].begin(), _keys[modifier].end());
+        if (mask >> modifier & 1U) all.insert(all.end(), keys[modifier].begin(), keys[modifier].end());
     }
     return all;
 }

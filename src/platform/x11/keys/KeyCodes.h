@@ -24,10 +24,10 @@ class KeysDown {
 public:
     explicit KeysDown(Connection& connection);
 
-    bool test(xcb_keycode_t code) const { return (_bits[code / 8] >> (code % 8) & 1U) != 0; }
+    bool test(xcb_keycode_t code) const { return (bits[code / 8] >> (code % 8) & 1U) != 0; }
 
 private:
-    std::array<std::uint8_t, 32> _bits{};
+    std::array<std::uint8_t, 32> bits{};
 };
 
 /// Which keys are modifiers, and which bits of an event's state are which (X protocol, section 5, and its
@@ -41,10 +41,10 @@ public:
     explicit ModifierMap(Connection& connection);
 
     /// The bits of Alt and Super, one each; those that nearly every keyboard has where this one doesn't tell.
-    Mask option() const { return _option; }
-    Mask command() const { return _command; }
+    Mask option() const { return option_; }
+    Mask command() const { return command_; }
     /// Those of Caps Lock, Num Lock and Scroll Lock.
-    Mask locks() const { return _locks; }
+    Mask locks() const { return locks_; }
 
     /// The keys that set one of these bits, in the order of the keyboard's map.
     std::vector<xcb_keycode_t> keysOf(Mask mask) const;
@@ -54,10 +54,10 @@ public:
 private:
     static constexpr std::size_t modifierCount = 8;
 
-    std::array<std::vector<xcb_keycode_t>, modifierCount> _keys;
-    Mask _option = XCB_MOD_MASK_1;
-    Mask _command = XCB_MOD_MASK_4;
-    Mask _locks = XCB_MOD_MASK_LOCK;
+    std::array<std::vector<xcb_keycode_t>, modifierCount> keys;
+    Mask option_ = XCB_MOD_MASK_1;
+    Mask command_ = XCB_MOD_MASK_4;
+    Mask locks_ = XCB_MOD_MASK_LOCK;
 };
 
 }  // namespace vellumix::x11

@@ -40,9 +40,9 @@ public:
     KeyFocus(const KeyFocus&) = delete;
     KeyFocus& operator=(const KeyFocus&) = delete;
 
-    KeyTarget* key() const { return _key; }
+    KeyTarget* key() const { return key_; }
     /// Whether keys reach no other program.
-    bool hasKeyboard() const { return _isGrabbed || _focusBefore != XCB_WINDOW_NONE; }
+    bool hasKeyboard() const { return isGrabbed || focusBefore != XCB_WINDOW_NONE; }
     /// The target wants the keyboard, or has been given it by the window manager.
     void add(KeyTarget& target);
     void remove(KeyTarget& target);
@@ -50,7 +50,7 @@ public:
     void textCaretChanged(const KeyTarget& target);
     /// A program wants to lock the screen, and can't while the keyboard is grabbed. Told from the loop.
     Observation observeLockers(std::function<void()> observer) {
-        return _lockerObservers.add(std::move(observer));
+        return lockerObservers.add(std::move(observer));
     }
     /// A press or release that came to a window of the program.
     void handleKey(const xcb_generic_event_t& event);
@@ -66,22 +66,22 @@ private:
     void setKey(KeyTarget* target);
     void handleTyped(const xcb_key_press_event_t& key);
 
-    Connection& _connection;
-    Keyboard _keyboard;
-    xcb_window_t _window = XCB_WINDOW_NONE;
-    InputMethod _input;
-    std::vector<KeyTarget*> _order;
-    KeyTarget* _key = nullptr;
-    bool _isGrabbed = false;
+    Connection& connection;
+    Keyboard keyboard;
+    xcb_window_t window = XCB_WINDOW_NONE;
+    InputMethod input;
+    std::vector<KeyTarget*> order;
+    KeyTarget* key_ = nullptr;
+    bool isGrabbed = false;
     /// While there is a key window.
-    std::optional<LockerWatch> _lockers;
-    ObserverList<> _lockerObservers;
+    std::optional<LockerWatch> lockers;
+    ObserverList<> lockerObservers;
     /// What had the focus before it was taken for want of a grab; none while it isn't.
-    xcb_window_t _focusBefore = XCB_WINDOW_NONE;
-    int _attempts = 0;
-    std::unique_ptr<NSTimer> _retry;
-    Observation _events;
-    Lifetime _lifetime;
+    xcb_window_t focusBefore = XCB_WINDOW_NONE;
+    int attempts = 0;
+    std::unique_ptr<NSTimer> retry;
+    Observation events;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -91,31 +91,31 @@ const char* localeOfTyping() {
 
 }  // namespace
 
-Keyboard::Keyboard(Connection& connection, KeyboardMap& map) : _connection(connection), _map(map) {
+Keyboard::Keyboard(Connection& connection, KeyboardMap& map) : connection(connection), map(map) {
     followKeymap();
 }
 
 void Keyboard::followKeymap() {
-    auto keymap = _map.keymap();
-    if (keymap == _keymap) return;
-    _keymap = std::move(keymap);
-    _state.reset(xkb_state_new(_keymap.get()));
-    const auto layouts = xkb_keymap_num_layouts(_keymap.get());
-    _namingLayouts.clear();
+    auto keymap = map.keymap();
+    if (keymap == this->keymap) return;
+    this->keymap = std::move(keymap);
+    state.reset(xkb_state_new(this->keymap.get()));
+    const auto layouts = xkb_keymap_num_layouts(this->keymap.get());
+    namingLayouts.clear();
     for (xkb_layout_index_t layout = 0; layout < layouts; ++layout) {
         auto naming = layout;
         if (!isLatin(layout)) {
             for (naming = 0; naming < layouts && !isLatin(naming);) ++naming;
         }
-        _namingLayouts.push_back(naming < layouts ? std::optional(naming) : std::nullopt);
+        namingLayouts.push_back(naming < layouts ? std::optional(naming) : std::nullopt);
     }
 }
 
 bool Keyboard::isLatin(xkb_layout_index_t layout) const {
-    const auto last = xkb_keymap_max_keycode(_keymap.get());
-    for (auto code = xkb_keymap_min_keycode(_keymap.get()); code <= last; ++code) {
+    const auto last = xkb_keymap_max_keycode(keymap.get());
+    for (auto code = xkb_keymap_min_keycode(keymap.get()); code <= last; ++code) {
         const xkb_keysym_t* symbols = nullptr;
-        if (xkb_keymap_key_get_syms_by_level(_keymap.get(), code, layout, 0, &symbols) == 1 &&
+        if (xkb_keymap_key_get_syms_by_level(keymap.get(), code, layout, 0, &symbols) == 1 &&
             *symbols == XKB_KEY_a) {
             return true;
         }
@@ -124,44 +124,44 @@ bool Keyboard::isLatin(xkb_layout_index_t layout) const {
 }
 
 std::string Keyboard::characterOf(xkb_keycode_t code) const {
-    const auto layout = xkb_state_key_get_layout(_state.get(), code);
-    if (layout >= _namingLayouts.size()) return {};
-    const auto naming = _namingLayouts[layout];
+    const auto layout = xkb_state_key_get_layout(state.get(), code);
+    if (layout >= namingLayouts.size()) return {};
+    const auto naming = namingLayouts[layout];
     if (!naming) {
         if (const auto letter = letterAt(positionOf(static_cast<xcb_keycode_t>(code)))) return {*letter};
     }
     const xkb_keysym_t* symbols = nullptr;
     const auto count =
-        xkb_keymap_key_get_syms_by_level(_keymap.get(), code, naming.value_or(layout), 0, &symbols);
+        xkb_keymap_key_get_syms_by_level(keymap.get(), code, naming.value_or(layout), 0, &symbols);
     return count == 1 ? typedText(utf8Of(xkb_keysym_to_lower(*symbols))) : std::string();
 }
 
 std::optional<std::string> Keyboard::composed(xkb_keysym_t symbol, std::string typed) {
-    if (!_compose && beginsComposing(symbol)) {
-        _composeTable.reset(xkb_compose_table_new_from_locale(_map.context(), localeOfTyping(),
-                                                              XKB_COMPOSE_COMPILE_NO_FLAGS));
-        if (!_composeTable) {
-            _composeTable.reset(
-                xkb_compose_table_new_from_locale(_map.context(), "C", XKB_COMPOSE_COMPILE_NO_FLAGS));
+    if (!compose && beginsComposing(symbol)) {
+        composeTable.reset(
+            xkb_compose_table_new_from_locale(map.context(), localeOfTyping(), XKB_COMPOSE_COMPILE_NO_FLAGS));
+        if (!composeTable) {
+            composeTable.reset(
+                xkb_compose_table_new_from_locale(map.context(), "C", XKB_COMPOSE_COMPILE_NO_FLAGS));
         }
-        if (_composeTable) {
-            _compose.reset(xkb_compose_state_new(_composeTable.get(), XKB_COMPOSE_STATE_NO_FLAGS));
+        if (composeTable) {
+            compose.reset(xkb_compose_state_new(composeTable.get(), XKB_COMPOSE_STATE_NO_FLAGS));
         }
     }
-    if (!_compose) return typed;
-    xkb_compose_state_feed(_compose.get(), symbol);
-    switch (xkb_compose_state_get_status(_compose.get())) {
+    if (!compose) return typed;
+    xkb_compose_state_feed(compose.get(), symbol);
+    switch (xkb_compose_state_get_status(compose.get())) {
         case XKB_COMPOSE_COMPOSING:
             return std::nullopt;
         case XKB_COMPOSE_COMPOSED: {
             std::array<char, 64> text{};
-            xkb_compose_state_get_utf8(_compose.get(), text.data(), text.size());
-            xkb_compose_state_reset(_compose.get());
+            xkb_compose_state_get_utf8(compose.get(), text.data(), text.size());
+            xkb_compose_state_reset(compose.get());
             return std::string(text.data());
         }
         case XKB_COMPOSE_CANCELLED:
             // Nothing composes from these keys: neither of them types.
-            xkb_compose_state_reset(_compose.get());
+            xkb_compose_state_reset(compose.get());
             return std::nullopt;
         case XKB_COMPOSE_NOTHING:
             break;
@@ -171,20 +171,20 @@ std::optional<std::string> Keyboard::composed(xkb_keysym_t symbol, std::string t
 
 std::optional<KeyEvent> Keyboard::pressed(const xcb_key_press_event_t& event) {
     followKeymap();
-    if (!_state) return std::nullopt;
+    if (!state) return std::nullopt;
     const xkb_keycode_t code = event.detail;
     // The state in the event is that of this very key, where a notice of the state may be late.
-    xkb_state_update_mask(_state.get(), event.state & realModifiers, 0, 0, 0, 0,
+    xkb_state_update_mask(state.get(), event.state & realModifiers, 0, 0, 0, 0,
                           (std::uint32_t{event.state} >> groupShift) & groupMask);
-    const auto symbol = xkb_state_key_get_one_sym(_state.get(), code);
+    const auto symbol = xkb_state_key_get_one_sym(state.get(), code);
     if (isModifier(symbol)) return std::nullopt;
 
     KeyEvent key;
     key.key = keyOf(symbol);
     key.modifiers = modifiersOf(event.state);
-    key.isRepeat = _down.test(code);
+    key.isRepeat = down.test(code);
     key.position = positionOf(event.detail);
-    _down.set(code);
+    down.set(code);
     if (!key.modifiers.hasControl && !key.modifiers.hasCommand) {
         auto text = composed(symbol, typedText(utf8Of(symbol)));
         if (!text) return std::nullopt;
@@ -196,15 +196,15 @@ std::optional<KeyEvent> Keyboard::pressed(const xcb_key_press_event_t& event) {
     return key;
 }
 
-void Keyboard::released(const xcb_key_release_event_t& event) { _down.reset(event.detail); }
+void Keyboard::released(const xcb_key_release_event_t& event) { down.reset(event.detail); }
 
 void Keyboard::reset() {
     // Keys that are held already, as those of the hotkey that opened a window, repeat and are not pressed.
-    const KeysDown down(_connection);
-    for (std::size_t code = 0; code < _down.size(); ++code) {
-        _down.set(code, down.test(static_cast<xcb_keycode_t>(code)));
+    const KeysDown down(connection);
+    for (std::size_t code = 0; code < this->down.size(); ++code) {
+        this->down.set(code, down.test(static_cast<xcb_keycode_t>(code)));
     }
-    if (_compose) xkb_compose_state_reset(_compose.get());
+    if (compose) xkb_compose_state_reset(compose.get());
 }
 
 KeyModifiers Keyboard::modifiersOf(std::uint32_t state) {

@@ -34,17 +34,17 @@ private:
     /// What the key types after what has been composed; absent while composing goes on.
     std::optional<std::string> composed(xkb_keysym_t symbol, std::string typed);
 
-    Connection& _connection;
-    KeyboardMap& _map;
-    xkb::Keymap _keymap;
-    xkb::State _state;
+    Connection& connection;
+    KeyboardMap& map;
+    xkb::Keymap keymap;
+    xkb::State state;
     /// Made at the first dead or compose key, as its table is large.
-    xkb::ComposeTable _composeTable;
-    xkb::ComposeState _compose;
+    xkb::ComposeTable composeTable;
+    xkb::ComposeState compose;
     /// The layout whose signs name the keys, for each layout: itself, or the first with Latin letters. Absent
     /// where none has them; then their places name the keys of letters.
-    std::vector<std::optional<xkb_layout_index_t>> _namingLayouts;
-    std::bitset<256> _down;
+    std::vector<std::optional<xkb_layout_index_t>> namingLayouts;
+    std::bitset<256> down;
 };
 
 }  // namespace vellumix::x11

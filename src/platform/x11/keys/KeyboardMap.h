@@ -26,26 +26,26 @@ public:
     /// Which keys and bits are the modifiers. Waits for the server after a change.
     const ModifierMap& modifiers();
     /// What keymaps and tables of composing are made with; null without memory.
-    xkb_context* context() const { return _context.get(); }
+    xkb_context* context() const { return context_.get(); }
     /// Another keyboard is in use, or its keys mean something else. Told from the loop, several changes in a
     /// row as one.
-    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+    Observation observe(std::function<void()> observer) { return observers.add(std::move(observer)); }
 
 private:
     void changed();
 
-    Connection& _connection;
-    xkb::Context _context;
+    Connection& connection;
+    xkb::Context context_;
     /// Negative where the server lacks the extension.
-    std::int32_t _device = -1;
-    std::uint8_t _firstEvent = 0;
-    xkb::Keymap _keymap;
-    bool _isKeymapStale = true;
-    std::optional<ModifierMap> _modifiers;
-    bool _isNoticeDue = false;
-    ObserverList<> _observers;
-    Observation _events;
-    Lifetime _lifetime;
+    std::int32_t device = -1;
+    std::uint8_t firstEvent = 0;
+    xkb::Keymap keymap_;
+    bool isKeymapStale = true;
+    std::optional<ModifierMap> modifiers_;
+    bool isNoticeDue = false;
+    ObserverList<> observers;
+    Observation events;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -14,30 +14,30 @@ constexpr std::size_t windowsWaiting = 64;
 }  // namespace
 
 LockerWatch::LockerWatch(Connection& connection, std::function<void()> onLocker)
-    : _connection(connection), _onLocker(std::move(onLocker)) {
+    : connection(connection), onLocker(std::move(onLocker)) {
     auto* const xcb = connection.xcb();
-    _children = connection.observeChildrenOfRoot([this](const auto& event) { handle(event); });
+    children = connection.observeChildrenOfRoot([this](const auto& event) { handle(event); });
     const auto* saver = xcb_get_extension_data(xcb, &xcb_screensaver_id);
     if (!saver || !saver->present) return;
-    _saverEvent = static_cast<std::uint8_t>(saver->first_event + XCB_SCREENSAVER_NOTIFY);
+    saverEvent = static_cast<std::uint8_t>(saver->first_event + XCB_SCREENSAVER_NOTIFY);
     xcb_screensaver_select_input(xcb, connection.root(), XCB_SCREENSAVER_EVENT_NOTIFY_MASK);
-    _extensions = connection.observeExtensions([this](const auto& event) {
-        if (xcb::typeOf(event) == _saverEvent &&
+    extensions = connection.observeExtensions([this](const auto& event) {
+        if (xcb::typeOf(event) == saverEvent &&
             xcb::as<xcb_screensaver_notify_event_t>(event).state == XCB_SCREENSAVER_STATE_ON) {
-            _onLocker();
+            this->onLocker();
         }
     });
 }
 
 LockerWatch::~LockerWatch() {
-    if (_saverEvent) xcb_screensaver_select_input(_connection.xcb(), _connection.root(), 0);
+    if (saverEvent) xcb_screensaver_select_input(connection.xcb(), connection.root(), 0);
 }
 
 bool LockerWatch::takesOver(xcb_window_t window) const {
-    auto* const xcb = _connection.xcb();
+    auto* const xcb = connection.xcb();
     const auto attributes = xcb_get_window_attributes(xcb, window);
     const auto geometry = xcb_get_geometry(xcb, window);
-    const auto rootGeometry = xcb_get_geometry(xcb, _connection.root());
+    const auto rootGeometry = xcb_get_geometry(xcb, connection.root());
     const auto kind = xcb::await<xcb_get_window_attributes_reply>(xcb, attributes);
     const auto area = xcb::await<xcb_get_geometry_reply>(xcb, geometry);
     const auto screen = xcb::await<xcb_get_geometry_reply>(xcb, rootGeometry);
@@ -52,12 +52,12 @@ bool LockerWatch::takesOver(xcb_window_t window) const {
 }
 
 void LockerWatch::considerLater(xcb_window_t window) {
-    auto& work = _connection.clientWork();
-    const auto client = _connection.clientOf(window);
-    if (work.countOf(client) >= windowsWaiting || !_windows.insert(window).second) return;
-    auto step = _lifetime.weakly([this, window] {
-        _windows.erase(window);
-        if (takesOver(window)) _onLocker();
+    auto& work = connection.clientWork();
+    const auto client = connection.clientOf(window);
+    if (work.countOf(client) >= windowsWaiting || !windows.insert(window).second) return;
+    auto step = lifetime.weakly([this, window] {
+        windows.erase(window);
+        if (takesOver(window)) onLocker();
     });
     work.add(client, [step = std::move(step)]() mutable -> std::size_t {
         step();
@@ -67,7 +67,7 @@ void LockerWatch::considerLater(xcb_window_t window) {
 
 void LockerWatch::handle(const xcb_generic_event_t& event) {
     const auto consider = [&](xcb_window_t window, bool isPastWindowManager) {
-        if (isPastWindowManager && !_connection.isOurs(window)) considerLater(window);
+        if (isPastWindowManager && !connection.isOurs(window)) considerLater(window);
     };
     if (xcb::typeOf(event) == XCB_CREATE_NOTIFY) {
         const auto& made = xcb::as<xcb_create_notify_event_t>(event);

@@ -31,15 +31,15 @@ private:
     /// Whether the window, which is about to be shown, leaves nobody else the screen or the input.
     bool takesOver(xcb_window_t window) const;
 
-    Connection& _connection;
-    std::function<void()> _onLocker;
+    Connection& connection;
+    std::function<void()> onLocker;
     /// 0 where the server has no such extension.
-    std::uint8_t _saverEvent = 0;
+    std::uint8_t saverEvent = 0;
     /// Those that wait to be looked at.
-    std::set<xcb_window_t> _windows;
-    Observation _children;
-    Observation _extensions;
-    Lifetime _lifetime;
+    std::set<xcb_window_t> windows;
+    Observation children;
+    Observation extensions;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

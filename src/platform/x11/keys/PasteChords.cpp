@@ -111,17 +111,17 @@ int PasteChords::add(std::string_view table) {
             ++unreadable;
             continue;
         }
-        while (!names.empty()) _chords[lowercased(takePart(names, ','))] = *chords;
+        while (!names.empty()) this->chords[lowercased(takePart(names, ','))] = *chords;
     }
     return unreadable;
 }
 
 const std::vector<PasteChord>& PasteChords::chordsFor(const std::vector<std::string>& names) const {
     for (const auto& name : names) {
-        const auto found = _chords.find(lowercased(name));
-        if (found != _chords.end()) return found->second;
+        const auto found = chords.find(lowercased(name));
+        if (found != chords.end()) return found->second;
     }
-    return _chords.at("*");
+    return chords.at("*");
 }
 
 }  // namespace vellumix::x11

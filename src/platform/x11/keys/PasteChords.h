@@ -44,7 +44,7 @@ public:
 private:
     int add(std::string_view table);
 
-    std::map<std::string, std::vector<PasteChord>> _chords;
+    std::map<std::string, std::vector<PasteChord>> chords;
 };
 
 }  // namespace vellumix::x11

@@ -45,45 +45,45 @@ bool hasTestExtension(Connection& connection) {
 SyntheticKeys::SyntheticKeys(Connection& connection, KeyboardMap& keyboard, const Workspace& workspace,
                              const Pasteboard& pasteboard, PasteChords chords,
                              std::function<void(Lack)> tellUser)
-    : _connection(connection),
-      _keyboard(keyboard),
-      _workspace(workspace),
-      _pasteboard(pasteboard),
-      _chords(std::move(chords)),
-      _hasTest(hasTestExtension(connection)),
-      _tellUser(std::move(tellUser)) {}
+    : connection(connection),
+      keyboard(keyboard),
+      workspace(workspace),
+      pasteboard(pasteboard),
+      chords(std::move(chords)),
+      hasTest(hasTestExtension(connection)),
+      tellUser(std::move(tellUser)) {}
 
 bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool prompts) {
-    if (!_hasTest) {
-        if (prompts && !std::exchange(_hasToldOfExtension, true)) {
+    if (!hasTest) {
+        if (prompts && !std::exchange(hasToldOfExtension, true)) {
             Log("SyntheticKeys")
                 .error("The display has no XTEST extension; what is picked waits on the clipboard");
-            if (_tellUser) _tellUser(Lack::extension);
+            if (tellUser) tellUser(Lack::extension);
         }
         return false;
     }
-    if (!_chords.chordsFor(_workspace.frontNames()).empty()) return true;
-    if (prompts && _tellUser) _tellUser(Lack::chord);
+    if (!chords.chordsFor(workspace.frontNames()).empty()) return true;
+    if (prompts && tellUser) tellUser(Lack::chord);
     return false;
 }
 
 void SyntheticKeys::CGEventPost(const KeyChord& chord) {
-    if (chord != paste || !_hasTest) return;
-    _pastes.push_back({.deadline = _connection.runLoop().uptime() + patienceSeconds});
-    if (!_waiting) goOn();
+    if (chord != paste || !hasTest) return;
+    pastes.push_back({.deadline = connection.runLoop().uptime() + patienceSeconds});
+    if (!waiting) goOn();
 }
 
 void SyntheticKeys::goOn() {
-    while (!_pastes.empty() && deliver(_pastes.front())) _pastes.pop_front();
-    if (_pastes.empty()) {
-        _waiting.reset();
+    while (!pastes.empty() && deliver(pastes.front())) pastes.pop_front();
+    if (pastes.empty()) {
+        waiting.reset();
     } else {
-        _waiting = _connection.runLoop().oneShotTimer(pollSeconds, [this] { goOn(); });
+        waiting = connection.runLoop().oneShotTimer(pollSeconds, [this] { goOn(); });
     }
 }
 
 bool SyntheticKeys::deliver(Paste& paste) {
-    const auto& chords = _chords.chordsFor(_workspace.frontNames());
+    const auto& chords = this->chords.chordsFor(workspace.frontNames());
     const auto keys = keysFor(chords);
     if (!keys) {
         Log("SyntheticKeys").error("The keyboard lacks the key that the front application pastes by");
@@ -91,8 +91,8 @@ bool SyntheticKeys::deliver(Paste& paste) {
     }
     const bool readsPrimary = keys->chord.readsPrimary;
     if (readsPrimary && !std::exchange(paste.hasPrimary, true)) lendPrimary();
-    const bool isOffered = !_pasteboard.isClaiming() && !(readsPrimary && _primary->isClaiming());
-    const bool isLate = _connection.runLoop().uptime() > paste.deadline;
+    const bool isOffered = !pasteboard.isClaiming() && !(readsPrimary && primary->isClaiming());
+    const bool isLate = connection.runLoop().uptime() > paste.deadline;
     if ((!isOffered || isUserHoldingModifiers()) && !isLate) return false;
     if (isOffered) {
         press(*keys);
@@ -103,33 +103,33 @@ bool SyntheticKeys::deliver(Paste& paste) {
 }
 
 bool SyntheticKeys::isUserHoldingModifiers() const {
-    const auto& modifiers = _keyboard.modifiers();
-    const KeysDown down(_connection);
+    const auto& modifiers = keyboard.modifiers();
+    const KeysDown down(connection);
     const auto keys = modifiers.keysOf(static_cast<ModifierMap::Mask>(~modifiers.locks()));
     return std::ranges::any_of(keys, [&](xcb_keycode_t key) { return down.test(key); });
 }
 
 void SyntheticKeys::lendPrimary() {
-    if (!_primary) {
-        _primary = std::make_unique<SelectionOwner>(_connection, XCB_ATOM_PRIMARY, TransferLimits());
+    if (!primary) {
+        primary = std::make_unique<SelectionOwner>(connection, XCB_ATOM_PRIMARY, TransferLimits());
     }
-    _primary->offer(Offer::of(_pasteboard.content(), _connection));
-    _primaryEnd = _connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
+    primary->offer(Offer::of(pasteboard.content(), connection));
+    primaryEnd = connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
 }
 
 void SyntheticKeys::returnPrimary() {
-    if (_primary->activeTransfers() > 0) {
-        _primaryEnd = _connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
+    if (primary->activeTransfers() > 0) {
+        primaryEnd = connection.runLoop().oneShotTimer(primarySeconds, [this] { returnPrimary(); });
         return;
     }
-    _primaryEnd.reset();
-    _primary.reset();
+    primaryEnd.reset();
+    primary.reset();
 }
 
 void SyntheticKeys::press(const Keys& found) {
     const auto& chord = found.chord;
-    const auto& modifiers = _keyboard.modifiers();
-    const KeysDown down(_connection);
+    const auto& modifiers = keyboard.modifiers();
+    const KeysDown down(connection);
     const std::pair<bool, ModifierMap::Mask> wanted[] = {
         {chord.hasControl, ModifierMap::Mask{XCB_MOD_MASK_CONTROL}},
         {chord.hasShift, ModifierMap::Mask{XCB_MOD_MASK_SHIFT}},
@@ -147,7 +147,7 @@ void SyntheticKeys::press(const Keys& found) {
     keys.push_back(found.key);
 
     const auto send = [&](std::uint8_t kind, xcb_keycode_t code) {
-        xcb_test_fake_input(_connection.xcb(), kind, code, XCB_CURRENT_TIME, _connection.root(), 0, 0, 0);
+        xcb_test_fake_input(connection.xcb(), kind, code, XCB_CURRENT_TIME, connection.root(), 0, 0, 0);
     };
     for (const auto code : keys) send(XCB_KEY_PRESS, code);
     std::ranges::reverse(keys);
@@ -155,7 +155,7 @@ void SyntheticKeys::press(const Keys& found) {
 }
 
 std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<PasteChord>& chords) const {
-    const auto keymap = _keyboard.keymap();
+    const auto keymap = keyboard.keymap();
     if (!keymap) return std::nullopt;
     for (const auto& chord : chords) {
         if (const auto key = keyTyping(chord.key, keymap.get())) return Keys{chord, *key};
@@ -168,7 +168,7 @@ std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<Past
 }
 
 std::optional<xcb_keycode_t> SyntheticKeys::keyTyping(xkb_keysym_t symbol, xkb_keymap* keymap) const {
-    auto* const xcb = _connection.xcb();
+    auto* const xcb = connection.xcb();
     const auto state =
         xcb::await<xcb_xkb_get_state_reply>(xcb, xcb_xkb_get_state(xcb, XCB_XKB_ID_USE_CORE_KBD));
     const auto layouts = xkb_keymap_num_layouts(keymap);

@@ -67,18 +67,18 @@ private:
     /// The key that types the sign without modifiers, in the present layout if there is one.
     std::optional<xcb_keycode_t> keyTyping(xkb_keysym_t symbol, xkb_keymap* keymap) const;
 
-    Connection& _connection;
-    KeyboardMap& _keyboard;
-    const Workspace& _workspace;
-    const Pasteboard& _pasteboard;
-    const PasteChords _chords;
-    const bool _hasTest;
-    std::function<void(Lack)> _tellUser;
-    bool _hasToldOfExtension = false;
-    std::deque<Paste> _pastes;
-    std::unique_ptr<NSTimer> _waiting;
-    std::unique_ptr<SelectionOwner> _primary;
-    std::unique_ptr<NSTimer> _primaryEnd;
+    Connection& connection;
+    KeyboardMap& keyboard;
+    const Workspace& workspace;
+    const Pasteboard& pasteboard;
+    const PasteChords chords;
+    const bool hasTest;
+    std::function<void(Lack)> tellUser;
+    bool hasToldOfExtension = false;
+    std::deque<Paste> pastes;
+    std::unique_ptr<NSTimer> waiting;
+    std::unique_ptr<SelectionOwner> primary;
+    std::unique_ptr<NSTimer> primaryEnd;
 };
 
 }  // namespace vellumix::x11

@@ -84,18 +84,18 @@ private:
     void await(double seconds);
     void end(Ending ending);
 
-    Connection& _connection;
-    const Request _request;
-    const TransferLimits _limits;
-    Completion _completion;
-    ConvertedValue _value;
-    Phase _phase = Phase::awaitingAnswer;
-    bool _isTooLarge = false;
+    Connection& connection;
+    const Request request;
+    const TransferLimits limits;
+    Completion completion;
+    ConvertedValue value;
+    Phase phase = Phase::awaitingAnswer;
+    bool isTooLarge = false;
     /// Bytes of the present property that have been read.
-    std::size_t _offset = 0;
-    Observation _events;
-    std::unique_ptr<NSTimer> _deadline;
-    Lifetime _lifetime;
+    std::size_t offset = 0;
+    Observation events;
+    std::unique_ptr<NSTimer> deadline;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

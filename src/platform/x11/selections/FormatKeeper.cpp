@@ -49,31 +49,31 @@ std::deque<xcb_atom_t> targetsToKeep(const Content& content, const Offer& offer,
 
 FormatKeeper::FormatKeeper(Connection& connection, const TransferLimits& limits, xcb_atom_t selection,
                            xcb_timestamp_t time, std::deque<xcb_atom_t> targets, Completion completion)
-    : _connection(connection),
-      _limits(limits),
-      _selection(selection),
-      _time(time),
-      _targets(std::move(targets)),
-      _completion(std::move(completion)),
-      _bytesLeft(limits.savedBytes) {
-    _deadline = connection.runLoop().oneShotTimer(limits.saveSeconds, [this] { end(); });
+    : connection(connection),
+      limits(limits),
+      selection(selection),
+      time(time),
+      targets(std::move(targets)),
+      completion(std::move(completion)),
+      bytesLeft(limits.savedBytes) {
+    deadline = connection.runLoop().oneShotTimer(limits.saveSeconds, [this] { end(); });
     askNext();
 }
 
 void FormatKeeper::askNext() {
-    if (_targets.empty()) {
+    if (targets.empty()) {
         // From the loop, also when there was nothing to ask for.
-        _deadline = _connection.runLoop().oneShotTimer(0, [this] { end(); });
+        deadline = connection.runLoop().oneShotTimer(0, [this] { end(); });
         return;
     }
-    const auto target = _targets.front();
-    _targets.pop_front();
+    const auto target = targets.front();
+    targets.pop_front();
     // They stay until the end: owners commonly touch the window once more after the last byte.
-    _windows.push_back(std::make_unique<Window>(_connection));
-    const Conversion::Request request{_windows.back()->id(), _selection, target, _time, _bytesLeft,
-                                      _limits.answerSeconds};
-    _conversion = std::make_unique<Conversion>(
-        _connection, request, _limits, [this, target](Conversion::Ending ending, ConvertedValue value) {
+    windows.push_back(std::make_unique<Window>(connection));
+    const Conversion::Request request{windows.back()->id(), selection, target, time, bytesLeft,
+                                      limits.answerSeconds};
+    conversion = std::make_unique<Conversion>(
+        connection, request, limits, [this, target](Conversion::Ending ending, ConvertedValue value) {
             came(target, ending, std::move(value));
         });
 }
@@ -81,19 +81,19 @@ void FormatKeeper::askNext() {
 void FormatKeeper::came(xcb_atom_t target, Conversion::Ending ending, ConvertedValue value) {
     if (ending == Conversion::Ending::late) return end();
     if (ending == Conversion::Ending::value && !isHandle(value.type)) {
-        _bytesLeft -= value.bytes.size();
-        _kept.push_back({target, value.type,
-                         [bytes = Data(std::move(value.bytes))] { return SharedBytes::of(bytes); },
-                         value.format});
+        bytesLeft -= value.bytes.size();
+        kept.push_back({target, value.type,
+                        [bytes = Data(std::move(value.bytes))] { return SharedBytes::of(bytes); },
+                        value.format});
     }
     askNext();
 }
 
 void FormatKeeper::end() {
-    _deadline.reset();
-    _conversion.reset();
-    const auto completion = std::exchange(_completion, nullptr);
-    completion(std::move(_kept));
+    deadline.reset();
+    conversion.reset();
+    const auto completion = std::exchange(this->completion, nullptr);
+    completion(std::move(kept));
 }
 
 }  // namespace vellumix::x11

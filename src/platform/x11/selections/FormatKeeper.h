@@ -39,17 +39,17 @@ private:
     void came(xcb_atom_t target, Conversion::Ending ending, ConvertedValue value);
     void end();
 
-    Connection& _connection;
-    const TransferLimits _limits;
-    const xcb_atom_t _selection;
-    const xcb_timestamp_t _time;
-    std::deque<xcb_atom_t> _targets;
-    Completion _completion;
-    std::vector<Offer::Representation> _kept;
-    std::size_t _bytesLeft;
-    std::vector<std::unique_ptr<Window>> _windows;
-    std::unique_ptr<Conversion> _conversion;
-    std::unique_ptr<NSTimer> _deadline;
+    Connection& connection;
+    const TransferLimits limits;
+    const xcb_atom_t selection;
+    const xcb_timestamp_t time;
+    std::deque<xcb_atom_t> targets;
+    Completion completion;
+    std::vector<Offer::Representation> kept;
+    std::size_t bytesLeft;
+    std::vector<std::unique_ptr<Window>> windows;
+    std::unique_ptr<Conversion> conversion;
+    std::unique_ptr<NSTimer> deadline;
 };
 
 }  // namespace vellumix::x11

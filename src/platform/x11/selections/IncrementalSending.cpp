@@ -8,11 +8,11 @@ namespace vellumix::x11 {
 
 IncrementalSending::IncrementalSending(Connection& connection, const Destination& destination, Value value,
                                        double pieceSeconds, std::function<void(IncrementalSending*)> end)
-    : _connection(connection),
-      _destination(destination),
-      _value(std::move(value)),
-      _pieceSeconds(pieceSeconds),
-      _end(std::move(end)) {}
+    : connection(connection),
+      destination_(destination),
+      value(std::move(value)),
+      pieceSeconds(pieceSeconds),
+      end(std::move(end)) {}
 
 std::unique_ptr<IncrementalSending> IncrementalSending::begin(Connection& connection,
                                                               const Destination& destination, Value value,
@@ -24,9 +24,9 @@ std::unique_ptr<IncrementalSending> IncrementalSending::begin(Connection& connec
     auto events = connection.observeForeign(
         destination.requestor, [raw = transfer.get()](const auto& event) { raw->handle(event); });
     if (!events) return nullptr;
-    transfer->_events = std::move(*events);
+    transfer->events = std::move(*events);
     const auto size = static_cast<std::uint32_t>(
-        std::min<std::size_t>(transfer->_value.bytes.view.size(), std::numeric_limits<std::int32_t>::max()));
+        std::min<std::size_t>(transfer->value.bytes.view.size(), std::numeric_limits<std::int32_t>::max()));
     xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, destination.requestor, destination.property,
                         connection.atoms().incr, 32, 1, &size);
     transfer->await();
@@ -39,7 +39,7 @@ void IncrementalSending::handle(const xcb_generic_event_t& event) {
             return finish();
         case XCB_PROPERTY_NOTIFY: {
             const auto& change = xcb::as<xcb_property_notify_event_t>(event);
-            if (change.atom == _destination.property && change.state == XCB_PROPERTY_DELETE) sendPieceLater();
+            if (change.atom == destination_.property && change.state == XCB_PROPERTY_DELETE) sendPieceLater();
             return;
         }
         default:
@@ -48,34 +48,34 @@ void IncrementalSending::handle(const xcb_generic_event_t& event) {
 }
 
 void IncrementalSending::sendPieceLater() {
-    if (std::exchange(_isPieceDue, true)) return;
-    _deadline.reset();
-    _connection.clientWork().add(
-        _connection.clientOf(_destination.requestor),
-        [this, alive = _lifetime.watch()] { return alive.expired() ? 0 : sendPiece(); });
+    if (std::exchange(isPieceDue, true)) return;
+    deadline.reset();
+    connection.clientWork().add(
+        connection.clientOf(destination_.requestor),
+        [this, alive = lifetime.watch()] { return alive.expired() ? 0 : sendPiece(); });
 }
 
 std::size_t IncrementalSending::sendPiece() {
-    _isPieceDue = false;
-    const auto rest = _value.bytes.view.subspan(_offset);
-    const auto piece = rest.first(std::min(rest.size(), _connection.pieceBytes()));
-    xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, _destination.requestor,
-                        _destination.property, _value.type, _value.format,
-                        static_cast<std::uint32_t>(piece.size() * 8 / _value.format), piece.data());
-    _offset += piece.size();
+    isPieceDue = false;
+    const auto rest = value.bytes.view.subspan(offset);
+    const auto piece = rest.first(std::min(rest.size(), connection.pieceBytes()));
+    xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, destination_.requestor,
+                        destination_.property, value.type, value.format,
+                        static_cast<std::uint32_t>(piece.size() * 8 / value.format), piece.data());
+    offset += piece.size();
     // An empty piece is the end.
     piece.empty() ? finish() : await();
     return piece.size();
 }
 
 void IncrementalSending::await() {
-    _deadline = _connection.runLoop().oneShotTimer(_pieceSeconds, [this] { finish(); });
+    deadline = connection.runLoop().oneShotTimer(pieceSeconds, [this] { finish(); });
 }
 
 void IncrementalSending::finish() {
-    _deadline.reset();
-    _events.cancel();
-    const auto end = std::exchange(_end, nullptr);
+    deadline.reset();
+    events.cancel();
+    const auto end = std::exchange(this->end, nullptr);
     end(this);
 }
 

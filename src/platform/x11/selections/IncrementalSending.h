@@ -34,7 +34,7 @@ public:
     IncrementalSending(const IncrementalSending&) = delete;
     IncrementalSending& operator=(const IncrementalSending&) = delete;
 
-    const Destination& destination() const { return _destination; }
+    const Destination& destination() const { return destination_; }
 
 private:
     IncrementalSending(Connection& connection, const Destination& destination, Value value,
@@ -46,17 +46,17 @@ private:
     void await();
     void finish();
 
-    Connection& _connection;
-    const Destination _destination;
-    const Value _value;
-    const double _pieceSeconds;
-    std::function<void(IncrementalSending*)> _end;
-    std::size_t _offset = 0;
+    Connection& connection;
+    const Destination destination_;
+    const Value value;
+    const double pieceSeconds;
+    std::function<void(IncrementalSending*)> end;
+    std::size_t offset = 0;
     /// The requestor waits for the next piece.
-    bool _isPieceDue = false;
-    Observation _events;
-    std::unique_ptr<NSTimer> _deadline;
-    Lifetime _lifetime;
+    bool isPieceDue = false;
+    Observation events;
+    std::unique_ptr<NSTimer> deadline;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

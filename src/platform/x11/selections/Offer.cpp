@@ -105,14 +105,14 @@ Offer Offer::of(const Content& content, Connection& connection) {
 
 void Offer::add(std::vector<Representation> further) {
     for (auto& one : further) {
-        if (!find(one.target)) _representations.push_back(std::move(one));
+        if (!find(one.target)) representations_.push_back(std::move(one));
     }
 }
 
 const Offer::Representation* Offer::find(xcb_atom_t target) const {
-    const auto found = std::find_if(_representations.begin(), _representations.end(),
+    const auto found = std::find_if(representations_.begin(), representations_.end(),
                                     [target](const Representation& one) { return one.target == target; });
-    return found == _representations.end() ? nullptr : &*found;
+    return found == representations_.end() ? nullptr : &*found;
 }
 
 }  // namespace vellumix::x11

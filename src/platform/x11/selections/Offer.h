@@ -34,7 +34,7 @@ public:
 
     Offer() = default;
     explicit Offer(std::vector<Representation> representations)
-        : _representations(std::move(representations)) {}
+        : representations_(std::move(representations)) {}
 
     /// Text under every name that programs ask for; an image under its own media type; files as URLs for
     /// file managers, and as paths for editors and terminals, which would take nothing otherwise.
@@ -43,12 +43,12 @@ public:
     /// Adds what isn't offered yet.
     void add(std::vector<Representation> further);
     /// In order of preference.
-    const std::vector<Representation>& representations() const { return _representations; }
+    const std::vector<Representation>& representations() const { return representations_; }
     /// Nothing when the target isn't offered.
     const Representation* find(xcb_atom_t target) const;
 
 private:
-    std::vector<Representation> _representations;
+    std::vector<Representation> representations_;
 };
 
 }  // namespace vellumix::x11

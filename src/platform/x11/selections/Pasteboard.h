@@ -33,14 +33,14 @@ public:
     Pasteboard& operator=(const Pasteboard&) = delete;
 
     Capabilities capabilities() const override { return {.announcesChanges = true}; }
-    std::int64_t changeCount() const override { return _changeCount; }
-    bool isOurs() const override { return _isOurs; }
+    std::int64_t changeCount() const override { return changeCount_; }
+    bool isOurs() const override { return isOurs_; }
     Observation observeChanges(std::function<void()> observer) override;
     Observation observeCopies(std::function<void()> observer) override;
     Observation observeDrops(std::function<void(RefusalReason)> observer) override;
 
     std::vector<std::string> types() const override;
-    std::vector<URL> readFileURLs() const override { return _visible.files; }
+    std::vector<URL> readFileURLs() const override { return visible.files; }
     std::optional<Data> dataForType(std::string_view type) const override;
     std::optional<String> stringForType(std::string_view type) const override;
 
@@ -52,11 +52,11 @@ public:
     void preserve(std::int64_t changeCount) override;
 
     /// The visible content.
-    const Content& content() const { return _visible; }
+    const Content& content() const { return visible; }
     /// What was written last isn't offered to other programs yet.
-    bool isClaiming() const { return _owner.isClaiming(); }
+    bool isClaiming() const { return owner.isClaiming(); }
     /// Values on their way in or out.
-    std::size_t activeTransfers() const { return _owner.activeTransfers() + (_isReading ? 1 : 0); }
+    std::size_t activeTransfers() const { return owner.activeTransfers() + (isReading ? 1 : 0); }
 
 private:
     /// Who holds the clipboard, as far as the server's announcements have been handled.
@@ -70,7 +70,7 @@ private:
     };
     using Change = Connection::SelectionChange;
 
-    bool canAdd() const { return _isOurs && _isHoldersContent; }
+    bool canAdd() const { return isOurs_ && isHoldersContent; }
     void handleNext();
     void handle(const Change& change);
     void holderEnded(xcb_timestamp_t ownedSince);
@@ -91,52 +91,52 @@ private:
     void offerOurs();
     void offerPreserved();
 
-    Connection& _connection;
-    const TransferLimits _limits;
-    const std::string _hostName;
-    SelectionOwner _owner;
-    SavingService _manager;
-    ServiceSelection _presentManager;
-    Content _visible;
-    std::int64_t _changeCount = 0;
+    Connection& connection;
+    const TransferLimits limits;
+    const std::string hostName;
+    SelectionOwner owner;
+    SavingService manager;
+    ServiceSelection presentManager;
+    Content visible;
+    std::int64_t changeCount_ = 0;
     /// The visible content was written by this program.
-    bool _isOurs = false;
+    bool isOurs_ = false;
     /// The visible content is what the holder offers, or offered until it ended.
-    bool _isHoldersContent = false;
-    Holder _holder = Holder::unknown;
+    bool isHoldersContent = false;
+    Holder holder = Holder::unknown;
     /// Announcements of our own takings that are still on their way: what is announced before them is past.
-    int _ownChangesDue = 0;
+    int ownChangesDue = 0;
     /// The window by which another program has the clipboard, or had it last.
-    xcb_window_t _holderWindow = XCB_WINDOW_NONE;
+    xcb_window_t holderWindow = XCB_WINDOW_NONE;
     /// When that program took the clipboard, or emptied it.
-    xcb_timestamp_t _holderTime = XCB_CURRENT_TIME;
+    xcb_timestamp_t holderTime = XCB_CURRENT_TIME;
     /// It is one with windows that a person sees.
-    bool _hasHolderWindows = false;
+    bool hasHolderWindows = false;
     /// When a program ended that had the clipboard, unless somebody has copied since.
-    std::optional<xcb_timestamp_t> _endTime;
+    std::optional<xcb_timestamp_t> endTime;
     /// Told while a program that has emptied the clipboard may be about to end.
-    Observation _holderEnd;
-    std::unique_ptr<NSTimer> _endDeadline;
+    Observation holderEnd;
+    std::unique_ptr<NSTimer> endDeadline;
     /// The content that is being read was taken up from the visible one.
-    bool _succeeds = false;
+    bool succeeds = false;
     /// Further formats of the visible content, for the time after its program's end.
-    std::vector<Offer::Representation> _kept;
-    std::unique_ptr<FormatKeeper> _keeper;
+    std::vector<Offer::Representation> kept;
+    std::unique_ptr<FormatKeeper> keeper;
     /// A program that is about to end waits until its content is saved.
-    std::optional<SelectionOwner::Request> _saving;
-    std::optional<std::int64_t> _preserved;
-    std::deque<Change> _changes;
-    bool _isAnnouncing = false;
-    bool _isReading = false;
-    bool _isReadingDue = false;
+    std::optional<SelectionOwner::Request> saving;
+    std::optional<std::int64_t> preserved;
+    std::deque<Change> changes;
+    bool isAnnouncing = false;
+    bool isReading = false;
+    bool isReadingDue = false;
     /// The present reading, or the last one that brought something.
-    std::unique_ptr<SelectionReader> _reader;
-    ObserverList<> _changeObservers;
-    ObserverList<> _copyObservers;
-    ObserverList<RefusalReason> _dropObservers;
-    RepeatedFailure _dropLog;
-    Observation _events;
-    Lifetime _lifetime;
+    std::unique_ptr<SelectionReader> reader;
+    ObserverList<> changeObservers;
+    ObserverList<> copyObservers;
+    ObserverList<RefusalReason> dropObservers;
+    RepeatedFailure dropLog;
+    Observation events;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -14,13 +14,13 @@ public:
     SavingService(Connection& connection, const TransferLimits& limits,
                   std::function<bool(const SelectionOwner::Request&)> mustWait);
 
-    void answer() { _owner.answer(); }
+    void answer() { owner.answer(); }
 
 private:
     void announce();
 
-    Connection& _connection;
-    SelectionOwner _owner;
+    Connection& connection;
+    SelectionOwner owner;
 };
 
 }  // namespace vellumix::x11

@@ -52,53 +52,50 @@ struct SelectionOwner::Answer {
 };
 
 SelectionOwner::SelectionOwner(Connection& connection, xcb_atom_t selection, const TransferLimits& limits)
-    : _connection(connection),
-      _selection(selection),
-      _limits(limits),
-      _offer(std::make_shared<const Offer>()) {
+    : connection(connection), selection(selection), limits(limits), offer_(std::make_shared<const Offer>()) {
     makeWindow();
 }
 
 void SelectionOwner::makeWindow() {
-    _window = std::make_unique<Window>(_connection);
-    _events = _connection.observe(_window->id(), [this](const auto& event) { handle(event); });
+    window_ = std::make_unique<Window>(connection);
+    events = connection.observe(window_->id(), [this](const auto& event) { handle(event); });
 }
 
 void SelectionOwner::windowIsLost() {
     Log("SelectionOwner").error("Another program has destroyed the window of a selection; it is made anew");
     makeWindow();
-    if (_isClaiming) return requestTime();
-    if (!_isOwner) return;
+    if (isClaiming_) return requestTime();
+    if (!isOwner_) return;
     // Whoever has taken the selection since then keeps it.
-    take(_time);
+    take(time_);
     learnOutcome();
 }
 
 void SelectionOwner::offer(Offer offer) {
-    _offer = std::make_shared<const Offer>(std::move(offer));
-    if (!std::exchange(_isClaiming, true)) requestTime();
+    offer_ = std::make_shared<const Offer>(std::move(offer));
+    if (!std::exchange(isClaiming_, true)) requestTime();
 }
 
 void SelectionOwner::offerAsOf(xcb_timestamp_t time, Offer offer) {
-    _offer = std::make_shared<const Offer>(std::move(offer));
+    offer_ = std::make_shared<const Offer>(std::move(offer));
     take(time);
 }
 
-void SelectionOwner::withdraw() { _offer = std::make_shared<const Offer>(); }
+void SelectionOwner::withdraw() { offer_ = std::make_shared<const Offer>(); }
 
 void SelectionOwner::answer() {
-    for (const auto& request : std::exchange(_heldRequests, {})) accept(request);
+    for (const auto& request : std::exchange(heldRequests, {})) accept(request);
 }
 
 void SelectionOwner::handle(const xcb_generic_event_t& event) {
     switch (xcb::typeOf(event)) {
         case XCB_PROPERTY_NOTIFY: {
             const auto& change = xcb::as<xcb_property_notify_event_t>(event);
-            if (change.atom != _connection.atoms().clock || !_isClaiming) return;
+            if (change.atom != connection.atoms().clock || !isClaiming_) return;
             take(change.time);
             learnOutcome();
-            _isClaiming = false;
-            if (_claimed) _claimed();
+            isClaiming_ = false;
+            if (claimed) claimed();
             return;
         }
         case XCB_DESTROY_NOTIFY:
@@ -108,12 +105,12 @@ void SelectionOwner::handle(const xcb_generic_event_t& event) {
         case XCB_SELECTION_REQUEST: {
             const auto& request = xcb::as<Request>(event);
             const auto isOfClient = [&,
-                                     client = _connection.clientOf(request.requestor)](const Request& held) {
-                return _connection.clientOf(held.requestor) == client;
+                                     client = connection.clientOf(request.requestor)](const Request& held) {
+                return connection.clientOf(held.requestor) == client;
             };
-            if (_mustWait && _mustWait(request) &&
-                std::ranges::count_if(_heldRequests, isOfClient) < std::ptrdiff_t{requestsHeld}) {
-                _heldRequests.push_back(request);
+            if (mustWait && mustWait(request) &&
+                std::ranges::count_if(heldRequests, isOfClient) < std::ptrdiff_t{requestsHeld}) {
+                heldRequests.push_back(request);
             } else {
                 accept(request);
             }
@@ -126,50 +123,50 @@ void SelectionOwner::handle(const xcb_generic_event_t& event) {
 
 void SelectionOwner::requestTime() {
     // Appending nothing to a property changes nothing, but its announcement carries the time.
-    xcb_change_property(_connection.xcb(), XCB_PROP_MODE_APPEND, _window->id(), _connection.atoms().clock,
+    xcb_change_property(connection.xcb(), XCB_PROP_MODE_APPEND, window_->id(), connection.atoms().clock,
                         XCB_ATOM_INTEGER, 32, 0, nullptr);
     // Sent without delay, so that whoever copies after this moment counts as later.
-    xcb_flush(_connection.xcb());
+    xcb_flush(connection.xcb());
 }
 
 void SelectionOwner::take(xcb_timestamp_t time) {
-    _time = time;
-    _isOwner = true;
-    xcb_set_selection_owner(_connection.xcb(), _window->id(), _selection, time);
+    time_ = time;
+    isOwner_ = true;
+    xcb_set_selection_owner(connection.xcb(), window_->id(), selection, time);
 }
 
 void SelectionOwner::learnOutcome() {
     // The server alone knows whether somebody was quicker (ICCCM 2.0 section 2.1).
     const auto owner = xcb::await<xcb_get_selection_owner_reply>(
-        _connection.xcb(), xcb_get_selection_owner(_connection.xcb(), _selection));
-    _isOwner = owner && owner->owner == _window->id();
-    if (!_isOwner) withdraw();
+        connection.xcb(), xcb_get_selection_owner(connection.xcb(), selection));
+    isOwner_ = owner && owner->owner == window_->id();
+    if (!isOwner_) withdraw();
 }
 
 void SelectionOwner::lost(xcb_timestamp_t time) {
     // The loss of an earlier ownership is old news.
-    if (_isClaiming || isEarlier(time, _time)) return;
-    _isOwner = false;
+    if (isClaiming_ || isEarlier(time, time_)) return;
+    isOwner_ = false;
     withdraw();
 }
 
 void SelectionOwner::accept(const Request& request) {
-    const bool isBeforeUs = request.time != XCB_CURRENT_TIME && isEarlier(request.time, _time);
+    const bool isBeforeUs = request.time != XCB_CURRENT_TIME && isEarlier(request.time, time_);
     const bool isTooMuch =
-        _connection.clientWork().countOf(_connection.clientOf(request.requestor)) >= stepsWaiting;
-    if (request.selection != _selection || isBeforeUs || isTooMuch) {
-        notify(_connection, request, XCB_ATOM_NONE);
+        connection.clientWork().countOf(connection.clientOf(request.requestor)) >= stepsWaiting;
+    if (request.selection != selection || isBeforeUs || isTooMuch) {
+        notify(connection, request, XCB_ATOM_NONE);
         return;
     }
     const auto property = request.property == XCB_ATOM_NONE ? request.target : request.property;
-    ++_requestsWaiting;
-    goOnLater(std::make_shared<Answer>(Answer{request, property, _offer, _time}));
+    ++requestsWaiting;
+    goOnLater(std::make_shared<Answer>(Answer{request, property, offer_, time_}));
 }
 
 void SelectionOwner::goOnLater(std::shared_ptr<Answer> answer) {
-    const auto client = _connection.clientOf(answer->request.requestor);
-    _connection.clientWork().add(
-        client, [this, &connection = _connection, alive = _lifetime.watch(), answer = std::move(answer)] {
+    const auto client = this->connection.clientOf(answer->request.requestor);
+    this->connection.clientWork().add(
+        client, [this, &connection = connection, alive = lifetime.watch(), answer = std::move(answer)] {
             if (!alive.expired()) return goOn(answer);
             notify(connection, answer->request, XCB_ATOM_NONE);
             return std::size_t{0};
@@ -178,18 +175,18 @@ void SelectionOwner::goOnLater(std::shared_ptr<Answer> answer) {
 
 std::size_t SelectionOwner::goOn(const std::shared_ptr<Answer>& answer) {
     const auto& request = answer->request;
-    if (request.target == _connection.atoms().multiple) return goOnWithPairs(answer);
+    if (request.target == connection.atoms().multiple) return goOnWithPairs(answer);
     const auto sent = convert(*answer, request.target, answer->property);
-    --_requestsWaiting;
-    notify(_connection, request, sent ? answer->property : xcb_atom_t{XCB_ATOM_NONE});
+    --requestsWaiting;
+    notify(connection, request, sent ? answer->property : xcb_atom_t{XCB_ATOM_NONE});
     return sent.value_or(0);
 }
 
 std::size_t SelectionOwner::goOnWithPairs(const std::shared_ptr<Answer>& answer) {
     const auto& request = answer->request;
     if (!answer->pairs && !readPairs(*answer)) {
-        --_requestsWaiting;
-        notify(_connection, request, XCB_ATOM_NONE);
+        --requestsWaiting;
+        notify(connection, request, XCB_ATOM_NONE);
         return 0;
     }
     auto& pairs = *answer->pairs;
@@ -197,7 +194,7 @@ std::size_t SelectionOwner::goOnWithPairs(const std::shared_ptr<Answer>& answer)
     if (answer->pairsDone < pairs.size()) {
         const auto target = pairs[answer->pairsDone];
         auto& place = pairs[answer->pairsDone + 1];
-        const bool isNested = target == _connection.atoms().multiple || place == answer->property;
+        const bool isNested = target == connection.atoms().multiple || place == answer->property;
         if (!isNested && place != XCB_ATOM_NONE) sent = convert(*answer, target, place);
         if (!sent) place = XCB_ATOM_NONE;
         answer->pairsDone += 2;
@@ -207,11 +204,11 @@ std::size_t SelectionOwner::goOnWithPairs(const std::shared_ptr<Answer>& answer)
         return sent.value_or(0);
     }
     // A pair whose property has become None was refused (ICCCM 2.0 section 2.6.2).
-    xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, request.requestor, answer->property,
-                        _connection.atoms().atomPair, 32, static_cast<std::uint32_t>(pairs.size()),
+    xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, request.requestor, answer->property,
+                        connection.atoms().atomPair, 32, static_cast<std::uint32_t>(pairs.size()),
                         pairs.data());
-    --_requestsWaiting;
-    notify(_connection, request, answer->property);
+    --requestsWaiting;
+    notify(connection, request, answer->property);
     return sent.value_or(0);
 }
 
@@ -219,8 +216,8 @@ bool SelectionOwner::readPairs(Answer& answer) {
     constexpr std::size_t words = 2 * pairsServed;
     if (answer.request.property == XCB_ATOM_NONE) return false;
     const auto reply = xcb::await<xcb_get_property_reply>(
-        _connection.xcb(), xcb_get_property(_connection.xcb(), 0, answer.request.requestor, answer.property,
-                                            XCB_GET_PROPERTY_TYPE_ANY, 0, words));
+        connection.xcb(), xcb_get_property(connection.xcb(), 0, answer.request.requestor, answer.property,
+                                           XCB_GET_PROPERTY_TYPE_ANY, 0, words));
     if (!reply || reply->format != 32 || reply->bytes_after > 0) return false;
     auto& pairs = answer.pairs.emplace(static_cast<std::size_t>(reply->value_len) / 2 * 2);
     if (!pairs.empty()) {
@@ -230,10 +227,10 @@ bool SelectionOwner::readPairs(Answer& answer) {
 }
 
 SelectionOwner::Sent SelectionOwner::convert(const Answer& answer, xcb_atom_t target, xcb_atom_t property) {
-    const auto& atoms = _connection.atoms();
+    const auto& atoms = connection.atoms();
     const auto requestor = answer.request.requestor;
     const auto put = [&](xcb_atom_t type, std::span<const std::uint32_t> values) {
-        xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, requestor, property, type, 32,
+        xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, requestor, property, type, 32,
                             static_cast<std::uint32_t>(values.size()), values.data());
         return values.size_bytes();
     };
@@ -250,37 +247,37 @@ SelectionOwner::Sent SelectionOwner::convert(const Answer& answer, xcb_atom_t ta
 SelectionOwner::Sent SelectionOwner::send(const IncrementalSending::Destination& destination,
                                           const Offer::Representation& representation) {
     // A requestor that asks again for the same place has given up on what was on its way there.
-    _transfers.remove_if([&](const auto& one) { return one->destination() == destination; });
+    transfers.remove_if([&](const auto& one) { return one->destination() == destination; });
     const auto bytes = representation.bytes();
-    if (bytes.view.size() <= _connection.pieceBytes()) {
+    if (bytes.view.size() <= connection.pieceBytes()) {
         if (bytes.view.size() >= largeBytes && !isThere(destination.requestor)) return std::nullopt;
-        xcb_change_property(_connection.xcb(), XCB_PROP_MODE_REPLACE, destination.requestor,
+        xcb_change_property(connection.xcb(), XCB_PROP_MODE_REPLACE, destination.requestor,
                             destination.property, representation.type, representation.format,
                             static_cast<std::uint32_t>(bytes.view.size() * 8 / representation.format),
                             bytes.view.data());
         return bytes.view.size();
     }
-    const auto isOfClient = [&, client = _connection.clientOf(destination.requestor)](const auto& one) {
-        return _connection.clientOf(one->destination().requestor) == client;
+    const auto isOfClient = [&, client = connection.clientOf(destination.requestor)](const auto& one) {
+        return connection.clientOf(one->destination().requestor) == client;
     };
-    if (std::ranges::count_if(_transfers, isOfClient) >= static_cast<std::ptrdiff_t>(_limits.transfers)) {
+    if (std::ranges::count_if(transfers, isOfClient) >= static_cast<std::ptrdiff_t>(limits.transfers)) {
         return std::nullopt;
     }
     auto transfer = IncrementalSending::begin(
-        _connection, destination, {representation.type, representation.format, bytes}, _limits.sendSeconds,
+        connection, destination, {representation.type, representation.format, bytes}, limits.sendSeconds,
         [this](IncrementalSending* ended) {
-            _transfers.remove_if([ended](const auto& one) { return one.get() == ended; });
+            transfers.remove_if([ended](const auto& one) { return one.get() == ended; });
         });
     if (!transfer) return std::nullopt;
-    _transfers.push_back(std::move(transfer));
+    transfers.push_back(std::move(transfer));
     return sizeof(std::uint32_t);
 }
 
 bool SelectionOwner::isThere(xcb_window_t requestor) const {
     // The answer tells also that the server has taken what was sent before: whatever the person does next
     // waits for no more than this one value.
-    return static_cast<bool>(xcb::await<xcb_get_geometry_reply>(
-        _connection.xcb(), xcb_get_geometry(_connection.xcb(), requestor)));
+    return static_cast<bool>(
+        xcb::await<xcb_get_geometry_reply>(connection.xcb(), xcb_get_geometry(connection.xcb(), requestor)));
 }
 
 }  // namespace vellumix::x11

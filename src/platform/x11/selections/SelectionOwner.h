@@ -29,7 +29,7 @@ public:
     SelectionOwner(const SelectionOwner&) = delete;
     SelectionOwner& operator=(const SelectionOwner&) = delete;
 
-    xcb_window_t window() const { return _window->id(); }
+    xcb_window_t window() const { return window_->id(); }
 
     /// Offers this from now on and takes the selection at the server's present time, which takes one turn to
     /// learn: offers that follow each other at once are one ownership. `claimed` is called, from the loop,
@@ -39,21 +39,21 @@ public:
     void offerAsOf(xcb_timestamp_t time, Offer offer);
     /// Offers nothing any more.
     void withdraw();
-    bool isClaiming() const { return _isClaiming; }
-    bool isOwner() const { return _isOwner; }
+    bool isClaiming() const { return isClaiming_; }
+    bool isOwner() const { return isOwner_; }
     /// The time since which we own the selection.
-    xcb_timestamp_t time() const { return _time; }
-    void whenClaimed(std::function<void()> claimed) { _claimed = std::move(claimed); }
+    xcb_timestamp_t time() const { return time_; }
+    void whenClaimed(std::function<void()> claimed) { this->claimed = std::move(claimed); }
 
     using Request = xcb_selection_request_event_t;
     /// Is asked of each request before it is accepted; true lets it wait until `answer`. Only so many of one
     /// client wait, its further ones don't.
-    void whenAsked(std::function<bool(const Request&)> mustWait) { _mustWait = std::move(mustWait); }
+    void whenAsked(std::function<bool(const Request&)> mustWait) { this->mustWait = std::move(mustWait); }
     /// Accepts the requests that wait.
     void answer();
 
     /// Values that are still under way to requestors, and requests that wait.
-    std::size_t activeTransfers() const { return _transfers.size() + _requestsWaiting; }
+    std::size_t activeTransfers() const { return transfers.size() + requestsWaiting; }
 
 private:
     struct Answer;
@@ -78,21 +78,21 @@ private:
               const Offer::Representation& representation);
     bool isThere(xcb_window_t requestor) const;
 
-    Connection& _connection;
-    const xcb_atom_t _selection;
-    const TransferLimits _limits;
-    std::unique_ptr<Window> _window;
-    std::shared_ptr<const Offer> _offer;
-    bool _isClaiming = false;
-    bool _isOwner = false;
-    xcb_timestamp_t _time = XCB_CURRENT_TIME;
-    std::function<void()> _claimed;
-    std::function<bool(const Request&)> _mustWait;
-    std::deque<Request> _heldRequests;
-    std::size_t _requestsWaiting = 0;
-    std::list<std::unique_ptr<IncrementalSending>> _transfers;
-    Observation _events;
-    Lifetime _lifetime;
+    Connection& connection;
+    const xcb_atom_t selection;
+    const TransferLimits limits;
+    std::unique_ptr<Window> window_;
+    std::shared_ptr<const Offer> offer_;
+    bool isClaiming_ = false;
+    bool isOwner_ = false;
+    xcb_timestamp_t time_ = XCB_CURRENT_TIME;
+    std::function<void()> claimed;
+    std::function<bool(const Request&)> mustWait;
+    std::deque<Request> heldRequests;
+    std::size_t requestsWaiting = 0;
+    std::list<std::unique_ptr<IncrementalSending>> transfers;
+    Observation events;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

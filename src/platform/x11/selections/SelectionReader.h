@@ -64,29 +64,29 @@ private:
     void endMarked();
     void end(Outcome outcome);
 
-    Connection& _connection;
-    const TransferLimits _limits;
-    const std::string _hostName;
-    const xcb_atom_t _selection;
-    const xcb_timestamp_t _time;
-    Completion _completion;
-    Content _content;
+    Connection& connection;
+    const TransferLimits limits;
+    const std::string hostName;
+    const xcb_atom_t selection;
+    const xcb_timestamp_t time;
+    Completion completion;
+    Content content;
     /// What the hint says when it is one: some programs answer every target with their text.
-    PasswordHint _hint = PasswordHint::otherWord;
-    std::vector<xcb_atom_t> _targets;
-    std::vector<PayloadCandidate> _candidates;
-    std::size_t _nextCandidate = 0;
+    PasswordHint hint = PasswordHint::otherWord;
+    std::vector<xcb_atom_t> targets;
+    std::vector<PayloadCandidate> candidates;
+    std::size_t nextCandidate = 0;
     /// Announced text was refused.
-    bool _wasTextRefused = false;
-    bool _isSecondTry = false;
+    bool wasTextRefused = false;
+    bool isSecondTry = false;
     /// The source of a drawing, for the case that its picture can't be had.
-    std::optional<String> _source;
+    std::optional<String> source;
     /// The deadline has been set anew for an image.
-    bool _waitsForImage = false;
-    std::vector<std::unique_ptr<Window>> _windows;
-    std::unique_ptr<Conversion> _conversion;
-    std::unique_ptr<NSTimer> _deadline;
-    std::unique_ptr<NSTimer> _pause;
+    bool waitsForImage = false;
+    std::vector<std::unique_ptr<Window>> windows;
+    std::unique_ptr<Conversion> conversion;
+    std::unique_ptr<NSTimer> deadline;
+    std::unique_ptr<NSTimer> pause;
 };
 
 }  // namespace vellumix::x11

@@ -73,9 +73,9 @@ constexpr Entry entries[] = {
 
 }  // namespace
 
-AtomRequest::AtomRequest(xcb_connection_t* connection) : _connection(connection) {
+AtomRequest::AtomRequest(xcb_connection_t* connection) : connection(connection) {
     for (const auto& entry : entries) {
-        _cookies.push_back(
+        cookies.push_back(
             xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(entry.name.size()), entry.name.data()));
     }
 }
@@ -84,7 +84,7 @@ Atoms AtomRequest::collect() {
     Atoms atoms{};
     std::size_t at = 0;
     for (const auto& entry : entries) {
-        const auto reply = xcb::await<xcb_intern_atom_reply>(_connection, _cookies[at++]);
+        const auto reply = xcb::await<xcb_intern_atom_reply>(connection, cookies[at++]);
         if (reply) atoms.*entry.atom = reply->atom;
     }
     return atoms;

@@ -84,8 +84,8 @@ public:
     Atoms collect();
 
 private:
-    xcb_connection_t* _connection;
-    std::vector<xcb_intern_atom_cookie_t> _cookies;
+    xcb_connection_t* connection;
+    std::vector<xcb_intern_atom_cookie_t> cookies;
 };
 
 }  // namespace vellumix::x11

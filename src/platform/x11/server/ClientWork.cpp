@@ -14,20 +14,20 @@ constexpr std::size_t bytesATurn = std::size_t{1} << 20;
 }  // namespace
 
 void ClientWork::add(Client client, Step step) {
-    _waiting.add(client, std::move(step));
+    waiting.add(client, std::move(step));
     goOnLater();
 }
 
 void ClientWork::goOnLater() {
-    if (_waiting.empty() || std::exchange(_isTurnDue, true)) return;
-    _runLoop.postBehind(_lifetime.weakly([this] { takeTurn(); }));
+    if (waiting.empty() || std::exchange(isTurnDue, true)) return;
+    runLoop.postBehind(lifetime.weakly([this] { takeTurn(); }));
 }
 
 void ClientWork::takeTurn() {
-    _isTurnDue = false;
+    isTurnDue = false;
     std::size_t bytes = 0;
-    for (int steps = 0; steps < stepsATurn && bytes < bytesATurn && !_waiting.empty(); ++steps) {
-        bytes += _waiting.take()();
+    for (int steps = 0; steps < stepsATurn && bytes < bytesATurn && !waiting.empty(); ++steps) {
+        bytes += waiting.take()();
     }
     goOnLater();
 }

@@ -20,21 +20,21 @@ public:
     /// At most one piece of a property; returns how many bytes were sent.
     using Step = std::function<std::size_t()>;
 
-    explicit ClientWork(RunLoop& runLoop) : _runLoop(runLoop) {}
+    explicit ClientWork(RunLoop& runLoop) : runLoop(runLoop) {}
 
     /// Does the step later, behind those of the client that wait already.
     void add(Client client, Step step);
     /// How many steps of the client's wait.
-    std::size_t countOf(Client client) const { return _waiting.countOf(client); }
+    std::size_t countOf(Client client) const { return waiting.countOf(client); }
 
 private:
     void goOnLater();
     void takeTurn();
 
-    RunLoop& _runLoop;
-    FairQueue<Client, Step> _waiting;
-    bool _isTurnDue = false;
-    Lifetime _lifetime;
+    RunLoop& runLoop;
+    FairQueue<Client, Step> waiting;
+    bool isTurnDue = false;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

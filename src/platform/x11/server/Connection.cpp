@@ -82,16 +82,16 @@ std::unique_ptr<Connection> Connection::open(linux_desktop::GLibRunLoop& runLoop
 }
 
 Connection::Connection(linux_desktop::GLibRunLoop& runLoop, xcb::ConnectionHandle handle, const Start& start)
-    : _runLoop(runLoop),
-      _xcb(std::move(handle)),
-      _root(start.root),
-      _atoms(start.atoms),
-      _pieceBytes(start.pieceBytes),
-      _xfixesFirstEvent(start.xfixesFirstEvent),
-      _clientWork(runLoop) {
-    _watch = runLoop.watch(
-        xcb_get_file_descriptor(_xcb.get()), [this] { return prepare(); }, [this] { dispatch(); });
-    _rootProperties = std::make_unique<RootProperties>(*this);
+    : runLoop_(runLoop),
+      xcb_(std::move(handle)),
+      root_(start.root),
+      atoms_(start.atoms),
+      pieceBytes_(start.pieceBytes),
+      xfixesFirstEvent(start.xfixesFirstEvent),
+      clientWork_(runLoop) {
+    watch = runLoop.watch(
+        xcb_get_file_descriptor(xcb_.get()), [this] { return prepare(); }, [this] { dispatch(); });
+    rootProperties_ = std::make_unique<RootProperties>(*this);
 }
 
 Connection::~Connection() = default;
@@ -107,67 +107,67 @@ bool Connection::isOurs(xcb_window_t window) const {
 }
 
 bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
-    return xcb::typeOf(event) == _xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
+    return xcb::typeOf(event) == xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
 }
 
 Observation Connection::observe(xcb_window_t window, EventHandler handler) {
-    auto inner = std::make_shared<Observation>(_handlers[window].add(std::move(handler)));
-    return Observation(_lifetime.weakly([this, window, inner] {
+    auto inner = std::make_shared<Observation>(handlers[window].add(std::move(handler)));
+    return Observation(lifetime.weakly([this, window, inner] {
         inner->cancel();
-        const auto found = _handlers.find(window);
-        if (found != _handlers.end() && found->second.empty()) _handlers.erase(found);
+        const auto found = handlers.find(window);
+        if (found != handlers.end() && found->second.empty()) handlers.erase(found);
     }));
 }
 
 std::optional<Observation> Connection::observeForeign(xcb_window_t window, EventHandler handler) {
-    if (_foreignWindows.find(window) == _foreignWindows.end()) {
-        _foreignWindows[window] = 0;
+    if (foreignWindows.find(window) == foreignWindows.end()) {
+        foreignWindows[window] = 0;
         // Checked, as a window that is gone already would never announce its end.
         if (!xcb::succeeded(xcb(), selectForeign(window))) {
-            _foreignWindows.erase(window);
+            foreignWindows.erase(window);
             return std::nullopt;
         }
     }
-    ++_foreignWindows[window];
+    ++foreignWindows[window];
     auto inner = std::make_shared<Observation>(observe(window, std::move(handler)));
-    return Observation(_lifetime.weakly([this, window, inner] {
+    return Observation(lifetime.weakly([this, window, inner] {
         inner->cancel();
         releaseForeign(window);
     }));
 }
 
 void Connection::releaseForeign(xcb_window_t window) {
-    const auto found = _foreignWindows.find(window);
-    if (found == _foreignWindows.end() || --found->second > 0) return;
-    _foreignWindows.erase(found);
+    const auto found = foreignWindows.find(window);
+    if (found == foreignWindows.end() || --found->second > 0) return;
+    foreignWindows.erase(found);
     // Otherwise each later change of that window would wake this program for nothing.
     xcb_discard_reply(xcb(), selectForeign(window).sequence);
 }
 
 xcb_void_cookie_t Connection::selectForeign(xcb_window_t window) const {
     std::uint32_t mask = XCB_EVENT_MASK_NO_EVENT;
-    if (_foreignWindows.contains(window)) {
+    if (foreignWindows.contains(window)) {
         mask |= XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     }
-    if (window == _root && !_childHandlers.empty()) mask |= XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    if (window == root_ && !childHandlers.empty()) mask |= XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
     return xcb_change_window_attributes_checked(xcb(), window, XCB_CW_EVENT_MASK, &mask);
 }
 
 Observation Connection::observeChildrenOfRoot(EventHandler handler) {
-    auto inner = std::make_shared<Observation>(_childHandlers.add(std::move(handler)));
-    xcb_discard_reply(xcb(), selectForeign(_root).sequence);
-    return Observation(_lifetime.weakly([this, inner] {
+    auto inner = std::make_shared<Observation>(childHandlers.add(std::move(handler)));
+    xcb_discard_reply(xcb(), selectForeign(root_).sequence);
+    return Observation(lifetime.weakly([this, inner] {
         inner->cancel();
-        xcb_discard_reply(xcb(), selectForeign(_root).sequence);
+        xcb_discard_reply(xcb(), selectForeign(root_).sequence);
     }));
 }
 
 Observation Connection::observeEnd(std::function<void()> handler) {
-    return _endHandlers.add(std::move(handler));
+    return endHandlers.add(std::move(handler));
 }
 
 Observation Connection::observeSelection(xcb_atom_t selection, SelectionHandler handler) {
-    auto& handlers = _selectionHandlers[selection];
+    auto& handlers = selectionHandlers[selection];
     // Told to the root, which nobody can destroy.
     if (handlers.empty()) {
         selectSelection(selection, XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
@@ -175,32 +175,32 @@ Observation Connection::observeSelection(xcb_atom_t selection, SelectionHandler 
                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
     }
     auto inner = std::make_shared<Observation>(handlers.add(std::move(handler)));
-    return Observation(_lifetime.weakly([this, selection, inner] {
+    return Observation(lifetime.weakly([this, selection, inner] {
         inner->cancel();
-        if (_selectionHandlers[selection].empty()) selectSelection(selection, 0);
+        if (selectionHandlers[selection].empty()) selectSelection(selection, 0);
     }));
 }
 
 void Connection::selectSelection(xcb_atom_t selection, std::uint32_t events) const {
-    xcb_xfixes_select_selection_input(xcb(), _root, selection, events);
+    xcb_xfixes_select_selection_input(xcb(), root_, selection, events);
 }
 
 std::vector<std::string> Connection::names(std::span<const xcb_atom_t> atoms) {
     std::unordered_map<xcb_atom_t, xcb_get_atom_name_cookie_t> asked;
-    if (_names.size() + atoms.size() > namesKept) _names.clear();
+    if (names_.size() + atoms.size() > namesKept) names_.clear();
     for (const auto atom : atoms) {
-        if (!_names.count(atom) && !asked.count(atom)) asked[atom] = xcb_get_atom_name(xcb(), atom);
+        if (!names_.count(atom) && !asked.count(atom)) asked[atom] = xcb_get_atom_name(xcb(), atom);
     }
     for (const auto& [atom, cookie] : asked) {
         const auto reply = xcb::await<xcb_get_atom_name_reply>(xcb(), cookie);
-        _names[atom] = reply
+        names_[atom] = reply
                            ? std::string(xcb_get_atom_name_name(reply.get()),
                                          static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get())))
                            : std::string();
     }
     std::vector<std::string> names;
     names.reserve(atoms.size());
-    for (const auto atom : atoms) names.push_back(_names[atom]);
+    for (const auto atom : atoms) names.push_back(names_[atom]);
     return names;
 }
 
@@ -220,54 +220,54 @@ bool Connection::isSameClient(xcb_window_t a, xcb_window_t b) const { return cli
 bool Connection::prepare() {
     // Whatever was requested since the last turn goes out here, once, before the loop sleeps.
     xcb_flush(xcb());
-    if (!_readAhead) _readAhead.reset(xcb_poll_for_queued_event(xcb()));
-    return _readAhead || xcb_connection_has_error(xcb());
+    if (!readAhead) readAhead.reset(xcb_poll_for_queued_event(xcb()));
+    return readAhead || xcb_connection_has_error(xcb());
 }
 
 void Connection::dispatch() {
     for (int handled = 0; handled < eventsATurn; ++handled) {
-        auto event = std::exchange(_readAhead, nullptr);
+        auto event = std::exchange(readAhead, nullptr);
         if (!event) event.reset(xcb_poll_for_event(xcb()));
         if (!event) break;
         deliver(*event);
     }
     if (!xcb_connection_has_error(xcb())) return;
-    _watch.cancel();
-    _runLoop.post(_lifetime.weakly([this] { _endHandlers.notify(); }));
+    watch.cancel();
+    runLoop_.post(lifetime.weakly([this] { endHandlers.notify(); }));
 }
 
 void Connection::deliver(const xcb_generic_event_t& event) {
     if (isForged(event)) return;
-    _everyHandlers.notify(event);
+    everyHandlers.notify(event);
     if (isSelectionChange(event)) {
         const auto& change = xcb::as<SelectionChange>(event);
-        const auto found = _selectionHandlers.find(change.selection);
-        if (found != _selectionHandlers.end()) found->second.notify(change);
+        const auto found = selectionHandlers.find(change.selection);
+        if (found != selectionHandlers.end()) found->second.notify(change);
         return;
     }
     const bool isCore = xcb::typeOf(event) < firstExtensionEvent && xcb::typeOf(event) != XCB_GE_GENERIC;
     if (!isCore) {
-        _extensionHandlers.notify(event);
+        extensionHandlers.notify(event);
         return;
     }
     if (isOfChildOfRoot(event)) {
-        _childHandlers.notify(event);
+        childHandlers.notify(event);
         return;
     }
     if (xcb::typeOf(event) == XCB_KEY_PRESS || xcb::typeOf(event) == XCB_KEY_RELEASE) {
         const auto& key = xcb::as<xcb_key_press_event_t>(event);
         if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(key.time);
-        if (_keyFilter && _keyFilter(key)) return;
+        if (keyFilter && keyFilter(key)) return;
     }
-    const auto found = _handlers.find(addresseeOf(event));
-    if (found != _handlers.end()) found->second.notify(event);
+    const auto found = handlers.find(addresseeOf(event));
+    if (found != handlers.end()) found->second.notify(event);
 }
 
 bool Connection::isOfChildOfRoot(const xcb_generic_event_t& event) const {
     if (xcb::typeOf(event) < XCB_CREATE_NOTIFY || xcb::typeOf(event) > XCB_CIRCULATE_NOTIFY) return false;
     // These begin alike: with the window that tells of it, and the window that it happened to.
     const auto& change = xcb::as<xcb_map_notify_event_t>(event);
-    return change.event == _root && change.window != _root;
+    return change.event == root_ && change.window != root_;
 }
 
 xcb_window_t Connection::addresseeOf(const xcb_generic_event_t& event) {

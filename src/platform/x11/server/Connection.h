@@ -41,21 +41,21 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    xcb_connection_t* xcb() const { return _xcb.get(); }
-    RunLoop& runLoop() const { return _runLoop; }
-    xcb_window_t root() const { return _root; }
-    const Atoms& atoms() const { return _atoms; }
+    xcb_connection_t* xcb() const { return xcb_.get(); }
+    RunLoop& runLoop() const { return runLoop_; }
+    xcb_window_t root() const { return root_; }
+    const Atoms& atoms() const { return atoms_; }
     /// The largest piece of a property that goes out in one request, in bytes; a multiple of 4.
-    std::size_t pieceBytes() const { return _pieceBytes; }
+    std::size_t pieceBytes() const { return pieceBytes_; }
     /// Whether the window was made by this connection.
     bool isOurs(xcb_window_t window) const;
     /// Which client of the server has made the window, ourselves among them; as a number without further
     /// meaning.
     ClientWork::Client clientOf(xcb_window_t window) const;
     /// What other programs have this one do for them.
-    ClientWork& clientWork() { return _clientWork; }
+    ClientWork& clientWork() { return clientWork_; }
     /// What the desktop tells by the root window. Nobody else asks for changes of its properties.
-    RootProperties& rootProperties() { return *_rootProperties; }
+    RootProperties& rootProperties() { return *rootProperties_; }
 
     /// Calls the handler with each event that concerns the window. Does not change what the window selects.
     Observation observe(xcb_window_t window, EventHandler handler);
@@ -70,20 +70,20 @@ public:
     Observation observeChildrenOfRoot(EventHandler handler);
     /// Calls the handler with each event that an extension has defined (X protocol, section 1; XGE 1.0), but
     /// for those of XFixes, which concern a window.
-    Observation observeExtensions(EventHandler handler) { return _extensionHandlers.add(std::move(handler)); }
+    Observation observeExtensions(EventHandler handler) { return extensionHandlers.add(std::move(handler)); }
     /// Calls the handler with each event, before those whom it concerns.
-    Observation observeEvery(EventHandler handler) { return _everyHandlers.add(std::move(handler)); }
+    Observation observeEvery(EventHandler handler) { return everyHandlers.add(std::move(handler)); }
     /// Asks about each press and release of a key before anybody else hears of it; true keeps it from them.
     void filterKeys(std::function<bool(const xcb_key_press_event_t&)> filter) {
-        _keyFilter = std::move(filter);
+        keyFilter = std::move(filter);
     }
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
 
     /// The server's time of the last thing that the user did with the program; 0 before the first. Window
     /// managers ask for it (Extended Window Manager Hints 1.5, "_NET_ACTIVE_WINDOW").
-    xcb_timestamp_t userTime() const { return _userTime; }
-    void userActed(xcb_timestamp_t time) { _userTime = time; }
+    xcb_timestamp_t userTime() const { return userTime_; }
+    void userActed(xcb_timestamp_t time) { userTime_ = time; }
 
     /// The numbers of a window's property, no more than that many; none where it has no such property. Waits
     /// for the server.
@@ -111,27 +111,27 @@ private:
     xcb_void_cookie_t selectForeign(xcb_window_t window) const;
     void releaseForeign(xcb_window_t window);
 
-    RunLoop& _runLoop;
-    xcb::ConnectionHandle _xcb;
-    xcb_window_t _root;
-    Atoms _atoms;
-    std::size_t _pieceBytes;
-    std::uint8_t _xfixesFirstEvent;
-    xcb::Event _readAhead;
-    std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> _handlers;
-    std::unordered_map<xcb_window_t, std::size_t> _foreignWindows;
-    std::unordered_map<xcb_atom_t, std::string> _names;
-    std::unordered_map<xcb_atom_t, ObserverList<const SelectionChange&>> _selectionHandlers;
-    ObserverList<const xcb_generic_event_t&> _childHandlers;
-    ObserverList<const xcb_generic_event_t&> _extensionHandlers;
-    ObserverList<const xcb_generic_event_t&> _everyHandlers;
-    std::function<bool(const xcb_key_press_event_t&)> _keyFilter;
-    xcb_timestamp_t _userTime = XCB_CURRENT_TIME;
-    ClientWork _clientWork;
-    ObserverList<> _endHandlers;
-    std::unique_ptr<RootProperties> _rootProperties;
-    Observation _watch;
-    Lifetime _lifetime;
+    RunLoop& runLoop_;
+    xcb::ConnectionHandle xcb_;
+    xcb_window_t root_;
+    Atoms atoms_;
+    std::size_t pieceBytes_;
+    std::uint8_t xfixesFirstEvent;
+    xcb::Event readAhead;
+    std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> handlers;
+    std::unordered_map<xcb_window_t, std::size_t> foreignWindows;
+    std::unordered_map<xcb_atom_t, std::string> names_;
+    std::unordered_map<xcb_atom_t, ObserverList<const SelectionChange&>> selectionHandlers;
+    ObserverList<const xcb_generic_event_t&> childHandlers;
+    ObserverList<const xcb_generic_event_t&> extensionHandlers;
+    ObserverList<const xcb_generic_event_t&> everyHandlers;
+    std::function<bool(const xcb_key_press_event_t&)> keyFilter;
+    xcb_timestamp_t userTime_ = XCB_CURRENT_TIME;
+    ClientWork clientWork_;
+    ObserverList<> endHandlers;
+    std::unique_ptr<RootProperties> rootProperties_;
+    Observation watch;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

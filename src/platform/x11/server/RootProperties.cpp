@@ -4,8 +4,8 @@
 
 namespace vellumix::x11 {
 
-RootProperties::RootProperties(Connection& connection) : _connection(connection) {
-    _events = connection.observeForeign(connection.root(), [this](const auto& event) {
+RootProperties::RootProperties(Connection& connection) : connection(connection) {
+    events = connection.observeForeign(connection.root(), [this](const auto& event) {
         if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY) {
             changed(xcb::as<xcb_property_notify_event_t>(event).atom);
         }
@@ -13,17 +13,17 @@ RootProperties::RootProperties(Connection& connection) : _connection(connection)
 }
 
 Observation RootProperties::observe(xcb_atom_t property, std::function<void()> observer) {
-    return _observers[property].add(std::move(observer));
+    return observers[property].add(std::move(observer));
 }
 
 void RootProperties::changed(xcb_atom_t property) {
-    if (!_observers.contains(property) || !_changed.insert(property).second) return;
+    if (!observers.contains(property) || !changed_.insert(property).second) return;
     // Behind the person's own affairs: whoever must know before then catches up.
-    _connection.runLoop().postBehind(_lifetime.weakly([this, property] { catchUp(property); }));
+    connection.runLoop().postBehind(lifetime.weakly([this, property] { catchUp(property); }));
 }
 
 void RootProperties::catchUp(xcb_atom_t property) {
-    if (_changed.erase(property) > 0) _observers[property].notify();
+    if (changed_.erase(property) > 0) observers[property].notify();
 }
 
 }  // namespace vellumix::x11

@@ -26,11 +26,11 @@ public:
 private:
     void changed(xcb_atom_t property);
 
-    Connection& _connection;
-    std::map<xcb_atom_t, ObserverList<>> _observers;
-    std::set<xcb_atom_t> _changed;
-    std::optional<Observation> _events;
-    Lifetime _lifetime;
+    Connection& connection;
+    std::map<xcb_atom_t, ObserverList<>> observers;
+    std::set<xcb_atom_t> changed_;
+    std::optional<Observation> events;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -4,29 +4,28 @@
 
 namespace vellumix::x11 {
 
-ServiceSelection::ServiceSelection(Connection& connection, const std::string& name)
-    : _connection(connection) {
+ServiceSelection::ServiceSelection(Connection& connection, const std::string& name) : connection(connection) {
     auto* const xcb = connection.xcb();
     const auto atom = xcb::await<xcb_intern_atom_reply>(
         xcb, xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.data()));
-    _selection = atom ? atom->atom : xcb_atom_t{XCB_ATOM_NONE};
-    _changes = connection.observeSelection(_selection, [this](const auto&) { readLater(); });
+    selection = atom ? atom->atom : xcb_atom_t{XCB_ATOM_NONE};
+    changes = connection.observeSelection(selection, [this](const auto&) { readLater(); });
     read();
 }
 
 void ServiceSelection::readLater() {
-    if (std::exchange(_isReading, true)) return;
-    _connection.runLoop().post(_lifetime.weakly([this] {
-        _isReading = false;
+    if (std::exchange(isReading, true)) return;
+    connection.runLoop().post(lifetime.weakly([this] {
+        isReading = false;
         read();
-        _observers.notify();
+        observers.notify();
     }));
 }
 
 void ServiceSelection::read() {
     const auto owner = xcb::await<xcb_get_selection_owner_reply>(
-        _connection.xcb(), xcb_get_selection_owner(_connection.xcb(), _selection));
-    _owner = owner ? owner->owner : xcb_window_t{XCB_WINDOW_NONE};
+        connection.xcb(), xcb_get_selection_owner(connection.xcb(), selection));
+    owner_ = owner ? owner->owner : xcb_window_t{XCB_WINDOW_NONE};
 }
 
 }  // namespace vellumix::x11

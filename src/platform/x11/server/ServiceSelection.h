@@ -18,21 +18,21 @@ public:
     ServiceSelection& operator=(const ServiceSelection&) = delete;
 
     /// None where the service doesn't run.
-    xcb_window_t owner() const { return _owner; }
+    xcb_window_t owner() const { return owner_; }
     /// Several changes in a row are told as one.
-    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+    Observation observe(std::function<void()> observer) { return observers.add(std::move(observer)); }
 
 private:
     void readLater();
     void read();
 
-    Connection& _connection;
-    xcb_atom_t _selection;
-    xcb_window_t _owner = XCB_WINDOW_NONE;
-    bool _isReading = false;
-    ObserverList<> _observers;
-    Observation _changes;
-    Lifetime _lifetime;
+    Connection& connection;
+    xcb_atom_t selection;
+    xcb_window_t owner_ = XCB_WINDOW_NONE;
+    bool isReading = false;
+    ObserverList<> observers;
+    Observation changes;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

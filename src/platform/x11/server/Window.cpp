@@ -2,12 +2,12 @@
 
 namespace vellumix::x11 {
 
-Window::Window(Connection& connection) : _connection(connection), _id(xcb_generate_id(connection.xcb())) {
+Window::Window(Connection& connection) : connection(connection), id_(xcb_generate_id(connection.xcb())) {
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    xcb_create_window(connection.xcb(), XCB_COPY_FROM_PARENT, _id, connection.root(), 0, 0, 1, 1, 0,
+    xcb_create_window(connection.xcb(), XCB_COPY_FROM_PARENT, id_, connection.root(), 0, 0, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
 }
 
-Window::~Window() { xcb_destroy_window(_connection.xcb(), _id); }
+Window::~Window() { xcb_destroy_window(connection.xcb(), id_); }
 
 }  // namespace vellumix::x11

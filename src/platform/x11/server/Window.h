@@ -12,11 +12,11 @@ public:
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    xcb_window_t id() const { return _id; }
+    xcb_window_t id() const { return id_; }
 
 private:
-    Connection& _connection;
-    xcb_window_t _id;
+    Connection& connection;
+    xcb_window_t id_;
 };
 
 }  // namespace vellumix::x11

@@ -16,13 +16,13 @@ public:
     WindowManager& operator=(const WindowManager&) = delete;
 
     /// Whether one runs ("_NET_SUPPORTING_WM_CHECK").
-    bool isRunning() const { return _window != XCB_WINDOW_NONE; }
+    bool isRunning() const { return window != XCB_WINDOW_NONE; }
     /// The window that it calls active ("_NET_ACTIVE_WINDOW"), a window of this program among them; none
     /// while no window manager runs.
-    xcb_window_t activeWindow() const { return _activeWindow; }
+    xcb_window_t activeWindow() const { return activeWindow_; }
     /// There is another active window or another window manager, or none any more. Several changes in a row
     /// are told as one.
-    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+    Observation observe(std::function<void()> observer) { return observers.add(std::move(observer)); }
     /// Tells at once of what the server has announced and nobody has been told yet. Waits for the server if
     /// there is anything, and for nobody else.
     void catchUp();
@@ -35,14 +35,14 @@ private:
     void readActiveWindow();
     xcb_window_t windowNamedBy(xcb_window_t window, xcb_atom_t property) const;
 
-    Connection& _connection;
+    Connection& connection;
     /// Its own window.
-    xcb_window_t _window = XCB_WINDOW_NONE;
-    xcb_window_t _activeWindow = XCB_WINDOW_NONE;
-    ObserverList<> _observers;
-    std::optional<Observation> _end;
-    Observation _checkChanges;
-    Observation _activeChanges;
+    xcb_window_t window = XCB_WINDOW_NONE;
+    xcb_window_t activeWindow_ = XCB_WINDOW_NONE;
+    ObserverList<> observers;
+    std::optional<Observation> end;
+    Observation checkChanges;
+    Observation activeChanges;
 };
 
 }  // namespace vellumix::x11

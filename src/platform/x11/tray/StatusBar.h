@@ -33,31 +33,31 @@ private:
     void watcherChanged(bool hasWatcher);
     void pressed(const Rect& icon, bool isPrimary);
 
-    Connection& _connection;
-    const WindowServer& _windows;
-    StatusMenuOpener _openMenu;
-    std::string _symbolName;
-    std::string _title;
-    Work _action;
-    std::vector<StatusMenuEntry> _entries;
-    std::shared_ptr<void> _menu;
-    std::unique_ptr<XEmbedTray> _tray;
-    linux_desktop::StatusNotifierItem _notifier;
+    Connection& connection;
+    const WindowServer& windows;
+    StatusMenuOpener openMenu;
+    std::string symbolName;
+    std::string title;
+    Work action;
+    std::vector<StatusMenuEntry> entries;
+    std::shared_ptr<void> menu;
+    std::unique_ptr<XEmbedTray> tray;
+    linux_desktop::StatusNotifierItem notifier;
 };
 
 class StatusBar final : public NSStatusBar {
 public:
     StatusBar(Connection& connection, const WindowServer& windows, StatusMenuOpener openMenu)
-        : _connection(connection), _windows(windows), _openMenu(std::move(openMenu)) {}
+        : connection(connection), windows(windows), openMenu(std::move(openMenu)) {}
 
     std::unique_ptr<NSStatusItem> makeStatusItem() override {
-        return std::make_unique<StatusItem>(_connection, _windows, _openMenu);
+        return std::make_unique<StatusItem>(connection, windows, openMenu);
     }
 
 private:
-    Connection& _connection;
-    const WindowServer& _windows;
-    StatusMenuOpener _openMenu;
+    Connection& connection;
+    const WindowServer& windows;
+    StatusMenuOpener openMenu;
 };
 
 }  // namespace vellumix::x11

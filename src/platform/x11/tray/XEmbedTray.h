@@ -43,21 +43,21 @@ private:
     /// The pixels that the icon's transparent ones let through.
     std::vector<std::uint32_t> ground(int x, int y, int side);
 
-    Connection& _connection;
-    const WindowServer& _windows;
-    PressHandler _onPress;
-    std::string _symbolName;
-    std::string _title;
-    ServiceSelection _manager;
-    xcb_window_t _window = XCB_WINDOW_NONE;
-    xcb_gcontext_t _context = XCB_NONE;
-    xcb_colormap_t _colormap = XCB_NONE;
-    std::uint8_t _depth = 0;
+    Connection& connection;
+    const WindowServer& windows;
+    PressHandler onPress;
+    std::string symbolName;
+    std::string title;
+    ServiceSelection manager;
+    xcb_window_t window = XCB_WINDOW_NONE;
+    xcb_gcontext_t context = XCB_NONE;
+    xcb_colormap_t colormap = XCB_NONE;
+    std::uint8_t depth = 0;
     /// In pixels.
-    int _width = 0;
-    int _height = 0;
-    Observation _managerChanges;
-    Observation _events;
+    int width = 0;
+    int height = 0;
+    Observation managerChanges;
+    Observation events;
 };
 
 }  // namespace vellumix::x11

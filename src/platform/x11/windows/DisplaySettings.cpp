@@ -16,35 +16,35 @@ constexpr std::uint32_t unitsOfSettings = 64 * 1024;
 /// Reads numbers and texts of a byte order until the bytes end.
 class Reader {
 public:
-    explicit Reader(ByteView bytes) : _bytes(bytes) {}
+    explicit Reader(ByteView bytes) : bytes(bytes) {}
 
-    void setBigEndian(bool isBigEndian) { _isBigEndian = isBigEndian; }
+    void setBigEndian(bool isBigEndian) { this->isBigEndian = isBigEndian; }
     bool skip(std::size_t count) {
-        if (count > _bytes.size()) return false;
-        _bytes = _bytes.subspan(count);
+        if (count > bytes.size()) return false;
+        bytes = bytes.subspan(count);
         return true;
     }
     std::optional<std::uint32_t> number(std::size_t size) {
-        if (size > _bytes.size()) return std::nullopt;
+        if (size > bytes.size()) return std::nullopt;
         std::uint32_t value = 0;
         for (std::size_t at = 0; at < size; ++at) {
-            const std::size_t place = _isBigEndian ? size - 1 - at : at;
-            value |= std::uint32_t{_bytes[at]} << (8 * place);
+            const std::size_t place = isBigEndian ? size - 1 - at : at;
+            value |= std::uint32_t{bytes[at]} << (8 * place);
         }
-        _bytes = _bytes.subspan(size);
+        bytes = bytes.subspan(size);
         return value;
     }
     /// With the padding to a multiple of 4 after it.
     std::optional<std::string> text(std::size_t size) {
-        if (size > _bytes.size()) return std::nullopt;
-        std::string value(reinterpret_cast<const char*>(_bytes.data()), size);
-        skip(std::min((size + 3) / 4 * 4, _bytes.size()));
+        if (size > bytes.size()) return std::nullopt;
+        std::string value(reinterpret_cast<const char*>(bytes.data()), size);
+        skip(std::min((size + 3) / 4 * 4, bytes.size()));
         return value;
     }
 
 private:
-    ByteView _bytes;
-    bool _isBigEndian = false;
+    ByteView bytes;
+    bool isBigEndian = false;
 };
 
 std::string property(Connection& connection, xcb_window_t window, xcb_atom_t name) {
@@ -128,18 +128,18 @@ std::optional<double> dotsPerInchOfResources(std::string_view resources) {
 }
 
 SettingsReader::SettingsReader(Connection& connection, int screenNumber)
-    : _connection(connection), _manager(connection, "_XSETTINGS_S" + std::to_string(screenNumber)) {
-    _managerChanges = _manager.observe([this] { followManager(); });
-    _resourceChanges = connection.rootProperties().observe(XCB_ATOM_RESOURCE_MANAGER, [this] { read(); });
+    : connection(connection), manager(connection, "_XSETTINGS_S" + std::to_string(screenNumber)) {
+    managerChanges = manager.observe([this] { followManager(); });
+    resourceChanges = connection.rootProperties().observe(XCB_ATOM_RESOURCE_MANAGER, [this] { read(); });
     followManager();
 }
 
 void SettingsReader::followManager() {
-    _managerEvents.reset();
-    if (_manager.owner() != XCB_WINDOW_NONE) {
-        _managerEvents = _connection.observeForeign(_manager.owner(), [this](const auto& event) {
+    managerEvents.reset();
+    if (manager.owner() != XCB_WINDOW_NONE) {
+        managerEvents = connection.observeForeign(manager.owner(), [this](const auto& event) {
             if (xcb::typeOf(event) == XCB_PROPERTY_NOTIFY &&
-                xcb::as<xcb_property_notify_event_t>(event).atom == _connection.atoms().settings) {
+                xcb::as<xcb_property_notify_event_t>(event).atom == connection.atoms().settings) {
                 readLater();
             }
         });
@@ -148,25 +148,25 @@ void SettingsReader::followManager() {
 }
 
 void SettingsReader::readLater() {
-    if (std::exchange(_isReading, true)) return;
-    _connection.runLoop().post(_lifetime.weakly([this] {
-        _isReading = false;
+    if (std::exchange(isReading, true)) return;
+    connection.runLoop().post(lifetime.weakly([this] {
+        isReading = false;
         read();
     }));
 }
 
 void SettingsReader::read() {
     DisplaySettings fresh;
-    if (_manager.owner() != XCB_WINDOW_NONE) {
-        const auto value = property(_connection, _manager.owner(), _connection.atoms().settings);
+    if (manager.owner() != XCB_WINDOW_NONE) {
+        const auto value = property(connection, manager.owner(), connection.atoms().settings);
         fresh = settingsOfProperty({reinterpret_cast<const std::uint8_t*>(value.data()), value.size()});
     }
     // The resources hold what the user has written; the manager tells what the desktop assumes.
-    const auto resources = property(_connection, _connection.root(), XCB_ATOM_RESOURCE_MANAGER);
+    const auto resources = property(connection, connection.root(), XCB_ATOM_RESOURCE_MANAGER);
     if (const auto dots = dotsPerInchOfResources(resources)) fresh.dotsPerInch = dots;
-    if (fresh == _settings) return;
-    _settings = std::move(fresh);
-    _observers.notify();
+    if (fresh == settings_) return;
+    settings_ = std::move(fresh);
+    observers.notify();
 }
 
 }  // namespace vellumix::x11

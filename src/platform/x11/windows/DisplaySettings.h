@@ -41,8 +41,8 @@ public:
     SettingsReader(const SettingsReader&) = delete;
     SettingsReader& operator=(const SettingsReader&) = delete;
 
-    const DisplaySettings& settings() const { return _settings; }
-    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+    const DisplaySettings& settings() const { return settings_; }
+    Observation observe(std::function<void()> observer) { return observers.add(std::move(observer)); }
 
 private:
     void followManager();
@@ -50,15 +50,15 @@ private:
     void readLater();
     void read();
 
-    Connection& _connection;
-    ServiceSelection _manager;
-    DisplaySettings _settings;
-    bool _isReading = false;
-    ObserverList<> _observers;
-    Observation _managerChanges;
-    std::optional<Observation> _managerEvents;
-    Observation _resourceChanges;
-    Lifetime _lifetime;
+    Connection& connection;
+    ServiceSelection manager;
+    DisplaySettings settings_;
+    bool isReading = false;
+    ObserverList<> observers;
+    Observation managerChanges;
+    std::optional<Observation> managerEvents;
+    Observation resourceChanges;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -14,14 +14,14 @@ class ManagedWindow {
 public:
     /// Both must outlive it.
     ManagedWindow(Connection& connection, WindowManager& windowManager)
-        : _connection(connection), _windowManager(windowManager) {}
+        : connection(connection), windowManager(windowManager) {}
     ManagedWindow(const ManagedWindow&) = delete;
     ManagedWindow& operator=(const ManagedWindow&) = delete;
 
     /// The window is made, or made anew.
-    void setWindow(xcb_window_t window) { _window = _frame = window; }
+    void setWindow(xcb_window_t window) { this->window = frame_ = window; }
     /// The child of the root that a window manager has put the window into; the window itself without one.
-    xcb_window_t frame() const { return _frame; }
+    xcb_window_t frame() const { return frame_; }
     /// Looks for the frame after the window has got another parent. Waits for the server, once for each
     /// window around it.
     void reparented();
@@ -30,7 +30,7 @@ public:
     std::optional<Point> originOf(const xcb_configure_notify_event_t& event, bool isSynthetic) const;
 
     /// The window wants to be the active one, as soon as it can be seen; or no longer.
-    void setWantsActivation(bool wants) { _wantsActivation = wants; }
+    void setWantsActivation(bool wants) { wantsActivation = wants; }
     /// It can be seen: asks for what it wants.
     void activateIfWanted();
 
@@ -38,11 +38,11 @@ public:
     bool asksToClose(const xcb_client_message_event_t& message) const;
 
 private:
-    Connection& _connection;
-    WindowManager& _windowManager;
-    xcb_window_t _window = XCB_WINDOW_NONE;
-    xcb_window_t _frame = XCB_WINDOW_NONE;
-    bool _wantsActivation = false;
+    Connection& connection;
+    WindowManager& windowManager;
+    xcb_window_t window = XCB_WINDOW_NONE;
+    xcb_window_t frame_ = XCB_WINDOW_NONE;
+    bool wantsActivation = false;
 };
 
 }  // namespace vellumix::x11

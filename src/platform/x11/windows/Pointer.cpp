@@ -38,33 +38,33 @@ std::optional<PointerButton> buttonOf(std::uint32_t number) {
 }  // namespace
 
 Pointer::Pointer(Connection& connection, Surroundings surroundings)
-    : _connection(connection), _surroundings(std::move(surroundings)) {
+    : connection(connection), surroundings(std::move(surroundings)) {
     auto* const xcb = connection.xcb();
     const auto* extension = xcb_get_extension_data(xcb, &xcb_input_id);
     const auto version = extension && extension->present ? xcb::await<xcb_input_xi_query_version_reply>(
                                                                xcb, xcb_input_xi_query_version(xcb, 2, 2))
                                                          : nullptr;
-    _isPresent = version && version->major_version >= 2;
-    if (!_isPresent) {
+    isPresent = version && version->major_version >= 2;
+    if (!isPresent) {
         Log("Pointer").error("The X server has no XInput 2 extension: the pointer can't be followed");
         return;
     }
-    _opcode = extension->major_opcode;
-    _events = connection.observeExtensions([this](const auto& event) {
+    opcode = extension->major_opcode;
+    events = connection.observeExtensions([this](const auto& event) {
         if (xcb::typeOf(event) == XCB_GE_GENERIC &&
-            xcb::as<xcb_ge_generic_event_t>(event).extension == _opcode) {
+            xcb::as<xcb_ge_generic_event_t>(event).extension == opcode) {
             handle(event);
         }
     });
 }
 
 void Pointer::selectEvents(xcb_window_t window, std::uint32_t events) {
-    if (!_isPresent) return;
+    if (!isPresent) return;
     struct {
         xcb_input_event_mask_t head;
         std::uint32_t mask;
     } const wanted{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, events};
-    xcb_input_xi_select_events(_connection.xcb(), window, 1, &wanted.head);
+    xcb_input_xi_select_events(connection.xcb(), window, 1, &wanted.head);
 }
 
 void Pointer::select(xcb_window_t window) {
@@ -74,34 +74,34 @@ void Pointer::select(xcb_window_t window) {
 }
 
 Observation Pointer::observePressElsewhere(std::function<void()> handler) {
-    return observeRaw(_elsewhere, std::move(handler));
+    return observeRaw(elsewhere, std::move(handler));
 }
 
 Observation Pointer::observeRelease(std::function<void()> handler) {
-    return observeRaw(_releases, std::move(handler));
+    return observeRaw(releases, std::move(handler));
 }
 
 Observation Pointer::observeRaw(ObserverList<>& observers, std::function<void()> handler) {
-    if (!_isPresent) return {};
+    if (!isPresent) return {};
     auto inner = std::make_shared<Observation>(observers.add(std::move(handler)));
     selectRaw();
-    return Observation(_lifetime.weakly([this, inner] {
+    return Observation(lifetime.weakly([this, inner] {
         inner->cancel();
         selectRaw();
     }));
 }
 
 void Pointer::selectRaw() {
-    const std::uint32_t presses = _elsewhere.empty() ? 0 : XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
-    const std::uint32_t releases = _releases.empty() ? 0 : XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
-    if (std::exchange(_rawEvents, presses | releases) != _rawEvents) {
-        selectEvents(_connection.root(), _rawEvents);
+    const std::uint32_t presses = elsewhere.empty() ? 0 : XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+    const std::uint32_t releases = this->releases.empty() ? 0 : XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
+    if (std::exchange(rawEvents, presses | releases) != rawEvents) {
+        selectEvents(connection.root(), rawEvents);
     }
 }
 
 Point Pointer::location() const {
-    auto* const xcb = _connection.xcb();
-    const auto reply = xcb::await<xcb_query_pointer_reply>(xcb, xcb_query_pointer(xcb, _connection.root()));
+    auto* const xcb = connection.xcb();
+    const auto reply = xcb::await<xcb_query_pointer_reply>(xcb, xcb_query_pointer(xcb, connection.root()));
     return reply ? Point{double(reply->root_x), double(reply->root_y)} : Point();
 }
 
@@ -128,8 +128,8 @@ void Pointer::handle(const xcb_generic_event_t& event) {
             // can be the pointer that stands for all of them.
             readAxes();
             const Point at{fromFixed(enter.event_x), fromFixed(enter.event_y)};
-            const double scale = _surroundings.scale();
-            if (auto* told = _surroundings.delegateOf(enter.event)) {
+            const double scale = surroundings.scale();
+            if (auto* told = surroundings.delegateOf(enter.event)) {
                 told->pointerMoved({at.x / scale, at.y / scale});
             }
             break;
@@ -139,7 +139,7 @@ void Pointer::handle(const xcb_generic_event_t& event) {
             const bool isGrab =
                 leave.mode == XCB_INPUT_NOTIFY_MODE_GRAB || leave.mode == XCB_INPUT_NOTIFY_MODE_PASSIVE_GRAB;
             if (isGrab || leave.detail == XCB_INPUT_NOTIFY_DETAIL_INFERIOR) break;
-            if (auto* told = _surroundings.delegateOf(leave.event)) told->pointerLeft();
+            if (auto* told = surroundings.delegateOf(leave.event)) told->pointerLeft();
             break;
         }
         default:
@@ -149,10 +149,10 @@ void Pointer::handle(const xcb_generic_event_t& event) {
 
 void Pointer::pressed(const xcb_generic_event_t& event, bool isRelease) {
     const auto& press = xcb::as<xcb_input_button_press_event_t>(event);
-    _connection.userActed(press.time);
-    auto* const told = _surroundings.delegateOf(press.event);
+    connection.userActed(press.time);
+    auto* const told = surroundings.delegateOf(press.event);
     if (!told) return;
-    const auto at = pointOf(press, _surroundings.scale());
+    const auto at = pointOf(press, surroundings.scale());
     if (const auto button = buttonOf(press.detail)) {
         if (isRelease) {
             told->pointerReleased(at, *button);
@@ -186,22 +186,22 @@ void Pointer::pressed(const xcb_generic_event_t& event, bool isRelease) {
 }
 
 int Pointer::countClick(const Click& press) {
-    const auto& last = _lastClick;
+    const auto& last = lastClick;
     const bool continues = last.window == press.window && last.button == press.button &&
                            press.time - last.time <= clickMilliseconds &&
                            std::hypot(press.at.x - last.at.x, press.at.y - last.at.y) <= clickDistance;
     const int count = continues ? last.count + 1 : 1;
-    _lastClick = press;
-    _lastClick.count = count;
+    lastClick = press;
+    lastClick.count = count;
     return count;
 }
 
 void Pointer::moved(const xcb_generic_event_t& event) {
     const auto& motion = xcb::as<xcb_input_motion_event_t>(event);
-    auto* const told = _surroundings.delegateOf(motion.event);
+    auto* const told = surroundings.delegateOf(motion.event);
     if (!told) return;
-    if (_axes.find(motion.sourceid) == _axes.end()) readAxes();
-    auto& axes = _axes[motion.sourceid];
+    if (this->axes.find(motion.sourceid) == this->axes.end()) readAxes();
+    auto& axes = this->axes[motion.sourceid];
 
     const auto* const mask = xcb_input_button_press_valuator_mask(&motion);
     const auto* const values = xcb_input_button_press_axisvalues(&motion);
@@ -225,7 +225,7 @@ void Pointer::moved(const xcb_generic_event_t& event) {
         (axis.isVertical ? down : right) += points;
         hasScrolled = true;
     }
-    const auto at = pointOf(motion, _surroundings.scale());
+    const auto at = pointOf(motion, surroundings.scale());
     if (!hasScrolled) {
         told->pointerMoved(at);
     } else if (down != 0 || right != 0) {
@@ -234,14 +234,14 @@ void Pointer::moved(const xcb_generic_event_t& event) {
 }
 
 void Pointer::readAxes() {
-    _axes.clear();
-    auto* const xcb = _connection.xcb();
+    axes.clear();
+    auto* const xcb = connection.xcb();
     const auto reply = xcb::await<xcb_input_xi_query_device_reply>(
         xcb, xcb_input_xi_query_device(xcb, XCB_INPUT_DEVICE_ALL));
     if (!reply) return;
     for (auto at = xcb_input_xi_query_device_infos_iterator(reply.get()); at.rem > 0;
          xcb_input_xi_device_info_next(&at)) {
-        _axes[at.data->deviceid] = axesOf(*at.data);
+        axes[at.data->deviceid] = axesOf(*at.data);
     }
 }
 
@@ -271,11 +271,11 @@ std::vector<Pointer::ScrollAxis> Pointer::axesOf(const xcb_input_xi_device_info_
 void Pointer::clickedSomewhere(const xcb_generic_event_t& event, bool isRelease) {
     const auto button = buttonOf(xcb::as<xcb_input_raw_button_press_event_t>(event).detail);
     if (!button || *button == PointerButton::middle) return;
-    if (isRelease) return _releases.notify();
-    auto* const xcb = _connection.xcb();
-    const auto reply = xcb::await<xcb_query_pointer_reply>(xcb, xcb_query_pointer(xcb, _connection.root()));
-    if (!reply || _surroundings.isOurs(reply->child)) return;
-    _elsewhere.notify();
+    if (isRelease) return releases.notify();
+    auto* const xcb = connection.xcb();
+    const auto reply = xcb::await<xcb_query_pointer_reply>(xcb, xcb_query_pointer(xcb, connection.root()));
+    if (!reply || surroundings.isOurs(reply->child)) return;
+    elsewhere.notify();
 }
 
 }  // namespace vellumix::x11

@@ -68,18 +68,18 @@ private:
     static std::vector<ScrollAxis> axesOf(const xcb_input_xi_device_info_t& device);
     int countClick(const Click& press);
 
-    Connection& _connection;
-    Surroundings _surroundings;
-    std::uint8_t _opcode = 0;
-    bool _isPresent = false;
+    Connection& connection;
+    Surroundings surroundings;
+    std::uint8_t opcode = 0;
+    bool isPresent = false;
     /// What is asked for on the root window.
-    std::uint32_t _rawEvents = 0;
-    std::map<std::uint16_t, std::vector<ScrollAxis>> _axes;
-    Click _lastClick;
-    ObserverList<> _elsewhere;
-    ObserverList<> _releases;
-    Observation _events;
-    Lifetime _lifetime;
+    std::uint32_t rawEvents = 0;
+    std::map<std::uint16_t, std::vector<ScrollAxis>> axes;
+    Click lastClick;
+    ObserverList<> elsewhere;
+    ObserverList<> releases;
+    Observation events;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

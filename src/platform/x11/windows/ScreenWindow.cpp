@@ -18,22 +18,22 @@ constexpr double keepPixelsSeconds = 10;
 }  // namespace
 
 ScreenWindow::ScreenWindow(WindowServer& server, const Options& options)
-    : _server(server),
-      _connection(server._connection),
-      _kind(options.kind),
-      _title(options.title),
-      _format(isFloating() ? server._alpha : server._plain),
-      _managed(_connection, server._windowManager),
-      _pixels(_connection, _format.depth),
-      _frame(options.frame) {
+    : server(server),
+      connection(server.connection),
+      kind(options.kind),
+      title(options.title),
+      format(isFloating() ? server.alpha : server.plain),
+      managed(connection, server.windowManager),
+      pixels(connection, format.depth),
+      frame_(options.frame) {
     make();
 }
 
 void ScreenWindow::make() {
-    auto* const xcb = _connection.xcb();
-    _id = xcb_generate_id(xcb);
-    _managed.setWindow(_id);
-    _context = xcb_generate_id(xcb);
+    auto* const xcb = connection.xcb();
+    id_ = xcb_generate_id(xcb);
+    managed.setWindow(id_);
+    context = xcb_generate_id(xcb);
     std::uint32_t events = XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     if (!isFloating()) {
         events |= XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
@@ -44,56 +44,55 @@ void ScreenWindow::make() {
         .bit_gravity = XCB_GRAVITY_NORTH_WEST,
         .override_redirect = isFloating(),
         .event_mask = events,
-        .colormap = _format.colormap ? _format.colormap : _server._screen.default_colormap,
+        .colormap = format.colormap ? format.colormap : server.screen_.default_colormap,
     };
     const auto at = area();
-    xcb_create_window_aux(xcb, _format.depth, _id, _connection.root(), static_cast<std::int16_t>(at.x),
+    xcb_create_window_aux(xcb, format.depth, id_, connection.root(), static_cast<std::int16_t>(at.x),
                           static_cast<std::int16_t>(at.y), static_cast<std::uint16_t>(at.width),
                           static_cast<std::uint16_t>(at.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                          _format.visual,
+                          format.visual,
                           XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_BIT_GRAVITY |
                               XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP,
                           &values);
     const std::uint32_t withoutExposures = 0;
-    xcb_create_gc(xcb, _context, _id, XCB_GC_GRAPHICS_EXPOSURES, &withoutExposures);
-    describeWindow(_connection, _id, {.kind = _kind, .frame = _frame, .title = _title});
+    xcb_create_gc(xcb, context, id_, XCB_GC_GRAPHICS_EXPOSURES, &withoutExposures);
+    describeWindow(connection, id_, {.kind = kind, .frame = frame_, .title = title});
     if (!isFloating()) {
-        fixSize(_connection, _id, static_cast<std::uint32_t>(at.width),
-                static_cast<std::uint32_t>(at.height));
+        fixSize(connection, id_, static_cast<std::uint32_t>(at.width), static_cast<std::uint32_t>(at.height));
     }
     cutShape();
-    _server._pointer.select(_id);
-    _events = _connection.observe(_id, [this](const auto& event) { handle(event); });
-    _server._windows[_id] = this;
+    server.pointer.select(id_);
+    this->events = connection.observe(id_, [this](const auto& event) { handle(event); });
+    server.windows[id_] = this;
 }
 
 void ScreenWindow::isLost(const char* how) {
     Log("Windows").error(std::string("Another program has ") + how +
                          " a window of this one; it counts as closed");
-    const bool wasVisible = _isVisible;
+    const bool wasVisible = isVisible_;
     orderOut();
-    _server._windows.erase(_id);
-    xcb_free_gc(_connection.xcb(), _context);
-    xcb_destroy_window(_connection.xcb(), _id);
+    server.windows.erase(id_);
+    xcb_free_gc(connection.xcb(), context);
+    xcb_destroy_window(connection.xcb(), id_);
     make();
     showAlpha();
-    if (auto shape = std::exchange(_cursor, Cursor::arrow); shape != Cursor::arrow) setCursor(shape);
+    if (auto shape = std::exchange(cursor, Cursor::arrow); shape != Cursor::arrow) setCursor(shape);
     if (wasVisible) tellLater([](NSWindowDelegate& told) { told.closeRequested(); });
 }
 
 void ScreenWindow::checkLater() {
-    if (!isFloating() || !_isMapped || std::exchange(_isCheckDue, true)) return;
-    _connection.runLoop().post(_lifetime.weakly([this] {
-        _isCheckDue = false;
-        if (_isMapped) check();
+    if (!isFloating() || !isMapped || std::exchange(isCheckDue, true)) return;
+    connection.runLoop().post(lifetime.weakly([this] {
+        isCheckDue = false;
+        if (isMapped) check();
     }));
 }
 
 void ScreenWindow::check() {
-    auto* const xcb = _connection.xcb();
-    const auto attributesAsked = xcb_get_window_attributes(xcb, _id);
-    const auto geometryAsked = xcb_get_geometry(xcb, _id);
-    const auto treeAsked = xcb_query_tree(xcb, _id);
+    auto* const xcb = connection.xcb();
+    const auto attributesAsked = xcb_get_window_attributes(xcb, id_);
+    const auto geometryAsked = xcb_get_geometry(xcb, id_);
+    const auto treeAsked = xcb_query_tree(xcb, id_);
     const auto attributes = xcb::await<xcb_get_window_attributes_reply>(xcb, attributesAsked);
     const auto geometry = xcb::await<xcb_get_geometry_reply>(xcb, geometryAsked);
     const auto tree = xcb::await<xcb_query_tree_reply>(xcb, treeAsked);
@@ -110,22 +109,22 @@ void ScreenWindow::check() {
 
 ScreenWindow::~ScreenWindow() {
     unmap();
-    _delegate = nullptr;
-    _server._windows.erase(_id);
-    _server._keys.remove(*this);
-    xcb_free_gc(_connection.xcb(), _context);
-    xcb_destroy_window(_connection.xcb(), _id);
+    delegate_ = nullptr;
+    server.windows.erase(id_);
+    server.keys.remove(*this);
+    xcb_free_gc(connection.xcb(), context);
+    xcb_destroy_window(connection.xcb(), id_);
 }
 
 void ScreenWindow::tellLater(std::function<void(NSWindowDelegate&)> what) {
-    _connection.runLoop().post(_lifetime.weakly([this, what = std::move(what)] {
-        if (_delegate) what(*_delegate);
+    connection.runLoop().post(lifetime.weakly([this, what = std::move(what)] {
+        if (delegate_) what(*delegate_);
     }));
 }
 
 void ScreenWindow::tellFrame(const Rect& before) {
-    const bool hasResized = !(_frame.size == before.size);
-    const bool hasMoved = !(_frame.origin == before.origin);
+    const bool hasResized = !(frame_.size == before.size);
+    const bool hasMoved = !(frame_.origin == before.origin);
     if (hasResized || hasMoved) {
         tellLater([=](NSWindowDelegate& told) { told.frameChanged(hasResized, hasMoved); });
     }
@@ -140,31 +139,31 @@ ScreenWindow::Area ScreenWindow::area() const {
     const auto place = [&](double at, double inset) {
         return static_cast<int>(std::lround(at * scale) - std::lround(inset * scale));
     };
-    return {place(_frame.minX(), insets.leading), place(_frame.minY(), insets.top),
-            pixels(_frame.size.width + insets.leading + insets.trailing),
-            pixels(_frame.size.height + insets.top + insets.bottom)};
+    return {place(frame_.minX(), insets.leading), place(frame_.minY(), insets.top),
+            pixels(frame_.size.width + insets.leading + insets.trailing),
+            pixels(frame_.size.height + insets.top + insets.bottom)};
 }
 
 void ScreenWindow::place() {
     const auto to = area();
     const auto width = static_cast<std::uint32_t>(std::max(to.width, 1));
     const auto height = static_cast<std::uint32_t>(std::max(to.height, 1));
-    if (!isFloating()) fixSize(_connection, _id, width, height);
+    if (!isFloating()) fixSize(connection, id_, width, height);
     const xcb_configure_window_value_list_t values{.x = to.x, .y = to.y, .width = width, .height = height};
     xcb_configure_window_aux(
-        _connection.xcb(), _id,
+        connection.xcb(), id_,
         XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT,
         &values);
 }
 
 void ScreenWindow::setFrame(const Rect& frame) {
-    if (frame == _frame) return;
-    const auto before = std::exchange(_frame, frame);
+    if (frame == frame_) return;
+    const auto before = std::exchange(frame_, frame);
     place();
     if (!(before.size == frame.size)) cutShape();
     // Of a window with a frame only the window manager knows; it was asked, and answers with an event.
-    if (!isFloating() && _isMapped) {
-        _frame = before;
+    if (!isFloating() && isMapped) {
+        frame_ = before;
         return;
     }
     tellFrame(before);
@@ -173,11 +172,11 @@ void ScreenWindow::setFrame(const Rect& frame) {
 Insets ScreenWindow::shadowInsets() const { return isTranslucent() ? Insets::all(shadowRoom) : Insets(); }
 
 bool ScreenWindow::isTranslucent() const {
-    return isFloating() && _server.hasCompositor() && _format.depth > _server._plain.depth;
+    return isFloating() && server.hasCompositor() && format.depth > server.plain.depth;
 }
 
 void ScreenWindow::setCornerRadius(double radius) {
-    if (std::exchange(_cornerRadius, radius) != radius) cutShape();
+    if (std::exchange(cornerRadius, radius) != radius) cutShape();
 }
 
 void ScreenWindow::cutShape() {
@@ -188,52 +187,52 @@ void ScreenWindow::cutShape() {
     };
     const WindowShape shape{.width = size.width,
                             .height = size.height,
-                            .cornerRadius = isTranslucent() ? 0 : pixels(_cornerRadius),
+                            .cornerRadius = isTranslucent() ? 0 : pixels(cornerRadius),
                             .inputMargin = isTranslucent() ? pixels(shadowRoom - resizeHandle) : 0,
-                            .takesPointer = _kind != Kind::toolTip && !_ignoresMouseEvents};
-    shape.apply(_connection, _id);
+                            .takesPointer = kind != Kind::toolTip && !ignoresMouseEvents};
+    shape.apply(connection, id_);
 }
 
 void ScreenWindow::setAlphaValue(double alpha) {
     alpha = std::clamp(alpha, 0.0, 1.0);
-    if (std::exchange(_alpha, alpha) == alpha) return;
-    _hasFadedOut = _isVisible && alpha == 0;
+    if (std::exchange(this->alpha, alpha) == alpha) return;
+    hasFadedOut = isVisible_ && alpha == 0;
     showAlpha();
 }
 
 void ScreenWindow::showAlpha() {
-    auto* const xcb = _connection.xcb();
+    auto* const xcb = connection.xcb();
     constexpr double opaque = 0xFFFFFFFF;
-    const auto opacity = static_cast<std::uint32_t>(_alpha * opaque);
-    if (_server.hasCompositor() && _alpha < 1) {
-        xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, _id, _connection.atoms().windowOpacity,
+    const auto opacity = static_cast<std::uint32_t>(alpha * opaque);
+    if (server.hasCompositor() && alpha < 1) {
+        xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, id_, connection.atoms().windowOpacity,
                             XCB_ATOM_CARDINAL, 32, 1, &opacity);
     } else {
-        xcb_delete_property(xcb, _id, _connection.atoms().windowOpacity);
+        xcb_delete_property(xcb, id_, connection.atoms().windowOpacity);
     }
-    if (_isVisible) showNow();
+    if (isVisible_) showNow();
 }
 
 void ScreenWindow::orderFrontRegardless() {
-    _isVisible = true;
+    isVisible_ = true;
     // A window that is about to fade in is there at once where nothing can be faded.
-    _hasFadedOut = false;
-    _release.reset();
+    hasFadedOut = false;
+    release.reset();
     showNow();
-    if (_isMapped) {
+    if (isMapped) {
         const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-        xcb_configure_window(_connection.xcb(), _id, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+        xcb_configure_window(connection.xcb(), id_, XCB_CONFIG_WINDOW_STACK_MODE, &above);
     }
 }
 
 void ScreenWindow::showNow() {
-    if (isFloating() && _hasFadedOut && !_server.hasCompositor()) {
+    if (isFloating() && hasFadedOut && !server.hasCompositor()) {
         unmap();
         return;
     }
-    if (_isMapped) return;
+    if (isMapped) return;
     const auto size = area();
-    if (_pixels.has(size.width, size.height)) {
+    if (pixels.has(size.width, size.height)) {
         mapWithContent();
     } else {
         tellLater([](NSWindowDelegate& told) { told.needsDisplay(); });
@@ -241,59 +240,59 @@ void ScreenWindow::showNow() {
 }
 
 void ScreenWindow::mapWithContent() {
-    auto* const xcb = _connection.xcb();
+    auto* const xcb = connection.xcb();
     const auto size = area();
     // The server paints the background in the moment of mapping: nothing else is ever seen.
     const auto content = xcb_generate_id(xcb);
-    xcb_create_pixmap(xcb, _format.depth, content, _id, static_cast<std::uint16_t>(size.width),
+    xcb_create_pixmap(xcb, format.depth, content, id_, static_cast<std::uint16_t>(size.width),
                       static_cast<std::uint16_t>(size.height));
-    _pixels.put(content, _context);
+    pixels.put(content, context);
     const std::uint32_t background = content;
-    xcb_change_window_attributes(xcb, _id, XCB_CW_BACK_PIXMAP, &background);
+    xcb_change_window_attributes(xcb, id_, XCB_CW_BACK_PIXMAP, &background);
     const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-    xcb_configure_window(xcb, _id, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-    xcb_map_window(xcb, _id);
+    xcb_configure_window(xcb, id_, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_map_window(xcb, id_);
     const std::uint32_t none = XCB_BACK_PIXMAP_NONE;
-    if (isFloating()) xcb_change_window_attributes(xcb, _id, XCB_CW_BACK_PIXMAP, &none);
+    if (isFloating()) xcb_change_window_attributes(xcb, id_, XCB_CW_BACK_PIXMAP, &none);
     xcb_free_pixmap(xcb, content);
-    _isMapped = true;
+    isMapped = true;
 }
 
 void ScreenWindow::unmap() {
-    if (!std::exchange(_isMapped, false)) return;
-    xcb_unmap_window(_connection.xcb(), _id);
-    _isViewable = false;
-    if (_kind == Kind::alert) _server.stackFloating(XCB_WINDOW_NONE);
+    if (!std::exchange(isMapped, false)) return;
+    xcb_unmap_window(connection.xcb(), id_);
+    isViewable = false;
+    if (kind == Kind::alert) server.stackFloating(XCB_WINDOW_NONE);
 }
 
 void ScreenWindow::standAbovePanels() {
-    if (_kind == Kind::alert && _isViewable) _server.stackFloating(_managed.frame());
+    if (kind == Kind::alert && isViewable) server.stackFloating(managed.frame());
 }
 
 void ScreenWindow::orderOut() {
-    if (!std::exchange(_isVisible, false)) return;
+    if (!std::exchange(isVisible_, false)) return;
     unmap();
     resignKeyWindow();
-    _release = _connection.runLoop().oneShotTimer(keepPixelsSeconds, [this] { _pixels.release(); });
+    release = connection.runLoop().oneShotTimer(keepPixelsSeconds, [this] { pixels.release(); });
 }
 
 void ScreenWindow::makeKeyWindow() {
-    if (!_isVisible || _kind == Kind::toolTip || isKeyWindow()) return;
+    if (!isVisible_ || kind == Kind::toolTip || isKeyWindow()) return;
     if (isFloating()) {
-        _server._keys.add(*this);
+        server.keys.add(*this);
         return;
     }
-    _managed.setWantsActivation(true);
-    if (_isViewable) _managed.activateIfWanted();
+    managed.setWantsActivation(true);
+    if (isViewable) managed.activateIfWanted();
 }
 
 void ScreenWindow::resignKeyWindow() {
-    _managed.setWantsActivation(false);
-    _server._keys.remove(*this);
+    managed.setWantsActivation(false);
+    server.keys.remove(*this);
 }
 
 void ScreenWindow::setIgnoresMouseEvents(bool ignores) {
-    if (std::exchange(_ignoresMouseEvents, ignores) != ignores) cutShape();
+    if (std::exchange(ignoresMouseEvents, ignores) != ignores) cutShape();
 }
 
 void ScreenWindow::keyStateChanges(bool isKey) {
@@ -301,43 +300,43 @@ void ScreenWindow::keyStateChanges(bool isKey) {
 }
 
 void ScreenWindow::keyTyped(const KeyEvent& event) {
-    if (_delegate) _delegate->keyPressed(event);
+    if (delegate_) delegate_->keyPressed(event);
 }
 
 void ScreenWindow::textComposed(const MarkedText& text) {
-    if (_delegate) _delegate->textComposed(text);
+    if (delegate_) delegate_->textComposed(text);
 }
 
 void ScreenWindow::setTextInput(std::optional<Rect> caret) {
-    _textInput = caret;
-    _server._keys.textCaretChanged(*this);
+    textInput = caret;
+    server.keys.textCaretChanged(*this);
 }
 
 std::optional<xcb_point_t> ScreenWindow::textCaret() const {
-    if (!_textInput) return std::nullopt;
+    if (!textInput) return std::nullopt;
     const auto corner = area();
     const double scale = backingScaleFactor();
     // The foot of the caret, where candidates are listed.
-    return xcb_point_t{static_cast<std::int16_t>(corner.x + std::lround(_textInput->minX() * scale)),
-                       static_cast<std::int16_t>(corner.y + std::lround(_textInput->maxY() * scale))};
+    return xcb_point_t{static_cast<std::int16_t>(corner.x + std::lround(textInput->minX() * scale)),
+                       static_cast<std::int16_t>(corner.y + std::lround(textInput->maxY() * scale))};
 }
 
 void ScreenWindow::setCursor(Cursor cursor) {
-    if (std::exchange(_cursor, cursor) == cursor) return;
-    const std::uint32_t shape = _server.cursor(cursor);
-    xcb_change_window_attributes(_connection.xcb(), _id, XCB_CW_CURSOR, &shape);
+    if (std::exchange(this->cursor, cursor) == cursor) return;
+    const std::uint32_t shape = server.cursor(cursor);
+    xcb_change_window_attributes(connection.xcb(), id_, XCB_CW_CURSOR, &shape);
 }
 
 PixelBuffer ScreenWindow::beginDrawing() {
     const auto size = area();
-    return _pixels.begin(size.width, size.height);
+    return pixels.begin(size.width, size.height);
 }
 
 void ScreenWindow::endDrawing() {
-    if (!_pixels.end()) return;
-    if (_isMapped) {
-        _pixels.put(_id, _context);
-    } else if (_isVisible) {
+    if (!pixels.end()) return;
+    if (isMapped) {
+        pixels.put(id_, context);
+    } else if (isVisible_) {
         showNow();
     }
 }
@@ -353,23 +352,23 @@ void ScreenWindow::handle(const xcb_generic_event_t& event) {
     switch (xcb::typeOf(event)) {
         case XCB_EXPOSE: {
             const auto size = area();
-            if (_pixels.has(size.width, size.height)) {
-                if (xcb::as<xcb_expose_event_t>(event).count == 0) _pixels.put(_id, _context);
-            } else if (_isMapped) {
+            if (pixels.has(size.width, size.height)) {
+                if (xcb::as<xcb_expose_event_t>(event).count == 0) pixels.put(id_, context);
+            } else if (isMapped) {
                 tellLater([](NSWindowDelegate& told) { told.needsDisplay(); });
             }
             break;
         }
         case XCB_MAP_NOTIFY:
-            _isViewable = _isMapped;
+            isViewable = isMapped;
             standAbovePanels();
-            if (_isViewable) _managed.activateIfWanted();
+            if (isViewable) managed.activateIfWanted();
             break;
         case XCB_CONFIGURE_NOTIFY:
             configured(xcb::as<xcb_configure_notify_event_t>(event), xcb::isSent(event));
             break;
         case XCB_REPARENT_NOTIFY:
-            _managed.reparented();
+            managed.reparented();
             checkLater();
             break;
         case XCB_UNMAP_NOTIFY:
@@ -383,11 +382,11 @@ void ScreenWindow::handle(const xcb_generic_event_t& event) {
             break;
         case XCB_KEY_PRESS:
         case XCB_KEY_RELEASE:
-            if (isKeyWindow()) _server._keys.handleKey(event);
+            if (isKeyWindow()) server.keys.handleKey(event);
             break;
         case XCB_CLIENT_MESSAGE:
-            if (_managed.asksToClose(xcb::as<xcb_client_message_event_t>(event)) && _delegate) {
-                _delegate->closeRequested();
+            if (managed.asksToClose(xcb::as<xcb_client_message_event_t>(event)) && delegate_) {
+                delegate_->closeRequested();
             }
             break;
         default:
@@ -402,25 +401,25 @@ void ScreenWindow::focusChanged(const xcb_focus_in_event_t& event) {
         return;
     }
     if ((event.response_type & 0x7F) == XCB_FOCUS_OUT) {
-        _server._keys.remove(*this);
-    } else if (_isVisible) {
+        server.keys.remove(*this);
+    } else if (isVisible_) {
         standAbovePanels();
-        _server._keys.add(*this);
+        server.keys.add(*this);
     }
 }
 
 void ScreenWindow::configured(const xcb_configure_notify_event_t& event, bool isSynthetic) {
     if (isFloating()) return checkLater();
-    const auto origin = _managed.originOf(event, isSynthetic);
+    const auto origin = managed.originOf(event, isSynthetic);
     if (!origin) return;
     const double scale = backingScaleFactor();
     const auto expected = area();
-    const auto before = _frame;
+    const auto before = frame_;
     if (expected.x != static_cast<int>(origin->x) || expected.y != static_cast<int>(origin->y)) {
-        _frame.origin = {origin->x / scale, origin->y / scale};
+        frame_.origin = {origin->x / scale, origin->y / scale};
     }
     if (expected.width != event.width || expected.height != event.height) {
-        _frame.size = {event.width / scale, event.height / scale};
+        frame_.size = {event.width / scale, event.height / scale};
     }
     tellFrame(before);
 }

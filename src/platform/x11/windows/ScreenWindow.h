@@ -20,21 +20,21 @@ public:
     ScreenWindow(const ScreenWindow&) = delete;
     ScreenWindow& operator=(const ScreenWindow&) = delete;
 
-    void setDelegate(NSWindowDelegate* delegate) override { _delegate = delegate; }
-    Rect frame() const override { return _frame; }
+    void setDelegate(NSWindowDelegate* delegate) override { delegate_ = delegate; }
+    Rect frame() const override { return frame_; }
     void setFrame(const Rect& frame) override;
-    std::optional<NSScreen> screen() const override { return _server._screens.mostOf(_frame); }
-    double backingScaleFactor() const override { return _server._screens.scale(); }
+    std::optional<NSScreen> screen() const override { return server.screens_.mostOf(frame_); }
+    double backingScaleFactor() const override { return server.screens_.scale(); }
     Insets shadowInsets() const override;
     bool isTranslucent() const override;
     void setCornerRadius(double radius) override;
-    double alphaValue() const override { return _alpha; }
+    double alphaValue() const override { return alpha; }
     void setAlphaValue(double alpha) override;
-    bool isVisible() const override { return _isVisible; }
+    bool isVisible() const override { return isVisible_; }
     void orderFrontRegardless() override;
     void orderOut() override;
     void makeKeyWindow() override;
-    bool isKeyWindow() const override { return _server._keys.key() == this; }
+    bool isKeyWindow() const override { return server.keys.key() == this; }
     void resignKeyWindow() override;
     void setIgnoresMouseEvents(bool ignores) override;
     void setCursor(Cursor cursor) override;
@@ -43,11 +43,11 @@ public:
     void endDrawing() override;
 
     /// Past the window manager.
-    bool isFloating() const { return _kind != Kind::alert && _kind != Kind::titled; }
-    NSWindowDelegate* delegate() const { return _delegate; }
-    xcb_window_t id() const { return _id; }
+    bool isFloating() const { return kind != Kind::alert && kind != Kind::titled; }
+    NSWindowDelegate* delegate() const { return delegate_; }
+    xcb_window_t id() const { return id_; }
     /// The child of the root that a window manager has put the window into; the window itself without one.
-    xcb_window_t frameWindow() const { return _managed.frame(); }
+    xcb_window_t frameWindow() const { return managed.frame(); }
     /// The scale, the compositor or the monitors are others now.
     void surroundingsChanged();
 
@@ -86,31 +86,31 @@ private:
     void tellLater(std::function<void(NSWindowDelegate&)> what);
     void tellFrame(const Rect& before);
 
-    WindowServer& _server;
-    Connection& _connection;
-    Kind _kind;
-    String _title;
-    WindowServer::Format _format;
-    xcb_window_t _id = XCB_WINDOW_NONE;
-    ManagedWindow _managed;
-    xcb_gcontext_t _context = XCB_NONE;
-    WindowPixels _pixels;
-    NSWindowDelegate* _delegate = nullptr;
-    Rect _frame;
-    double _alpha = 1;
+    WindowServer& server;
+    Connection& connection;
+    Kind kind;
+    String title;
+    WindowServer::Format format;
+    xcb_window_t id_ = XCB_WINDOW_NONE;
+    ManagedWindow managed;
+    xcb_gcontext_t context = XCB_NONE;
+    WindowPixels pixels;
+    NSWindowDelegate* delegate_ = nullptr;
+    Rect frame_;
+    double alpha = 1;
     /// The alpha value has come to 0 while the window was to be seen.
-    bool _hasFadedOut = false;
-    double _cornerRadius = 0;
-    Cursor _cursor = Cursor::arrow;
-    std::optional<Rect> _textInput;
-    bool _ignoresMouseEvents = false;
-    bool _isVisible = false;
-    bool _isMapped = false;
-    bool _isViewable = false;
-    bool _isCheckDue = false;
-    std::unique_ptr<NSTimer> _release;
-    Observation _events;
-    Lifetime _lifetime;
+    bool hasFadedOut = false;
+    double cornerRadius = 0;
+    Cursor cursor = Cursor::arrow;
+    std::optional<Rect> textInput;
+    bool ignoresMouseEvents = false;
+    bool isVisible_ = false;
+    bool isMapped = false;
+    bool isViewable = false;
+    bool isCheckDue = false;
+    std::unique_ptr<NSTimer> release;
+    Observation events;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -42,49 +42,49 @@ struct Screens::Monitors {
 };
 
 Screens::Screens(Connection& connection, const xcb_screen_t& screen, SettingsReader& settings)
-    : _connection(connection), _screen(screen), _settings(settings) {
+    : connection(connection), screen(screen), settings(settings) {
     auto* const xcb = connection.xcb();
     const auto* randr = xcb_get_extension_data(xcb, &xcb_randr_id);
     if (randr && randr->present) {
         const auto version =
             xcb::await<xcb_randr_query_version_reply>(xcb, xcb_randr_query_version(xcb, 1, 5));
-        _hasMonitors = version && (version->major_version > 1 || version->minor_version >= 5);
-        _randrFirstEvent = randr->first_event;
+        hasMonitors = version && (version->major_version > 1 || version->minor_version >= 5);
+        randrFirstEvent = randr->first_event;
         xcb_randr_select_input(xcb, connection.root(),
                                XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
                                    XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
-        _randrEvents = connection.observeExtensions([this](const auto& event) {
+        randrEvents = connection.observeExtensions([this](const auto& event) {
             const auto kind = xcb::typeOf(event);
-            if (kind == _randrFirstEvent || kind == _randrFirstEvent + XCB_RANDR_NOTIFY) readLater();
+            if (kind == randrFirstEvent || kind == randrFirstEvent + XCB_RANDR_NOTIFY) readLater();
         });
     }
-    _rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
+    rootEvents = connection.observeForeign(connection.root(), [this](const auto& event) {
         if (xcb::typeOf(event) == XCB_CONFIGURE_NOTIFY) readLater();
     });
     auto& properties = connection.rootProperties();
-    _workAreaChanges = properties.observe(connection.atoms().workArea, [this] { readLater(); });
-    _clientChanges = properties.observe(connection.atoms().clientList, [this] {
-        if (_all.size() > 1) readLater();
+    workAreaChanges = properties.observe(connection.atoms().workArea, [this] { readLater(); });
+    clientChanges = properties.observe(connection.atoms().clientList, [this] {
+        if (all_.size() > 1) readLater();
     });
-    _settingEvents = settings.observe([this] { readLater(); });
+    settingEvents = settings.observe([this] { readLater(); });
     read();
 }
 
 void Screens::readLater() {
     // One change of a monitor comes as a row of events.
-    if (std::exchange(_isReading, true)) return;
-    _connection.runLoop().post(_lifetime.weakly([this] {
-        _isReading = false;
-        const auto before = _all;
-        const auto scale = _scale;
+    if (std::exchange(isReading, true)) return;
+    connection.runLoop().post(lifetime.weakly([this] {
+        isReading = false;
+        const auto before = all_;
+        const auto scale = scale_;
         read();
-        if (before != _all || scale != _scale) _observers.notify();
+        if (before != all_ || scale != scale_) observers.notify();
     }));
 }
 
 void Screens::read() {
     auto monitors = readMonitors();
-    _scale = readScale(monitors.primaryDotsPerInch);
+    scale_ = readScale(monitors.primaryDotsPerInch);
     if (monitors.screens.size() == 1) {
         cutByWorkArea(monitors.screens);
     } else {
@@ -92,18 +92,18 @@ void Screens::read() {
         cutByStruts(monitors.screens);
     }
     for (auto& screen : monitors.screens) {
-        divide(screen.frame, _scale);
-        divide(screen.visibleFrame, _scale);
+        divide(screen.frame, scale_);
+        divide(screen.visibleFrame, scale_);
     }
-    _all = std::move(monitors.screens);
+    all_ = std::move(monitors.screens);
 }
 
 Screens::Monitors Screens::readMonitors() {
     Monitors monitors;
-    auto* const xcb = _connection.xcb();
-    const auto reply = _hasMonitors ? xcb::await<xcb_randr_get_monitors_reply>(
-                                          xcb, xcb_randr_get_monitors(xcb, _connection.root(), 1))
-                                    : nullptr;
+    auto* const xcb = connection.xcb();
+    const auto reply = hasMonitors ? xcb::await<xcb_randr_get_monitors_reply>(
+                                         xcb, xcb_randr_get_monitors(xcb, connection.root(), 1))
+                                   : nullptr;
     if (reply) {
         for (auto at = xcb_randr_get_monitors_monitors_iterator(reply.get()); at.rem > 0;
              xcb_randr_monitor_info_next(&at)) {
@@ -119,17 +119,17 @@ Screens::Monitors Screens::readMonitors() {
         }
     }
     if (monitors.screens.empty()) {
-        const auto root = xcb::await<xcb_get_geometry_reply>(xcb, xcb_get_geometry(xcb, _connection.root()));
+        const auto root = xcb::await<xcb_get_geometry_reply>(xcb, xcb_get_geometry(xcb, connection.root()));
         const Rect frame{{0, 0},
-                         {double(root ? root->width : _screen.width_in_pixels),
-                          double(root ? root->height : _screen.height_in_pixels)}};
+                         {double(root ? root->width : screen.width_in_pixels),
+                          double(root ? root->height : screen.height_in_pixels)}};
         monitors.screens.push_back({frame, frame});
     }
     return monitors;
 }
 
 double Screens::readScale(double primaryDotsPerInch) const {
-    const auto& settings = _settings.settings();
+    const auto& settings = this->settings.settings();
     double scale = 1;
     if (settings.dotsPerInch) {
         scale = *settings.dotsPerInch / usualDotsPerInch;
@@ -142,10 +142,10 @@ double Screens::readScale(double primaryDotsPerInch) const {
 }
 
 void Screens::cutByWorkArea(std::vector<NSScreen>& screens) const {
-    const auto& atoms = _connection.atoms();
+    const auto& atoms = connection.atoms();
     constexpr std::uint32_t mostDesktops = 64;
-    const auto areas = _connection.numbers(_connection.root(), atoms.workArea, mostDesktops * 4);
-    const auto desktop = _connection.numbers(_connection.root(), atoms.currentDesktop, 1);
+    const auto areas = connection.numbers(connection.root(), atoms.workArea, mostDesktops * 4);
+    const auto desktop = connection.numbers(connection.root(), atoms.currentDesktop, 1);
     const std::size_t wanted = desktop.empty() ? 0 : std::size_t{desktop[0]} * 4;
     const std::size_t first = wanted + 4 <= areas.size() ? wanted : 0;
     if (areas.size() < 4) return;
@@ -157,15 +157,15 @@ void Screens::cutByWorkArea(std::vector<NSScreen>& screens) const {
 void Screens::cutByStruts(std::vector<NSScreen>& screens) const {
     // In the order of the property: left, right, top, bottom, then where each begins and ends.
     constexpr std::uint32_t length = 12;
-    const auto& atoms = _connection.atoms();
+    const auto& atoms = connection.atoms();
     double width = 0;
     double height = 0;
     for (const auto& screen : screens) {
         width = std::max(width, screen.frame.maxX());
         height = std::max(height, screen.frame.maxY());
     }
-    for (const auto client : _connection.numbers(_connection.root(), atoms.clientList, mostClients)) {
-        const auto strut = _connection.numbers(client, atoms.strutPartial, length);
+    for (const auto client : connection.numbers(connection.root(), atoms.clientList, mostClients)) {
+        const auto strut = connection.numbers(client, atoms.strutPartial, length);
         if (strut.size() < length) continue;
         const auto crosses = [](double from, double to, double begin, double end) {
             return from < end && to >= begin;
@@ -184,14 +184,14 @@ void Screens::cutByStruts(std::vector<NSScreen>& screens) const {
 
 std::optional<NSScreen> Screens::mostOf(const Rect& frame) const {
     const auto most = std::ranges::max_element(
-        _all, {}, [&](const NSScreen& screen) { return area(screen.frame.intersection(frame)); });
-    return most == _all.end() ? std::nullopt : std::optional(*most);
+        all_, {}, [&](const NSScreen& screen) { return area(screen.frame.intersection(frame)); });
+    return most == all_.end() ? std::nullopt : std::optional(*most);
 }
 
 std::optional<NSScreen> Screens::at(Point point) const {
     const auto found =
-        std::ranges::find_if(_all, [&](const NSScreen& screen) { return screen.frame.contains(point); });
-    return found == _all.end() ? std::nullopt : std::optional(*found);
+        std::ranges::find_if(all_, [&](const NSScreen& screen) { return screen.frame.contains(point); });
+    return found == all_.end() ? std::nullopt : std::optional(*found);
 }
 
 }  // namespace vellumix::x11

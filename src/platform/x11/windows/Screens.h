@@ -19,14 +19,14 @@ public:
     Screens& operator=(const Screens&) = delete;
 
     /// In points, the primary monitor first.
-    const std::vector<NSScreen>& all() const { return _all; }
+    const std::vector<NSScreen>& all() const { return all_; }
     /// Device pixels a point; from 1, in steps of a quarter.
-    double scale() const { return _scale; }
+    double scale() const { return scale_; }
     /// The monitor that most of the rectangle is on.
     std::optional<NSScreen> mostOf(const Rect& frame) const;
     /// The monitor with the point, if there is one.
     std::optional<NSScreen> at(Point point) const;
-    Observation observe(std::function<void()> observer) { return _observers.add(std::move(observer)); }
+    Observation observe(std::function<void()> observer) { return observers.add(std::move(observer)); }
 
 private:
     struct Monitors;
@@ -38,21 +38,21 @@ private:
     void cutByWorkArea(std::vector<NSScreen>& screens) const;
     void cutByStruts(std::vector<NSScreen>& screens) const;
 
-    Connection& _connection;
-    const xcb_screen_t& _screen;
-    SettingsReader& _settings;
-    std::vector<NSScreen> _all;
-    double _scale = 1;
-    bool _hasMonitors = false;
-    std::uint8_t _randrFirstEvent = 0;
-    bool _isReading = false;
-    ObserverList<> _observers;
-    Observation _settingEvents;
-    Observation _randrEvents;
-    std::optional<Observation> _rootEvents;
-    Observation _workAreaChanges;
-    Observation _clientChanges;
-    Lifetime _lifetime;
+    Connection& connection;
+    const xcb_screen_t& screen;
+    SettingsReader& settings;
+    std::vector<NSScreen> all_;
+    double scale_ = 1;
+    bool hasMonitors = false;
+    std::uint8_t randrFirstEvent = 0;
+    bool isReading = false;
+    ObserverList<> observers;
+    Observation settingEvents;
+    Observation randrEvents;
+    std::optional<Observation> rootEvents;
+    Observation workAreaChanges;
+    Observation clientChanges;
+    Lifetime lifetime;
 };
 
 }  // namespace vellumix::x11

@@ -13,20 +13,20 @@ class MappedMemory {
 public:
     MappedMemory() = default;
     MappedMemory(void* start, std::size_t bytes)
-        : _memory(static_cast<std::uint8_t*>(start), start == MAP_FAILED ? 0 : bytes) {}
-    MappedMemory(MappedMemory&& other) noexcept : _memory(std::exchange(other._memory, {})) {}
+        : memory(static_cast<std::uint8_t*>(start), start == MAP_FAILED ? 0 : bytes) {}
+    MappedMemory(MappedMemory&& other) noexcept : memory(std::exchange(other.memory, {})) {}
     MappedMemory& operator=(MappedMemory&& other) noexcept {
-        std::swap(_memory, other._memory);
+        std::swap(memory, other.memory);
         return *this;
     }
     ~MappedMemory() {
-        if (!_memory.empty()) ::munmap(_memory.data(), _memory.size());
+        if (!memory.empty()) ::munmap(memory.data(), memory.size());
     }
 
-    std::span<std::uint8_t> bytes() const { return _memory; }
+    std::span<std::uint8_t> bytes() const { return memory; }
 
 private:
-    std::span<std::uint8_t> _memory;
+    std::span<std::uint8_t> memory;
 };
 
 }  // namespace vellumix::x11

@@ -42,130 +42,129 @@ struct WindowPixels::Buffer {
 };
 
 WindowPixels::WindowPixels(Connection& connection, std::uint8_t depth)
-    : _connection(connection), _depth(depth) {}
+    : connection(connection), depth(depth) {}
 
 WindowPixels::~WindowPixels() { release(); }
 
 bool WindowPixels::canShare() {
-    if (_canShare) return *_canShare;
-    auto* const xcb = _connection.xcb();
+    if (canShare_) return *canShare_;
+    auto* const xcb = connection.xcb();
     const auto* extension = xcb_get_extension_data(xcb, &xcb_shm_id);
     const auto version = extension && extension->present && isOnThisMachine(xcb)
                              ? xcb::await<xcb_shm_query_version_reply>(xcb, xcb_shm_query_version(xcb))
                              : nullptr;
     // Descriptors can be handed over since 1.2.
-    _canShare = version && (version->major_version > 1 || version->minor_version >= 2);
-    if (*_canShare) {
-        _completion = static_cast<std::uint8_t>(extension->first_event + XCB_SHM_COMPLETION);
-        _events = _connection.observeExtensions([this](const auto& event) {
-            if (xcb::typeOf(event) == _completion) {
+    canShare_ = version && (version->major_version > 1 || version->minor_version >= 2);
+    if (*canShare_) {
+        completion = static_cast<std::uint8_t>(extension->first_event + XCB_SHM_COMPLETION);
+        events = connection.observeExtensions([this](const auto& event) {
+            if (xcb::typeOf(event) == completion) {
                 complete(xcb::as<xcb_shm_completion_event_t>(event).shmseg);
             }
         });
     }
-    return *_canShare;
+    return *canShare_;
 }
 
 void WindowPixels::complete(xcb_shm_seg_t segment) {
-    for (auto& buffer : _buffers) {
+    for (auto& buffer : buffers) {
         if (buffer.segment == segment && buffer.readers > 0) --buffer.readers;
     }
     const auto isRead = [](const Buffer& buffer) { return buffer.readers > 0; };
-    if (std::ranges::any_of(_buffers, isRead)) return;
-    for (auto at = _buffers.begin(); at != _buffers.end();) {
+    if (std::ranges::any_of(buffers, isRead)) return;
+    for (auto at = buffers.begin(); at != buffers.end();) {
         auto& buffer = *at++;
-        if (&buffer != _present && &buffer != _drawn) discard(buffer);
+        if (&buffer != present && &buffer != drawn) discard(buffer);
     }
 }
 
 void WindowPixels::discard(Buffer& buffer) {
-    if (_present == &buffer) _present = nullptr;
-    if (_drawn == &buffer) _drawn = nullptr;
+    if (present == &buffer) present = nullptr;
+    if (drawn == &buffer) drawn = nullptr;
     // The server keeps its own mapping until it has done what was asked before.
-    if (buffer.segment) xcb_shm_detach(_connection.xcb(), buffer.segment);
-    _buffers.remove_if([&](const Buffer& one) { return &one == &buffer; });
+    if (buffer.segment) xcb_shm_detach(connection.xcb(), buffer.segment);
+    buffers.remove_if([&](const Buffer& one) { return &one == &buffer; });
 }
 
 PixelBuffer WindowPixels::begin(int width, int height) {
-    _drawn = nullptr;
+    drawn = nullptr;
     if (width <= 0 || height <= 0 || width > largestSide || height > largestSide) return {};
     // Those of another size go, the present one too: it can't be shown any more.
-    for (auto at = _buffers.begin(); at != _buffers.end();) {
+    for (auto at = buffers.begin(); at != buffers.end();) {
         auto& buffer = *at++;
         if (buffer.width != width || buffer.height != height) discard(buffer);
     }
-    for (auto& buffer : _buffers) {
-        if (buffer.readers == 0 && (!_drawn || buffer.segment)) _drawn = &buffer;
+    for (auto& buffer : buffers) {
+        if (buffer.readers == 0 && (!drawn || buffer.segment)) drawn = &buffer;
     }
     // What is in it goes with the first stroke.
-    if (_drawn == _present) _present = nullptr;
+    if (drawn == present) present = nullptr;
     const int stride = width * bytesPerPixel;
     const auto bytes = static_cast<std::size_t>(stride) * static_cast<std::size_t>(height);
-    if (!_drawn) {
+    if (!drawn) {
         Buffer fresh;
         fresh.width = width;
         fresh.height = height;
-        if (_buffers.size() < sharedBuffers && canShare()) {
+        if (buffers.size() < sharedBuffers && canShare()) {
             linux_desktop::posix::Descriptor file(memfd_create("vellumix-window", MFD_CLOEXEC));
             if (file && ftruncate(file.get(), static_cast<off_t>(bytes)) == 0) {
                 fresh.shared = MappedMemory(
                     mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0), bytes);
             }
             if (!fresh.shared.bytes().empty()) {
-                auto* const xcb = _connection.xcb();
+                auto* const xcb = connection.xcb();
                 fresh.segment = xcb_generate_id(xcb);
                 // XCB closes the descriptor when it has sent it.
                 if (!xcb::succeeded(xcb,
                                     xcb_shm_attach_fd_checked(xcb, fresh.segment, file.release(), true))) {
                     fresh.segment = XCB_NONE;
                     fresh.shared = {};
-                    _canShare = false;
+                    canShare_ = false;
                 }
             }
         }
         if (!fresh.segment) fresh.own.resize(bytes);
-        _buffers.push_back(std::move(fresh));
-        _drawn = &_buffers.back();
+        buffers.push_back(std::move(fresh));
+        drawn = &buffers.back();
     }
-    return {_drawn->memory(), width, height, stride};
+    return {drawn->memory(), width, height, stride};
 }
 
 bool WindowPixels::end() {
-    if (!_drawn) return false;
-    auto* const before = std::exchange(_present, std::exchange(_drawn, nullptr));
+    if (!drawn) return false;
+    auto* const before = std::exchange(present, std::exchange(drawn, nullptr));
     // A sent buffer was a stopgap while the shared ones were read.
     if (before && !before->segment && canShare()) discard(*before);
     return true;
 }
 
 bool WindowPixels::has(int width, int height) const {
-    return _present && _present->width == width && _present->height == height;
+    return present && present->width == width && present->height == height;
 }
 
 void WindowPixels::put(xcb_drawable_t drawable, xcb_gcontext_t context) {
-    if (!_present) return;
-    auto* const xcb = _connection.xcb();
-    const auto width = static_cast<std::uint16_t>(_present->width);
-    const auto height = static_cast<std::uint16_t>(_present->height);
-    if (_present->segment) {
-        ++_present->readers;
-        xcb_shm_put_image(xcb, drawable, context, width, height, 0, 0, width, height, 0, 0, _depth,
-                          XCB_IMAGE_FORMAT_Z_PIXMAP, true, _present->segment, 0);
+    if (!present) return;
+    auto* const xcb = connection.xcb();
+    const auto width = static_cast<std::uint16_t>(present->width);
+    const auto height = static_cast<std::uint16_t>(present->height);
+    if (present->segment) {
+        ++present->readers;
+        xcb_shm_put_image(xcb, drawable, context, width, height, 0, 0, width, height, 0, 0, depth,
+                          XCB_IMAGE_FORMAT_Z_PIXMAP, true, present->segment, 0);
         return;
     }
     const std::size_t rowBytes = std::size_t{width} * bytesPerPixel;
-    const auto rowsAtOnce = std::max<std::size_t>(1, (_connection.pieceBytes() - requestOverhead) / rowBytes);
+    const auto rowsAtOnce = std::max<std::size_t>(1, (connection.pieceBytes() - requestOverhead) / rowBytes);
     for (std::size_t row = 0; row < height; row += rowsAtOnce) {
         const auto rows = std::min(rowsAtOnce, height - row);
         xcb_put_image(xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, context, width,
-                      static_cast<std::uint16_t>(rows), 0, static_cast<std::int16_t>(row), 0, _depth,
-                      static_cast<std::uint32_t>(rows * rowBytes),
-                      _present->memory().data() + row * rowBytes);
+                      static_cast<std::uint16_t>(rows), 0, static_cast<std::int16_t>(row), 0, depth,
+                      static_cast<std::uint32_t>(rows * rowBytes), present->memory().data() + row * rowBytes);
     }
 }
 
 void WindowPixels::release() {
-    while (!_buffers.empty()) discard(_buffers.front());
+    while (!buffers.empty()) discard(buffers.front());
 }
 
 }  // namespace vellumix::x11

@@ -40,14 +40,14 @@ private:
     void complete(xcb_shm_seg_t segment);
     void discard(Buffer& buffer);
 
-    Connection& _connection;
-    std::uint8_t _depth;
-    std::list<Buffer> _buffers;
-    Buffer* _drawn = nullptr;
-    Buffer* _present = nullptr;
-    std::optional<bool> _canShare;
-    std::uint8_t _completion = 0;
-    Observation _events;
+    Connection& connection;
+    std::uint8_t depth;
+    std::list<Buffer> buffers;
+    Buffer* drawn = nullptr;
+    Buffer* present = nullptr;
+    std::optional<bool> canShare_;
+    std::uint8_t completion = 0;
+    Observation events;
 };
 
 }  // namespace vellumix::x11

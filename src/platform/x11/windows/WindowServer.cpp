@@ -45,55 +45,55 @@ const char* nameOf(Cursor cursor) {
 }  // namespace
 
 WindowServer::WindowServer(Connection& connection, WindowManager& windowManager, KeyboardMap& keyboard)
-    : _connection(connection),
-      _windowManager(windowManager),
-      _screen(screenOf(connection)),
-      _screenNumber(numberOfScreen(connection)),
-      _plain{_screen.root_depth, _screen.root_visual, XCB_NONE},
-      _alpha(formatWithAlpha()),
-      _settings(connection, _screenNumber),
-      _screens(connection, _screen, _settings),
-      _compositor(connection, "_NET_WM_CM_S" + std::to_string(_screenNumber)),
-      _keys(connection, keyboard, _screenNumber),
-      _pointer(connection, {.delegateOf = [this](xcb_window_t id) -> NSWindowDelegate* {
-                                const auto found = _windows.find(id);
-                                return found == _windows.end() ? nullptr : found->second->delegate();
-                            },
-                            .isOurs =
-                                [this](xcb_window_t id) {
-                                    for (const auto& [own, window] : _windows) {
-                                        if (own == id || window->frameWindow() == id) return true;
-                                    }
-                                    return false;
-                                },
-                            .scale = [this] { return _screens.scale(); }}) {
-    _compositorEvents = _compositor.observe([this] { redrawAll(); });
-    _screenEvents = _screens.observe([this] { redrawAll(); });
-    _spaceEvents = connection.rootProperties().observe(connection.atoms().currentDesktop,
-                                                       [this] { _spaceObservers.notify(); });
+    : connection(connection),
+      windowManager(windowManager),
+      screen_(screenOf(connection)),
+      screenNumber_(numberOfScreen(connection)),
+      plain{screen_.root_depth, screen_.root_visual, XCB_NONE},
+      alpha(formatWithAlpha()),
+      settings_(connection, screenNumber_),
+      screens_(connection, screen_, settings_),
+      compositor(connection, "_NET_WM_CM_S" + std::to_string(screenNumber_)),
+      keys(connection, keyboard, screenNumber_),
+      pointer(connection, {.delegateOf = [this](xcb_window_t id) -> NSWindowDelegate* {
+                               const auto found = windows.find(id);
+                               return found == windows.end() ? nullptr : found->second->delegate();
+                           },
+                           .isOurs =
+                               [this](xcb_window_t id) {
+                                   for (const auto& [own, window] : windows) {
+                                       if (own == id || window->frameWindow() == id) return true;
+                                   }
+                                   return false;
+                               },
+                           .scale = [this] { return screens_.scale(); }}) {
+    compositorEvents = compositor.observe([this] { redrawAll(); });
+    screenEvents = screens_.observe([this] { redrawAll(); });
+    spaceEvents = connection.rootProperties().observe(connection.atoms().currentDesktop,
+                                                      [this] { spaceObservers.notify(); });
 }
 
 WindowServer::~WindowServer() {
-    for (const auto& [name, cursor] : _cursors) xcb_free_cursor(_connection.xcb(), cursor);
-    if (_cursorContext) xcb_cursor_context_free(_cursorContext);
-    if (_alpha.colormap) xcb_free_colormap(_connection.xcb(), _alpha.colormap);
+    for (const auto& [name, cursor] : cursors) xcb_free_cursor(connection.xcb(), cursor);
+    if (cursorContext) xcb_cursor_context_free(cursorContext);
+    if (alpha.colormap) xcb_free_colormap(connection.xcb(), alpha.colormap);
 }
 
 WindowServer::Format WindowServer::formatWithAlpha() const {
     constexpr std::uint8_t depthWithAlpha = 32;
-    for (auto depth = xcb_screen_allowed_depths_iterator(&_screen); depth.rem > 0; xcb_depth_next(&depth)) {
+    for (auto depth = xcb_screen_allowed_depths_iterator(&screen_); depth.rem > 0; xcb_depth_next(&depth)) {
         if (depth.data->depth != depthWithAlpha) continue;
         for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0;
              xcb_visualtype_next(&visual)) {
             const auto& one = *visual.data;
             if (one._class != XCB_VISUAL_CLASS_TRUE_COLOR || one.red_mask != 0xFF0000) continue;
-            const auto colormap = xcb_generate_id(_connection.xcb());
-            xcb_create_colormap(_connection.xcb(), XCB_COLORMAP_ALLOC_NONE, colormap, _screen.root,
+            const auto colormap = xcb_generate_id(connection.xcb());
+            xcb_create_colormap(connection.xcb(), XCB_COLORMAP_ALLOC_NONE, colormap, screen_.root,
                                 one.visual_id);
             return {depthWithAlpha, one.visual_id, colormap};
         }
     }
-    return _plain;
+    return plain;
 }
 
 std::unique_ptr<NSWindow> WindowServer::makeWindow(const NSWindow::Options& options) {
@@ -101,38 +101,38 @@ std::unique_ptr<NSWindow> WindowServer::makeWindow(const NSWindow::Options& opti
 }
 
 std::optional<NSScreen> WindowServer::mainScreen() const {
-    auto* const xcb = _connection.xcb();
-    _windowManager.catchUp();
-    const auto window = _windowManager.activeWindow();
+    auto* const xcb = connection.xcb();
+    windowManager.catchUp();
+    const auto window = windowManager.activeWindow();
     // All is asked for before the first answer is awaited, for one trip to the server.
-    const auto pointerAsked = xcb_query_pointer(xcb, _screen.root);
+    const auto pointerAsked = xcb_query_pointer(xcb, screen_.root);
     const auto sizeAsked = xcb_get_geometry(xcb, window);
-    const auto placeAsked = xcb_translate_coordinates(xcb, window, _screen.root, 0, 0);
+    const auto placeAsked = xcb_translate_coordinates(xcb, window, screen_.root, 0, 0);
     const auto pointer = xcb::await<xcb_query_pointer_reply>(xcb, pointerAsked);
     const auto size = xcb::await<xcb_get_geometry_reply>(xcb, sizeAsked);
     const auto origin = xcb::await<xcb_translate_coordinates_reply>(xcb, placeAsked);
-    const double scale = _screens.scale();
+    const double scale = screens_.scale();
     if (size && origin) {
-        const auto screen = _screens.at(
+        const auto screen = screens_.at(
             {(origin->dst_x + size->width / 2.0) / scale, (origin->dst_y + size->height / 2.0) / scale});
         if (screen) return screen;
     }
     if (pointer) {
-        if (const auto screen = _screens.at({pointer->root_x / scale, pointer->root_y / scale}))
+        if (const auto screen = screens_.at({pointer->root_x / scale, pointer->root_y / scale}))
             return screen;
     }
-    const auto& all = _screens.all();
+    const auto& all = screens_.all();
     return all.empty() ? std::nullopt : std::optional(all.front());
 }
 
 Point WindowServer::mouseLocation() const {
-    const auto at = _pointer.location();
-    return {at.x / _screens.scale(), at.y / _screens.scale()};
+    const auto at = pointer.location();
+    return {at.x / screens_.scale(), at.y / screens_.scale()};
 }
 
 Observation WindowServer::observeSessionResign(std::function<void()> observer) {
-    auto bySession = std::make_shared<Observation>(_session.observe(observer));
-    auto byLocker = std::make_shared<Observation>(_keys.observeLockers(std::move(observer)));
+    auto bySession = std::make_shared<Observation>(session.observe(observer));
+    auto byLocker = std::make_shared<Observation>(keys.observeLockers(std::move(observer)));
     return Observation([bySession, byLocker] {
         bySession->cancel();
         byLocker->cancel();
@@ -140,31 +140,31 @@ Observation WindowServer::observeSessionResign(std::function<void()> observer) {
 }
 
 xcb_cursor_t WindowServer::cursor(Cursor cursor) {
-    if (!_cursorContext &&
-        xcb_cursor_context_new(_connection.xcb(), const_cast<xcb_screen_t*>(&_screen), &_cursorContext) < 0) {
+    if (!cursorContext &&
+        xcb_cursor_context_new(connection.xcb(), const_cast<xcb_screen_t*>(&screen_), &cursorContext) < 0) {
         return XCB_NONE;
     }
-    const auto known = _cursors.find(cursor);
-    if (known != _cursors.end()) return known->second;
-    return _cursors[cursor] = xcb_cursor_load_cursor(_cursorContext, nameOf(cursor));
+    const auto known = cursors.find(cursor);
+    if (known != cursors.end()) return known->second;
+    return cursors[cursor] = xcb_cursor_load_cursor(cursorContext, nameOf(cursor));
 }
 
 void WindowServer::stackFloating(xcb_window_t below) {
-    for (const auto& [id, window] : _windows) {
+    for (const auto& [id, window] : windows) {
         if (!window->isFloating() || !window->isVisible()) continue;
         if (below == XCB_WINDOW_NONE) {
             const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
-            xcb_configure_window(_connection.xcb(), id, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+            xcb_configure_window(connection.xcb(), id, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
         } else {
             const std::uint32_t values[] = {below, XCB_STACK_MODE_BELOW};
-            xcb_configure_window(_connection.xcb(), id,
+            xcb_configure_window(connection.xcb(), id,
                                  XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, values);
         }
     }
 }
 
 void WindowServer::redrawAll() {
-    for (const auto& [id, window] : _windows) window->surroundingsChanged();
+    for (const auto& [id, window] : windows) window->surroundingsChanged();
 }
 
 }  // namespace vellumix::x11

@@ -37,37 +37,37 @@ public:
     WindowServer& operator=(const WindowServer&) = delete;
 
     std::unique_ptr<NSWindow> makeWindow(const NSWindow::Options& options) override;
-    std::vector<NSScreen> screens() const override { return _screens.all(); }
+    std::vector<NSScreen> screens() const override { return screens_.all(); }
     std::optional<NSScreen> mainScreen() const override;
     Point mouseLocation() const override;
     Observation observeScreenParameters(std::function<void()> observer) override {
-        return _screens.observe(std::move(observer));
+        return screens_.observe(std::move(observer));
     }
     Observation observeActiveSpace(std::function<void()> observer) override {
-        return _spaceObservers.add(std::move(observer));
+        return spaceObservers.add(std::move(observer));
     }
     Observation observeSessionResign(std::function<void()> observer) override;
     Observation addGlobalMonitorForMouseDown(std::function<void()> handler) override {
-        return _pointer.observePressElsewhere(std::move(handler));
+        return pointer.observePressElsewhere(std::move(handler));
     }
     Observation addGlobalMonitorForMouseUp(std::function<void()> handler) override {
-        return _pointer.observeRelease(std::move(handler));
+        return pointer.observeRelease(std::move(handler));
     }
 
     /// What the desktop says of fonts and icons.
-    const DisplaySettings& settings() const { return _settings.settings(); }
-    const xcb_screen_t& screen() const { return _screen; }
-    int screenNumber() const { return _screenNumber; }
+    const DisplaySettings& settings() const { return settings_.settings(); }
+    const xcb_screen_t& screen() const { return screen_; }
+    int screenNumber() const { return screenNumber_; }
     /// Device pixels a point.
-    double scale() const { return _screens.scale(); }
+    double scale() const { return screens_.scale(); }
     /// Whether a window of the program keeps the keys from all others.
-    bool hasKeyboard() const { return _keys.hasKeyboard(); }
+    bool hasKeyboard() const { return keys.hasKeyboard(); }
 
 private:
     friend class ScreenWindow;
 
     Format formatWithAlpha() const;
-    bool hasCompositor() const { return _compositor.owner() != XCB_WINDOW_NONE; }
+    bool hasCompositor() const { return compositor.owner() != XCB_WINDOW_NONE; }
     /// Owned by the server.
     xcb_cursor_t cursor(Cursor cursor);
     void redrawAll();
@@ -75,25 +75,25 @@ private:
     /// stand right below that sibling from now on, or above everything without one.
     void stackFloating(xcb_window_t below);
 
-    Connection& _connection;
-    WindowManager& _windowManager;
-    const xcb_screen_t& _screen;
-    int _screenNumber;
-    Format _plain;
-    Format _alpha;
-    SettingsReader _settings;
-    Screens _screens;
-    ServiceSelection _compositor;
-    KeyFocus _keys;
-    Pointer _pointer;
-    std::map<xcb_window_t, ScreenWindow*> _windows;
-    xcb_cursor_context_t* _cursorContext = nullptr;
-    std::map<Cursor, xcb_cursor_t> _cursors;
-    ObserverList<> _spaceObservers;
-    linux_desktop::SessionWatch _session;
-    Observation _compositorEvents;
-    Observation _screenEvents;
-    Observation _spaceEvents;
+    Connection& connection;
+    WindowManager& windowManager;
+    const xcb_screen_t& screen_;
+    int screenNumber_;
+    Format plain;
+    Format alpha;
+    SettingsReader settings_;
+    Screens screens_;
+    ServiceSelection compositor;
+    KeyFocus keys;
+    Pointer pointer;
+    std::map<xcb_window_t, ScreenWindow*> windows;
+    xcb_cursor_context_t* cursorContext = nullptr;
+    std::map<Cursor, xcb_cursor_t> cursors;
+    ObserverList<> spaceObservers;
+    linux_desktop::SessionWatch session;
+    Observation compositorEvents;
+    Observation screenEvents;
+    Observation spaceEvents;
 };
 
 }  // namespace vellumix::x11

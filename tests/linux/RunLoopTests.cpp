@@ -114,33 +114,6 @@ TEST_F(RunLoopTest, APendingQueueBehindADescriptorIsServedBeforeTheLoopSleeps) {
     ::close(descriptors[1]);
 }
 
-TEST_F(RunLoopTest, TimersEndByEveryRoad) {
-    int firedOnce = 0;
-    int fired = 0;
-    std::unique_ptr<NSTimer> once = loop.oneShotTimer(0.001, [&] {
-        ++firedOnce;
-        once.reset();
-    });
-    std::unique_ptr<NSTimer> repeating = loop.repeatingTimer(0.001, [&] {
-        if (++fired == 4) repeating->invalidate();
-    });
-    auto invalidated = loop.oneShotTimer(0.001, [&] { ADD_FAILURE(); });
-    invalidated->invalidate();
-    auto destroyed = loop.oneShotTimer(0.001, [&] { ADD_FAILURE(); });
-    destroyed.reset();
-    auto token = std::make_shared<int>();
-    auto holding = loop.oneShotTimer(0.002, [&, token] { ++firedOnce; });
-    bool isPast = false;
-    loop.postAfter(0.02, [&] { isPast = true; });
-    runUntil([&] { return isPast; });
-    EXPECT_EQ(firedOnce, 2);
-    EXPECT_EQ(fired, 4);
-    EXPECT_FALSE(once);
-    EXPECT_FALSE(repeating->isValid());
-    EXPECT_FALSE(holding->isValid());
-    EXPECT_EQ(token.use_count(), 1) << "the closure outlived its run";
-}
-
 TEST_F(RunLoopTest, ABusyThreadMissesFiringsInsteadOfCatchingUp) {
     int fired = 0;
     const auto timer = loop.repeatingTimer(0.01, [&] { ++fired; });
@@ -151,24 +124,6 @@ TEST_F(RunLoopTest, ABusyThreadMissesFiringsInsteadOfCatchingUp) {
     loop.post([&] { isPast = true; });
     runUntil([&] { return isPast; });
     EXPECT_LE(fired, 2);
-}
-
-TEST_F(RunLoopTest, StopEndsTheRunAndTheNestedOnes) {
-    bool hasRunAfterwards = false;
-    loop.post([&] {
-        loop.runUntil([] { return false; });
-        order += 'n';
-    });
-    loop.postAfter(0.001, [&] {
-        loop.stop();
-        loop.post([&] { hasRunAfterwards = true; });
-        order += 's';
-    });
-    loop.run();
-    EXPECT_EQ(order, "sn");
-    EXPECT_FALSE(hasRunAfterwards);
-    loop.stop();
-    loop.run();
 }
 
 TEST_F(RunLoopTest, TerminationSignalsArriveAsWork) {

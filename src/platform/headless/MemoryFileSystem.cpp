@@ -28,6 +28,7 @@ std::error_code MemoryFileSystem::read(const std::string& path, std::size_t limi
 std::error_code MemoryFileSystem::openForWriting(const std::string& path, Handle& handle) {
     assertNotDescribing("a file was opened");
     if (!folders.contains(folderOf(path))) return failure(std::errc::no_such_file_or_directory);
+    if (folders.contains(path)) return failure(std::errc::is_a_directory);
     files[path].clear();
     handle = nextHandle++;
     open[handle] = path;
@@ -59,6 +60,10 @@ std::error_code MemoryFileSystem::rename(const std::string& from, const std::str
     return {};
 }
 
+std::error_code MemoryFileSystem::syncFolder(const std::string& path) {
+    return folders.contains(path) ? std::error_code() : failure(std::errc::no_such_file_or_directory);
+}
+
 std::error_code MemoryFileSystem::remove(const std::string& path) {
     assertNotDescribing("a file was removed");
     return files.erase(path) ? std::error_code() : failure(std::errc::no_such_file_or_directory);
@@ -66,10 +71,12 @@ std::error_code MemoryFileSystem::remove(const std::string& path) {
 
 std::error_code MemoryFileSystem::makeFolder(const std::string& path) {
     assertNotDescribing("a file was made");
-    for (std::size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
-        folders.insert(path.substr(0, end));
+    for (std::size_t end = 0; end != std::string::npos;) {
+        end = path.find('/', end + 1);
+        const auto folder = path.substr(0, end);
+        if (files.contains(folder)) return failure(std::errc::not_a_directory);
+        folders.insert(folder);
     }
-    folders.insert(path);
     return {};
 }
 

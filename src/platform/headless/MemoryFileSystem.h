@@ -19,7 +19,7 @@ public:
     std::error_code sync(Handle) override { return {}; }
     std::error_code close(Handle handle) override;
     std::error_code rename(const std::string& from, const std::string& to) override;
-    std::error_code syncFolder(const std::string&) override { return {}; }
+    std::error_code syncFolder(const std::string& path) override;
     std::error_code remove(const std::string& path) override;
     std::error_code makeFolder(const std::string& path) override;
     std::error_code makePrivate(const std::string&, bool& wasOpen) override {

@@ -55,7 +55,7 @@ private:
             // Armed again first, so that the timer goes on firing inside a modal run that its work begins.
             state->isValid = state->repeats;
             if (state->repeats) arm(loop, state, due + state->interval);
-            const auto work = state->work;
+            const auto work = state->repeats ? state->work : std::exchange(state->work, nullptr);
             work();
         });
     }
@@ -130,15 +130,15 @@ bool VirtualRunLoop::runNext(Date limit) {
 }
 
 void VirtualRunLoop::run() {
-    stopped = false;
     while (!stopped && runNext(farFuture)) {
     }
+    stopped = false;
 }
 
 void VirtualRunLoop::stop() { stopped = true; }
 
 void VirtualRunLoop::runUntil(const std::function<bool()>& isDone) {
-    while (!isDone() && runNext(farFuture)) {
+    while (!stopped && !isDone() && runNext(farFuture)) {
     }
 }
 

@@ -117,6 +117,14 @@ TEST(Painter, ALayerTurnsClockwiseAboutItsCentre) {
     }
 }
 
+TEST(Painter, WhatIsOutsideUntilItIsTurnedInIsPainted) {
+    const draw::Fill above{{{15, -15}, {10, 10}}, {}, black};
+    const auto surface = painted(
+        {draw::PushLayer{.centre = {20, 40}, .rotation = std::numbers::pi / 2}, above, draw::Pop{}}, 1, 80);
+    EXPECT_EQ(alphaAt(surface, 70, 40), 255);
+    EXPECT_EQ(alphaAt(surface, 60, 40), 0);
+}
+
 TEST(Painter, ARadiusBeyondHalfOfTheSideIsACapsule) {
     const Rect rect{{10, 10}, {60, 20}};
     const auto cut = painted({draw::Fill{rect, rounded(500), black}});

@@ -1,4 +1,5 @@
 #include "platform/view/windows/AlertWindow.h"
+#include "platform/view/windows/AttachedWindow.h"
 #include "platform/view/windows/ModalAlerts.h"
 #include "view/HostedWindow.h"
 
@@ -108,6 +109,19 @@ TEST_F(Presenting, AMenuGoesWithAPressElsewhereAndWithItsOwner) {
     host->orderOut();
     EXPECT_FALSE(isShown(Kind::menu));
     EXPECT_EQ(log, Log{});
+}
+
+TEST(ReadableOn, ChoosesTheLetterThatStandsOut) {
+    const std::pair<Color, bool> grounds[] = {
+        {Color::grey(1), true},   {Color::grey(0.7), true}, {Color::grey(0.6), false},
+        {Color::grey(0), false},  {{0.9, 0.3, 0.3}, false}, {{1, 1, 0}, true},
+        {{0, 1, 0}, true},        {{0.1, 0.6, 0.1}, false}, {{0, 0, 1}, false},
+        {{0.7, 0.6, 0.6}, false}, {{0.6, 0.7, 0.7}, true},  {{0, 0.73, 1}, true},
+    };
+    for (const auto& [ground, isDark] : grounds) {
+        EXPECT_EQ(readableOn(ground).red < 0.5, isDark)
+            << ground.red << ' ' << ground.green << ' ' << ground.blue;
+    }
 }
 
 TEST_F(Presenting, AMenuStaysOnTheScreen) {

@@ -1,3 +1,5 @@
+#include "platform/foundation/observation/Published.h"
+#include "platform/foundation/observation/SharedInstances.h"
 #include "view/TreeUnderTest.h"
 
 namespace vellumix::view {
@@ -34,6 +36,34 @@ TEST(Events, ATapGoesToTheInnermostViewThatTakesIt) {
     EXPECT_EQ(log, Log{"outside"});
     tree.find(Role::button, "Copy").actions.at(0).perform();
     EXPECT_EQ(log, (Log{"outside", "button"}));
+}
+
+/// A button that is there, is there and disabled, and has gone.
+struct Passing {
+    Log* log;
+    const Published<int>* stage;
+
+    View body() const {
+        const int now = stage->get();
+        return now == 2 ? View(Text("none")) : Button(saying(*log, "pressed"), Text("Go")).disabled(now == 1);
+    }
+};
+
+TEST(Events, AnActionThatWasKeptDoesNothingOnceItsViewIsDisabledOrGone) {
+    const SharedInstances::Scope instances;
+    Log log;
+    Published<int> stage{0};
+    TreeUnderTest tree(Passing{&log, &stage});
+    const auto kept = tree.find(Role::button, "Go").actions.at(0);
+    for (const int next : {1, 2}) {
+        stage.set(next);
+        tree.frame();
+        kept.perform();
+        EXPECT_EQ(log, Log()) << next;
+    }
+    stage.set(0);
+    tree.find(Role::button, "Go").actions.at(0).perform();
+    EXPECT_EQ(log, Log{"pressed"});
 }
 
 TEST(Events, HoverEntersOutsideInAndCursorsStack) {

@@ -336,8 +336,13 @@ TEST_F(FloatingPanelTest, AnEntryIsPastedWhereThePanelWasOpenedFromAndThenWhereT
 
 TEST_F(FloatingPanelTest, StandsInTheMiddleAndThenWhereItWasLeftAlwaysOnTheScreen) {
     launch();
-    showWhole();
-    EXPECT_EQ(panel().frame(), (Rect{{380, 28 + 161}, {520, 450}}));
+    for (const std::size_t active : {5U, 0U}) {
+        application->statusBar()->hideImmediately();
+        desktop.windows.activeMonitor = active;
+        showWhole();
+        EXPECT_EQ(panel().frame(), (Rect{{380, 28 + 161}, {520, 450}}))
+            << "also where no monitor is the main one";
+    }
 
     panel().setFrame({{-90, 700}, {520, 450}});
     desktop.runLoop.advance(0.1);
@@ -480,6 +485,18 @@ TEST_F(FloatingPanelTest, WhereItIsLeftIsStoredAndHoldsAfterTheNextLaunch) {
     launch();
     showWhole();
     EXPECT_EQ(panel().frame(), (Rect{{190, 28 + 772 - 450}, {520, 450}})) << "at the size of a first panel";
+}
+
+TEST_F(FloatingPanelTest, RightInACornerItIsOnOneMonitorAlone) {
+    launch();
+    showWhole();
+    for (const Point corner : {Point{0, 28}, Point{760, 28}, Point{0, 350}, Point{760, 350}}) {
+        panel().setFrame({corner, {520, 450}});
+        desktop.runLoop.advance(0.1);
+        EXPECT_FALSE(UserDefaults::standard().object("panelSpanningX")) << corner.x << ',' << corner.y;
+        EXPECT_EQ(UserDefaults::standard().doubleForKey("panelRelativeX"), corner.x > 0);
+        EXPECT_EQ(UserDefaults::standard().doubleForKey("panelRelativeY"), corner.y > 28);
+    }
 }
 
 TEST_F(FloatingPanelTest, EveryWayOfHidingLocksWhatWasUnlockedForAWhile) {

@@ -173,7 +173,7 @@ TEST_F(AutoCleanTest, EachFieldIsKeptForItselfAndHalfAnOlderFormIsNone) {
     for (const auto& [key, date] : dates) EXPECT_EQ(defaults.value<Date>(key), date) << key;
     EXPECT_EQ(defaults.value<bool>("settings.autoClean.confirm"), false);
 
-    for (const auto* unreadable : {"[\"daily\",\"hourly\"]", "[\"daily\"]x", "[\"daily\""}) {
+    for (const auto* unreadable : {"[\"daily\",\"hourly\"]", "[\"daily\",1]", "[\"daily\"]x", "[\"daily\""}) {
         defaults.set("settings.autoClean.modes", PropertyValue(Data(std::string_view(unreadable))));
         const auto loaded = AutoCleanSettings::load();
         EXPECT_TRUE(loaded.modes.empty()) << unreadable;

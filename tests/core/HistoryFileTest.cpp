@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 #include <optional>
 
 #include "core/history/EncryptionManager.h"
@@ -83,6 +84,9 @@ TEST_F(HistoryFileTest, EveryFieldOfEveryEntryComesBack) {
         EXPECT_GE(room, needed);
         EXPECT_LE(room, needed + 320);
     }
+    auto endless = items;
+    endless[1].date = Date{std::numeric_limits<double>::infinity()};
+    EXPECT_FALSE(encodeHistory(endless, [](ByteView) { return true; })) << "no number of JSON's";
     full._imageData = Data(std::string_view(std::string(100'000, '\x5a')));
     EXPECT_GE(recordSizeLimit(full), encoded({full}).size());
     EXPECT_LE(recordSizeLimit(full), encoded({full}).size() * 102 / 100 + 320);

@@ -71,8 +71,11 @@ TEST_F(PasteboardWatcherTest, TheFirstKindThatIsThereDecides) {
 TEST_F(PasteboardWatcherTest, OnlyARepeatOfTheLastCaptureIsIgnored) {
     copyText("a");
     copyText("b");
+    store.togglePin(store.items()->front());
+    const auto before = store.items()->front();
     copyText("b");
     EXPECT_EQ(refusal(), RefusalReason::repeated);
+    EXPECT_EQ(store.items()->front(), before) << "pinned and dated as it was";
     copyText("a");
     EXPECT_EQ(texts(), (std::vector<std::string>{"a", "b"}));
 

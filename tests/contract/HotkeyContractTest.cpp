@@ -5,6 +5,7 @@
 
 #include "platform/headless/Keyboard.h"
 #include "platform/x11/keys/Hotkeys.h"
+#include "platform/x11/keys/KeyboardMap.h"
 #include "x11/Person.h"
 #include "x11/PrivateDisplay.h"
 
@@ -38,7 +39,8 @@ struct X11Hotkeys final : HotkeyBackend {
         settle();
     }
     void otherTakes(std::uint32_t keyCode) override {
-        otherObservations.push_back(*other->RegisterEventHotKey(keyCode, cmdKey | optionKey));
+        otherObservations.push_back(
+            *other->RegisterEventHotKey(keyCode, cmdKey | optionKey, Hotkeys::InstallEventHandler([] {})));
         settle();
     }
     void settle() override {
@@ -55,9 +57,11 @@ struct X11Hotkeys final : HotkeyBackend {
     linux_desktop::GLibRunLoop runLoop;
     std::string trouble;
     std::unique_ptr<x11::Connection> connection = x11::Connection::open(runLoop, trouble);
-    std::unique_ptr<x11::Hotkeys> real = std::make_unique<x11::Hotkeys>(*connection);
+    x11::KeyboardMap keyboard{*connection};
+    std::unique_ptr<x11::Hotkeys> real = std::make_unique<x11::Hotkeys>(*connection, keyboard);
     std::unique_ptr<x11::Connection> otherConnection = x11::Connection::open(runLoop, trouble);
-    std::unique_ptr<x11::Hotkeys> other = std::make_unique<x11::Hotkeys>(*otherConnection);
+    x11::KeyboardMap otherKeyboard{*otherConnection};
+    std::unique_ptr<x11::Hotkeys> other = std::make_unique<x11::Hotkeys>(*otherConnection, otherKeyboard);
     std::vector<Observation> otherObservations;
     Person person;
 };
@@ -74,7 +78,7 @@ TEST_P(HotkeyContract, ACombinationIsOursFromItsRegistrationToItsEnd) {
     const auto backend = GetParam().make();
     auto& hotkeys = backend->hotkeys();
     int presses = 0;
-    auto handler = hotkeys.InstallEventHandler([&] { ++presses; });
+    auto handler = Hotkeys::InstallEventHandler([&] { ++presses; });
     const auto arrivals = [&](std::uint32_t keyCode) {
         const int before = presses;
         backend->press(keyCode);
@@ -82,7 +86,7 @@ TEST_P(HotkeyContract, ACombinationIsOursFromItsRegistrationToItsEnd) {
         return presses - before;
     };
     const auto take = [&](std::uint32_t keyCode) {
-        return hotkeys.RegisterEventHotKey(keyCode, cmdKey | optionKey);
+        return hotkeys.RegisterEventHotKey(keyCode, cmdKey | optionKey, handler);
     };
     EXPECT_TRUE(hotkeys.hasAllHotKeys()) << "none is all of none";
     EXPECT_EQ(arrivals(v), 0);
@@ -103,7 +107,7 @@ TEST_P(HotkeyContract, ACombinationIsOursFromItsRegistrationToItsEnd) {
     EXPECT_FALSE(take(m));
     EXPECT_TRUE(hotkeys.hasAllHotKeys()) << "what was refused isn't missed";
     EXPECT_TRUE(take(v)) << "again";
-    handler.cancel();
+    handler.reset();
     EXPECT_EQ(arrivals(c), 0) << "nobody listens";
 }
 

@@ -494,8 +494,8 @@ TEST_F(FloatingPanelTest, RightInACornerItIsOnOneMonitorAlone) {
         panel().setFrame({corner, {520, 450}});
         desktop.runLoop.advance(0.1);
         EXPECT_FALSE(UserDefaults::standard().object("panelSpanningX")) << corner.x << ',' << corner.y;
-        EXPECT_EQ(UserDefaults::standard().doubleForKey("panelRelativeX"), corner.x > 0);
-        EXPECT_EQ(UserDefaults::standard().doubleForKey("panelRelativeY"), corner.y > 28);
+        EXPECT_EQ(UserDefaults::standard().value<double>("panelRelativeX"), corner.x > 0 ? 1.0 : 0.0);
+        EXPECT_EQ(UserDefaults::standard().value<double>("panelRelativeY"), corner.y > 28 ? 1.0 : 0.0);
     }
 }
 

@@ -66,8 +66,9 @@ void SelectionOwner::windowIsLost() {
     makeWindow();
     if (isClaiming_) return requestTime();
     if (!isOwner_) return;
-    // Whoever has taken the selection since then keeps it.
-    take(time_);
+    // Whoever has taken the selection since then keeps it. Who did so in the millisecond in which we had
+    // taken it isn't later by the server's clock, so the server is asked first.
+    if (ownerNow() == XCB_WINDOW_NONE) take(time_);
     learnOutcome();
 }
 
@@ -135,11 +136,15 @@ void SelectionOwner::take(xcb_timestamp_t time) {
     xcb_set_selection_owner(connection.xcb(), window_->id(), selection, time);
 }
 
+xcb_window_t SelectionOwner::ownerNow() const {
+    const auto reply = xcb::await<xcb_get_selection_owner_reply>(
+        connection.xcb(), xcb_get_selection_owner(connection.xcb(), selection));
+    return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
+}
+
 void SelectionOwner::learnOutcome() {
     // The server alone knows whether somebody was quicker (ICCCM 2.0 section 2.1).
-    const auto owner = xcb::await<xcb_get_selection_owner_reply>(
-        connection.xcb(), xcb_get_selection_owner(connection.xcb(), selection));
-    isOwner_ = owner && owner->owner == window_->id();
+    isOwner_ = ownerNow() == window_->id();
     if (!isOwner_) withdraw();
 }
 

@@ -63,6 +63,8 @@ private:
     void handle(const xcb_generic_event_t& event);
     void requestTime();
     void take(xcb_timestamp_t time);
+    /// As the server has it; none where nobody has the selection.
+    xcb_window_t ownerNow() const;
     /// Whether the server has given the selection to us.
     void learnOutcome();
     void makeWindow();

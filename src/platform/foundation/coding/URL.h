@@ -19,9 +19,9 @@ public:
     /// The file URL of an absolute path given as bytes; whatever RFC 3986 reserves is percent-encoded.
     static URL file(std::string_view path);
 
-    std::string_view absoluteString() const { return _text.view(); }
+    std::string_view absoluteString() const { return text.view(); }
     /// As written, without the colon; empty for a relative reference.
-    std::string_view scheme() const { return _text.view().substr(0, schemeSize); }
+    std::string_view scheme() const { return text.view().substr(0, schemeSize); }
     /// The scheme is "file", whatever its case, and the path could be one of a file: without a NUL
     /// (POSIX.1-2017 section 3.170).
     bool isFile() const;
@@ -30,12 +30,12 @@ public:
     /// The last component of `path()`; "/" for the root.
     std::string lastPathComponent() const;
 
-    friend bool operator==(const URL& a, const URL& b) { return a._text == b._text; }
+    friend bool operator==(const URL& a, const URL& b) { return a.text == b.text; }
 
 private:
-    explicit URL(String text, std::size_t schemeSize) : _text(std::move(text)), schemeSize(schemeSize) {}
+    explicit URL(String text, std::size_t schemeSize) : text(std::move(text)), schemeSize(schemeSize) {}
 
-    String _text;
+    String text;
     std::size_t schemeSize = 0;
 };
 

@@ -72,12 +72,12 @@ void FoldedText::append(std::string_view bytes) {
 }
 
 bool CaseFolding::isCombining(std::size_t at) const {
-    const auto length = characterLength(_text, at);
-    return length > 1 && forms.of(_text.data() + at, length).kind == Form::combining;
+    const auto length = characterLength(text, at);
+    return length > 1 && forms.of(text.data() + at, length).kind == Form::combining;
 }
 
 void CaseFolding::fold(std::size_t count, FoldedText& output) {
-    const auto limit = at + std::min(count, _text.size() - at);
+    const auto limit = at + std::min(count, text.size() - at);
     base = noBase;
     while (at < limit || (!isInLongRun && isCombining(at))) {
         if (isInLongRun) {
@@ -93,7 +93,7 @@ void CaseFolding::fold(std::size_t count, FoldedText& output) {
 // The two loops below work on copies: what they write could be any member, for all that the compiler knows.
 
 void CaseFolding::foldBlocks(FoldedText& output, std::size_t limit) {
-    const auto text = _text;
+    const auto text = this->text;
     auto at = this->at;
     auto* to = output.end();
     std::size_t count = blockSize;
@@ -119,7 +119,7 @@ void CaseFolding::foldBlocks(FoldedText& output, std::size_t limit) {
 
 /// Characters beyond ASCII, and those of ASCII that stand alone among them.
 void CaseFolding::foldSingly(FoldedText& output, std::size_t limit) {
-    const auto text = _text;
+    const auto text = this->text;
     auto& forms = this->forms;
     auto at = this->at;
     auto base = this->base;
@@ -197,17 +197,17 @@ void CaseFolding::foldSingly(FoldedText& output, std::size_t limit) {
 void CaseFolding::foldRun(FoldedText& output) {
     auto end = at;
     std::size_t count = 0;
-    for (; count <= longestCombiningRun && isCombining(end); ++count) end += characterLength(_text, end);
+    for (; count <= longestCombiningRun && isCombining(end); ++count) end += characterLength(text, end);
     const auto begin = base == noBase ? at : base;
     isInLongRun = count > longestCombiningRun;
     if (isInLongRun) {
         // A base that has not been folded yet.
-        if (baseSize == 0 && begin < at) output.append(foldedByLibrary(_text.substr(begin, at - begin)));
+        if (baseSize == 0 && begin < at) output.append(foldedByLibrary(text.substr(begin, at - begin)));
         return;
     }
     if (!foldRunQuickly(output, end)) {
         if (base != noBase) output.takeBack(baseSize);
-        output.append(foldedByLibrary(_text.substr(begin, end - begin)));
+        output.append(foldedByLibrary(text.substr(begin, end - begin)));
     }
     at = end;
     base = noBase;
@@ -225,19 +225,19 @@ bool CaseFolding::foldRunQuickly(FoldedText& output, std::size_t end) {
     const bool hasBase = this->base != noBase;
     if (hasBase) {
         const auto length = this->at - this->base;
-        if (baseSize == 0 || (length > 1 && forms.of(_text.data() + this->base, length).detail == 0))
+        if (baseSize == 0 || (length > 1 && forms.of(text.data() + this->base, length).detail == 0))
             return false;
     }
     std::array<Mark, longestCombiningRun> marks;
     std::size_t count = 0;
     for (auto at = this->at; at < end; ++count) {
-        const auto size = characterLength(_text, at);
-        const auto combiningClass = forms.of(_text.data() + at, size).detail;
+        const auto size = characterLength(text, at);
+        const auto combiningClass = forms.of(text.data() + at, size).detail;
         if (combiningClass == 0) return false;
         auto place = count;
         for (; place > 0 && marks[place - 1].combiningClass > combiningClass; --place)
             marks[place] = marks[place - 1];
-        marks[place] = {_text.data() + at, static_cast<std::uint8_t>(size), combiningClass};
+        marks[place] = {text.data() + at, static_cast<std::uint8_t>(size), combiningClass};
         at += size;
     }
     auto starter = hasBase ? codePointOf(output.end() - baseSize, baseSize) : U_SENTINEL;
@@ -268,7 +268,7 @@ bool CaseFolding::foldRunQuickly(FoldedText& output, std::size_t end) {
 }
 
 void CaseFolding::copyLongRun(FoldedText& output, std::size_t limit) {
-    const auto text = _text;
+    const auto text = this->text;
     // Those of the block that most of them are in (U+0300 to U+036F).
     const auto isUsual = [](std::string_view two) {
         return two[0] == '\xCC' || (two[0] == '\xCD' && static_cast<signed char>(two[1]) < '\xB0');
@@ -281,13 +281,13 @@ void CaseFolding::copyLongRun(FoldedText& output, std::size_t limit) {
             end += 2;
     }
     isInLongRun = end >= limit && end < text.size();
-    output.append(_text.substr(at, end - at));
+    output.append(text.substr(at, end - at));
     at = end;
 }
 
 void CaseFolding::skipTo(std::size_t offset) {
-    const auto isInside = [&](std::size_t at) { return (_text[at] & 0xC0) == 0x80; };
-    auto to = std::min(offset, _text.size() - 1);
+    const auto isInside = [&](std::size_t at) { return (text[at] & 0xC0) == 0x80; };
+    auto to = std::min(offset, text.size() - 1);
     while (to > this->at && isInside(to)) --to;
     std::size_t run = 0;
     for (; to > this->at && run <= longestCombiningRun && isCombining(to); ++run) {

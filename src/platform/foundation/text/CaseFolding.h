@@ -38,9 +38,9 @@ private:
 /// time.
 class CaseFolding {
 public:
-    explicit CaseFolding(std::string_view text) : _text(text) {}
+    explicit CaseFolding(std::string_view text) : text(text) {}
 
-    bool isAtEnd() const { return at == _text.size(); }
+    bool isAtEnd() const { return at == text.size(); }
     /// What has been folded or left out, in bytes.
     std::size_t position() const { return at; }
     /// Appends what the next bytes become: about so many, up to where a character can't combine with those
@@ -60,7 +60,7 @@ private:
     bool isCombining(std::size_t at) const;
 
     FoldedForms& forms = FoldedForms::shared();
-    std::string_view _text;
+    std::string_view text;
     std::size_t at = 0;
     bool isInLongRun = false;
     /// The character that was folded last, if what follows may combine with it, and how many bytes it became.

@@ -15,7 +15,7 @@ struct Tint final : NodeData {
 
 class TextElement final : public Element {
 public:
-    explicit TextElement(String text) : _text(std::move(text)) {}
+    explicit TextElement(String text) : text(std::move(text)) {}
 
     const char* name() const override { return "Text"; }
 
@@ -34,7 +34,7 @@ public:
 
     void record(Node& node, Recorder& recorder) const override {
         const auto& data = node.data<Data>();
-        if (!_text.empty() && data.layout) {
+        if (!text.empty() && data.layout) {
             recorder.add(draw::Text{node.drawn.origin, data.layout, data.color.at(recorder.now())});
         }
     }
@@ -44,13 +44,13 @@ public:
     std::optional<SetText> setText(const Node& node) const override {
         const auto* data = node.dataIfAny<Data>();
         if (!data || !data->layout) return std::nullopt;
-        return SetText{_text, data->layout, node.drawn.origin};
+        return SetText{text, data->layout, node.drawn.origin};
     }
 
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         SemanticNode text;
         text.role = Role::text;
-        text.label = _text;
+        text.label = this->text;
         text.frame = node.visible;
         into.push_back(std::move(text));
     }
@@ -71,18 +71,18 @@ private:
         const TextOptions options{environment.font, std::max(0.0, proposal.width.value_or(unbounded)),
                                   environment.lineLimit, environment.textAlignment};
         const auto& before = data.options;
-        const bool isKnown = data.last && data.text == _text && before.font == options.font &&
+        const bool isKnown = data.last && data.text == text && before.font == options.font &&
                              before.maximumWidth == options.maximumWidth &&
                              before.lineLimit == options.lineLimit && before.alignment == options.alignment;
         if (!isKnown) {
-            data.text = _text;
+            data.text = text;
             data.options = options;
-            data.last = pass.texts.set(_text, options);
+            data.last = pass.texts.set(text, options);
         }
         return data.last;
     }
 
-    String _text;
+    String text;
 };
 
 class SymbolElement final : public Element {

@@ -20,10 +20,10 @@ struct Line {
 class FixedTextLayout final : public TextLayout {
 public:
     FixedTextLayout(const String& text, const TextOptions& options)
-        : _text(text),
+        : text(text),
           advance(options.font.size * (options.font.design == Font::Design::monospaced ? 0.6 : 0.5)),
           height(options.font.size * 1.25),
-          boundaries(graphemeBoundaries(_text)) {
+          boundaries(graphemeBoundaries(text)) {
         breakLines(options);
         std::size_t widest = 0;
         for (const auto& line : lines) widest = std::max(widest, line.width);
@@ -72,7 +72,7 @@ public:
 private:
     std::size_t graphemeCount() const { return boundaries.size() - 1; }
 
-    bool isAt(std::size_t grapheme, char c) const { return _text.view()[boundaries[grapheme]] == c; }
+    bool isAt(std::size_t grapheme, char c) const { return text.view()[boundaries[grapheme]] == c; }
 
     /// The end of the line that begins at a grapheme, and where the next begins.
     std::pair<std::size_t, std::size_t> lineFrom(std::size_t first, std::size_t columns) const {
@@ -126,7 +126,7 @@ private:
         return lines[line].x + static_cast<double>(column) * advance;
     }
 
-    String _text;
+    String text;
     double advance;
     double height;
     std::vector<std::size_t> boundaries;

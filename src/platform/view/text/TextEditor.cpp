@@ -37,12 +37,12 @@ TextRange TextEditor::selection() const { return {std::min(anchor_, head_), std:
 
 std::string_view TextEditor::selectedText() const {
     const auto [begin, end] = selection();
-    return std::string_view(_text).substr(begin, end - begin);
+    return std::string_view(text_).substr(begin, end - begin);
 }
 
 void TextEditor::reset(std::string text) {
-    _text = std::move(text);
-    anchor_ = head_ = _text.size();
+    text_ = std::move(text);
+    anchor_ = head_ = text_.size();
     pressed = {};
     forgetSteps();
 }
@@ -62,7 +62,7 @@ void TextEditor::moveTo(std::size_t offset, Selecting selecting) {
 
 void TextEditor::selectAll() {
     anchor_ = 0;
-    head_ = _text.size();
+    head_ = text_.size();
     endStep();
 }
 
@@ -80,7 +80,7 @@ void TextEditor::pressAt(std::size_t offset, Unit unit, Selecting selecting) {
 }
 
 void TextEditor::dragTo(std::size_t offset) {
-    pressed.end = std::min(pressed.end, _text.size());
+    pressed.end = std::min(pressed.end, text_.size());
     pressed.begin = std::min(pressed.begin, pressed.end);
     const auto reached = unitAt(offset, pressedUnit);
     const bool isBackward = reached.begin < pressed.begin;
@@ -110,7 +110,7 @@ void TextEditor::undo() {
     if (done.empty()) return;
     auto step = std::move(done.back());
     done.pop_back();
-    _text.replace(step.offset, step.inserted.size(), step.removed);
+    text_.replace(step.offset, step.inserted.size(), step.removed);
     anchor_ = step.anchorBefore;
     head_ = step.headBefore;
     endStep();
@@ -121,7 +121,7 @@ void TextEditor::redo() {
     if (undone.empty()) return;
     auto step = std::move(undone.back());
     undone.pop_back();
-    _text.replace(step.offset, step.removed.size(), step.inserted);
+    text_.replace(step.offset, step.removed.size(), step.inserted);
     anchor_ = head_ = step.offset + step.inserted.size();
     endStep();
     done.push_back(std::move(step));
@@ -134,40 +134,40 @@ void TextEditor::forgetSteps() {
 }
 
 std::size_t TextEditor::boundaryAt(std::size_t offset) const {
-    if (offset >= _text.size()) return _text.size();
-    return graphemeBoundaryBefore(_text, graphemeBoundaryAfter(_text, offset));
+    if (offset >= text_.size()) return text_.size();
+    return graphemeBoundaryBefore(text_, graphemeBoundaryAfter(text_, offset));
 }
 
 std::size_t TextEditor::target(Way way, Unit unit) const {
     const bool isBackward = way == Way::backward;
     switch (unit) {
         case Unit::grapheme:
-            return isBackward ? graphemeBoundaryBefore(_text, head_) : graphemeBoundaryAfter(_text, head_);
+            return isBackward ? graphemeBoundaryBefore(text_, head_) : graphemeBoundaryAfter(text_, head_);
         case Unit::word:
-            return isBackward ? wordStartBefore(_text, head_) : wordEndAfter(_text, head_);
+            return isBackward ? wordStartBefore(text_, head_) : wordEndAfter(text_, head_);
         case Unit::line:
             break;
     }
-    return isBackward ? 0 : _text.size();
+    return isBackward ? 0 : text_.size();
 }
 
 TextRange TextEditor::unitAt(std::size_t offset, Unit unit) const {
     const auto at = boundaryAt(offset);
-    if (unit == Unit::line) return {0, _text.size()};
-    return unit == Unit::word ? wordSegmentAt(_text, at) : TextRange{at, at};
+    if (unit == Unit::line) return {0, text_.size()};
+    return unit == Unit::word ? wordSegmentAt(text_, at) : TextRange{at, at};
 }
 
 void TextEditor::replace(TextRange range, std::string_view text, Kind kind) {
     const bool isContinued = continueStep(range, text, kind);
     if (!isContinued) {
-        const auto removed = _text.substr(range.begin, range.end - range.begin);
+        const auto removed = text_.substr(range.begin, range.end - range.begin);
         done.push_back({kind, range.begin, removed, std::string(text), anchor_, head_});
     }
     undone.clear();
-    _text.replace(range.begin, range.end - range.begin, text);
+    text_.replace(range.begin, range.end - range.begin, text);
     anchor_ = head_ = range.begin + text.size();
     // What was typed may have joined the letter behind it.
-    if (boundaryAt(head_) != head_) anchor_ = head_ = graphemeBoundaryAfter(_text, head_);
+    if (boundaryAt(head_) != head_) anchor_ = head_ = graphemeBoundaryAfter(text_, head_);
     isStepOpen = true;
     dropOldSteps();
 }
@@ -175,7 +175,7 @@ void TextEditor::replace(TextRange range, std::string_view text, Kind kind) {
 bool TextEditor::continueStep(TextRange range, std::string_view text, Kind kind) {
     if (!isStepOpen || done.empty() || done.back().kind != kind || !selection().isEmpty()) return false;
     auto& step = done.back();
-    const std::string_view removed = std::string_view(_text).substr(range.begin, range.end - range.begin);
+    const std::string_view removed = std::string_view(text_).substr(range.begin, range.end - range.begin);
     if (kind == Kind::typing && range.begin == step.offset + step.inserted.size()) {
         step.inserted += text;
         return true;

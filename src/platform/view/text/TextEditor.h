@@ -26,7 +26,7 @@ public:
     /// The caret stands at the end. Taken as it is, line ends included.
     explicit TextEditor(std::string text = {});
 
-    const std::string& text() const { return _text; }
+    const std::string& text() const { return text_; }
     /// Where the caret stands, and where the selection began.
     std::size_t head() const { return head_; }
     std::size_t anchor() const { return anchor_; }
@@ -79,7 +79,7 @@ private:
     bool continueStep(TextRange range, std::string_view text, Kind kind);
     void dropOldSteps();
 
-    std::string _text;
+    std::string text_;
     std::size_t anchor_ = 0;
     std::size_t head_ = 0;
     Unit pressedUnit = Unit::grapheme;

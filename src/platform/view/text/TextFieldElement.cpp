@@ -31,7 +31,7 @@ class TextFieldElement final : public InputElement {
 public:
     /// With a secret, the text is the bullets that stand for it.
     TextFieldElement(Binding<String> text, std::shared_ptr<SecretText> secret, TextFieldOptions options)
-        : _text(std::move(text)), secret(std::move(secret)), options(std::move(options)) {
+        : text(std::move(text)), secret(std::move(secret)), options(std::move(options)) {
         handlers_.focus = Handlers::Focus::byPressToo;
         handlers_.cursor = Cursor::text;
     }
@@ -41,7 +41,7 @@ public:
     bool isSolid() const override { return true; }
     bool isTextField() const override { return true; }
     /// Read here, so that a text which a service publishes is followed.
-    void children(Node&, ChildList&) const override { static_cast<void>(_text.get()); }
+    void children(Node&, ChildList&) const override { static_cast<void>(text.get()); }
 
     Size measure(Node& node, const Proposal& proposal, LayoutPass& pass) const override {
         constexpr double ownWidth = 12;  // of the font's size
@@ -78,7 +78,7 @@ public:
     void describe(const Node& node, std::vector<SemanticNode>& into) const override {
         SemanticNode field;
         field.role = Role::textField;
-        field.value = _text.get();
+        field.value = text.get();
         field.frame = node.visible;
         field.state.isDisabled = !node.environment->isEnabled;
         field.state.isFocused = node.hasFocus;
@@ -190,7 +190,7 @@ private:
 
     /// What the binding holds counts, whoever wrote it.
     void follow(const Node& node, Data& data) const {
-        const auto now = _text.get();
+        const auto now = text.get();
         if (now == data.known) return;
         data.known = now;
         data.editor.reset(now.string());
@@ -201,7 +201,7 @@ private:
     void tell(Data& data) const {
         if (data.known.view() == data.editor.text()) return;
         data.known = String(data.editor.text());
-        _text.set(data.known);
+        text.set(data.known);
     }
 
     void touched(const Node& node, Data& data) const { pointedAt(node, data, data.editor.head()); }
@@ -410,7 +410,7 @@ private:
         }
     }
 
-    Binding<String> _text;
+    Binding<String> text;
     std::shared_ptr<SecretText> secret;
     TextFieldOptions options;
     Handlers handlers_;

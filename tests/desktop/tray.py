@@ -22,7 +22,7 @@ class StatusItem(unittest.TestCase):
             with self.subTest(dark=dark):
                 desktop = self.desktop()
                 tray = Tray(desktop, dark).start()
-                self.assertLess(self.contrast(desktop), 100)
+                wait_for("the bar is drawn, without an icon", lambda: self.contrast(desktop) < 100)
                 vellumix = Vellumix(desktop).start(environment={"LANGUAGE": "pt_BR"})
                 icon = Icon(desktop, tray.until_item())
                 self.assertIn("Vellumix", icon.property("Title"))

@@ -8,6 +8,7 @@
 #include "platform/headless/Desktop.h"
 #include "platform/view/tree/ViewTree.h"
 #include "platform/view/values/Views.h"
+#include "support/FixedTextSetter.h"
 
 using namespace vellumix;
 using namespace vellumix::view;

@@ -5,6 +5,7 @@
 #include "platform/view/paint/Renderer.h"
 #include "platform/view/values/Views.h"
 #include "shell/AppDelegate.h"
+#include "support/FixedTextSetter.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix {

@@ -6,6 +6,7 @@
 
 #include "platform/view/values/Views.h"
 #include "platform/view/windows/HostingView.h"
+#include "support/FixedTextSetter.h"
 #include "support/HeadlessTest.h"
 
 namespace vellumix::view {

@@ -7,6 +7,7 @@
 
 #include "platform/view/tree/ViewTree.h"
 #include "platform/view/values/Views.h"
+#include "support/FixedTextSetter.h"
 
 namespace vellumix::view {
 

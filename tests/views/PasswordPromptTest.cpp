@@ -1,6 +1,7 @@
 #include "views/panel/PasswordPrompt.h"
 
 #include "platform/foundation/text/LocalizedText.h"
+#include "support/FixedTextSetter.h"
 #include "support/HeadlessTest.h"
 #include "support/OwnMemory.h"
 

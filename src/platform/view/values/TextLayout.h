@@ -51,8 +51,4 @@ public:
     virtual void forget() {}
 };
 
-/// Fixed metrics without fonts, for tests: every grapheme is 0.5 sizes wide (0.6 monospaced) and every
-/// line 1.25 high.
-std::unique_ptr<TextSetter> fixedTextSetter();
-
 }  // namespace vellumix::view

@@ -1,8 +1,9 @@
+#include "support/FixedTextSetter.h"
+
 #include <algorithm>
 #include <cmath>
 
 #include "platform/foundation/text/Unicode.h"
-#include "platform/view/values/TextLayout.h"
 
 namespace vellumix::view {
 

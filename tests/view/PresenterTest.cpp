@@ -68,6 +68,30 @@ TEST_F(Presenting, AMenuIsWorkedByClicksByADragAndByKeys) {
     owner.delegate()->pointerReleased(onItem, PointerButton::primary);
     EXPECT_EQ(log, (Log{"lower", "trim"}));
 
+    // The light goes out behind the pointer. A drag that ends where nothing can be chosen leaves the menu,
+    // and one that ends beside it closes it.
+    const auto dragTo = [&](Point at) {
+        owner.delegate()->pointerMoved(at);
+        desktop.runLoop.advance(0.05);
+        return lit();
+    };
+    const auto onTitle = [&](const char* title) {
+        return centreOf(shown(Kind::menu), Role::menuItem, title) + shown(Kind::menu).frame().origin -
+               owner.frame().origin;
+    };
+    owner.delegate()->pointerPressed({.at = button});
+    EXPECT_EQ(dragTo(onTitle("Upper")), "Upper");
+    const auto onOff = onTitle("Off");
+    EXPECT_EQ(dragTo(onOff), "");
+    owner.delegate()->pointerReleased(onOff, PointerButton::primary);
+    EXPECT_TRUE(isShown(Kind::menu));
+    press(Key::escape);
+    owner.delegate()->pointerPressed({.at = button});
+    EXPECT_EQ(dragTo({390, 290}), "");
+    owner.delegate()->pointerReleased({390, 290}, PointerButton::primary);
+    EXPECT_FALSE(isShown(Kind::menu));
+    EXPECT_EQ(log, (Log{"lower", "trim"}));
+
     desktop.runLoop.advance(1);
     press(Key::tab);
     press(Key::down);

@@ -108,6 +108,13 @@ TEST(TextEditor, UndoesByKindAndPause) {
     editor.reset("other");
     editor.undo();
     EXPECT_EQ(picture(editor), "other|");
+    // Going somewhere, and be it back, begins another step.
+    type("ab");
+    editor.move(Way::backward, Unit::grapheme, Selecting::no);
+    editor.move(Way::forward, Unit::grapheme, Selecting::no);
+    type("c");
+    editor.undo();
+    EXPECT_EQ(picture(editor), "otherab|");
 }
 
 TEST(TextEditor, SelectsByTheUnitOfThePress) {

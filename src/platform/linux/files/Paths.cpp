@@ -32,9 +32,7 @@ std::string within(const std::string& folder, const char* name) {
 
 }  // namespace
 
-Paths Paths::ofUser() {
-    return ofUser([](const char* name) -> const char* { return std::getenv(name); });
-}
+Paths Paths::ofUser() { return ofUser(::getenv); }
 
 Paths Paths::ofUser(const Environment& environment) {
     auto home = absolutePath(environment("HOME"));

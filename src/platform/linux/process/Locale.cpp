@@ -5,9 +5,7 @@
 
 namespace vellumix::linux_desktop {
 
-std::vector<std::string> preferredLanguages() {
-    return preferredLanguages([](const char* name) -> const char* { return std::getenv(name); });
-}
+std::vector<std::string> preferredLanguages() { return preferredLanguages(::getenv); }
 
 std::vector<std::string> preferredLanguages(const Paths::Environment& environment) {
     const auto valueOf = [&](const char* name) {

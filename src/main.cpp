@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "platform/linux/process/HardenProcess.h"
 #include "platform/linux/process/InstanceLock.h"
 #include "platform/linux/process/Locale.h"
+#include "platform/linux/process/ProcessInfo.h"
 #include "platform/linux/process/StartDetached.h"
 #include "platform/x11/Display.h"
 #include "shell/AppDelegate.h"
@@ -128,6 +128,8 @@ ExitStatus run(const CommandLine& line, const std::vector<std::string>& argument
 
     Platform platform;
     display->fill(platform);
+    linux_desktop::ProcessInfo processInfo(arguments);
+    platform.processInfo = &processInfo;
     const linux_desktop::Services services(platform, runLoop, images, files, keychain, *display, paths,
                                            promptMaker(*display));
     const platform::Scope scope(std::move(platform));
@@ -149,14 +151,7 @@ ExitStatus run(const CommandLine& line, const std::vector<std::string>& argument
             .hide = [&] { application.hidePanel(); },
         });
     }
-    application.applicationDidFinishLaunching({
-        .arguments = arguments,
-        .environment =
-            [](const std::string& name) {
-                const char* value = std::getenv(name.c_str());
-                return value ? std::optional<std::string>(value) : std::nullopt;
-            },
-    });
+    application.applicationDidFinishLaunching();
     if (line.showsPanel) onMain([&] { application.showPanel(); });
     runLoop.run();
     application.applicationWillTerminate();

@@ -77,8 +77,10 @@ void AppDelegate::setAutoCleanSettings(AutoCleanSettings settings) {
     autoCleanSettings->save();
 }
 
-void AppDelegate::applicationDidFinishLaunching(const ProcessInfo& process) {
-    if (std::ranges::find(process.arguments, "-resetOnboarding") != process.arguments.end()) {
+void AppDelegate::applicationDidFinishLaunching() {
+    const auto& process = *platform::current().processInfo;
+    const auto& arguments = process.arguments();
+    if (std::ranges::find(arguments, "-resetOnboarding") != arguments.end()) {
         onboardingCompletedSetting.remove();
     }
     if (process.environment("XCTestConfigurationFilePath")) return;

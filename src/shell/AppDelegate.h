@@ -3,8 +3,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "core/capture/PasteboardWatcher.h"
 #include "core/cleaning/AutoCleanScheduler.h"
@@ -35,18 +33,10 @@ class AppDelegate {
     AuthenticationManager authenticationManager_;
 
 public:
-    /// How the process was started.
-    struct ProcessInfo {
-        /// Without the program's name.
-        std::vector<std::string> arguments;
-        /// The value of an environment variable, or nothing.
-        std::function<std::optional<std::string>(const std::string& name)> environment;
-    };
-
     /// Loads the history and the settings.
     AppDelegate();
 
-    void applicationDidFinishLaunching(const ProcessInfo& process);
+    void applicationDidFinishLaunching();
     /// Returns when the history and the settings are on disk.
     void applicationWillTerminate();
     /// Ends the main run loop, after the closures that are running.

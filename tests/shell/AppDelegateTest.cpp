@@ -16,12 +16,6 @@ namespace {
 
 class AppDelegateTest : public HeadlessTest {
 protected:
-    static AppDelegate::ProcessInfo started(std::vector<std::string> arguments = {},
-                                            std::string variable = {}) {
-        return {std::move(arguments), [variable](const std::string& name) {
-                    return name == variable ? std::optional<std::string>("x") : std::nullopt;
-                }};
-    }
     void copy(const char* text) {
         desktop.pasteboard.copyElsewhere({.text = String(text)});
         desktop.runLoop.advance(0.25);
@@ -32,7 +26,7 @@ TEST_F(AppDelegateTest, ACopyJustBeforeTheEndIsOnDisk) {
     {
         AppDelegate application;
         EXPECT_EQ(application.watcher(), nullptr);
-        application.applicationDidFinishLaunching(started());
+        application.applicationDidFinishLaunching();
         copy("last words");
         application.applicationWillTerminate();
         copy("too late");
@@ -45,7 +39,9 @@ TEST_F(AppDelegateTest, ACopyJustBeforeTheEndIsOnDisk) {
 TEST_F(AppDelegateTest, UnderATestHarnessNothingStarts) {
     UserDefaults::standard().set("onboarding.completed", PropertyValue(true));
     AppDelegate application;
-    application.applicationDidFinishLaunching(started({"-resetOnboarding"}, "XCTestConfigurationFilePath"));
+    desktop.processInfo.arguments_ = {"-resetOnboarding"};
+    desktop.processInfo.variables["XCTestConfigurationFilePath"] = "x";
+    application.applicationDidFinishLaunching();
     EXPECT_FALSE(UserDefaults::standard().object("onboarding.completed")) << "the switch comes first";
     EXPECT_EQ(application.watcher(), nullptr);
     application.applicationWillTerminate();
@@ -62,7 +58,7 @@ TEST_F(AppDelegateTest, TheLaunchCleansWhenAskedTo) {
     }
     AppDelegate application;
     EXPECT_EQ(application.store().items()->size(), 1U);
-    application.applicationDidFinishLaunching(started());
+    application.applicationDidFinishLaunching();
     EXPECT_TRUE(application.store().items()->empty());
     EXPECT_EQ(application.autoCleanSettings->lastRunAt, desktop.runLoop.now());
     EXPECT_EQ(AutoCleanSettings::load(), application.autoCleanSettings.get());
@@ -70,7 +66,7 @@ TEST_F(AppDelegateTest, TheLaunchCleansWhenAskedTo) {
 
 TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
     AppDelegate application;
-    application.applicationDidFinishLaunching(started());
+    application.applicationDidFinishLaunching();
     auto status = JsonValue::parse(statusReport(application));
     ASSERT_TRUE(status);
     EXPECT_TRUE(std::holds_alternative<std::nullptr_t>((*status)["lastCapture"]->value));
@@ -109,7 +105,7 @@ TEST_F(AppDelegateTest, TheStatusTellsEverythingButContent) {
 
 TEST_F(AppDelegateTest, WhatIsNotSavedEncipheredOrRecordedIsToldOnce) {
     AppDelegate application;
-    application.applicationDidFinishLaunching(started());
+    application.applicationDidFinishLaunching();
     const auto status = [&](const char* member) {
         const auto report = JsonValue::parse(statusReport(application));
         return (*report)[member]->value;
@@ -154,7 +150,7 @@ TEST_F(AppDelegateTest, WhatIsNotSavedEncipheredOrRecordedIsToldOnce) {
 
 TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {
     AppDelegate application;
-    application.applicationDidFinishLaunching(started());
+    application.applicationDidFinishLaunching();
     copy("one");
     copy("one");
     const auto json = statusReport(application);
@@ -197,7 +193,7 @@ TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
     desktop.hotkeys.taken = {{taken.keyCode, taken.modifiers}};
     {
         AppDelegate application;
-        application.applicationDidFinishLaunching(started());
+        application.applicationDidFinishLaunching();
         EXPECT_EQ(desktop.hotkeys.registered, (std::vector<headless::Hotkeys::Combination>{{9, 2304}}));
         EXPECT_TRUE(application.updateGlobalShortcut(chosen));
         EXPECT_FALSE(application.updateGlobalShortcut(taken));
@@ -209,7 +205,7 @@ TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
 
     // Another program took it between the two runs.
     desktop.hotkeys.taken.push_back({chosen.keyCode, chosen.modifiers});
-    again.applicationDidFinishLaunching(started());
+    again.applicationDidFinishLaunching();
     EXPECT_TRUE(desktop.log.contains("AppDelegate: Failed to register global hotkey on launch"));
     EXPECT_TRUE(again.statusBar());
 
@@ -220,7 +216,7 @@ TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
 
 TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
     AppDelegate application;
-    application.applicationDidFinishLaunching(started());
+    application.applicationDidFinishLaunching();
     application.showPanel();
     copy("one");
     const auto date = application.watcher()->lastCapture()->date.iso8601();
@@ -271,7 +267,7 @@ TEST_F(AppDelegateTest, AStoredFirstSizeIsTwoLengthsOrNothing) {
         UserDefaults::standard().set("ui.popoverSize", PropertyValue(Data(std::string_view(each.stored))));
         AppDelegate application;
         EXPECT_EQ(application.popoverSize.get(), each.size) << each.stored;
-        application.applicationDidFinishLaunching(started());
+        application.applicationDidFinishLaunching();
         EXPECT_EQ(application.statusBar()->currentSize, each.size) << each.stored;
     }
 }

@@ -13,9 +13,6 @@ namespace {
 
 class StatusBarControllerTest : public HeadlessTest {
 protected:
-    static AppDelegate::ProcessInfo started() {
-        return {{}, [](const std::string&) { return std::optional<std::string>(); }};
-    }
     std::string titles() const {
         std::string all;
         for (const auto& entry : desktop.statusBar.icon()->menu) {
@@ -30,7 +27,7 @@ TEST_F(StatusBarControllerTest, TheIconIsThereFromLaunchToTheEnd) {
     {
         AppDelegate application;
         EXPECT_FALSE(desktop.statusBar.icon());
-        application.applicationDidFinishLaunching(started());
+        application.applicationDidFinishLaunching();
         ASSERT_TRUE(desktop.statusBar.icon());
         EXPECT_EQ(desktop.statusBar.icon()->symbolName, "scissors");
         EXPECT_EQ(desktop.statusBar.icon()->accessibilityDescription, "Vellumix");
@@ -40,7 +37,7 @@ TEST_F(StatusBarControllerTest, TheIconIsThereFromLaunchToTheEnd) {
 
 TEST_F(StatusBarControllerTest, TheMenuSpeaksTheChosenLanguage) {
     AppDelegate application;
-    application.applicationDidFinishLaunching(started());
+    application.applicationDidFinishLaunching();
     EXPECT_EQ(titles(), "Open | Settings | - | Quit");
     application.languageManager().currentLanguage.set(AppLanguage::ptBR);
     EXPECT_EQ(titles(), "Abrir | Configurações | - | Sair");
@@ -50,7 +47,7 @@ TEST_F(StatusBarControllerTest, TheMenuSpeaksTheChosenLanguage) {
 
 TEST_F(StatusBarControllerTest, QuitEndsTheMainLoop) {
     AppDelegate application;
-    application.applicationDidFinishLaunching(started());
+    application.applicationDidFinishLaunching();
     const auto before = desktop.runLoop.now();
     desktop.runLoop.postAfter(1, [&] { EXPECT_TRUE(desktop.statusBar.choose("Quit")); });
     bool ranOn = false;
@@ -69,7 +66,7 @@ protected:
     }
     void launch() {
         application = std::make_unique<AppDelegate>();
-        application->applicationDidFinishLaunching(started());
+        application->applicationDidFinishLaunching();
     }
     void showWhole() {
         application->showPanel();

@@ -77,8 +77,7 @@ protected:
         desktop.workspace.front = editor;
         application = std::make_unique<AppDelegate>();
         application->setRootView([] { return view::View(RootContainerView{}); });
-        application->applicationDidFinishLaunching(
-            {{}, [](const std::string&) { return std::optional<std::string>(); }});
+        application->applicationDidFinishLaunching();
         desktop.runLoop.advance(10);
         idlePending = desktop.runLoop.pending();
     }

@@ -5,6 +5,7 @@
 
 #include "platform/desktop/Alert.h"
 #include "platform/desktop/BitmapImageRep.h"
+#include "platform/desktop/Bundle.h"
 #include "platform/desktop/FileIcons.h"
 #include "platform/desktop/FontFamilies.h"
 #include "platform/desktop/ImageDecoder.h"
@@ -12,8 +13,10 @@
 #include "platform/desktop/Keychain.h"
 #include "platform/desktop/LocalAuthentication.h"
 #include "platform/desktop/Pasteboard.h"
+#include "platform/desktop/ProcessInfo.h"
 #include "platform/desktop/Sharing.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/desktop/URLSession.h"
 #include "platform/desktop/UserNotifications.h"
 #include "platform/desktop/Window.h"
 #include "platform/desktop/Workspace.h"
@@ -45,6 +48,9 @@ struct Platform {
     SharingServices* sharing = nullptr;
     Hotkeys* hotkeys = nullptr;
     SyntheticKeys* syntheticKeys = nullptr;
+    NSProcessInfo* processInfo = nullptr;
+    NSURLSession* urlSession = nullptr;
+    NSBundle mainBundle;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;
     std::string temporaryDirectory;

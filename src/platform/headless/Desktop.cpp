@@ -117,6 +117,8 @@ Platform Desktop::platform() {
         .sharing = &sharing,
         .hotkeys = &hotkeys,
         .syntheticKeys = &syntheticKeys,
+        .processInfo = &processInfo,
+        .urlSession = &urlSession,
         .applicationSupportDirectories = {"/home/user/.local/share"},
         .temporaryDirectory = "/tmp",
         .defaultsPath = "/home/user/.config/Vellumix/settings.plist",

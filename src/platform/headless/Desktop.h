@@ -12,6 +12,7 @@
 #include "platform/headless/MemoryFileSystem.h"
 #include "platform/headless/Pasteboard.h"
 #include "platform/headless/StatusBar.h"
+#include "platform/headless/URLSession.h"
 #include "platform/headless/VirtualRunLoop.h"
 #include "platform/headless/Windows.h"
 
@@ -108,6 +109,23 @@ public:
     std::vector<URL> opened;
 };
 
+/// A process that was started as a test says.
+class ProcessInfo final : public NSProcessInfo {
+public:
+    const std::vector<std::string>& arguments() const override { return arguments_; }
+    std::optional<std::string> environment(const std::string& name) const override {
+        const auto found = variables.find(name);
+        return found == variables.end() ? std::nullopt : std::optional(found->second);
+    }
+    std::string operatingSystemVersionString() const override { return systemVersion; }
+    NSLocale currentLocale() const override { return locale; }
+
+    std::vector<std::string> arguments_;
+    std::map<std::string, std::string> variables;
+    std::string systemVersion = "Headless 1";
+    NSLocale locale;
+};
+
 /// Keeps the lines of the log as "Category: message".
 class MemoryLog final : public LogSink {
 public:
@@ -141,6 +159,8 @@ public:
     SharingServices sharing;
     Hotkeys hotkeys;
     SyntheticKeys syntheticKeys{workspace, pasteboard};
+    ProcessInfo processInfo;
+    URLSession urlSession{runLoop};
 };
 
 }  // namespace vellumix::headless

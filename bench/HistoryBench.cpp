@@ -16,6 +16,7 @@
 #include "core/history/Store.h"
 #include "platform/foundation/cipher/AESGCM.h"
 #include "platform/headless/Desktop.h"
+#include "sync/CloudSyncCoordinator.h"
 
 using namespace vellumix;
 
@@ -98,6 +99,30 @@ void compare(const char* title, const std::vector<ClipboardItem>& items, headles
         megabytes);
 }
 
+/// Entries from the cloud, texts of 1 KB of which every seventh is a double, into a full history.
+void fetch(const std::vector<ClipboardItem>& items, headless::Desktop& desktop) {
+    constexpr int count = 10'000;
+    UserDefaults::standard().set("settings.iCloudSyncEnabled", PropertyValue(true));
+    Store store(URL::file("/bench.json"));
+    store.replaceAll(items);
+    CloudSyncCoordinator coordinator(store);
+    desktop.runLoop.advance(1);
+    auto& records = desktop.cloud.next.records;
+    for (int each = 0; each < count; ++each) {
+        auto text = std::to_string(each % 7 ? each : each / 14);
+        text.resize(1000, 'x');
+        records.push_back({{}, {{"kind", "text"}, {"createdAt", Date{1}}, {"text", text}}});
+    }
+    std::puts("10,000 new entries from the cloud");
+    row("all of them", milliseconds([&] {
+            for (auto& record : records) record.recordID.recordName = UUID::random().uuidString();
+            coordinator.fetchChanges();
+            desktop.runLoop.advance(1);
+        }),
+        count / 1e3);
+    desktop.files.files.clear();
+}
+
 }  // namespace
 
 int main() {
@@ -107,6 +132,7 @@ int main() {
     std::generate_n(std::back_inserter(items), 200, bench::textEntry);
     compare("200 texts of 1 to 5 KB", items, desktop);
     compare("180 texts of 1 to 5 KB, 20 images of 1 MB", bench::historyOf(20, std::size_t{1} << 20), desktop);
+    fetch(bench::historyOf(20, std::size_t{1} << 20), desktop);
     compare("180 texts of 1 to 5 KB, 8 images of 17 MB", bench::historyOf(8, 17'000'000), desktop);
     compare("180 texts of 1 to 5 KB, 20 images of 25 MB", bench::historyOf(20, 25'000'000), desktop);
 }

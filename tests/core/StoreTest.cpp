@@ -18,6 +18,42 @@ protected:
     Store store;
 };
 
+TEST_F(StoreTest, EntriesThatComeTogetherEndAsOneByOneAndAreSavedOnce) {
+    Store single(URL::file("/home/user/single.json"));
+    int published = 0;
+    const auto counting = store.observeItems([&] { ++published; });
+    std::vector<ClipboardItem> coming;
+    // Doubles on the way, more than the limit, and some that go again.
+    for (int each = 0; each < 700; ++each) coming.push_back(textItem(std::to_string(each * each % 467)));
+    const auto perform = [&](Store& target) {
+        for (std::size_t each = 0; each < coming.size(); ++each) {
+            target.add(coming[each]);
+            const auto earlier = each % 5 == 0 ? target.item(coming[each - each / 9].id) : std::nullopt;
+            if (earlier) target.remove(*earlier);
+        }
+    };
+    coming.front().locked = true;
+    perform(single);
+    store.changeTogether([&] { perform(store); });
+    EXPECT_EQ(texts(), textsOf(single.items().get()));
+    EXPECT_EQ(published, 1);
+    store.changeTogether([&] { store.remove(coming.front()); });
+    EXPECT_EQ(published, 1) << "nothing has changed";
+
+    Store bounded(URL::file("/home/user/bounded.json"), 8 * bounds::alwaysRecorded);
+    const auto large = [](char sign) { return textItem(std::string(3 * bounds::alwaysRecorded, sign)); };
+    bounded.changeTogether([&] {
+        bounded.add(large('a'));
+        EXPECT_FALSE(bounded.excessOf(large('b')));
+        bounded.add(large('b'));
+        EXPECT_EQ(bounded.excessOf(large('c')), RefusalReason::historyIsFull) << "it is counted on the way";
+        const auto again = large('a');
+        bounded.add(again);
+        bounded.remove(again);
+        EXPECT_FALSE(bounded.excessOf(large('c'))) << "what has gone takes no room";
+    });
+}
+
 TEST_F(StoreTest, NewEntriesComeFirstAndReplaceTheirUnlockedDoubles) {
     add("a");
     add("b");

@@ -5,7 +5,6 @@
 
 #include "core/capture/ExclusionSettings.h"
 #include "core/capture/TextClassification.h"
-#include "core/history/HistoryBounds.h"
 #include "core/history/Store.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/cipher/Hasher.h"
@@ -41,18 +40,6 @@ bool isFrontExcluded() {
 
 ClipboardItem freshItem(ClipboardItem::Kind kind) {
     return {.id = UUID::random(), .date = RunLoop::main().now(), .kind = kind};
-}
-
-std::size_t contentSize(const ClipboardItem& item) {
-    return (item._text ? item._text->size() : 0) + (item._imageData ? item._imageData->size() : 0);
-}
-
-/// Why the entry is too much for the history, if it is.
-std::optional<RefusalReason> excessOf(const ClipboardItem& item, const Store& store) {
-    const auto size = contentSize(item);
-    if (size > bounds::entry) return RefusalReason::tooLarge;
-    if (size <= bounds::alwaysRecorded || store.hasRoomFor(item)) return std::nullopt;
-    return RefusalReason::historyIsFull;
 }
 
 }  // namespace
@@ -180,7 +167,7 @@ bool PasteboardWatcher::isRepeat(std::string_view label, ByteView content) {
 }
 
 void PasteboardWatcher::record(ClipboardItem item, std::int64_t change) {
-    if (const auto reason = excessOf(item, store)) {
+    if (const auto reason = store.excessOf(item)) {
         // No capture: a second try, with room made for it, isn't a repeat.
         lastHash.reset();
         return lose(*reason);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <new>
+#include <utility>
 
 #include "core/history/EncryptionManager.h"
 #include "core/history/FileIconCache.h"
@@ -12,7 +13,6 @@
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/promises/MainThread.h"
 #include "platform/foundation/text/RememberedTexts.h"
-#include "platform/foundation/text/Unicode.h"
 
 namespace vellumix {
 
@@ -42,6 +42,10 @@ void forgetPictures(const ClipboardItem& item) {
 
 bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked; }
 
+std::size_t contentSize(const ClipboardItem& item) {
+    return (item._text ? item._text->size() : 0) + (item._imageData ? item._imageData->size() : 0);
+}
+
 }  // namespace
 
 Store::Store(std::optional<URL> url, std::size_t sizeLimit)
@@ -54,20 +58,23 @@ Store::Store(std::optional<URL> url, std::size_t sizeLimit)
 }
 
 void Store::add(ClipboardItem item) {
+    if (run) return run->add(std::move(item));
     const auto text = item.text();
     items_.update([&](std::vector<ClipboardItem>& items) {
         if (text) {
-            // A locked entry never matches, so it isn't asked for its text, which would cost a keychain read
-            // each.
-            std::erase_if(items, [&](const ClipboardItem& entry) {
-                return !entry.locked && entry.kind == item.kind && entry._text &&
-                       canonicallyEqual(*entry._text, *text);
-            });
+            std::erase_if(items, [&](const auto& entry) { return isReplaced(entry, item.kind, *text); });
         }
         items.insert(items.begin(), std::move(item));
         if (items.size() > limit) items.resize(limit);
     });
     scheduleSave();
+}
+
+void Store::changeTogether(const Work& changes) {
+    run.emplace(items_.get());
+    changes();
+    auto changed = std::exchange(run, std::nullopt)->items();
+    if (changed != items_.get()) replaceAll(std::move(changed));
 }
 
 template <class Change>
@@ -81,6 +88,10 @@ void Store::changeFound(const ClipboardItem& item, Change change) {
 }
 
 void Store::remove(const ClipboardItem& item) {
+    if (run) {
+        run->remove(item);
+        return;
+    }
     changeFound(item, [](auto& items, auto found) {
         forgetPictures(*found);
         items.erase(found);
@@ -125,6 +136,7 @@ void Store::replaceAll(std::vector<ClipboardItem> items) {
 }
 
 std::optional<ClipboardItem> Store::item(const UUID& id) const {
+    if (run) return run->item(id);
     const auto found = std::ranges::find(items_.get(), id, &ClipboardItem::id);
     return found == items_.get().end() ? std::nullopt : std::optional(*found);
 }
@@ -161,8 +173,12 @@ void Store::decode(Bytes content) {
     items_.set(std::move(items));
 }
 
-bool Store::hasRoomFor(const ClipboardItem& item) const {
-    return fileSize + recordSizeLimit(item) <= sizeLimit;
+std::optional<RefusalReason> Store::excessOf(const ClipboardItem& item) const {
+    const auto size = contentSize(item);
+    if (size > bounds::entry) return RefusalReason::tooLarge;
+    const auto present = run ? run->fileSize() : fileSize;
+    if (size <= bounds::alwaysRecorded || present + recordSizeLimit(item) <= sizeLimit) return std::nullopt;
+    return RefusalReason::historyIsFull;
 }
 
 bool Store::sealHistory(const ByteSource& json, BlockBuffer& out) {

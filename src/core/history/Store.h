@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -7,6 +8,8 @@
 
 #include "core/history/ClipboardItem.h"
 #include "core/history/HistoryBounds.h"
+#include "core/history/HistoryRun.h"
+#include "platform/desktop/RefusalReason.h"
 #include "platform/foundation/bytes/BlockBuffer.h"
 #include "platform/foundation/files/KeptFile.h"
 #include "platform/foundation/loop/RunLoop.h"
@@ -32,7 +35,7 @@ public:
     /// Loads the file at once; an unreadable one gives an empty history and stays on disk. With no URL, the
     /// file is "Vellumix/history.json" in the first application-support folder, or else in the temporary
     /// folder, made if missing.
-    /// `sizeLimit` is for `hasRoomFor`.
+    /// `sizeLimit`, in bytes of the file, is for `excessOf`.
     explicit Store(std::optional<URL> url = std::nullopt, std::size_t sizeLimit = bounds::history);
 
     const Published<std::vector<ClipboardItem>>& items() const { return items_; }
@@ -57,8 +60,14 @@ public:
     void clear();
     void replaceAll(std::vector<ClipboardItem> items);
     std::optional<ClipboardItem> item(const UUID& id) const;
-    /// Whether the file stays within `sizeLimit` bytes with this entry added.
-    bool hasRoomFor(const ClipboardItem& item) const;
+    /// Calls the closure, in which `add`, `remove` and `item` alone may be used, any number of times: the
+    /// list is published and saved once, behind all of them. Costs little for each, as whoever brings entries
+    /// from elsewhere may bring thousands.
+    void changeTogether(const Work& changes);
+    /// Expires with the store.
+    std::weak_ptr<const void> watch() const { return lifetime.watch(); }
+    /// Why the entry is too much for the history, by itself or beside the others, if it is.
+    std::optional<RefusalReason> excessOf(const ClipboardItem& item) const;
 
     /// Writes the present list before it returns, in place of any save that waits. Does nothing when nothing
     /// has changed since the start: an end needs no key then, and an unreadable file stays in its place.
@@ -81,6 +90,8 @@ private:
     void changeFound(const ClipboardItem& item, Change change);
 
     Published<std::vector<ClipboardItem>> items_;
+    /// The list while it is changed together.
+    std::optional<HistoryRun> run;
     const URL url_;
     const std::size_t sizeLimit;
     const std::shared_ptr<KeptFile> file;

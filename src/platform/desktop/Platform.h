@@ -6,6 +6,7 @@
 #include "platform/desktop/Alert.h"
 #include "platform/desktop/BitmapImageRep.h"
 #include "platform/desktop/Bundle.h"
+#include "platform/desktop/CloudKit.h"
 #include "platform/desktop/FileIcons.h"
 #include "platform/desktop/FontFamilies.h"
 #include "platform/desktop/ImageDecoder.h"
@@ -50,6 +51,7 @@ struct Platform {
     SyntheticKeys* syntheticKeys = nullptr;
     NSProcessInfo* processInfo = nullptr;
     NSURLSession* urlSession = nullptr;
+    CloudServices* cloud = nullptr;
     NSBundle mainBundle;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;

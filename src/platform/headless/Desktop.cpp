@@ -119,6 +119,7 @@ Platform Desktop::platform() {
         .syntheticKeys = &syntheticKeys,
         .processInfo = &processInfo,
         .urlSession = &urlSession,
+        .cloud = &cloud,
         .applicationSupportDirectories = {"/home/user/.local/share"},
         .temporaryDirectory = "/tmp",
         .defaultsPath = "/home/user/.config/Vellumix/settings.plist",

@@ -7,6 +7,7 @@
 
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/observation/Published.h"
+#include "platform/headless/Cloud.h"
 #include "platform/headless/Keyboard.h"
 #include "platform/headless/LocalAuthentication.h"
 #include "platform/headless/MemoryFileSystem.h"
@@ -161,6 +162,7 @@ public:
     SyntheticKeys syntheticKeys{workspace, pasteboard};
     ProcessInfo processInfo;
     URLSession urlSession{runLoop};
+    Cloud cloud{runLoop};
 };
 
 }  // namespace vellumix::headless

@@ -117,6 +117,9 @@ bool canonicallyEqual(std::string_view a, std::string_view b) {
     for (std::size_t count = 1;; count = std::min(2 * count, mostAtOnce)) {
         const auto same = commonLength(a, b);
         if (same == a.size() && same == b.size()) return true;
+        if (same == a.size() || same == b.size()) return false;
+        // Each of them stays what and where it is, whatever follows: ASCII neither decomposes nor combines.
+        if (U8_IS_SINGLE(a[same]) && U8_IS_SINGLE(b[same])) return false;
         const auto begin = differenceBegin(a, b, same);
         if (!begin) return false;
         a.remove_prefix(*begin);

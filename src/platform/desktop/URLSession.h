@@ -26,7 +26,7 @@ enum class URLError {
     certificateUntrusted,
     certificateExpired,
     certificateForOtherHost,
-    /// To another host, to plain HTTP, or one too many.
+    /// To another scheme, host or port, or one too many.
     redirectRefused,
     timedOut,
     /// The other side hung up, or the answer isn't HTTP or shorter than it said.
@@ -54,7 +54,7 @@ struct NSURLRequest {
     std::optional<URLCredential> credential;
     /// Seconds for the connection to stand, TLS included.
     double connectTimeout = 15;
-    /// Seconds without a byte of the answer.
+    /// Seconds within which at least 16 KB of the answer, or its end, must come.
     double timeoutInterval = 60;
     /// Bytes of the answer's body, as they are after decoding.
     std::uint64_t largestBody = std::uint64_t{1} << 20;
@@ -86,8 +86,8 @@ public:
 
 /// Transfers over HTTP and TLS, with the certificates that the system trusts. Main thread; waits for nobody.
 ///
-/// Plain HTTP goes to loopback addresses alone, and redirects are followed on their own host, never from TLS
-/// to plain HTTP. Nothing is kept between transfers: no cookie, no cache. Until the first transfer the
+/// Plain HTTP goes to loopback addresses alone, and a few redirects are followed, where scheme, host and port
+/// stay the same. Nothing is kept between transfers: no cookie, no cache. Until the first transfer the
 /// service costs nothing.
 class NSURLSession {
 public:

@@ -11,7 +11,8 @@ Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, Fil
                    AuthenticationPromptMaker makePrompt)
     : authentication({.makePrompt = std::move(makePrompt)}),
       fileIcons(runLoop, {.themeName = [&display] { return display.iconTheme(); }}),
-      sharing(runLoop, files, *platform.pasteboard) {
+      sharing(runLoop, files, *platform.pasteboard),
+      urlSession(runLoop) {
     platform.runLoop = &runLoop;
     platform.log = &log;
     platform.files = &files;
@@ -22,6 +23,7 @@ Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, Fil
     platform.notifications = &notifications;
     platform.fileIcons = &fileIcons;
     platform.sharing = &sharing;
+    platform.urlSession = &urlSession;
     if (paths.dataHome) platform.applicationSupportDirectories = {*paths.dataHome};
     platform.temporaryDirectory = paths.temporaryFolder;
     platform.defaultsPath = paths.settingsFile();

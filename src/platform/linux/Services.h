@@ -5,6 +5,7 @@
 #include "platform/linux/authentication/PamAuthentication.h"
 #include "platform/linux/bus/DesktopNotifications.h"
 #include "platform/linux/files/Paths.h"
+#include "platform/linux/http/CurlSession.h"
 #include "platform/linux/images/IconThemeFileIcons.h"
 #include "platform/linux/images/PixbufDecoder.h"
 #include "platform/linux/images/PixbufImages.h"
@@ -34,6 +35,7 @@ private:
     PamAuthentication authentication;
     IconThemeFileIcons fileIcons;
     DesktopSharing sharing;
+    CurlSession urlSession;
 };
 
 }  // namespace vellumix::linux_desktop

@@ -192,10 +192,10 @@ private:
 /// A descriptor on the main context, with the reader's own queue behind it.
 class Watch {
 public:
-    Watch(int descriptor, std::function<bool()> hasPending, std::function<void()> dispatch)
+    Watch(int descriptor, std::function<bool()> hasPending, std::function<void()> dispatch, int conditions)
         : hasPending(std::move(hasPending)), dispatch_(std::move(dispatch)), source(makeSource(this)) {
         tag = g_source_add_unix_fd(source.get(), descriptor,
-                                   static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR));
+                                   static_cast<GIOCondition>(conditions | G_IO_HUP | G_IO_ERR));
         g_source_attach(source.get(), nullptr);
     }
 
@@ -316,8 +316,11 @@ void GLibRunLoop::runUntil(const std::function<bool()>& isDone) {
 }
 
 Observation GLibRunLoop::watch(int descriptor, std::function<bool()> hasPending,
-                               std::function<void()> dispatch) {
-    auto watch = std::make_shared<Watch>(descriptor, std::move(hasPending), std::move(dispatch));
+                               std::function<void()> dispatch, Readiness readiness) {
+    const int conditions = readiness == Readiness::toRead    ? G_IO_IN
+                           : readiness == Readiness::toWrite ? G_IO_OUT
+                                                             : G_IO_IN | G_IO_OUT;
+    auto watch = std::make_shared<Watch>(descriptor, std::move(hasPending), std::move(dispatch), conditions);
     return Observation([watch]() mutable { watch.reset(); });
 }
 

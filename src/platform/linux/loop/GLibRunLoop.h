@@ -31,10 +31,12 @@ public:
     void stop() override;
     void runUntil(const std::function<bool()>& isDone) override;
 
-    /// Calls `dispatch` on the main thread whenever the descriptor is readable or hung up, and also, before
+    enum class Readiness { toRead, toWrite, toReadOrWrite };
+    /// Calls `dispatch` on the main thread whenever the descriptor is ready or hung up, and also, before
     /// the loop sleeps, while `hasPending` is true: for clients that read ahead into a queue of their own. A
     /// nested run inside `dispatch` calls both again.
-    Observation watch(int descriptor, std::function<bool()> hasPending, std::function<void()> dispatch);
+    Observation watch(int descriptor, std::function<bool()> hasPending, std::function<void()> dispatch,
+                      Readiness readiness = Readiness::toRead);
     /// Calls `handler` on the main thread when the process gets SIGTERM, SIGINT or SIGHUP.
     Observation onTerminationSignal(Work handler);
 

@@ -17,6 +17,7 @@
 #include "platform/desktop/ProcessInfo.h"
 #include "platform/desktop/Sharing.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/desktop/Trash.h"
 #include "platform/desktop/URLSession.h"
 #include "platform/desktop/UserNotifications.h"
 #include "platform/desktop/Window.h"
@@ -47,6 +48,7 @@ struct Platform {
     ImageDecoder* imageDecoder = nullptr;
     FileIcons* fileIcons = nullptr;
     SharingServices* sharing = nullptr;
+    Trash* trash = nullptr;
     Hotkeys* hotkeys = nullptr;
     SyntheticKeys* syntheticKeys = nullptr;
     NSProcessInfo* processInfo = nullptr;

@@ -89,6 +89,22 @@ bool SharingServices::openURL(const URL& url) {
     return true;
 }
 
+void Trash::isThere(const URL& file, std::function<void(bool)> answer) {
+    ++looks;
+    onMainAfter(secondsToLook, [answer, isThere = !missing.contains(file.path())] { answer(isThere); });
+}
+
+void Trash::holds(const URL& file, std::function<void(bool)> answer) {
+    offer(file, [answer](const auto& offer) { answer(offer.has_value()); });
+}
+
+void Trash::offer(const URL& file, std::function<void(std::optional<Offer>)> answer) {
+    ++searches;
+    const auto found = missing.find(file.path());
+    onMainAfter(secondsToFind,
+                [answer, offer = found == missing.end() ? std::nullopt : found->second] { answer(offer); });
+}
+
 void MemoryLog::write(Level, std::string_view category, std::string_view message) {
     lines.push_back(std::string(category) + ": " + std::string(message));
 }
@@ -115,6 +131,7 @@ Platform Desktop::platform() {
         .imageDecoder = &imageDecoder,
         .fileIcons = &fileIcons,
         .sharing = &sharing,
+        .trash = &trash,
         .hotkeys = &hotkeys,
         .syntheticKeys = &syntheticKeys,
         .processInfo = &processInfo,

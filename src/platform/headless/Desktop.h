@@ -110,6 +110,21 @@ public:
     std::vector<URL> opened;
 };
 
+/// Files that are all in their places, but for those that were said not to be.
+class Trash final : public vellumix::Trash {
+public:
+    void isThere(const URL& file, std::function<void(bool)> answer) override;
+    void holds(const URL& file, std::function<void(bool)> answer) override;
+    void offer(const URL& file, std::function<void(std::optional<Offer>)> answer) override;
+    void release() override { ++releases; }
+
+    /// By path, what the trash gives for it; nothing where it is gone.
+    std::map<std::string, std::optional<Offer>> missing;
+    /// How long the disk takes to tell whether a file is there, and to find one in the trash.
+    double secondsToLook = 0, secondsToFind = 0;
+    int looks = 0, searches = 0, releases = 0;
+};
+
 /// A process that was started as a test says.
 class ProcessInfo final : public NSProcessInfo {
 public:
@@ -158,6 +173,7 @@ public:
     ImageDecoder imageDecoder;
     FileIcons fileIcons;
     SharingServices sharing;
+    Trash trash;
     Hotkeys hotkeys;
     SyntheticKeys syntheticKeys{workspace, pasteboard};
     ProcessInfo processInfo;

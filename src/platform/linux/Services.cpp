@@ -12,7 +12,9 @@ Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, Fil
     : authentication({.makePrompt = std::move(makePrompt)}),
       fileIcons(runLoop, {.themeName = [&display] { return display.iconTheme(); }}),
       sharing(runLoop, files, *platform.pasteboard),
-      urlSession(runLoop) {
+      urlSession(runLoop),
+      trash(runLoop, files, paths.dataFolder(),
+            {.dataHome = paths.dataHome.value_or(paths.temporaryFolder)}) {
     platform.runLoop = &runLoop;
     platform.log = &log;
     platform.files = &files;
@@ -24,6 +26,7 @@ Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, Fil
     platform.fileIcons = &fileIcons;
     platform.sharing = &sharing;
     platform.urlSession = &urlSession;
+    platform.trash = &trash;
     if (paths.dataHome) platform.applicationSupportDirectories = {*paths.dataHome};
     platform.temporaryDirectory = paths.temporaryFolder;
     platform.defaultsPath = paths.settingsFile();

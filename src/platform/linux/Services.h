@@ -11,6 +11,7 @@
 #include "platform/linux/images/PixbufImages.h"
 #include "platform/linux/loop/GLibRunLoop.h"
 #include "platform/linux/process/SystemLog.h"
+#include "platform/linux/trash/SharedTrash.h"
 
 namespace vellumix::linux_desktop {
 
@@ -36,6 +37,7 @@ private:
     IconThemeFileIcons fileIcons;
     DesktopSharing sharing;
     CurlSession urlSession;
+    SharedTrash trash;
 };
 
 }  // namespace vellumix::linux_desktop

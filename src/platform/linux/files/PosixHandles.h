@@ -1,9 +1,13 @@
 #pragma once
 
+#include <dirent.h>
 #include <spawn.h>
 #include <unistd.h>
 
+#include <memory>
 #include <utility>
+
+#include "platform/foundation/memory/HandleDeleter.h"
 
 /// The handles of the system that this folder owns.
 namespace vellumix::linux_desktop::posix {
@@ -32,6 +36,15 @@ public:
 private:
     int number = -1;
 };
+
+/// A folder that is being listed.
+using Folder = std::unique_ptr<DIR, HandleDeleter<closedir>>;
+/// Null for no descriptor, and where it is of no folder.
+inline Folder listFolder(Descriptor folder) {
+    Folder listing(folder ? ::fdopendir(folder.get()) : nullptr);
+    if (listing) folder.release();
+    return listing;
+}
 
 /// A structure of the spawning of processes, with its begin and its end.
 template <class T, auto Begin, auto End>

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "core/capture/PasteboardWatcher.h"
+#include "delivery/FileOffer.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/loop/RunLoop.h"
 #include "platform/foundation/observation/NotificationCenter.h"
@@ -20,6 +21,18 @@ constexpr double pollSeconds = 0.02;
 constexpr double settlingSeconds = 0.12;
 
 constexpr KeyChord commandV{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
+
+/// Has the watcher take the change of the pasteboard for the program's own.
+void suppressWatcher() {
+    if (auto* watcher = PasteboardWatcher::shared())
+        watcher->suppressedUntil = RunLoop::main().now() + suppressionSeconds;
+}
+
+bool writeFile(const URL& url) {
+    auto& pasteboard = *platform::current().pasteboard;
+    pasteboard.clearContents();
+    return pasteboard.writeFileURLs({url});
+}
 
 /// False where there was nothing to write.
 bool write(const ClipboardItem& item) {
@@ -41,14 +54,22 @@ bool write(const ClipboardItem& item) {
         }
         case ClipboardItem::Kind::file: {
             const auto url = item.fileURL();
-            if (!url) return false;
-            pasteboard.clearContents();
-            return pasteboard.writeFileURLs({*url});
+            if (!url || !writeFile(*url)) return false;
+            FileOffer::shared().follow(*url, [](const URL& found) {
+                if (writeFile(found)) suppressWatcher();
+            });
+            return true;
         }
         case ClipboardItem::Kind::all:
             return false;
     }
     return false;
+}
+
+/// A file that is not where it was may still be on its way from the trash.
+void pasteWhenReady(const ClipboardItem& item) {
+    if (item.kind != ClipboardItem::Kind::file) return postPasteKeystroke(item);
+    FileOffer::shared().whenReady([item] { postPasteKeystroke(item); });
 }
 
 }  // namespace
@@ -61,14 +82,14 @@ void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplic
         return;
     }
     if (!target) {
-        onMainAfter(settlingSeconds, [item] { postPasteKeystroke(item); });
+        onMainAfter(settlingSeconds, [item] { pasteWhenReady(item); });
         return;
     }
     platform.workspace->activate(*target);
     const auto deadline = platform.runLoop->uptime() + activationSeconds;
     onMainAfter(pollSeconds, [item, deadline, target = *target] {
         waitForFrontmost(
-            target, [item] { postPasteKeystroke(item); }, deadline, pollSeconds);
+            target, [item] { pasteWhenReady(item); }, deadline, pollSeconds);
     });
 }
 
@@ -87,10 +108,7 @@ void waitForFrontmost(const NSRunningApplication& application, std::function<voi
 void postPasteKeystroke(const ClipboardItem&) { platform::current().syntheticKeys->CGEventPost(commandV); }
 
 void writeToPasteboard(const ClipboardItem& item) {
-    if (!write(item)) return;
-    if (auto* watcher = PasteboardWatcher::shared()) {
-        watcher->suppressedUntil = RunLoop::main().now() + suppressionSeconds;
-    }
+    if (write(item)) suppressWatcher();
 }
 
 }  // namespace vellumix

@@ -13,12 +13,13 @@ namespace vellumix {
 /// Writes the entry, brings the target to the front, and pastes there as soon as it is, at the latest 0.62
 /// seconds from now; without a target after 0.12 seconds, into whatever is in front. Where the desktop gives
 /// no synthetic keys, posts the notification "AutoPasteFailed" instead, and the entry waits on the
-/// pasteboard.
+/// pasteboard. A file that isn't in its place is pasted when the trash has given it, and one that is gone is
+/// not.
 void deliverPaste(const ClipboardItem& item, const std::optional<NSRunningApplication>& target);
 
 /// Puts an entry on the general pasteboard, and tells the watcher that the change is the program's own. An
 /// image or a file that the entry doesn't give leaves the pasteboard as it was; a text that it doesn't give
-/// is written as an empty one.
+/// is written as an empty one. For a file that is in the trash, a copy of it follows (`FileOffer`).
 void writeToPasteboard(const ClipboardItem& item);
 
 /// Runs the action once the application is in front, or when the deadline, a moment of `RunLoop::uptime`, has

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/capture/PasteboardWatcher.h"
+#include "delivery/FileOffer.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/foundation/text/LocalizedText.h"
@@ -18,6 +19,11 @@ void tellOnce(bool isSo, bool& hasTold, const char* key) {
     if (!std::exchange(hasTold, isSo) && isSo) tell(localized(key));
 }
 
+Observation observe(std::string_view name, const char* key) {
+    return NotificationCenter::defaultCenter().observe(
+        name, [key](const NotificationCenter::UserInfo&) { tell(localized(key)); });
+}
+
 void tellOfLoss(const NotificationCenter::UserInfo& loss) {
     tell(localized("message.copyNotRecorded") + ": " + loss.at("reason"));
 }
@@ -28,6 +34,8 @@ Warnings::Warnings(Store& store)
     : store(store),
       items(store.observeItems([this] { update(); })),
       saving(store.observeSaveFailed([this] { update(); })),
+      gone(observe(FileOffer::goneNotification, "message.fileGone")),
+      otherNames(observe(FileOffer::otherNameNotification, "message.fileHasOtherName")),
       losses(NotificationCenter::defaultCenter().observe(PasteboardWatcher::failedNotification, tellOfLoss)) {
     update();
 }

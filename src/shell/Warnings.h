@@ -6,8 +6,8 @@
 namespace vellumix {
 
 /// Tells the user, above whatever they are at, what the program can't mend by itself: that the history isn't
-/// saved, that a locked entry isn't enciphered, and that a copy wasn't recorded. Once for each time that it
-/// begins; the status tells for how long. Main thread.
+/// saved, that a locked entry isn't enciphered, that a copy wasn't recorded, and that a file to be pasted is
+/// gone. Once for each time that it begins; the status tells for how long. Main thread.
 class Warnings {
 public:
     /// Says at once what is so already. The store outlives this.
@@ -21,6 +21,8 @@ private:
     bool hasToldOfLocking = false;
     Observation items;
     Observation saving;
+    Observation gone;
+    Observation otherNames;
     Observation losses;
 };
 

@@ -146,6 +146,13 @@ TEST_F(AppDelegateTest, WhatIsNotSavedEncipheredOrRecordedIsToldOnce) {
     desktop.pasteboard.dropElsewhere(RefusalReason::noAnswer);
     EXPECT_EQ(told, std::vector<std::string>{localized("message.copyNotRecorded") + ": " +
                                              localizedText(RefusalReason::noAnswer)});
+
+    told.clear();
+    desktop.trash.missing["/gone"] = std::nullopt;
+    application.pasteAndClose(fileItem("/gone"));
+    desktop.runLoop.advance(1);
+    EXPECT_EQ(told, std::vector<std::string>{localized("message.fileGone")});
+    EXPECT_TRUE(desktop.syntheticKeys.posted.empty());
 }
 
 TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {

@@ -211,6 +211,17 @@ TEST_F(CardTest, EachKindIsNamedAndOffersWhatItCan) {
     }
 }
 
+TEST_F(CardTest, AFileThatIsGoneIsSaidToBe) {
+    desktop.trash.missing["/home/ana/notes.txt"] = std::nullopt;
+    for (const auto& [path, isGone] :
+         {std::pair("/home/ana/notes.txt", true), {"/home/ana/kept.txt", false}}) {
+        auto card = show(fileItem(path));
+        EXPECT_FALSE(card.has(Role::text, "The file is gone"));
+        desktop.runLoop.settle();
+        EXPECT_EQ(card.has(Role::text, "The file is gone"), isGone) << path;
+    }
+}
+
 TEST_F(CardTest, MenusTransformAndShare) {
     auto card = show(textItem("Ana"));
     std::vector<MenuRequest> menus;

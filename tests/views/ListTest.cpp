@@ -237,6 +237,7 @@ TEST_F(ListTest, EachActionAndEachEventIsToldForItsTime) {
          }},
         {"message.historyCleared", 1.5, happens("HistoryCleaned")},
         {"permission.accessibility.title", 2.0, happens("AutoPasteFailed")},
+        {"message.fileGone", 3.0, happens("FileGone")},
         {"message.copyNotRecorded", 2.5, happens("CaptureFailed")},
         {"error.encryption.failed", 2.5, happens("EncryptionFailed")},
     };

@@ -8,6 +8,7 @@
 #include "core/history/EncryptionManager.h"
 #include "core/history/FileIconCache.h"
 #include "core/history/HistoryCoding.h"
+#include "core/history/MissingFiles.h"
 #include "core/history/ThumbnailCache.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/loop/Log.h"
@@ -37,7 +38,9 @@ URL defaultURL() {
 
 void forgetPictures(const ClipboardItem& item) {
     ThumbnailCache::shared().forget(item.id);
-    if (item._fileURL) FileIconCache::shared().forget(*item._fileURL);
+    if (!item._fileURL) return;
+    FileIconCache::shared().forget(*item._fileURL);
+    MissingFiles::shared().forget(*item._fileURL);
 }
 
 bool isProtected(const ClipboardItem& item) { return item.pinned || item.locked; }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/history/MissingFiles.h"
 #include "platform/foundation/loop/RunLoop.h"
 #include "platform/foundation/text/LocalizedText.h"
 #include "platform/view/tree/ChosenRow.h"
@@ -107,9 +108,11 @@ View ClipboardCard::content() const {
 View ClipboardCard::metaRow() const {
     const auto pin =
         HStack(Spacing(2), Symbol("pin.fill").font(Font::system(8)), Text(localized("status.pinned")));
+    const auto file = item.kind == Kind::file && !item.locked ? item.fileURL() : std::nullopt;
+    const bool isGone = file && MissingFiles::shared().isGone(*file);
     // An age without its unit says nothing; where there is little room, it takes more lines.
     return HStack(Spacing(8), Text(relativeTimestamp(item)).layoutPriority(1),
-                  If(item.pinned, pin.lineLimit(1)))
+                  If(item.pinned, pin.lineLimit(1)), If(isGone, Text(localized("file.gone")).lineLimit(1)))
         .font(ThemeManager::captionFont())
         .foreground(ThemeManager::shared().mutedTextColor());
 }

@@ -9,6 +9,7 @@
 #include "core/history/EncryptionManager.h"
 #include "core/history/HistorySearch.h"
 #include "core/history/Store.h"
+#include "delivery/FileOffer.h"
 #include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/text/LocalizedText.h"
@@ -413,6 +414,7 @@ View ClipboardListView::body() const {
         .onReceive(StatusBarController::panelOpens, beginAnew)
         .onReceive("HistoryCleaned", messages.presenting("message.historyCleared", 1.5))
         .onReceive("AutoPasteFailed", messages.presenting("permission.accessibility.title", 2.0))
+        .onReceive(FileOffer::goneNotification, messages.presenting("message.fileGone", 3.0))
         .onReceive(PasteboardWatcher::failedNotification, messages.presenting("message.copyNotRecorded", 2.5))
         .onReceive(EncryptionManager::failedNotification, messages.presenting("error.encryption.failed", 2.5))
         .alert(Binding<bool>([item = itemToDelete.binding()] { return item.get().has_value(); },

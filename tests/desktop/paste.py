@@ -21,9 +21,11 @@ class Pasting(unittest.TestCase):
     """A program on a desktop, and a person who picks entries in it."""
 
     window_manager = True
+    # Programs may be started through the bus.
+    services = False
 
     def setUp(self):
-        self.desktop = PrivateDesktop(window_manager=self.window_manager)
+        self.desktop = PrivateDesktop(window_manager=self.window_manager, services=self.services)
         self.addCleanup(self.desktop.close)
         self.vellumix = Vellumix(self.desktop).start()
 

@@ -84,11 +84,14 @@ TEST_F(FileOfferTest, AMissingFileIsPastedFromTheTrashAndOthersAsEver) {
 TEST_F(FileOfferTest, WhatHasBeenCopiedMeanwhileStays) {
     desktop.trash.missing["/home/user/letter.txt"] = copy;
     desktop.trash.secondsToFind = 1;
-    writeToPasteboard(entry);
-    desktop.runLoop.advance(0.5);
-    desktop.pasteboard.copyElsewhere({.text = String("newer")});
-    desktop.runLoop.advance(1);
-    EXPECT_EQ(desktop.pasteboard.stringForType(NSPasteboardTypeString), String("newer"));
+    for (const bool isOurs : {false, true}) {
+        writeToPasteboard(entry);
+        desktop.runLoop.advance(0.5);
+        isOurs ? writeToPasteboard(textItem("newer"))
+               : desktop.pasteboard.copyElsewhere({.text = String("newer")});
+        desktop.runLoop.advance(1);
+        EXPECT_EQ(desktop.pasteboard.stringForType(NSPasteboardTypeString), String("newer"));
+    }
 
     // Of two quick pastes the later one's file is pasted by both.
     desktop.trash.missing["/b"] = Trash::Offer{.file = URL::file("/trash/b.2"), .hasItsName = false};

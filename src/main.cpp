@@ -69,9 +69,9 @@ std::unique_ptr<Display> openDisplay(CommandLine::PlatformChoice choice, const l
             .openMenu = [](const auto& entries,
                            const Rect& icon) { return std::make_shared<StatusMenu>(entries, icon); },
             .palette = controlPalette,
-            .chords = paths.configHome
-                          ? x11::PasteChords::fromFile(*paths.configHome + "/Vellumix/paste-chords.conf")
-                          : x11::PasteChords(),
+            .chords = paths.configHome ? x11::ApplicationChords::fromFile(*paths.configHome +
+                                                                          "/Vellumix/paste-chords.conf")
+                                       : x11::ApplicationChords(),
             .onLackOfKeys = tellOfLack,
         });
     if (!display->hasWindowManager()) say(localized("display.noWindowManager"));

@@ -58,10 +58,12 @@ struct X11Hotkeys final : HotkeyBackend {
     std::string trouble;
     std::unique_ptr<x11::Connection> connection = x11::Connection::open(runLoop, trouble);
     x11::KeyboardMap keyboard{*connection};
-    std::unique_ptr<x11::Hotkeys> real = std::make_unique<x11::Hotkeys>(*connection, keyboard);
+    x11::KeyGrabs grabs{*connection, keyboard};
+    std::unique_ptr<x11::Hotkeys> real = std::make_unique<x11::Hotkeys>(*connection, grabs);
     std::unique_ptr<x11::Connection> otherConnection = x11::Connection::open(runLoop, trouble);
     x11::KeyboardMap otherKeyboard{*otherConnection};
-    std::unique_ptr<x11::Hotkeys> other = std::make_unique<x11::Hotkeys>(*otherConnection, otherKeyboard);
+    x11::KeyGrabs otherGrabs{*otherConnection, otherKeyboard};
+    std::unique_ptr<x11::Hotkeys> other = std::make_unique<x11::Hotkeys>(*otherConnection, otherGrabs);
     std::vector<Observation> otherObservations;
     Person person;
 };

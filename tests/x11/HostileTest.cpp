@@ -292,7 +292,8 @@ TEST_F(HostileTest, RequestorsThatNeverTakeOrDie) {
 TEST_F(HostileTest, AFloodOfRequestsHoldsUpNeitherThePersonNorAnotherProgram) {
     const std::string text(900'000, 'x');
     write(text);
-    x11::Hotkeys hotkeys(*connection, *keyboard);
+    x11::KeyGrabs grabs(*connection, *keyboard);
+    x11::Hotkeys hotkeys(*connection, grabs);
     bool isPressed = false;
     const auto handler = Hotkeys::InstallEventHandler([&] { isPressed = true; });
     const auto hotkey = hotkeys.RegisterEventHotKey(9, cmdKey, handler);

@@ -17,7 +17,8 @@ class HotkeysTest : public testing::Test, protected DisplayRig {
 protected:
     HotkeysTest() {
         if (!connection) return;
-        hotkeys = std::make_unique<x11::Hotkeys>(*connection, *keyboard);
+        grabs = std::make_unique<x11::KeyGrabs>(*connection, *keyboard);
+        hotkeys = std::make_unique<x11::Hotkeys>(*connection, *grabs);
         handler = Hotkeys::InstallEventHandler([this] { ++presses; });
     }
     void SetUp() override { ASSERT_TRUE(connection) << trouble; }
@@ -44,6 +45,7 @@ protected:
     auto registerShortcut() { return hotkeys->RegisterEventHotKey(9, cmdKey | optionKey, handler); }
 
     LogLines log;
+    std::unique_ptr<x11::KeyGrabs> grabs;
     std::unique_ptr<x11::Hotkeys> hotkeys;
     EventHandlerRef handler;
     int presses = 0;

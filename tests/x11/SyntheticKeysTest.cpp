@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+#include "platform/x11/keys/Hotkeys.h"
+#include "x11/KeyListener.h"
 #include "x11/Person.h"
 #include "x11/Program.h"
 #include "x11/X11Test.h"
@@ -15,50 +17,9 @@ namespace vellumix::tests {
 
 namespace {
 
+using Meaning = x11::ApplicationChords::Meaning;
+
 constexpr KeyChord commandV{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
-
-/// A window of another program with the keyboard, which tells what keys come to it: "+" or "-" and the
-/// position.
-class KeyListener {
-public:
-    explicit KeyListener(x11::Connection& connection) : xcb(xcb_connect(nullptr, nullptr)) {
-        const auto window = xcb_generate_id(xcb.get());
-        const std::uint32_t values[] = {1, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE};
-        xcb_create_window(xcb.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 0, 0, 9, 9, 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                          XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
-        xcb_map_window(xcb.get(), window);
-        xcb_set_input_focus(xcb.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
-        x11::xcb::await<xcb_get_input_focus_reply>(xcb.get(), xcb_get_input_focus(xcb.get()));
-    }
-
-    /// All so far.
-    const std::string& keys() {
-        while (const x11::xcb::Event event{xcb_poll_for_event(xcb.get())}) {
-            const auto type = x11::xcb::typeOf(*event);
-            if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
-            keys_ += type == XCB_KEY_PRESS ? " +" : " -";
-            keys_ += std::to_string(x11::positionOf(x11::xcb::as<xcb_key_press_event_t>(*event).detail));
-        }
-        return keys_;
-    }
-    void forget() {
-        keys();
-        keys_.clear();
-    }
-
-private:
-    x11::xcb::ConnectionHandle xcb;
-    std::string keys_;
-};
-
-std::string chord(std::initializer_list<int> positions) {
-    std::string text;
-    for (const int position : positions) text += " +" + std::to_string(position);
-    for (auto at = std::rbegin(positions); at != std::rend(positions); ++at)
-        text += " -" + std::to_string(*at);
-    return text;
-}
 
 }  // namespace
 
@@ -84,23 +45,22 @@ protected:
         return listener.keys();
     }
 
-    x11::Workspace workspace{*connection, *windowManager, x11::DesktopFiles({})};
+    x11::Workspace workspace{*connection, *windowManager, x11::DesktopFiles({}),
+                             x11::ApplicationChords("letters = Alt+Y")};
     int told = 0;
+    x11::KeyGrabs grabs{*connection, *keyboard};
     x11::SyntheticKeys keys{
-        *connection,
-        *keyboard,
-        workspace,
-        *pasteboard,
-        x11::PasteChords("letters = Alt+Y"),
-        [this](x11::SyntheticKeys::Lack lack) { told += lack == x11::SyntheticKeys::Lack::chord; }};
+        *connection, *keyboard, grabs, workspace, *pasteboard, {}, [this](x11::SyntheticKeys::Lack lack) {
+            told += lack == x11::SyntheticKeys::Lack::chord;
+        }};
     KeyListener listener{*connection};
     Person person;
 };
 
 TEST_F(SyntheticKeysTest, PasteByTheKeysOfTheApplicationAndTheLayout) {
     EXPECT_TRUE(keys.AXIsProcessTrustedWithOptions(true));
-    keys.CGEventPost({.keyCode = 8, .flags = kCGEventFlagMaskCommand});
-    EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V})) << "without anybody in front; no other chord is known";
+    keys.CGEventPost({.keyCode = 12, .flags = kCGEventFlagMaskCommand});
+    EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V})) << "without anybody in front; Command-Q is unknown";
     bringToFront("Gnome-terminal");
     EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_LEFTSHIFT, KEY_V}));
     bringToFront("Mousepad");
@@ -150,6 +110,81 @@ TEST_F(SyntheticKeysTest, WaitForTheUsersModifiersAndLeaveThemAlone) {
     person.release(KEY_LEFTCTRL);
 }
 
+TEST_F(SyntheticKeysTest, ACutWaitsForTheUsersHandsAndForTheCopyOfThatVeryWindow) {
+    const auto copied = chord({KEY_LEFTCTRL, KEY_C});
+    const auto trashed = chord({KEY_DELETE});
+    Peer manager(runLoop), other(runLoop);
+    const auto cutIn = [&](Peer& application, const std::string& name,
+                           const std::function<void()>& meanwhile) {
+        application.tellsWindows();
+        static std::uint32_t process = 500;
+        application.setRootWindow("_NET_ACTIVE_WINDOW",
+                                  application.makeWindow({{"WM_CLASS", windowClass(name)}}, ++process));
+        EXPECT_TRUE(wait([&] {
+            const auto front = workspace.frontmostApplication();
+            return front && front->processIdentifier == static_cast<int>(process);
+        }));
+        listener.forget();
+        keys.CGEventPost({.keyCode = 8, .flags = kCGEventFlagMaskCommand});
+        keys.CGEventPost({.keyCode = 51, .flags = kCGEventFlagMaskCommand});
+        meanwhile();
+        wait([&] { return listener.keys() == copied + trashed; }, 0.8);
+        return listener.keys();
+    };
+    const auto untilCopied = [&] { EXPECT_TRUE(wait([&] { return listener.keys().ends_with(copied); })); };
+    EXPECT_EQ(cutIn(manager, "Thunar",
+                    [&] {
+                        untilCopied();
+                        wait([] { return false; }, 0.1);
+                        EXPECT_EQ(listener.keys(), copied) << "nothing is copied yet";
+                        manager.copyText("a file");
+                    }),
+              copied + trashed);
+    EXPECT_EQ(cutIn(manager, "Thunar", untilCopied), copied) << "nothing was selected";
+    EXPECT_EQ(cutIn(manager, "Thunar", [&] { other.copyText("words"); }), copied) << "another program's copy";
+    EXPECT_EQ(cutIn(manager, "Spacefm", [&] { manager.copyText("a file"); }), copied)
+        << "no key for the trash";
+    EXPECT_EQ(cutIn(manager, "XTerm", [&] { manager.copyText("a file"); }), "") << "no key to copy";
+    person.press(KEY_LEFTMETA);
+    const auto held = [&](const std::function<void()>& action) {
+        return [&, action] {
+            wait([] { return false; }, 0.7);
+            EXPECT_EQ(listener.keys(), "") << "longer than a paste waits";
+            action();
+        };
+    };
+    EXPECT_EQ(cutIn(manager, "Thunar", held([&] {
+                        person.release(KEY_LEFTMETA);
+                        listener.forget();
+                        untilCopied();
+                        manager.copyText("a file");
+                    })),
+              copied + trashed);
+    person.press(KEY_LEFTMETA);
+    EXPECT_EQ(cutIn(manager, "Thunar", held([&] {
+                        bringToFront("Pcmanfm");
+                        person.release(KEY_LEFTMETA);
+                        listener.forget();
+                        manager.copyText("a file");
+                    })),
+              "")
+        << "another window is in front by now";
+}
+
+TEST_F(SyntheticKeysTest, NoShortcutOfTheProgramsOwnHearsOfThem) {
+    x11::Hotkeys hotkeys(*connection, grabs);
+    int presses = 0;
+    const auto handler = Hotkeys::InstallEventHandler([&] { ++presses; });
+    const auto hotkey = hotkeys.RegisterEventHotKey(9, controlKey, handler);
+    ASSERT_TRUE(hotkey);
+    EXPECT_EQ(paste(), chord({KEY_LEFTCTRL, KEY_V}));
+    EXPECT_EQ(presses, 0);
+    person.press(KEY_LEFTCTRL);
+    person.typeKey(KEY_V);
+    person.release(KEY_LEFTCTRL);
+    EXPECT_TRUE(wait([&] { return presses == 1; })) << "it is still the hotkey";
+}
+
 TEST_F(SyntheticKeysTest, ForAnOldTerminalTheSelectionIsLentForTheTimeOfThePaste) {
     const auto primary = [&] { return peer->paste("UTF8_STRING", "PRIMARY").value_or("-"); };
     write("words");
@@ -175,8 +210,9 @@ TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
     const x11::Workspace workspace(connection, *rig.windowManager, x11::DesktopFiles({}));
     const x11::Pasteboard pasteboard(connection);
     int told = 0;
+    x11::KeyGrabs grabs(connection, *rig.keyboard);
     x11::SyntheticKeys keys(
-        connection, *rig.keyboard, workspace, pasteboard, x11::PasteChords(),
+        connection, *rig.keyboard, grabs, workspace, pasteboard, {},
         [&](x11::SyntheticKeys::Lack lack) { told += lack == x11::SyntheticKeys::Lack::extension; });
     EXPECT_FALSE(keys.AXIsProcessTrustedWithOptions(false));
     EXPECT_EQ(told, 0);
@@ -186,14 +222,16 @@ TEST(SyntheticKeysWithoutTheExtension, AreNotToBeHad) {
     keys.CGEventPost(commandV);
 }
 
-TEST(PasteChords, NoProgramGetsKeysThatDoSomethingElseThere) {
-    const x11::PasteChord control{.hasControl = true, .key = XKB_KEY_v};
-    const x11::PasteChord shifted{.hasControl = true, .hasShift = true, .key = XKB_KEY_v};
-    const x11::PasteChord yank{.hasControl = true, .key = XKB_KEY_y};
-    const x11::PasteChord selected{.hasShift = true, .key = XKB_KEY_Insert, .readsPrimary = true};
+TEST(ApplicationChords, NoProgramGetsKeysThatDoSomethingElseThere) {
+    const x11::ApplicationChord control{.modifiers = {.hasControl = true}, .key = XKB_KEY_v};
+    const x11::ApplicationChord shifted{.modifiers = {.hasShift = true, .hasControl = true},
+                                        .key = XKB_KEY_v};
+    const x11::ApplicationChord yank{.modifiers = {.hasControl = true}, .key = XKB_KEY_y};
+    const x11::ApplicationChord selected{
+        .modifiers = {.hasShift = true}, .key = XKB_KEY_Insert, .readsPrimary = true};
     const struct {
         std::vector<std::string> names;
-        x11::PasteChord first;
+        x11::ApplicationChord first;
     } rows[] = {
         {{"gvim", "Gvim"}, selected},  // Ctrl+V marks a block
         {{"org.gnome.Terminal", "Gnome-terminal"}, shifted},
@@ -204,41 +242,68 @@ TEST(PasteChords, NoProgramGetsKeysThatDoSomethingElseThere) {
         {{"org.example.Unknown", "Unknown"}, control},
         {{}, control},
     };
-    const x11::PasteChords chords;
+    const x11::ApplicationChords chords;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.names.empty() ? "no name" : row.names.front());
-        const auto& found = chords.chordsFor(row.names);
+        const auto& found = chords.chordsFor(Meaning::paste, row.names);
         ASSERT_FALSE(found.empty());
         EXPECT_EQ(found.front(), row.first);
         EXPECT_EQ(std::ranges::count(found, control), row.first == control ? 1 : 0);
     }
-    EXPECT_TRUE(chords.chordsFor({"nvim-qt"}).empty());
+    EXPECT_TRUE(chords.chordsFor(Meaning::paste, {"nvim-qt"}).empty());
+    // Ctrl+C ends what runs in a terminal, and a key that deletes is for those alone who have a trash.
+    for (const auto* name : {"xterm", "gvim", "nvim-qt"}) {
+        EXPECT_TRUE(chords.chordsFor(Meaning::copy, {name}).empty()) << name;
+    }
+    EXPECT_TRUE(chords.chordsFor(Meaning::copy, {"kitty"}).front().modifiers.hasShift);
+    for (const auto* name : {"Thunar", "Pcmanfm", "pcmanfm-qt", "org.gnome.Nautilus", "Nemo", "caja",
+                             "dolphin", "krusader", "Spacefm"}) {
+        EXPECT_TRUE(chords.isFileManager({"an unknown id", name})) << name;
+        EXPECT_EQ(chords.chordsFor(Meaning::copy, {name}).front().key, XKB_KEY_c) << name;
+        const auto& trash = chords.chordsFor(Meaning::trash, {name});
+        // Its key removes for good.
+        const bool hasNone = std::string_view(name) == "Spacefm";
+        EXPECT_TRUE(hasNone ? trash.empty() : trash.front() == x11::ApplicationChord{.key = XKB_KEY_Delete})
+            << name;
+    }
+    for (const auto* name : {"Mousepad", "XTerm", "an unknown one"}) {
+        EXPECT_FALSE(chords.isFileManager({name})) << name;
+        EXPECT_TRUE(chords.chordsFor(Meaning::trash, {name}).empty()) << name;
+    }
 }
 
-TEST(PasteChords, TheUsersTableGoesOverTheProgramsOwn) {
+TEST(ApplicationChords, TheUsersTableGoesOverTheProgramsOwn) {
     LogLines log;
-    const x11::PasteChords chords(
+    const x11::ApplicationChords chords(
         "# mine\n"
         "XTerm, my-term = ctrl + SHIFT+v  # since it learnt it\n"
         "org.example.Editor=Alt+Insert primary | Ctrl+V\r\n"
         "gvim = none\n"
+        "mine = trash Ctrl+Delete\nboth = Ctrl+V; copy none ;trash Delete\nthunar = trash as others\n"
+        "half = Ctrl+V; trash Hyper+V\n* = trash as others\n"
         "broken = Hyper+V\n = Ctrl+V\nno chord\nhalf = Ctrl+V | Hyper+V\nempty =\n");
-    using Chords = std::vector<x11::PasteChord>;
-    const x11::PasteChord shifted{.hasControl = true, .hasShift = true, .key = XKB_KEY_v};
-    EXPECT_EQ(chords.chordsFor({"debian-xterm", "XTerm"}), Chords{shifted});
-    EXPECT_EQ(chords.chordsFor({"My-Term"}), Chords{shifted});
-    EXPECT_EQ(chords.chordsFor({"ORG.example.Editor"}),
-              (Chords{{.hasOption = true, .key = XKB_KEY_Insert, .readsPrimary = true},
-                      {.hasControl = true, .key = XKB_KEY_v}}));
-    EXPECT_EQ(chords.chordsFor({"gvim"}), Chords());
-    EXPECT_EQ(chords.chordsFor({"kitty"}).front(), shifted);
+    using Chords = std::vector<x11::ApplicationChord>;
+    const x11::ApplicationChord shifted{.modifiers = {.hasShift = true, .hasControl = true},
+                                        .key = XKB_KEY_v};
+    EXPECT_EQ(chords.chordsFor(Meaning::paste, {"debian-xterm", "XTerm"}), Chords{shifted});
+    EXPECT_EQ(chords.chordsFor(Meaning::paste, {"My-Term"}), Chords{shifted});
+    EXPECT_EQ(chords.chordsFor(Meaning::paste, {"ORG.example.Editor"}),
+              (Chords{{.modifiers = {.hasOption = true}, .key = XKB_KEY_Insert, .readsPrimary = true},
+                      {.modifiers = {.hasControl = true}, .key = XKB_KEY_v}}));
+    EXPECT_EQ(chords.chordsFor(Meaning::paste, {"gvim"}), Chords());
+    EXPECT_EQ(chords.chordsFor(Meaning::paste, {"kitty"}).front(), shifted);
     for (const auto* name : {"broken", "half", "empty"}) {
-        EXPECT_EQ(chords.chordsFor({name}), chords.chordsFor({})) << name;
+        EXPECT_EQ(chords.chordsFor(Meaning::paste, {name}), chords.chordsFor(Meaning::paste, {})) << name;
     }
-    EXPECT_NE(log.text.find("PasteChords: Lines that can't be read: 5"), std::string::npos);
+    EXPECT_NE(log.text.find("ApplicationChords: Lines that can't be read: 6"), std::string::npos);
+    EXPECT_TRUE(chords.isFileManager({"mine"}));
+    EXPECT_EQ(chords.chordsFor(Meaning::paste, {"mine"}), chords.chordsFor(Meaning::paste, {}));
+    EXPECT_EQ(chords.chordsFor(Meaning::copy, {"both"}), Chords());
+    EXPECT_FALSE(chords.isFileManager({"thunar"})) << "taken off the list";
+    EXPECT_EQ(chords.chordsFor(Meaning::copy, {"thunar"}).front().key, XKB_KEY_c);
     LogLines silent;
-    const auto own = x11::PasteChords::fromFile("/nowhere/at/all");
-    EXPECT_EQ(own.chordsFor({}).front().key, XKB_KEY_v);
+    const auto own = x11::ApplicationChords::fromFile("/nowhere/at/all");
+    EXPECT_EQ(own.chordsFor(Meaning::paste, {}).front().key, XKB_KEY_v);
     EXPECT_EQ(silent.text, "") << "the program's own table can be read";
 }
 

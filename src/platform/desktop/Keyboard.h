@@ -68,10 +68,20 @@ public:
     /// desktop that must ask its user asks now, and the user is told why not; the answer is that of the
     /// present moment, and neither the user nor another program is waited for.
     virtual bool AXIsProcessTrustedWithOptions(bool prompts) = 0;
-    /// Asks the front application for what the chord means, by the keys that mean it there: Command-V is its
-    /// paste, and it then finds what was last written to the pasteboard. Goes out as soon as the user's own
-    /// modifiers are up, at the latest half a second later, in the order of the calls, to whichever
-    /// application is in front then. Does nothing for a chord that the desktop has no keys for.
+    /// Asks the front application for what the chord means, by the keys that mean it there. Three chords are
+    /// known on every desktop; one that the application has no keys for does nothing.
+    ///
+    /// Command-V is its paste, and it then finds what was last written to the pasteboard. It goes out as soon
+    /// as the user's own modifiers are up, at the latest half a second later, to whichever application is in
+    /// front then.
+    ///
+    /// Command-C is its copy, and Command-Delete its move to the trash, of what is selected there. They go
+    /// out as soon as the user holds no key, to the window that is in front now; where another one is by
+    /// then, or the user holds on for five seconds, nothing does. A move to the trash right after a copy
+    /// waits until the window has copied, and where that takes half a second there is none: nothing was
+    /// selected.
+    ///
+    /// All in the order of the calls. None comes to a hotkey or an event tap of the program's own.
     virtual void CGEventPost(const KeyChord& chord) = 0;
 };
 

@@ -7,6 +7,7 @@
 #include "platform/desktop/BitmapImageRep.h"
 #include "platform/desktop/Bundle.h"
 #include "platform/desktop/CloudKit.h"
+#include "platform/desktop/EventTap.h"
 #include "platform/desktop/FileIcons.h"
 #include "platform/desktop/FontFamilies.h"
 #include "platform/desktop/ImageDecoder.h"
@@ -50,6 +51,7 @@ struct Platform {
     SharingServices* sharing = nullptr;
     Trash* trash = nullptr;
     Hotkeys* hotkeys = nullptr;
+    EventTaps* eventTaps = nullptr;
     SyntheticKeys* syntheticKeys = nullptr;
     NSProcessInfo* processInfo = nullptr;
     NSURLSession* urlSession = nullptr;

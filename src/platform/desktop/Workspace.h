@@ -6,6 +6,9 @@
 
 namespace vellumix {
 
+/// What file managers are known by, whichever one it is.
+inline constexpr auto fileManagerIdentifier = "com.apple.finder";
+
 /// A running application with windows, as it was when it was asked for.
 struct NSRunningApplication {
     /// 0 when the desktop doesn't tell.
@@ -14,6 +17,9 @@ struct NSRunningApplication {
     std::optional<std::string> bundleIdentifier;
     /// Which of its windows was in front, as the backend counts them; 0 when the desktop doesn't tell.
     std::uint32_t window = 0;
+    /// What stands for every application of its kind: `fileManagerIdentifier`, absent for all others. Beside
+    /// the identifier and not in its place: exclusions and the history tell file managers apart.
+    std::optional<std::string> kindIdentifier;
 
     friend bool operator==(const NSRunningApplication&, const NSRunningApplication&) = default;
 };

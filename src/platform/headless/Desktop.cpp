@@ -133,6 +133,7 @@ Platform Desktop::platform() {
         .sharing = &sharing,
         .trash = &trash,
         .hotkeys = &hotkeys,
+        .eventTaps = &eventTaps,
         .syntheticKeys = &syntheticKeys,
         .processInfo = &processInfo,
         .urlSession = &urlSession,

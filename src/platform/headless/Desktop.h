@@ -8,6 +8,7 @@
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/observation/Published.h"
 #include "platform/headless/Cloud.h"
+#include "platform/headless/EventTaps.h"
 #include "platform/headless/Keyboard.h"
 #include "platform/headless/LocalAuthentication.h"
 #include "platform/headless/MemoryFileSystem.h"
@@ -175,6 +176,7 @@ public:
     SharingServices sharing;
     Trash trash;
     Hotkeys hotkeys;
+    EventTaps eventTaps;
     SyntheticKeys syntheticKeys{workspace, pasteboard};
     ProcessInfo processInfo;
     URLSession urlSession{runLoop};

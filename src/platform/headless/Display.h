@@ -18,6 +18,7 @@ public:
         platform.windows = &windows;
         platform.alerts = &alerts;
         platform.hotkeys = &hotkeys;
+        platform.eventTaps = &eventTaps;
         platform.syntheticKeys = &syntheticKeys;
     }
     bool isSeen() const override { return false; }
@@ -30,6 +31,7 @@ private:
     WindowServer windows;
     Alerts alerts;
     Hotkeys hotkeys;
+    EventTaps eventTaps;
     SyntheticKeys syntheticKeys{workspace, pasteboard};
 };
 

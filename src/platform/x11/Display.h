@@ -8,7 +8,9 @@
 #include "platform/desktop/Display.h"
 #include "platform/view/windows/ModalAlerts.h"
 #include "platform/x11/applications/Workspace.h"
+#include "platform/x11/keys/EventTaps.h"
 #include "platform/x11/keys/Hotkeys.h"
+#include "platform/x11/keys/KeyGrabs.h"
 #include "platform/x11/keys/KeyboardMap.h"
 #include "platform/x11/keys/SyntheticKeys.h"
 #include "platform/x11/selections/Pasteboard.h"
@@ -27,8 +29,8 @@ public:
         StatusMenuOpener openMenu;
         /// Of alerts.
         std::function<view::ControlPalette()> palette;
-        /// What pastes where.
-        PasteChords chords;
+        /// Which keys do what where.
+        ApplicationChords chords;
         /// Told when keys are wanted and there are none.
         std::function<void(SyntheticKeys::Lack)> onLackOfKeys;
     };
@@ -49,11 +51,13 @@ private:
     Pasteboard pasteboard{*connection};
     WindowManager windowManager{*connection};
     KeyboardMap keyboard{*connection};
-    Workspace workspace{*connection, windowManager};
+    Workspace workspace;
     WindowServer windows{*connection, windowManager, keyboard};
     StatusBar statusBar;
     view::ModalAlerts alerts;
-    Hotkeys hotkeys{*connection, keyboard};
+    KeyGrabs grabs{*connection, keyboard};
+    Hotkeys hotkeys{*connection, grabs};
+    EventTaps eventTaps{*connection, grabs, [this] { return hasKeyboard(); }};
     SyntheticKeys syntheticKeys;
 };
 

@@ -47,36 +47,45 @@ std::string classOf(std::string_view names) {
 
 }  // namespace
 
-Workspace::Workspace(Connection& connection, WindowManager& windowManager, DesktopFiles desktopFiles)
-    : connection(connection), windowManager(windowManager), desktopFiles(std::move(desktopFiles)) {
+Workspace::Workspace(Connection& connection, WindowManager& windowManager, DesktopFiles desktopFiles,
+                     ApplicationChords chords)
+    : connection(connection),
+      windowManager(windowManager),
+      desktopFiles(std::move(desktopFiles)),
+      chords(std::move(chords)) {
     activeChanges = windowManager.observe([this] { followActiveWindow(); });
     followActiveWindow();
 }
 
 std::optional<NSRunningApplication> Workspace::frontmostApplication() const {
-    // What was announced before this question counts.
-    windowManager.catchUp();
-    if (!windowManager.isRunning()) readFocus();
+    lookAgain();
     if (!front) return std::nullopt;
     NSRunningApplication application{
         .processIdentifier = front->processIdentifier, .bundleIdentifier = {}, .window = front->window};
-    // Looked up here and not when the window came to the front: most windows come and go without a question.
-    if (!front->desktopFile.empty()) {
-        application.bundleIdentifier = front->desktopFile;
-    } else if (!front->windowClass.empty()) {
-        application.bundleIdentifier =
-            desktopFiles.idForClass(front->windowClass).value_or(front->windowClass);
-    }
+    const auto names = frontNames();
+    if (!names.empty()) application.bundleIdentifier = names.front();
+    if (chords.isFileManager(names)) application.kindIdentifier = fileManagerIdentifier;
     return application;
 }
 
 std::vector<std::string> Workspace::frontNames() const {
     std::vector<std::string> names;
-    if (const auto front = frontmostApplication(); front && front->bundleIdentifier) {
-        names.push_back(*front->bundleIdentifier);
+    if (!front) return names;
+    // Looked up here and not when the window came to the front: most windows come and go without a question.
+    if (!front->desktopFile.empty()) {
+        names.push_back(front->desktopFile);
+    } else if (front->windowClass.empty()) {
+        return names;
+    } else if (const auto id = desktopFiles.idForClass(front->windowClass)) {
+        names.push_back(*id);
     }
-    if (this->front && !this->front->windowClass.empty()) names.push_back(this->front->windowClass);
+    if (!front->windowClass.empty()) names.push_back(front->windowClass);
     return names;
+}
+
+const std::vector<ApplicationChord>& Workspace::frontChords(ApplicationChords::Meaning meaning) const {
+    lookAgain();
+    return chords.chordsFor(meaning, frontNames());
 }
 
 bool Workspace::activate(const NSRunningApplication& application) {
@@ -109,6 +118,12 @@ void Workspace::giveFocus(xcb_window_t window) {
 
 void Workspace::followActiveWindow() {
     if (windowManager.isRunning()) setFront(windowManager.activeWindow());
+}
+
+void Workspace::lookAgain() const {
+    // What was announced before this question counts.
+    windowManager.catchUp();
+    if (!windowManager.isRunning()) readFocus();
 }
 
 void Workspace::readFocus() const {

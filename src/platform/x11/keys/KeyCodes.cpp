@@ -85,6 +85,18 @@ ModifierMap::ModifierMap(Connection& connection) {
                                ~(option_ | command_ | Mask{XCB_MOD_MASK_SHIFT} | Mask{XCB_MOD_MASK_CONTROL}));
 }
 
+ModifierMap::Mask ModifierMap::maskOf(const KeyModifiers& held) const {
+    const std::pair<bool, Mask> bits[] = {{held.hasShift, Mask{XCB_MOD_MASK_SHIFT}},
+                                          {held.hasControl, Mask{XCB_MOD_MASK_CONTROL}},
+                                          {held.hasOption, option_},
+                                          {held.hasCommand, command_}};
+    Mask mask = 0;
+    for (const auto& [isHeld, bit] : bits) {
+        if (isHeld) mask |= bit;
+    }
+    return mask;
+}
+
 std::vector<xcb_keycode_t> ModifierMap::keysOf(Mask mask) const {
     std::vector<xcb_keycode_t> all;
     for (std::size_t modifier = 0; modifier < modifierCount; ++modifier) {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
+#include "platform/desktop/Event.h"
 #include "platform/x11/server/Connection.h"
 
 /// The keys of the board as the X server counts them.
@@ -24,6 +26,9 @@ class KeysDown {
 public:
     explicit KeysDown(Connection& connection);
 
+    bool any() const {
+        return std::ranges::any_of(bits, [](std::uint8_t byte) { return byte != 0; });
+    }
     bool test(xcb_keycode_t code) const { return (bits[code / 8] >> (code % 8) & 1U) != 0; }
 
 private:
@@ -45,6 +50,8 @@ public:
     Mask command() const { return command_; }
     /// Those of Caps Lock, Num Lock and Scroll Lock.
     Mask locks() const { return locks_; }
+    /// The bits that are set while these are held.
+    Mask maskOf(const KeyModifiers& held) const;
 
     /// The keys that set one of these bits, in the order of the keyboard's map.
     std::vector<xcb_keycode_t> keysOf(Mask mask) const;

@@ -19,8 +19,15 @@ namespace vellumix::x11 {
 
 namespace {
 
-constexpr KeyChord paste{.keyCode = 9, .flags = kCGEventFlagMaskCommand};
+constexpr std::pair<KeyChord, ApplicationChords::Meaning> knownChords[] = {
+    {{.keyCode = 9, .flags = kCGEventFlagMaskCommand}, ApplicationChords::Meaning::paste},
+    {{.keyCode = 8, .flags = kCGEventFlagMaskCommand}, ApplicationChords::Meaning::copy},
+    {{.keyCode = 51, .flags = kCGEventFlagMaskCommand}, ApplicationChords::Meaning::trash},
+};
 constexpr double patienceSeconds = 0.5;
+/// Longer than a person holds a combination that did nothing yet, and short enough for nobody to have
+/// forgotten it. With other modifiers the keys would mean something else, so there is no going out with them.
+constexpr double holdingSeconds = 5;
 constexpr double pollSeconds = 0.01;
 /// Longer than a program takes to ask for what it pastes.
 constexpr double primarySeconds = 2;
@@ -42,15 +49,16 @@ bool hasTestExtension(Connection& connection) {
 
 }  // namespace
 
-SyntheticKeys::SyntheticKeys(Connection& connection, KeyboardMap& keyboard, const Workspace& workspace,
-                             const Pasteboard& pasteboard, PasteChords chords,
-                             std::function<void(Lack)> tellUser)
+SyntheticKeys::SyntheticKeys(Connection& connection, KeyboardMap& keyboard, KeyGrabs& grabs,
+                             const Workspace& workspace, const Pasteboard& pasteboard,
+                             std::function<bool()> hasKeyboard, std::function<void(Lack)> tellUser)
     : connection(connection),
       keyboard(keyboard),
+      grabs(grabs),
       workspace(workspace),
       pasteboard(pasteboard),
-      chords(std::move(chords)),
       hasTest(hasTestExtension(connection)),
+      hasKeyboard(std::move(hasKeyboard)),
       tellUser(std::move(tellUser)) {}
 
 bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool prompts) {
@@ -62,37 +70,51 @@ bool SyntheticKeys::AXIsProcessTrustedWithOptions(bool prompts) {
         }
         return false;
     }
-    if (!chords.chordsFor(workspace.frontNames()).empty()) return true;
+    if (!workspace.frontChords(Meaning::paste).empty()) return true;
     if (prompts && tellUser) tellUser(Lack::chord);
     return false;
 }
 
 void SyntheticKeys::CGEventPost(const KeyChord& chord) {
-    if (chord != paste || !hasTest) return;
-    pastes.push_back({.deadline = connection.runLoop().uptime() + patienceSeconds});
+    const auto* const known = std::ranges::find(knownChords, chord, &std::pair<KeyChord, Meaning>::first);
+    if (known == std::end(knownChords) || !hasTest) return;
+    Posting posting{.meaning = known->second, .deadline = connection.runLoop().uptime() + patienceSeconds};
+    if (posting.meaning != Meaning::paste) {
+        posting.deadline = connection.runLoop().uptime() + holdingSeconds;
+        if (const auto front = workspace.frontmostApplication()) posting.window = front->window;
+        posting.followsCopy = posting.meaning == Meaning::trash && lastPosted == Meaning::copy;
+    }
+    lastPosted = posting.meaning;
+    postings.push_back(posting);
     if (!waiting) goOn();
 }
 
 void SyntheticKeys::goOn() {
-    while (!pastes.empty() && deliver(pastes.front())) pastes.pop_front();
-    if (pastes.empty()) {
+    while (!postings.empty() && deliver(postings.front())) postings.pop_front();
+    if (postings.empty()) {
         waiting.reset();
     } else {
         waiting = connection.runLoop().oneShotTimer(pollSeconds, [this] { goOn(); });
     }
 }
 
-bool SyntheticKeys::deliver(Paste& paste) {
-    const auto& chords = this->chords.chordsFor(workspace.frontNames());
-    const auto keys = keysFor(chords);
-    if (!keys) {
-        Log("SyntheticKeys").error("The keyboard lacks the key that the front application pastes by");
-        return true;
-    }
+bool SyntheticKeys::deliver(Posting& posting) {
+    return posting.meaning == Meaning::paste ? deliverPaste(posting) : deliverToSelection(posting);
+}
+
+std::optional<SyntheticKeys::Keys> SyntheticKeys::frontKeys(Meaning meaning) const {
+    const auto keys = keysFor(workspace.frontChords(meaning));
+    if (!keys) Log("SyntheticKeys").error("There is no key for what the front application was asked for");
+    return keys;
+}
+
+bool SyntheticKeys::deliverPaste(Posting& posting) {
+    const auto keys = frontKeys(Meaning::paste);
+    if (!keys) return true;
     const bool readsPrimary = keys->chord.readsPrimary;
-    if (readsPrimary && !std::exchange(paste.hasPrimary, true)) lendPrimary();
+    if (readsPrimary && !std::exchange(posting.hasPrimary, true)) lendPrimary();
     const bool isOffered = !pasteboard.isClaiming() && !(readsPrimary && primary->isClaiming());
-    const bool isLate = connection.runLoop().uptime() > paste.deadline;
+    const bool isLate = connection.runLoop().uptime() > posting.deadline;
     if ((!isOffered || isUserHoldingModifiers()) && !isLate) return false;
     if (isOffered) {
         press(*keys);
@@ -100,6 +122,43 @@ bool SyntheticKeys::deliver(Paste& paste) {
         Log("SyntheticKeys").error("The clipboard couldn't be taken in time; nothing is pasted");
     }
     return true;
+}
+
+bool SyntheticKeys::deliverToSelection(const Posting& posting) {
+    const auto giveUp = [&](const char* reason) {
+        Log("SyntheticKeys").error(reason);
+        copyingWindow = XCB_WINDOW_NONE;
+        return true;
+    };
+    const auto front = workspace.frontmostApplication();
+    // What is selected in another window was never meant.
+    if (!front || front->window != posting.window)
+        return giveUp("Another window is in front; nothing is cut");
+    if (posting.followsCopy && copyingWindow != posting.window) return true;
+    const double deadline = posting.followsCopy ? copyDeadline : posting.deadline;
+    // The keys that are down would change the chord, and an event tap may still keep one of them.
+    const bool isReady = !(posting.followsCopy && !hasCopied) && !KeysDown(connection).any() &&
+                         !(hasKeyboard && hasKeyboard());
+    if (!isReady && connection.runLoop().uptime() <= deadline) return false;
+    if (!isReady) return giveUp("The keys were held too long, or nothing was copied; nothing is cut");
+    copyingWindow = XCB_WINDOW_NONE;
+    copies.cancel();
+    const auto keys = frontKeys(posting.meaning);
+    if (!keys) return true;
+    if (posting.meaning == Meaning::copy) beginCopy(posting.window);
+    press(*keys);
+    return true;
+}
+
+void SyntheticKeys::beginCopy(xcb_window_t window) {
+    copyingWindow = window;
+    hasCopied = false;
+    copies = connection.observeSelection(
+        connection.atoms().clipboard, [this, window](const Connection::SelectionChange& change) {
+            hasCopied |= change.owner != XCB_WINDOW_NONE && connection.isSameClient(change.owner, window);
+        });
+    // What is copied there much later is another copy, by the user's own hand.
+    copyDeadline = connection.runLoop().uptime() + patienceSeconds;
 }
 
 bool SyntheticKeys::isUserHoldingModifiers() const {
@@ -130,11 +189,12 @@ void SyntheticKeys::press(const Keys& found) {
     const auto& chord = found.chord;
     const auto& modifiers = keyboard.modifiers();
     const KeysDown down(connection);
+    const auto& held = chord.modifiers;
     const std::pair<bool, ModifierMap::Mask> wanted[] = {
-        {chord.hasControl, ModifierMap::Mask{XCB_MOD_MASK_CONTROL}},
-        {chord.hasShift, ModifierMap::Mask{XCB_MOD_MASK_SHIFT}},
-        {chord.hasOption, modifiers.option()},
-        {chord.hasCommand, modifiers.command()},
+        {held.hasControl, ModifierMap::Mask{XCB_MOD_MASK_CONTROL}},
+        {held.hasShift, ModifierMap::Mask{XCB_MOD_MASK_SHIFT}},
+        {held.hasOption, modifiers.option()},
+        {held.hasCommand, modifiers.command()},
     };
     std::vector<xcb_keycode_t> keys;
     for (const auto& [isWanted, mask] : wanted) {
@@ -149,12 +209,15 @@ void SyntheticKeys::press(const Keys& found) {
     const auto send = [&](std::uint8_t kind, xcb_keycode_t code) {
         xcb_test_fake_input(connection.xcb(), kind, code, XCB_CURRENT_TIME, connection.root(), 0, 0, 0);
     };
-    for (const auto code : keys) send(XCB_KEY_PRESS, code);
-    std::ranges::reverse(keys);
-    for (const auto code : keys) send(XCB_KEY_RELEASE, code);
+    // A shortcut of the program's own may be the very chord.
+    grabs.without(found.key, [&] {
+        for (const auto code : keys) send(XCB_KEY_PRESS, code);
+        std::ranges::reverse(keys);
+        for (const auto code : keys) send(XCB_KEY_RELEASE, code);
+    });
 }
 
-std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<PasteChord>& chords) const {
+std::optional<SyntheticKeys::Keys> SyntheticKeys::keysFor(const std::vector<ApplicationChord>& chords) const {
     const auto keymap = keyboard.keymap();
     if (!keymap) return std::nullopt;
     for (const auto& chord : chords) {

@@ -256,8 +256,9 @@ void Connection::deliver(const xcb_generic_event_t& event) {
     }
     if (xcb::typeOf(event) == XCB_KEY_PRESS || xcb::typeOf(event) == XCB_KEY_RELEASE) {
         const auto& key = xcb::as<xcb_key_press_event_t>(event);
-        if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(key.time);
+        // What is kept may be what the user types elsewhere: whoever keeps it says when it was for us.
         if (keyFilter && keyFilter(key)) return;
+        if (xcb::typeOf(event) == XCB_KEY_PRESS) userActed(key.time);
     }
     const auto found = handlers.find(addresseeOf(event));
     if (found != handlers.end()) found->second.notify(event);

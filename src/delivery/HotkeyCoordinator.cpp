@@ -13,4 +13,16 @@ bool HotkeyCoordinator::updateHotkey(const Shortcut& shortcut) {
         shortcut, lifetime.weakly([this] { onMain(lifetime.weakly([this] { onToggle(); })); }));
 }
 
+void HotkeyCoordinator::updateCut(const Shortcut& shortcut, bool isEnabled) {
+    if (cutInterceptor) {
+        cutInterceptor->setShortcut(shortcut);
+        if (!isEnabled) return cutInterceptor->stop();
+    } else if (isEnabled) {
+        cutInterceptor = std::make_unique<GlobalCutInterceptor>(shortcut);
+    } else {
+        return;
+    }
+    cutInterceptor->start();
+}
+
 }  // namespace vellumix

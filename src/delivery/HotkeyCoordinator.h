@@ -1,14 +1,16 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
+#include "delivery/GlobalCutInterceptor.h"
 #include "delivery/HotKey.h"
 #include "platform/foundation/memory/Lifetime.h"
 
 namespace vellumix {
 
-/// Keeps the hotkey in step with the shortcut that a person has chosen, and hands its presses on. Main thread
-/// only.
+/// Keeps the hotkey and the cut in step with the shortcuts that a person has chosen, and hands the presses of
+/// the hotkey on. Main thread only.
 class HotkeyCoordinator {
 public:
     /// `onToggle` is called at each press, on a later turn of the loop.
@@ -20,6 +22,11 @@ public:
     bool updateHotkey(const Shortcut& shortcut);
     /// False when the desktop refuses it, or another program has it at present.
     bool hasHotkey() const { return manager.hasHotKey(); }
+    /// Starts the cut anew with this shortcut, or stops it. What can't be had is told as `start` tells it.
+    void updateCut(const Shortcut& shortcut, bool isEnabled);
+
+    /// Absent before the launch.
+    std::unique_ptr<GlobalCutInterceptor> cutInterceptor;
 
 private:
     GlobalHotkeyManager manager;

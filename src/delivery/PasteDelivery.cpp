@@ -4,6 +4,7 @@
 
 #include "core/capture/PasteboardWatcher.h"
 #include "delivery/FileOffer.h"
+#include "delivery/MovePasteState.h"
 #include "platform/desktop/Platform.h"
 #include "platform/foundation/loop/RunLoop.h"
 #include "platform/foundation/observation/NotificationCenter.h"
@@ -105,7 +106,12 @@ void waitForFrontmost(const NSRunningApplication& application, std::function<voi
     });
 }
 
-void postPasteKeystroke(const ClipboardItem&) { platform::current().syntheticKeys->CGEventPost(commandV); }
+void postPasteKeystroke(const ClipboardItem& item) {
+    // An armed state is spent by one paste, whatever comes of it. No file manager moves a file for us, so the
+    // paste is the same.
+    if (item.kind == ClipboardItem::Kind::file) MovePasteState::shared().take();
+    platform::current().syntheticKeys->CGEventPost(commandV);
+}
 
 void writeToPasteboard(const ClipboardItem& item) {
     if (write(item)) suppressWatcher();

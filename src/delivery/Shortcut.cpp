@@ -5,6 +5,7 @@
 #include <map>
 
 #include "platform/foundation/coding/Json.h"
+#include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
 
@@ -17,15 +18,16 @@ struct Modifier {
     std::uint32_t carbon;
     CGEventFlags flag;
     const char* symbol;
+    const char* nameOnBoard;
     bool KeyModifiers::*isHeld;
 };
 
 /// In the order in which they are read.
 constexpr Modifier modifiersInOrder[] = {
-    {controlKey, kCGEventFlagMaskControl, "⌃", &KeyModifiers::hasControl},
-    {optionKey, kCGEventFlagMaskAlternate, "⌥", &KeyModifiers::hasOption},
-    {shiftKey, kCGEventFlagMaskShift, "⇧", &KeyModifiers::hasShift},
-    {cmdKey, kCGEventFlagMaskCommand, "⌘", &KeyModifiers::hasCommand},
+    {controlKey, kCGEventFlagMaskControl, "⌃", "Ctrl", &KeyModifiers::hasControl},
+    {optionKey, kCGEventFlagMaskAlternate, "⌥", "Alt", &KeyModifiers::hasOption},
+    {shiftKey, kCGEventFlagMaskShift, "⇧", "Shift", &KeyModifiers::hasShift},
+    {cmdKey, kCGEventFlagMaskCommand, "⌘", "Super", &KeyModifiers::hasCommand},
 };
 
 std::optional<std::uint32_t> readNumber(JsonReader& reader) {
@@ -69,6 +71,15 @@ std::string displayString(const Shortcut& shortcut) {
         if (shortcut.modifiers & modifier.carbon) text += modifier.symbol;
     }
     return text + keyName(shortcut.keyCode);
+}
+
+std::string nameOnBoard(const Shortcut& shortcut) {
+    std::string text;
+    for (const auto& modifier : modifiersInOrder) {
+        if (shortcut.modifiers & modifier.carbon) text += std::string(modifier.nameOnBoard) + '+';
+    }
+    const auto name = keyName(shortcut.keyCode);
+    return text + (name == " " ? localized("key.space") : name);
 }
 
 std::string keyName(std::uint32_t keyCode) {

@@ -25,6 +25,8 @@ struct Shortcut {
 
 /// What a person reads, such as "⌥⌘V".
 std::string displayString(const Shortcut& shortcut);
+/// The same as a PC's board names its keys, such as "Alt+Super+V".
+std::string nameOnBoard(const Shortcut& shortcut);
 /// What an American board has on the key; "?" for a key without a sign of its own.
 std::string keyName(std::uint32_t keyCode);
 

@@ -1,6 +1,7 @@
 #include "shell/AppDelegate.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "delivery/PasteDelivery.h"
 #include "platform/desktop/Platform.h"
@@ -8,6 +9,8 @@
 #include "platform/foundation/files/Setting.h"
 #include "platform/foundation/loop/Log.h"
 #include "platform/foundation/loop/RunLoop.h"
+#include "platform/foundation/observation/NotificationCenter.h"
+#include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
 
@@ -17,6 +20,11 @@ namespace {
 constexpr double reactivationSeconds = 0.05;
 /// From the panel's going to the writing of an entry.
 constexpr double deliverySeconds = 0.05;
+/// From the end of the alert on a refused combination to the next one.
+constexpr double alertPauseSeconds = 2;
+/// Where a person says which keys go to which program. What it stands for is the desktop's.
+constexpr auto inputMonitoringPane =
+    "x-apple.systempreferences:com.apple.preference.security?Privacy_ListenEvent";
 
 /// As data that hold a pair of numbers in JSON. No size of a window is as good as none.
 struct AsWindowSize {
@@ -37,6 +45,9 @@ struct AsWindowSize {
 
 const Setting<Shortcut, AsJSON<Shortcut>> shortcutSetting("settings.globalShortcut",
                                                           {.keyCode = 9, .modifiers = cmdKey | optionKey});
+const Setting<Shortcut, AsJSON<Shortcut>> cutShortcutSetting("settings.cutShortcut",
+                                                             {.keyCode = 7, .modifiers = cmdKey});
+const Setting<bool> globalCutEnabledSetting("settings.globalCutEnabled", true);
 const Setting<Size, AsWindowSize> popoverSizeSetting("ui.popoverSize", {520, 450});
 const Setting<bool> onboardingCompletedSetting("onboarding.completed", false);
 
@@ -44,9 +55,11 @@ const Setting<bool> onboardingCompletedSetting("onboarding.completed", false);
 
 AppDelegate::AppDelegate()
     : shortcut(shortcutSetting.get()),
+      cutShortcut(cutShortcutSetting.get()),
       autoCleanSettings(AutoCleanSettings::load()),
       appearanceSettings(loadAppearanceSettings()),
-      popoverSize(popoverSizeSetting.get()) {}
+      popoverSize(popoverSizeSetting.get()),
+      globalCutEnabled(globalCutEnabledSetting.get()) {}
 
 AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
     if (!autoCleanScheduler_) {
@@ -99,6 +112,20 @@ void AppDelegate::applicationDidFinishLaunching() {
         scheduler.performClean(false, false);
     }
     scheduler.start();
+    startCut();
+}
+
+void AppDelegate::startCut() {
+    auto& coordinator = hotkeyCoordinator();
+    coordinator.cutInterceptor = std::make_unique<GlobalCutInterceptor>(cutShortcut.get());
+    // First, so that a refusal at the start is told like any other.
+    for (const auto* name : {"CGEventTapCreationFailed", "CGEventTapRevoked"}) {
+        tapFailures.push_back(NotificationCenter::defaultCenter().observe(
+            name, lifetime.weakly([this](const NotificationCenter::UserInfo&) {
+                onMain(lifetime.weakly([this] { showInputMonitoringAlert(); }));
+            })));
+    }
+    if (globalCutEnabled.get()) coordinator.cutInterceptor->start();
 }
 
 void AppDelegate::pasteAndClose(const ClipboardItem& item) {
@@ -119,6 +146,36 @@ bool AppDelegate::updateGlobalShortcut(const Shortcut& wanted) {
     return true;
 }
 
+void AppDelegate::updateCutShortcut(const Shortcut& wanted) {
+    cutShortcut.set(wanted);
+    cutShortcutSetting.set(wanted);
+    isCutRefused_ = false;
+    hotkeyCoordinator().updateCut(wanted, globalCutEnabled.get());
+}
+
+void AppDelegate::setGlobalCutEnabled(bool isEnabled) {
+    globalCutEnabled.set(isEnabled);
+    globalCutEnabledSetting.set(isEnabled);
+    isCutRefused_ = false;
+    hotkeyCoordinator().updateCut(cutShortcut.get(), isEnabled);
+}
+
+void AppDelegate::showInputMonitoringAlert() {
+    if (std::exchange(permissionAlertShown, true)) return;
+    if (globalCutEnabled.get()) setGlobalCutEnabled(false);
+    isCutRefused_ = true;
+    auto& platform = platform::current();
+    const auto combination = displayString(cutShortcut.get()) + " (" + nameOnBoard(cutShortcut.get()) + ")";
+    const auto answer = platform.alerts->runModal(
+        {.messageText = localized("permission.inputMonitoring.title"),
+         .informativeText = localized("permission.inputMonitoring.message", combination),
+         .buttons = {localized("permission.openSettings"), localized("ok")}});
+    if (answer == NSAlert::firstButtonReturn) {
+        if (const auto pane = URL::parse(inputMonitoringPane)) platform.sharing->openURL(*pane);
+    }
+    onMainAfter(alertPauseSeconds, lifetime.weakly([this] { permissionAlertShown = false; }));
+}
+
 void AppDelegate::togglePanel() { statusBar_ && statusBar_->isPanelOpen() ? hidePanel() : showPanel(); }
 
 void AppDelegate::showPanel() {
@@ -137,6 +194,8 @@ void AppDelegate::hidePanel() {
 void AppDelegate::terminate() { RunLoop::main().stop(); }
 
 void AppDelegate::applicationWillTerminate() {
+    // Whoever presses the shortcut would otherwise wait for the history to be written.
+    if (auto& interceptor = hotkeyCoordinator().cutInterceptor) interceptor->stop();
     if (watcher_) watcher_->stop();
     autoCleanScheduler().invalidateTimer();
     store_.saveNow();

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "core/capture/PasteboardWatcher.h"
 #include "core/cleaning/AutoCleanScheduler.h"
@@ -67,6 +68,13 @@ public:
     /// Makes it the shortcut of the panel, now and at later starts. False when the desktop refuses it; then
     /// the old one stays.
     bool updateGlobalShortcut(const Shortcut& wanted);
+    /// Makes it the shortcut that cuts files, now and at later starts. Where the desktop refuses it, the cut
+    /// is switched off and the user told, a little later.
+    void updateCutShortcut(const Shortcut& wanted);
+    /// The switch of the cut, now and at later starts; refused as above.
+    void setGlobalCutEnabled(bool isEnabled);
+    /// Whether the cut is off because the desktop refused its shortcut.
+    bool isCutRefused() const { return isCutRefused_; }
     /// Hides the panel with a fade, or notes the front application in `previousApp` and shows the panel, also
     /// one that is fading out. What the hotkey does; nothing before launch.
     void togglePanel();
@@ -79,12 +87,19 @@ public:
 
     /// Shows and hides the panel, whichever application is in front.
     Published<Shortcut> shortcut;
+    /// Cuts files in file managers.
+    Published<Shortcut> cutShortcut;
     Published<AutoCleanSettings> autoCleanSettings;
     Published<AppearanceSettings> appearanceSettings;
     /// The size of the panel at launch, in points.
     Published<Size> popoverSize;
+    /// The switch of the cut, as the person has set it; off when the desktop has refused the shortcut.
+    Published<bool> globalCutEnabled;
 
 private:
+    void startCut();
+    /// Serves the loop until the user has read it. Nothing while it is up, and for two seconds after.
+    void showInputMonitoringAlert();
     void setAutoCleanSettings(AutoCleanSettings settings);
 
     std::function<view::View()> makeRootView;
@@ -94,6 +109,9 @@ private:
     std::unique_ptr<AutoCleanScheduler> autoCleanScheduler_;
     std::unique_ptr<LockCoordinator> lockCoordinator_;
     std::unique_ptr<HotkeyCoordinator> hotkeyCoordinator_;
+    bool permissionAlertShown = false;
+    bool isCutRefused_ = false;
+    std::vector<Observation> tapFailures;
     Lifetime lifetime;
 };
 

@@ -80,6 +80,12 @@ std::string hotkeyText(const JsonValue& hotkey) {
     return localized(textOf(hotkey) == "active" ? "report.active" : "report.refused");
 }
 
+std::string cutText(const JsonValue& cut) {
+    const auto words = textOf(cut);
+    if (words == "refused") return localized("report.refused");
+    return localized(words == "on" ? "report.on" : "report.off");
+}
+
 std::string eventText(const JsonValue& event, std::string_view name,
                       std::string (*shown)(const std::string&)) {
     const auto* const date = event["date"];
@@ -108,6 +114,7 @@ constexpr Line lines[] = {
     {"keychain", "report.keychain", keychainText},
     {"panel", "report.panel", panelText},
     {"hotkey", "report.hotkey", hotkeyText},
+    {"cut", "report.cut", cutText},
     {"lastCapture", "report.lastCapture", captureText},
     {"lastRefusal", "report.lastRefusal", refusalText},
 };
@@ -116,6 +123,12 @@ constexpr Line lines[] = {
 std::size_t widthOf(std::string_view label) {
     return static_cast<std::size_t>(
         std::ranges::count_if(label, [](char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
+std::string_view cutState(AppDelegate& application) {
+    const auto& interceptor = application.hotkeyCoordinator().cutInterceptor;
+    if (interceptor && interceptor->isStarted()) return "on";
+    return application.globalCutEnabled.get() || application.isCutRefused() ? "refused" : "off";
 }
 
 }  // namespace
@@ -147,6 +160,8 @@ std::string statusReport(AppDelegate& application) {
     writer.string(statusBar && statusBar->isPanelVisible() ? "visible" : "hidden");
     writer.key("hotkey");
     writer.string(application.hotkeyCoordinator().hasHotkey() ? "active" : "refused");
+    writer.key("cut");
+    writer.string(cutState(application));
     std::optional<PasteboardWatcher::Capture> capture;
     std::optional<PasteboardWatcher::Refusal> refusal;
     if (const auto* watcher = application.watcher()) {

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "platform/foundation/coding/Json.h"
+#include "platform/foundation/observation/NotificationCenter.h"
 #include "platform/foundation/text/Unicode.h"
 #include "shell/CommandLine.h"
 #include "shell/StatusReport.h"
@@ -221,6 +222,71 @@ TEST_F(AppDelegateTest, ARefusedShortcutLeavesTheOldOneAtWorkAndStored) {
     EXPECT_EQ(AppDelegate().shortcut.get(), (Shortcut{9, 2304}));
 }
 
+TEST_F(AppDelegateTest, ARefusedCutIsSwitchedOffAndToldOnceUntilTwoSecondsLater) {
+    constexpr Shortcut taken{.keyCode = 49, .modifiers = cmdKey | controlKey};
+    desktop.eventTaps.taken = {{.keyCode = 49, .flags = modifierFlags(taken.modifiers)}};
+    desktop.workspace.front = NSRunningApplication{.kindIdentifier = fileManagerIdentifier};
+    const auto cut = [](AppDelegate& application) {
+        return std::get<std::string>((*JsonValue::parse(statusReport(application)))["cut"]->value);
+    };
+    const auto cuts = [&](const Shortcut& shortcut) {
+        return !desktop.eventTaps.press(
+            {.chord = {.keyCode = shortcut.keyCode, .flags = modifierFlags(shortcut.modifiers)}});
+    };
+    std::string said;
+    int answered = NSAlert::firstButtonReturn + 1;
+    desktop.alerts.answer = [&](const NSAlert& alert) {
+        said = alert.informativeText;
+        EXPECT_EQ(alert.buttons.size(), 2U);
+        // Another failure while it is up.
+        NotificationCenter::defaultCenter().post("CGEventTapRevoked");
+        desktop.runLoop.advance(5);
+        return answered;
+    };
+    {
+        AppDelegate application;
+        EXPECT_EQ(application.cutShortcut.get(), (Shortcut{7, cmdKey}));
+        EXPECT_FALSE(cuts({7, cmdKey})) << "not before the launch";
+        application.applicationDidFinishLaunching();
+        EXPECT_EQ(cut(application), "on");
+        EXPECT_TRUE(cuts({7, cmdKey}));
+        application.updateCutShortcut(taken);
+        desktop.runLoop.advance(0);
+        EXPECT_EQ(desktop.alerts.shown, 1);
+        EXPECT_NE(said.find("⌃⌘  (Ctrl+Super+Space)"), std::string::npos) << said;
+        EXPECT_FALSE(application.globalCutEnabled.get());
+        EXPECT_EQ(cut(application), "refused");
+        EXPECT_TRUE(desktop.sharing.opened.empty());
+        application.setGlobalCutEnabled(true);
+        desktop.runLoop.advance(1.9);
+        EXPECT_EQ(desktop.alerts.shown, 1) << "so soon after the last one";
+        application.setGlobalCutEnabled(false);
+        EXPECT_EQ(cut(application), "off");
+        desktop.runLoop.advance(0.2);
+        answered = NSAlert::firstButtonReturn;
+        application.setGlobalCutEnabled(true);
+        desktop.runLoop.advance(10);
+        EXPECT_EQ(desktop.alerts.shown, 2);
+        EXPECT_EQ(desktop.sharing.opened,
+                  std::vector<URL>{*URL::parse("x-apple.systempreferences:com.apple.preference.security?"
+                                               "Privacy_ListenEvent")});
+    }
+    EXPECT_FALSE(AppDelegate().globalCutEnabled.get()) << "kept";
+    EXPECT_EQ(AppDelegate().cutShortcut.get(), taken);
+
+    // What is no boolean reads as on. Then the launch finds the combination taken.
+    UserDefaults::standard().set("settings.globalCutEnabled", PropertyValue(std::string("no")));
+    AppDelegate again;
+    again.applicationDidFinishLaunching();
+    desktop.runLoop.advance(10);
+    EXPECT_EQ(desktop.alerts.shown, 3);
+    desktop.eventTaps.taken.clear();
+    again.setGlobalCutEnabled(true);
+    EXPECT_TRUE(cuts(taken));
+    again.applicationWillTerminate();
+    EXPECT_FALSE(cuts(taken)) << "nobody waits for the end of the program";
+}
+
 TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
     AppDelegate application;
     application.applicationDidFinishLaunching();
@@ -231,7 +297,7 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
     EXPECT_EQ(json, R"({"entries":{"text":1,"image":0,"file":0,"link":0,"code":0},"pinned":0,"locked":0,)"
                     R"("lockedInClear":0,"file":"\/home\/user\/.local\/share\/Vellumix\/history.json",)"
                     R"("saveFailed":false,"keychain":"in memory","panel":"visible","hotkey":"active",)"
-                    R"("lastCapture":{"date":")" +
+                    R"("cut":"on","lastCapture":{"date":")" +
                         date + R"(","kind":"text"},"lastRefusal":null})");
     LanguageManager::shared().currentLanguage.set(AppLanguage::es);
     EXPECT_EQ(readableStatus(json),
@@ -245,6 +311,7 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
               "Clave en:         memoria\n"
               "Panel:            visible\n"
               "Atajo:            activo\n"
+              "Corte:            activado\n"
               "Último registro:  Texto, " +
                   date +
                   "\n"

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/foundation/cipher/AESGCM.h"
+#include "platform/foundation/cipher/Ed25519.h"
 #include "platform/foundation/cipher/Ghash.h"
 
 namespace vellumix {
@@ -49,6 +50,47 @@ TEST(Cipher, WhatIsSealedOpensByTheLibraryInEveryMode) {
     EXPECT_EXIT(std::exit(failures() == 0 && gcry_fips_mode_active() ? 0 : 1), testing::ExitedWithCode(0),
                 "");
     ::unsetenv("LIBGCRYPT_FORCE_FIPS_MODE");
+}
+
+TEST(Ed25519, WhatIsSignedIsJustThatMessage) {
+    // RFC 8032 section 7.1, the test of two bytes; and 200,000 zeros, signed by OpenSSL.
+    const Bytes zeros(200'000, 0);
+    const struct {
+        const char* key;
+        Bytes message;
+        const char* signature;
+    } signings[] = {
+        {"/FHNjmIYoaONpH7QAjDwWAgW7RO6MwOsXeuRFUiQgCU=",
+         {0xaf, 0x82},
+         "YpHWV97sJAJIJ+acOr4BowzlSKKEdDpEXjaA19taw6wY/5tTjRbykK5n92CYTcZZSnwV6XFu0o3AJ77O6h7ECg=="},
+        {"IzGy1Z1snIDNX58cErzXkEWNbzOJYezrj7OMHKurnck=", zeros,
+         "bHu4HLU6RDmmFPJsm6zfdoZe/bSn0wI5E/1BoNbW1pUMZEUvY894lak58h0CMBo9KAuBbRrlcES2dn2Ak6RVBg=="},
+    };
+    for (const auto& each : signings) {
+        const auto key = *ed25519::publicKeyOf(each.key);
+        const auto signature = *ed25519::signatureOf(each.signature);
+        EXPECT_TRUE(ed25519::isSignedBy(key, each.message, signature));
+        EXPECT_FALSE(ed25519::isSignedBy(key, ByteView(each.message).first(1), signature));
+        auto other = each.message;
+        other.back() ^= 1;
+        EXPECT_FALSE(ed25519::isSignedBy(key, other, signature)) << "beyond any first part of it";
+        for (std::size_t at = 0; at < signature.size(); ++at) {
+            auto changed = signature;
+            changed[at] ^= 0x20;
+            EXPECT_FALSE(ed25519::isSignedBy(key, each.message, changed)) << at;
+        }
+        for (std::size_t at = 0; at < key.size(); ++at) {
+            auto changed = key;
+            changed[at] ^= 0x10;
+            EXPECT_FALSE(ed25519::isSignedBy(changed, each.message, signature)) << at;
+        }
+    }
+    // The same with the order of the curve added to its second half.
+    const auto again = ed25519::signatureOf(
+        "YpHWV97sJAJIJ+acOr4BowzlSKKEdDpEXjaA19taw6wF05Gwp3kE6YQE7wN3R6VuSnwV6XFu0o3AJ77O6h7EGg==");
+    EXPECT_FALSE(ed25519::isSignedBy(*ed25519::publicKeyOf(signings[0].key), signings[0].message, *again));
+    EXPECT_FALSE(ed25519::publicKeyOf("AAAA"));
+    EXPECT_FALSE(ed25519::signatureOf(signings[0].key));
 }
 
 TEST(Ghash, IsTheStandardsOwn) {

@@ -41,21 +41,10 @@ namespace aesgcm {
 
 namespace {
 
-/// The client library of the keyring uses the same library, and whoever comes first prepares it.
-bool prepareLibrary() {
-    static const bool isPrepared = [] {
-        if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) return true;
-        if (!gcry_check_version(GCRYPT_VERSION)) return false;
-        gcry_control(GCRYCTL_DISABLE_SECMEM_WARN);
-        return gcry_control(GCRYCTL_INITIALIZATION_FINISHED) == 0;
-    }();
-    return isPrepared;
-}
-
 /// Null where the library refuses.
 gcrypt::Cipher openCipher(const SymmetricKey& key, int mode) {
     gcry_cipher_hd_t opened = nullptr;
-    if (!prepareLibrary() || gcry_cipher_open(&opened, GCRY_CIPHER_AES256, mode, 0)) return nullptr;
+    if (!gcrypt::prepareLibrary() || gcry_cipher_open(&opened, GCRY_CIPHER_AES256, mode, 0)) return nullptr;
     gcrypt::Cipher cipher(opened);
     const auto raw = key.raw();
     return gcry_cipher_setkey(opened, raw.data(), raw.size()) ? nullptr : std::move(cipher);
@@ -138,7 +127,7 @@ std::optional<Sealing> Sealing::begin(const SymmetricKey& key) {
     assertNotDescribing("something was enciphered");
     auto state = std::make_unique<State>();
     fillRandom(state->nonce);
-    if (prepareLibrary() && gcry_fips_mode_active()) {
+    if (gcrypt::prepareLibrary() && gcry_fips_mode_active()) {
         state->counter = CounterSealing::begin(key, state->nonce);
     } else {
         state->cipher = cipherFor(key, state->nonce);

@@ -52,6 +52,12 @@ TEST_F(FitTest, NothingLeavesItsBoxAtAnyWidthInAnyLanguage) {
             tree.frame(1);
             EXPECT_EQ(overflows(tree.tree->layoutDump()), "") << width << " wide in " << rawValue(language);
         }
+        const auto updates = std::ranges::find(sheets, "updates", &GallerySheet::name);
+        ASSERT_NE(updates, sheets.end());
+        for (const auto& cell : updates->cells) {
+            TreeUnderTest window(cell.content, {cell.size});
+            EXPECT_EQ(overflows(window.tree->layoutDump()), "") << rawValue(language);
+        }
     }
 }
 

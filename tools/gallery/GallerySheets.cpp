@@ -21,6 +21,7 @@
 #include "views/panel/HeaderView.h"
 #include "views/panel/PasswordPrompt.h"
 #include "views/panel/RootContainerView.h"
+#include "views/panel/UpdateWindow.h"
 
 namespace vellumix {
 
@@ -269,6 +270,31 @@ GallerySheet popUps() {
              {"progress", ProgressIndicator(), small, {}}}};
 }
 
+GallerySheet updates() {
+    const char* const notes =
+        "The search is twice as fast in long histories.\n\n"
+        "– Pictures keep their place in the list while they are being read.\n"
+        "– A file that was cut in one folder can be pasted in another, also when its name holds a line "
+        "break.\n"
+        "– The panel opens on the screen that the pointer is on.\n\n"
+        "Mended: the tray’s icon came back only after a new start when the bar had been restarted; a locked "
+        "entry "
+        "could be seen for a moment after the screen was unlocked; and the program no longer asks for the "
+        "keyring twice.\n\nThanks to all who wrote.";
+    const auto window = [](const UpdatePrompt::Stage& stage, double height) {
+        return GalleryCell{.content = UpdateWindow::content(stage), .size = {420, height}};
+    };
+    return {
+        "updates",
+        2,
+        {window(UpdatePrompt::Offer{"1.4.0", "1.3.2", notes}, 330),
+         window(UpdatePrompt::Offer{"1.4.0", "1.3.2", "One line."}, 330),
+         window(UpdatePrompt::Offer{"1.4.0", "1.3.2", ""}, 140), window(UpdatePrompt::Checking{}, 140),
+         window(UpdatePrompt::Progress{"1.4.0", 0.37}, 140), window(UpdatePrompt::Progress{"1.4.0", 0}, 140),
+         window(UpdatePrompt::Message{localized("updates.handedOver", std::string("1.4.0"))}, 140),
+         window(UpdatePrompt::Message{localized("updates.failed.notAsAnnounced")}, 140)}};
+}
+
 GallerySheet panelOf(double width, double height) {
     const auto name =
         std::to_string(static_cast<int>(width)) + "x" + std::to_string(static_cast<int>(height));
@@ -278,15 +304,9 @@ GallerySheet panelOf(double width, double height) {
 }  // namespace
 
 std::vector<GallerySheet> gallerySheets() {
-    return {components(),
-            cards(),
-            cardStates(),
-            bars(),
-            pages(),
-            popUps(),
-            panelOf(panelWidth, 620),
-            panelOf(320, 500),
-            panelOf(800, 1000)};
+    return {components(),      cards(),           cardStates(), bars(),
+            pages(),           popUps(),          updates(),    panelOf(panelWidth, 620),
+            panelOf(320, 500), panelOf(800, 1000)};
 }
 
 }  // namespace vellumix

@@ -20,6 +20,7 @@
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/Trash.h"
 #include "platform/desktop/URLSession.h"
+#include "platform/desktop/Updater.h"
 #include "platform/desktop/UserNotifications.h"
 #include "platform/desktop/Window.h"
 #include "platform/desktop/Workspace.h"
@@ -56,6 +57,7 @@ struct Platform {
     NSProcessInfo* processInfo = nullptr;
     NSURLSession* urlSession = nullptr;
     CloudServices* cloud = nullptr;
+    Updates* updates = nullptr;
     NSBundle mainBundle;
     /// Folders for the user's application data, best first; may be empty.
     std::vector<std::string> applicationSupportDirectories;

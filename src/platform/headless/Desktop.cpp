@@ -105,6 +105,23 @@ void Trash::offer(const URL& file, std::function<void(std::optional<Offer>)> ans
                 [answer, offer = found == missing.end() ? std::nullopt : found->second] { answer(offer); });
 }
 
+std::unique_ptr<SPUStandardUpdaterController> Updates::initWithStartingUpdater(bool startingUpdater) {
+    class Controller final : public SPUStandardUpdaterController, public SPUUpdater {
+    public:
+        explicit Controller(Updates& owner) : owner(owner) {}
+        SPUUpdater& updater() override { return *this; }
+        bool startUpdater() override { return ++owner.started > 0; }
+        void checkForUpdates() override { ++owner.checks; }
+
+    private:
+        Updates& owner;
+    };
+    ++made;
+    auto controller = std::make_unique<Controller>(*this);
+    if (startingUpdater) controller->startUpdater();
+    return controller;
+}
+
 void MemoryLog::write(Level, std::string_view category, std::string_view message) {
     lines.push_back(std::string(category) + ": " + std::string(message));
 }
@@ -138,6 +155,7 @@ Platform Desktop::platform() {
         .processInfo = &processInfo,
         .urlSession = &urlSession,
         .cloud = &cloud,
+        .updates = &updates,
         .applicationSupportDirectories = {"/home/user/.local/share"},
         .temporaryDirectory = "/tmp",
         .defaultsPath = "/home/user/.config/Vellumix/settings.plist",

@@ -143,6 +143,16 @@ public:
     NSLocale locale;
 };
 
+/// An updater that looks for nothing, and counts what it was told.
+class Updates final : public vellumix::Updates {
+public:
+    std::unique_ptr<SPUStandardUpdaterController> initWithStartingUpdater(bool startingUpdater) override;
+
+    int made = 0;
+    int started = 0;
+    int checks = 0;
+};
+
 /// Keeps the lines of the log as "Category: message".
 class MemoryLog final : public LogSink {
 public:
@@ -181,6 +191,7 @@ public:
     ProcessInfo processInfo;
     URLSession urlSession{runLoop};
     Cloud cloud{runLoop};
+    Updates updates;
 };
 
 }  // namespace vellumix::headless

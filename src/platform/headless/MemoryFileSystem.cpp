@@ -44,6 +44,8 @@ std::error_code MemoryFileSystem::openNew(const std::string& path, Handle& handl
 std::error_code MemoryFileSystem::write(Handle handle, ByteView bytes) {
     const auto found = open.find(handle);
     if (found == open.end()) return failure(std::errc::bad_file_descriptor);
+    if (room && bytes.size() > *room) return failure(std::errc::no_space_on_device);
+    if (room) *room -= bytes.size();
     append(files[found->second], bytes);
     return {};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -30,6 +31,8 @@ public:
 
     std::map<std::string, Bytes> files;
     std::set<std::string> folders{"/"};
+    /// Bytes that can still be written; without it, any number.
+    std::optional<std::size_t> room;
 
 private:
     std::map<Handle, std::string> open;

@@ -49,6 +49,7 @@ using Text = std::unique_ptr<char, HandleDeleter<g_free>>;
 using KeyFile = std::unique_ptr<GKeyFile, HandleDeleter<g_key_file_unref>>;
 using TextList = std::unique_ptr<char*, HandleDeleter<g_strfreev>>;
 using Attributes = std::unique_ptr<GHashTable, HandleDeleter<g_hash_table_unref>>;
+using MarkupContext = std::unique_ptr<GMarkupParseContext, HandleDeleter<g_markup_parse_context_free>>;
 using Error = std::unique_ptr<GError, HandleDeleter<g_error_free>>;
 
 /// A watch for the owner of a name on a bus.

@@ -9,7 +9,10 @@
 namespace vellumix::linux_desktop {
 
 bool startDetached(const std::vector<std::string>& arguments) {
-    constexpr auto program = "/proc/self/exe";
+    return startDetachedProgram("/proc/self/exe", arguments);
+}
+
+bool startDetachedProgram(const std::string& program, const std::vector<std::string>& arguments) {
     std::vector<std::string> words{"vellumix"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
@@ -26,7 +29,8 @@ bool startDetached(const std::vector<std::string>& arguments) {
         posix_spawn_file_actions_addopen(actions.get(), output, "/dev/null", O_WRONLY, 0);
     }
     pid_t child = 0;
-    return posix_spawn(&child, program, actions.get(), attributes.get(), pointers.data(), environ) == 0;
+    return posix_spawn(&child, program.c_str(), actions.get(), attributes.get(), pointers.data(), environ) ==
+           0;
 }
 
 }  // namespace vellumix::linux_desktop

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "BuildInformation.h"
 #include "core/history/EncryptionManager.h"
 #include "core/history/HistoryBounds.h"
 #include "platform/foundation/text/LocalizedText.h"
@@ -17,6 +18,7 @@
 #include "platform/linux/process/Locale.h"
 #include "platform/linux/process/ProcessInfo.h"
 #include "platform/linux/process/StartDetached.h"
+#include "platform/linux/updates/Updater.h"
 #include "platform/x11/Display.h"
 #include "shell/AppDelegate.h"
 #include "shell/Commands.h"
@@ -26,6 +28,7 @@
 #include "views/panel/PasswordPrompt.h"
 #include "views/panel/RootContainerView.h"
 #include "views/panel/StatusMenu.h"
+#include "views/panel/UpdateWindow.h"
 
 using namespace vellumix;
 
@@ -85,6 +88,13 @@ AuthenticationPromptMaker promptMaker(const Display& display) {
     };
 }
 
+UpdatePromptMaker updatePromptMaker(const Display& display) {
+    if (!display.isSeen()) return nullptr;
+    return [](auto manner, const auto& stage, auto onAnswer) {
+        return std::make_unique<UpdateWindow>(manner, stage, std::move(onAnswer));
+    };
+}
+
 /// False where another process writes into the folder.
 bool take(linux_desktop::InstanceLock& lock, FileSystem& files, const std::string& dataFolder) {
     switch (lock.take(files, dataFolder)) {
@@ -101,7 +111,9 @@ bool take(linux_desktop::InstanceLock& lock, FileSystem& files, const std::strin
     return false;
 }
 
-ExitStatus run(const CommandLine& line, const std::vector<std::string>& arguments, const Commands& commands) {
+/// `successor` is the program that is to take the place of this one when it has ended, if any.
+ExitStatus run(const CommandLine& line, const std::vector<std::string>& arguments, const Commands& commands,
+               std::string& successor) {
     linux_desktop::hardenProcess();
     linux_desktop::Services::Images images;
     linux_desktop::GLibRunLoop runLoop;
@@ -130,8 +142,24 @@ ExitStatus run(const CommandLine& line, const std::vector<std::string>& argument
     display->fill(platform);
     linux_desktop::ProcessInfo processInfo(arguments);
     platform.processInfo = &processInfo;
+    platform.mainBundle = {buildInformation()};
     const linux_desktop::Services services(platform, runLoop, images, files, keychain, *display, paths,
                                            promptMaker(*display));
+    linux_desktop::UpdaterService updates({
+        .session = *platform.urlSession,
+        .files = files,
+        .sharing = *platform.sharing,
+        .makePrompt = updatePromptMaker(*display),
+        .folder = paths.dataFolder() + "/updates",
+        .systemVersion = linux_desktop::systemVersion(),
+        .findAppImage = [&files] { return linux_desktop::AppImage::running(files); },
+        .relaunch =
+            [&](const std::string& program) {
+                successor = program;
+                runLoop.stop();
+            },
+    });
+    platform.updates = &updates;
     const platform::Scope scope(std::move(platform));
 
     AppDelegate application;
@@ -166,9 +194,15 @@ int main(int count, char** words) {
     const Commands commands({
         .find = [] { return std::make_unique<linux_desktop::SessionInstance>(); },
         .start = linux_desktop::startDetached,
-        .version = "Vellumix " VELLUMIX_VERSION,
+        .version =
+            "Vellumix " + NSBundle{buildInformation()}.string("CFBundleShortVersionString").value_or(""),
     });
     const auto line = CommandLine::parse(arguments);
     const bool isRun = line.error.empty() && line.command == CommandLine::Command::run;
-    return static_cast<int>(isRun ? run(line, arguments, commands) : commands.perform(line));
+    if (!isRun) return static_cast<int>(commands.perform(line));
+    std::string successor;
+    const auto status = run(line, arguments, commands, successor);
+    // Only now, as it takes the bus name, the display and the history's folder.
+    if (!successor.empty()) linux_desktop::startDetachedProgram(successor, {});
+    return static_cast<int>(status);
 }

@@ -51,10 +51,19 @@ const Setting<bool> globalCutEnabledSetting("settings.globalCutEnabled", true);
 const Setting<Size, AsWindowSize> popoverSizeSetting("ui.popoverSize", {520, 450});
 const Setting<bool> onboardingCompletedSetting("onboarding.completed", false);
 
+/// Of the service that is told of a launch, as the build has it. The host of a build that has none is
+/// reserved for names that lead nowhere (RFC 6761 section 6.4).
+URL serviceURL() {
+    const auto built = platform::current().mainBundle.string("VLXServiceURL");
+    const auto url = built ? URL::parse(*built) : std::nullopt;
+    return url ? *url : *URL::parse("https://vellumix.invalid/api");
+}
+
 }  // namespace
 
 AppDelegate::AppDelegate()
-    : shortcut(shortcutSetting.get()),
+    : telemetry_(serviceURL()),
+      shortcut(shortcutSetting.get()),
       cutShortcut(cutShortcutSetting.get()),
       autoCleanSettings(AutoCleanSettings::load()),
       appearanceSettings(loadAppearanceSettings()),
@@ -112,6 +121,8 @@ void AppDelegate::applicationDidFinishLaunching() {
         scheduler.performClean(false, false);
     }
     scheduler.start();
+    updater_.start();
+    telemetry_.send("app_open", {});
     startCut();
 }
 

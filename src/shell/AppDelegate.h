@@ -16,6 +16,8 @@
 #include "protection/AuthenticationManager.h"
 #include "protection/LockCoordinator.h"
 #include "shell/StatusBarController.h"
+#include "shell/TelemetryReporter.h"
+#include "shell/UpdateCoordinator.h"
 #include "shell/Warnings.h"
 #include "shell/settings/AppearanceSettings.h"
 #include "shell/settings/LanguageManager.h"
@@ -29,8 +31,10 @@ namespace vellumix {
 class AppDelegate {
     // First, as the history is loaded before the settings are read.
     Store store_;
+    UpdateCoordinator updater_;
     ThemeManager& themeManager_ = ThemeManager::shared();
     LanguageManager& languageManager_ = LanguageManager::shared();
+    TelemetryReporter telemetry_;
     AuthenticationManager authenticationManager_;
 
 public:
@@ -44,8 +48,10 @@ public:
     void terminate();
 
     Store& store() { return store_; }
+    UpdateCoordinator& updater() { return updater_; }
     ThemeManager& themeManager() { return themeManager_; }
     LanguageManager& languageManager() { return languageManager_; }
+    TelemetryReporter& telemetry() { return telemetry_; }
     AuthenticationManager& authenticationManager() { return authenticationManager_; }
     /// Absent until launch.
     PasteboardWatcher* watcher() { return watcher_.get(); }

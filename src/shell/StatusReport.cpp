@@ -86,6 +86,10 @@ std::string cutText(const JsonValue& cut) {
     return localized(words == "on" ? "report.on" : "report.off");
 }
 
+std::string updatesText(const JsonValue& updates) {
+    return localized(textOf(updates) == "configured" ? "report.configured" : "report.notConfigured");
+}
+
 std::string eventText(const JsonValue& event, std::string_view name,
                       std::string (*shown)(const std::string&)) {
     const auto* const date = event["date"];
@@ -117,6 +121,7 @@ constexpr Line lines[] = {
     {"cut", "report.cut", cutText},
     {"lastCapture", "report.lastCapture", captureText},
     {"lastRefusal", "report.lastRefusal", refusalText},
+    {"updates", "report.updates", updatesText},
 };
 
 /// As wide as a terminal shows the labels, which are letters of the Latin alphabet, accents included.
@@ -172,6 +177,8 @@ std::string statusReport(AppDelegate& application) {
                capture ? rawValue(capture->kind) : "");
     writeEvent(writer, "lastRefusal", refusal ? std::optional(refusal->date) : std::nullopt, "reason",
                refusal ? rawValue(refusal->reason) : "");
+    writer.key("updates");
+    writer.string(application.updater().isConfigured() ? "configured" : "not configured");
     writer.endObject();
     return std::string(asText(out));
 }

@@ -11,8 +11,9 @@ class AppDelegate;
 /// "lockedInClear" (how many of the locked are not enciphered), "file", "saveFailed" (whether that file is
 /// behind the list), "keychain", "panel" ("visible" or "hidden"), "hotkey" ("active", or "refused" when
 /// another program has it), "cut" ("on", "off", or "refused" when files can't be cut for want of the
-/// combination), "lastCapture" ({"date", "kind"} or null) and "lastRefusal" ({"date", "reason"} or null).
-/// Dates are ISO 8601 in UTC. Never content. What it says is the same in every language.
+/// combination), "lastCapture" ({"date", "kind"} or null), "lastRefusal" ({"date", "reason"} or null) and
+/// "updates" ("configured" or "not configured"). Dates are ISO 8601 in UTC. Never content. What it says is
+/// the same in every language.
 std::string statusReport(AppDelegate& application);
 
 /// The same in lines for a person, in the user's language; empty when the text is no such object.

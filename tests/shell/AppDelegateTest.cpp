@@ -298,7 +298,7 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
                     R"("lockedInClear":0,"file":"\/home\/user\/.local\/share\/Vellumix\/history.json",)"
                     R"("saveFailed":false,"keychain":"in memory","panel":"visible","hotkey":"active",)"
                     R"("cut":"on","lastCapture":{"date":")" +
-                        date + R"(","kind":"text"},"lastRefusal":null})");
+                        date + R"(","kind":"text"},"lastRefusal":null,"updates":"not configured"})");
     LanguageManager::shared().currentLanguage.set(AppLanguage::es);
     EXPECT_EQ(readableStatus(json),
               "Vellumix está en ejecución.\n"
@@ -315,7 +315,8 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
               "Último registro:  Texto, " +
                   date +
                   "\n"
-                  "Último rechazo:   ninguno desde el inicio\n");
+                  "Último rechazo:   ninguno desde el inicio\n"
+                  "Actualizaciones:  sin configurar\n");
     const std::pair<const char*, const char*> others[] = {
         {R"("keychain":"key file")", "archivo de clave\n"},
         {R"("keychain":"none yet")", "ningún lugar todavía\n"},
@@ -323,6 +324,7 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
         {R"("saveFailed":true)", "falla\n"},
         {R"("panel":"hidden")", "oculto\n"},
         {R"("hotkey":"refused")", "lo usa otro programa\n"},
+        {R"("updates":"configured")", "configuradas\n"},
     };
     for (const auto& [member, end] : others) {
         const auto lines = readableStatus(R"({"entries":{},)" + std::string(member) + "}");

@@ -116,9 +116,14 @@ struct JsonValue {
     static std::optional<JsonValue> parse(std::string_view text);
     /// One member or element a line, two blanks a level, keys sorted by code point. Of equal keys the last
     /// stays.
-    std::string pretty() const;
+    std::string pretty() const { return printed(true); }
+    /// The same without blanks and line breaks.
+    std::string compact() const { return printed(false); }
     /// The member of an object, or nothing.
     const JsonValue* operator[](std::string_view key) const;
+
+private:
+    std::string printed(bool isPretty) const;
 };
 
 }  // namespace vellumix

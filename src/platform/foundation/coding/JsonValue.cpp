@@ -50,9 +50,11 @@ std::string quoted(std::string_view text) {
 
 struct Printer {
     std::string& out;
+    const bool isPretty;
     std::size_t level = 0;
 
     void line() const {
+        if (!isPretty) return;
         out += '\n';
         out.append(2 * level, ' ');
     }
@@ -85,7 +87,7 @@ struct Printer {
         std::map<std::string_view, const JsonValue*> sorted;
         for (const auto& [key, member] : members) sorted[key] = &member;
         block('{', '}', sorted, [this](const auto& member) {
-            out += quoted(member.first) + ": ";
+            out += quoted(member.first) + (isPretty ? ": " : ":");
             std::visit(*this, member.second->value);
         });
     }
@@ -100,9 +102,9 @@ std::optional<JsonValue> JsonValue::parse(std::string_view text) {
     return value;
 }
 
-std::string JsonValue::pretty() const {
+std::string JsonValue::printed(bool isPretty) const {
     std::string out;
-    Printer printer{out};
+    Printer printer{out, isPretty};
     std::visit(printer, value);
     return out;
 }

@@ -2,7 +2,9 @@
 
 #include <compare>
 #include <limits>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace vellumix {
 
@@ -20,6 +22,8 @@ struct Date {
     constexpr double unixSeconds() const { return secondsSinceReference + unixOffset; }
     /// ISO 8601 section 5.4 in UTC, to the second: "2026-11-22T21:00:00Z", or basic without separators.
     std::string iso8601(bool basic = false) const;
+    /// Reads a date and a time with its zone (RFC 3339 section 5.6); a leap second counts as the one before.
+    static std::optional<Date> fromRFC3339(std::string_view text);
 
     constexpr auto operator<=>(const Date&) const = default;
     friend constexpr Date operator+(Date date, double seconds) {

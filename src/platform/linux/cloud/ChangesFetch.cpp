@@ -1,7 +1,6 @@
 #include "platform/linux/cloud/ChangesFetch.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 #include "platform/foundation/text/LocalizedText.h"
@@ -171,12 +170,12 @@ void ChangesFetch::leaveOutAssets() {
     std::size_t count = 0;
     std::uint64_t bytes = 0;
     std::size_t left = 0;
-    for (auto& change : std::views::reverse(changes)) {
-        const auto* const changed = std::get_if<Changed>(&change);
+    for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
+        const auto* const changed = std::get_if<Changed>(&*change);
         if (!changed || !changed->picture) continue;
         bytes += changed->picture->size;
         if (++count <= mostAssets && bytes <= mostAssetBytes) continue;
-        change = Failed{changed->record.recordID, CloudFailure::tooLarge};
+        *change = Failed{changed->record.recordID, CloudFailure::tooLarge};
         ++left;
     }
     if (left > 0)

@@ -42,7 +42,7 @@ private:
     };
     struct Changed {
         CKRecord record;
-        std::optional<CouchChange::Attachment> picture;
+        std::optional<CouchAttachment> picture;
     };
     struct Deleted {
         CKRecordID id;

@@ -69,7 +69,7 @@ bool readValue(JsonReader& reader, std::string_view key, CKRecord& record) {
 }
 
 /// The attachment named `pictureName`, among others or alone.
-bool readAttachments(JsonReader& reader, std::optional<CouchChange::Attachment>& picture) {
+bool readAttachments(JsonReader& reader, std::optional<CouchAttachment>& picture) {
     if (reader.next() != Kind::object) return reader.skip();
     return reader.object([&](std::string_view name) {
         if (name != CouchChange::pictureName || reader.next() != Kind::object) return reader.skip();

@@ -8,15 +8,15 @@
 
 namespace vellumix::linux_desktop {
 
+/// An attachment of a document's winning revision.
+struct CouchAttachment {
+    std::string revision;
+    /// In bytes.
+    std::uint64_t size = 0;
+};
+
 /// One row of the feed of changes.
 struct CouchChange {
-    /// The attachment that belongs to the winning revision.
-    struct Attachment {
-        std::string revision;
-        /// In bytes.
-        std::uint64_t size = 0;
-    };
-
     /// The members of a document that are kept; one with more is no record of anybody's.
     static constexpr std::size_t mostValues = 64;
 
@@ -28,7 +28,7 @@ struct CouchChange {
     /// Nothing for a deletion, and where the server had no document to show. Without what starts with an
     /// underscore, which is the server's.
     std::optional<CKRecord> record;
-    std::optional<Attachment> picture;
+    std::optional<CouchAttachment> picture;
 
     /// A document that holds programs of the database's own ("_design/...").
     bool isDesign() const { return identifier.starts_with("_design/"); }

@@ -1,5 +1,7 @@
 #include "platform/linux/cloud/FeedSplitter.h"
 
+#include <utility>
+
 namespace vellumix::linux_desktop {
 
 namespace {
@@ -51,7 +53,10 @@ bool FeedSplitter::takeFrameByte(char byte) {
     } else if (byte == '"') {
         isInString = true;
     } else if (byte == '{' || byte == '[') {
-        if (byte == '[' && depth == 1 && opensResults()) place = Place::atFirstRow;
+        if (byte == '[' && depth == 1 && opensResults()) {
+            if (std::exchange(hasResults, true)) return false;
+            place = Place::atFirstRow;
+        }
         ++depth;
     } else if (byte == '}' || byte == ']') {
         if (depth == 0) return false;

@@ -46,6 +46,7 @@ private:
     Bytes frame_;
     Bytes row_;
     bool isOversized = false;
+    bool hasResults = false;
     /// Of brackets round the present byte.
     std::size_t depth = 0;
     bool isInString = false;

@@ -79,7 +79,7 @@ struct HTTPURLResponse {
 class URLSessionTask {
 public:
     virtual ~URLSessionTask() = default;
-    /// No more of the answer is taken until `resume`, and the time-outs stand still.
+    /// No more of the answer is told until `resume`, little of it is taken, and the time-outs stand still.
     virtual void suspend() = 0;
     virtual void resume() = 0;
 };

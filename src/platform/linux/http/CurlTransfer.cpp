@@ -215,7 +215,7 @@ std::size_t CurlTransfer::onBody(char* bytes, std::size_t size, std::size_t coun
         transfer.count(length);
         return (transfer.bodySize += length) > transfer.request.largestBody ? 0 : length;
     }
-    if (transfer.isSuspended || transfer.piece.size() + length > pieceSize) {
+    if (transfer.piece.size() + length > pieceSize) {
         transfer.isPaused = true;
         return CURL_WRITEFUNC_PAUSE;
     }

@@ -8,6 +8,7 @@
 #include "core/history/HistoryBounds.h"
 #include "platform/foundation/text/LocalizedText.h"
 #include "platform/headless/Display.h"
+#include "platform/linux/CommandServices.h"
 #include "platform/linux/Services.h"
 #include "platform/linux/bus/SessionInstance.h"
 #include "platform/linux/bus/SessionService.h"
@@ -16,10 +17,12 @@
 #include "platform/linux/process/HardenProcess.h"
 #include "platform/linux/process/InstanceLock.h"
 #include "platform/linux/process/Locale.h"
+#include "platform/linux/process/PasswordInput.h"
 #include "platform/linux/process/ProcessInfo.h"
 #include "platform/linux/process/StartDetached.h"
 #include "platform/linux/updates/Updater.h"
 #include "platform/x11/Display.h"
+#include "shell/AccountCommands.h"
 #include "shell/AppDelegate.h"
 #include "shell/Commands.h"
 #include "shell/StatusReport.h"
@@ -177,6 +180,7 @@ ExitStatus run(const CommandLine& line, const std::vector<std::string>& argument
             .toggle = [&] { application.togglePanel(); },
             .show = [&] { application.showPanel(); },
             .hide = [&] { application.hidePanel(); },
+            .takeAccount = [&](const auto& account) { application.takeAccount(account); },
         });
     }
     application.applicationDidFinishLaunching();
@@ -184,6 +188,22 @@ ExitStatus run(const CommandLine& line, const std::vector<std::string>& argument
     runLoop.run();
     application.applicationWillTerminate();
     return ExitStatus::done;
+}
+
+ExitStatus performAccount(const CommandLine::Account& request) {
+    linux_desktop::hardenProcess();
+    const auto paths = linux_desktop::Paths::ofUser();
+    linux_desktop::CommandServices services(paths);
+    const platform::Scope scope(services.platform());
+    linux_desktop::InstanceLock lock;
+    return AccountCommands({
+                               .instance = std::make_shared<linux_desktop::SessionInstance>(),
+                               .mayWriteSettings =
+                                   [&] { return take(lock, *platform::current().files, paths.dataFolder()); },
+                               .readPassword = linux_desktop::readPassword,
+                               .loginName = linux_desktop::CommandServices::loginName(),
+                           })
+        .perform(request);
 }
 
 }  // namespace
@@ -194,6 +214,7 @@ int main(int count, char** words) {
     const Commands commands({
         .find = [] { return std::make_unique<linux_desktop::SessionInstance>(); },
         .start = linux_desktop::startDetached,
+        .account = performAccount,
         .version =
             "Vellumix " + NSBundle{buildInformation()}.string("CFBundleShortVersionString").value_or(""),
     });

@@ -80,6 +80,11 @@ AutoCleanScheduler& AppDelegate::autoCleanScheduler() {
     return *autoCleanScheduler_;
 }
 
+CloudSyncCoordinator& AppDelegate::cloudSync() {
+    if (!cloudSync_) cloudSync_ = std::make_unique<CloudSyncCoordinator>(store_);
+    return *cloudSync_;
+}
+
 LockCoordinator& AppDelegate::lockCoordinator() {
     if (!lockCoordinator_) {
         lockCoordinator_ = std::make_unique<LockCoordinator>(store_, authenticationManager_);
@@ -122,6 +127,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     }
     scheduler.start();
     updater_.start();
+    cloudSync().start();
     telemetry_.send("app_open", {});
     startCut();
 }
@@ -155,6 +161,13 @@ bool AppDelegate::updateGlobalShortcut(const Shortcut& wanted) {
     shortcut.set(wanted);
     shortcutSetting.set(wanted);
     return true;
+}
+
+void AppDelegate::takeAccount(const std::optional<CloudAccount>& account) {
+    CloudAccount::store(account);
+    platform::current().cloud->accountDidChange();
+    cloudSync().stop();
+    cloudSync().start();
 }
 
 void AppDelegate::updateCutShortcut(const Shortcut& wanted) {
@@ -209,6 +222,7 @@ void AppDelegate::applicationWillTerminate() {
     if (auto& interceptor = hotkeyCoordinator().cutInterceptor) interceptor->stop();
     if (watcher_) watcher_->stop();
     autoCleanScheduler().invalidateTimer();
+    cloudSync().stop();
     store_.saveNow();
     UserDefaults::standard().synchronize();
 }

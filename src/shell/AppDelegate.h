@@ -10,6 +10,7 @@
 #include "core/cleaning/AutoCleanSettings.h"
 #include "core/history/Store.h"
 #include "delivery/HotkeyCoordinator.h"
+#include "platform/desktop/CloudAccount.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/foundation/memory/Lifetime.h"
 #include "platform/foundation/observation/Published.h"
@@ -22,6 +23,7 @@
 #include "shell/settings/AppearanceSettings.h"
 #include "shell/settings/LanguageManager.h"
 #include "shell/settings/ThemeManager.h"
+#include "sync/CloudSyncCoordinator.h"
 
 namespace vellumix {
 
@@ -63,11 +65,15 @@ public:
     void setRootView(std::function<view::View()> maker) { makeRootView = std::move(maker); }
     view::View rootView() const { return makeRootView ? makeRootView() : view::View(); }
 
+    /// Made at its first use, and then brings entries where it is switched on.
+    CloudSyncCoordinator& cloudSync();
     /// Made at its first use.
     LockCoordinator& lockCoordinator();
     /// Made at its first use.
     HotkeyCoordinator& hotkeyCoordinator();
 
+    /// Puts the person's account with the cloud, or none, into the settings, and begins anew with it.
+    void takeAccount(const std::optional<CloudAccount>& account);
     /// Takes the panel away at once, and a little later pastes the entry into `previousApp`, which is
     /// forgotten, or into the front application where there is none.
     void pasteAndClose(const ClipboardItem& item);
@@ -113,6 +119,7 @@ private:
     std::unique_ptr<StatusBarController> statusBar_;
     std::unique_ptr<Warnings> warnings;
     std::unique_ptr<AutoCleanScheduler> autoCleanScheduler_;
+    std::unique_ptr<CloudSyncCoordinator> cloudSync_;
     std::unique_ptr<LockCoordinator> lockCoordinator_;
     std::unique_ptr<HotkeyCoordinator> hotkeyCoordinator_;
     bool permissionAlertShown = false;

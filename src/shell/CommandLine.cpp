@@ -1,5 +1,8 @@
 #include "shell/CommandLine.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "platform/foundation/text/LocalizedText.h"
 
 namespace vellumix {
@@ -13,6 +16,10 @@ constexpr std::string_view resetWord = "-resetOnboarding";
 
 CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
     CommandLine line;
+    if (!arguments.empty() && arguments.front() == "account") {
+        line.parseAccount(std::span(arguments).subspan(1));
+        return line;
+    }
     for (const auto& word : arguments) {
         if (word == "--help" || word == "-h") {
             line.command = Command::help;
@@ -47,6 +54,35 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
     return line;
 }
 
+void CommandLine::parseAccount(std::span<const std::string> words) {
+    using Action = Account::Action;
+    constexpr std::pair<std::string_view, Action> actions[] = {
+        {"set", Action::set}, {"show", Action::show}, {"check", Action::check}, {"remove", Action::remove}};
+    command = Command::account;
+    const auto* const action = words.empty() ? std::end(actions)
+                                             : std::ranges::find(actions, words.front(),
+                                                                 &std::pair<std::string_view, Action>::first);
+    if (action == std::end(actions)) {
+        error = localized("command.accountNeedsAction");
+        return;
+    }
+    account.action = action->second;
+    words = words.subspan(1);
+    const bool isSetting = account.action == Action::set;
+    for (; !words.empty(); words = words.subspan(1)) {
+        if (isSetting && words.front() == "--user" && words.size() > 1) {
+            words = words.subspan(1);
+            account.user = words.front();
+        } else if (isSetting && account.address.empty() && !words.front().starts_with('-')) {
+            account.address = words.front();
+        } else {
+            error = localized("command.unknownWord", words.front());
+            return;
+        }
+    }
+    if (isSetting && account.address.empty()) error = localized("command.accountNeedsAddress");
+}
+
 std::string CommandLine::help() {
     struct Row {
         std::string_view words;
@@ -59,11 +95,15 @@ std::string CommandLine::help() {
         {"vellumix show | hide", "help.showHide"},
         {"vellumix status [--json]", "help.status"},
         {"vellumix quit", "help.quit"},
+        {"vellumix account set ADDRESS", "help.accountSet"},
+        {"    [--user NAME]", "help.accountUser"},
+        {"vellumix account show | check", "help.accountShow"},
+        {"vellumix account remove", "help.accountRemove"},
         {"vellumix --platform=headless", "help.headless"},
         {"vellumix -resetOnboarding", "help.resetOnboarding"},
         {"vellumix --version, --help", "help.about"},
     };
-    constexpr std::size_t column = 30;
+    constexpr std::size_t column = 31;
     auto text = localized("help.summary") + "\n\n";
     for (const auto& row : rows) {
         text += "  " + std::string(row.words) + std::string(column - row.words.size(), ' ') +

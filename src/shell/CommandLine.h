@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,12 +16,26 @@ struct CommandLine {
         show,
         hide,
         quit,
+        account,
         help,
         version,
     };
     enum class PlatformChoice { desktop, headless };
 
+    /// What is asked of the account with a cloud database.
+    struct Account {
+        enum class Action { set, show, check, remove };
+
+        Action action = Action::show;
+        /// With `set`.
+        std::string address;
+        /// Absent for a person's login name.
+        std::optional<std::string> user;
+    };
+
     Command command = Command::run;
+    /// With `account`.
+    Account account;
     PlatformChoice platform = PlatformChoice::desktop;
     /// With `status`: the JSON object rather than lines.
     bool json = false;
@@ -34,6 +50,10 @@ struct CommandLine {
     static CommandLine parse(const std::vector<std::string>& arguments);
     /// In the user's language.
     static std::string help();
+
+private:
+    /// The words behind "account".
+    void parseAccount(std::span<const std::string> words);
 };
 
 }  // namespace vellumix

@@ -19,8 +19,6 @@ bool isPresent(const RunningInstance& instance) {
 
 }  // namespace
 
-void say(const std::string& sentence) { std::fprintf(stderr, "vellumix: %s\n", sentence.c_str()); }
-
 ExitStatus Commands::perform(const CommandLine& line) const {
     using Command = CommandLine::Command;
     using Request = RunningInstance::PanelRequest;
@@ -45,6 +43,8 @@ ExitStatus Commands::perform(const CommandLine& line) const {
             return askForPanel(Request::hide);
         case Command::quit:
             return quit();
+        case Command::account:
+            return options.account(line.account);
         case Command::run:
             break;
     }

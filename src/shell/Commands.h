@@ -7,14 +7,9 @@
 
 #include "platform/desktop/RunningInstance.h"
 #include "shell/CommandLine.h"
+#include "shell/ExitStatus.h"
 
 namespace vellumix {
-
-/// What the process tells whoever started it.
-enum class ExitStatus { done = 0, impossible = 1, wrongWords = 2, nothingRunning = 3 };
-
-/// Says one sentence to the person who started the program, on standard error.
-void say(const std::string& sentence);
 
 /// What a person asks of the program on the command line, besides running it. Each says on standard error why
 /// it can't be done. In the user's language.
@@ -25,6 +20,8 @@ public:
         std::function<std::unique_ptr<RunningInstance>()> find;
         /// Starts the program with these words, and comes back. False when it could not be started.
         std::function<bool(const std::vector<std::string>&)> start;
+        /// Answers what is asked of the account.
+        std::function<ExitStatus(const CommandLine::Account&)> account;
         /// As `--version` prints it.
         std::string version;
     };

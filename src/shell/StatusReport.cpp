@@ -97,6 +97,37 @@ std::string eventText(const JsonValue& event, std::string_view name,
     return date && what ? shown(textOf(*what)) + ", " + textOf(*date) : localized("report.noneYet");
 }
 
+/// By `SyncState::Case`: its name, and how a person is told; an error by its own text.
+constexpr std::pair<std::string_view, std::string_view> syncStates[] = {{"disabled", "sync.disabled"},
+                                                                        {"checking", "sync.checking"},
+                                                                        {"syncing", "sync.syncing"},
+                                                                        {"idle", "sync.idle"},
+                                                                        {"error", ""}};
+
+void writeSync(JsonWriter& writer, const CloudSyncCoordinator& sync) {
+    writer.beginObject();
+    writer.key("state");
+    writer.string(syncStates[static_cast<std::size_t>(sync.syncState->stands)].first);
+    writer.key("text");
+    writer.string(sync.syncState->text);
+    writer.key("lastFetch");
+    sync.lastFetch ? writer.string(sync.lastFetch->iso8601()) : writer.null();
+    writer.endObject();
+}
+
+std::string syncText(const JsonValue& sync) {
+    const auto* const state = sync["state"];
+    const auto* const reason = sync["text"];
+    const auto* const lastFetch = sync["lastFetch"];
+    if (!state || !reason || !lastFetch) return {};
+    auto text = textOf(*reason);
+    for (const auto& [name, textKey] : syncStates) {
+        if (name == textOf(*state) && !textKey.empty()) text = localized(textKey);
+    }
+    const auto date = textOf(*lastFetch);
+    return date.empty() ? text : text + "; " + localized("report.lastFetch", date);
+}
+
 std::string captureText(const JsonValue& event) { return eventText(event, "kind", kindText); }
 std::string refusalText(const JsonValue& event) { return eventText(event, "reason", reasonText); }
 
@@ -121,6 +152,7 @@ constexpr Line lines[] = {
     {"cut", "report.cut", cutText},
     {"lastCapture", "report.lastCapture", captureText},
     {"lastRefusal", "report.lastRefusal", refusalText},
+    {"sync", "report.sync", syncText},
     {"updates", "report.updates", updatesText},
 };
 
@@ -177,6 +209,8 @@ std::string statusReport(AppDelegate& application) {
                capture ? rawValue(capture->kind) : "");
     writeEvent(writer, "lastRefusal", refusal ? std::optional(refusal->date) : std::nullopt, "reason",
                refusal ? rawValue(refusal->reason) : "");
+    writer.key("sync");
+    writeSync(writer, application.cloudSync());
     writer.key("updates");
     writer.string(application.updater().isConfigured() ? "configured" : "not configured");
     writer.endObject();

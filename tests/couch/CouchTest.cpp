@@ -82,7 +82,7 @@ TEST_F(CouchTest, ARealServerGivesWhatWasPutThere) {
 
     account = accountAt(base, "boss", "root");
     EXPECT_EQ(fetch().error, localized("cloud.noDatabase", server->name()));
-    EXPECT_EQ(check(std::get<CloudAccount>(account)),
+    EXPECT_EQ(check(std::get<CouchAccount>(account)),
               "good: " + localized("cloud.accountIsNew", server->name()));
     EXPECT_EQ(saveZone(), "");
     EXPECT_EQ(saveZone(), "15");
@@ -97,7 +97,7 @@ TEST_F(CouchTest, ARealServerGivesWhatWasPutThere) {
     }
     account = accountAt(base);
     EXPECT_EQ(status(), "available");
-    EXPECT_EQ(check(std::get<CloudAccount>(account)),
+    EXPECT_EQ(check(std::get<CouchAccount>(account)),
               "good: " + localized("cloud.accountIsRight", server->name()));
     EXPECT_EQ(saveZone(), "15");
     EXPECT_EQ(saveSubscription(), "");

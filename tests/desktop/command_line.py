@@ -124,7 +124,8 @@ class OneInstance(unittest.TestCase):
             vellumix.until_recorded("link", lambda: applications.copy_with_xclip(desktop, "https://example.org/told"))
             status = vellumix.status()
             self.assertEqual(set(status), {"entries", "pinned", "locked", "lockedInClear", "file", "saveFailed", "keychain",
-                                           "panel", "hotkey", "cut", "lastCapture", "lastRefusal", "updates"})
+                                           "panel", "hotkey", "cut", "lastCapture", "lastRefusal", "sync",
+                                           "updates"})
             self.assertEqual(status["entries"], {"text": 0, "image": 0, "file": 0, "link": 1, "code": 0})
             self.assertEqual((status["pinned"], status["locked"], status["lastRefusal"]), (0, 0, None))
             self.assertEqual((status["lockedInClear"], status["saveFailed"]), (0, False))

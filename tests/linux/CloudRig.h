@@ -42,7 +42,7 @@ public:
         std::signal(SIGPIPE, SIG_IGN);
     }
 
-    static CloudAccount accountAt(const std::string& address, const std::string& user = "ann",
+    static CouchAccount accountAt(const std::string& address, const std::string& user = "ann",
                                   const std::string& password = "pw") {
         return {*URL::parse(address), {user, std::make_shared<SecretText>(password)}};
     }
@@ -108,9 +108,9 @@ public:
                 {.zoneID = {"ClipboardHistory"}, .subscriptionID = "clipboard-changes"}, completion);
         });
     }
-    std::string check(const CloudAccount& account) {
+    std::string check(const CouchAccount& account) {
         std::string told;
-        const CloudAccountCheck checking(loop, session, account, [&](const auto& sentence, bool isGood) {
+        const CouchAccountCheck checking(loop, session, account, [&](const auto& sentence, bool isGood) {
             told = (isGood ? "good: " : "bad: ") + sentence;
         });
         serveUntil([&] { return !told.empty(); });
@@ -133,7 +133,7 @@ public:
     const std::string assetFolder = folder.path() + "/cache/cloud";
     PosixFileSystem files;
     CurlSession session;
-    std::variant<std::monostate, CloudAccount, CKError> account;
+    std::variant<std::monostate, CouchAccount, CKError> account;
     std::unique_ptr<CouchContainer> container = makeContainer();
 
     std::unique_ptr<CouchContainer> makeContainer() {

@@ -37,6 +37,12 @@ std::string goodAnswer(const std::string& request) {
     return answer("{}");
 }
 
+/// In the feed, as JSON.
+std::string placeOf(const CKServerChangeToken& token) {
+    const auto text = asText(token.opaque);
+    return std::string(text.substr(text.find('\n') + 1));
+}
+
 class CloudTest : public testing::Test, protected CloudRig {
 protected:
     void expectNothing(const Fetch& fetch, const std::string& sentence) {
@@ -52,7 +58,7 @@ protected:
         ASSERT_TRUE(good.record("one") && good.token);
         EXPECT_EQ(contentOf(*good.record("one")->value<CKAsset>("imageData")), "picture");
         EXPECT_EQ(*good.record("two")->value<std::string>("text"), "\\\"}],{[\\");
-        EXPECT_EQ(asText(good.token->opaque), "\"3-x\"");
+        EXPECT_EQ(placeOf(*good.token), "\"3-x\"");
     }
 };
 
@@ -172,13 +178,13 @@ TEST_F(CloudTest, TheStateOfTheAccountHasItsOwnSentences) {
     for (const auto& each : cases) {
         answers = {{each.path, each.script}};
         EXPECT_EQ(status(), each.sentence) << each.script;
-        EXPECT_EQ(check(std::get<CloudAccount>(account)), "bad: " + each.sentence);
+        EXPECT_EQ(check(std::get<CouchAccount>(account)), "bad: " + each.sentence);
     }
     answers = {};
     EXPECT_EQ(status(), "available");
-    EXPECT_EQ(check(std::get<CloudAccount>(account)), "good: " + say("cloud.accountIsRight"));
+    EXPECT_EQ(check(std::get<CouchAccount>(account)), "good: " + say("cloud.accountIsRight"));
     answers = {{"/clipboardhistory", answer("{}", "404 None")}};
-    EXPECT_EQ(check(std::get<CloudAccount>(account)), "good: " + say("cloud.accountIsNew"));
+    EXPECT_EQ(check(std::get<CouchAccount>(account)), "good: " + say("cloud.accountIsNew"));
 
     const Certificates certificates;
     const Certificates::Server stranger(certificates, "stranger");
@@ -234,7 +240,7 @@ TEST_F(CloudTest, WhatIsTooLargeIsLeftOutAndTheRestGoesOn) {
     EXPECT_EQ(*result.records[0].value<std::string>("text"), large);
     EXPECT_EQ(result.records[1].recordID.recordName, "small");
     EXPECT_EQ(result.failed, std::vector<std::string>{"picture"});
-    EXPECT_EQ(asText(result.token->opaque), "6");
+    EXPECT_EQ(placeOf(*result.token), "6");
     EXPECT_EQ(log.count("left out"), 3U);
 }
 
@@ -263,11 +269,14 @@ TEST_F(CloudTest, PagesGoOnToTheEndAndNeverForEver) {
         const auto result = fetch();
         EXPECT_EQ(result.records.size(), 1234U) << each;
         EXPECT_LE(pages, 4);
-        EXPECT_EQ(asText(result.token->opaque), "\"1234-a+b/\"");
+        EXPECT_EQ(placeOf(*result.token), "\"1234-a+b/\"");
     }
     EXPECT_NE(server.requests().back().find("since=1234-a%2Bb%2F"), std::string::npos);
-    const auto result = fetch(CKServerChangeToken{Data(std::string_view("\"1200-a\""))});
+    const auto result = fetch(CKServerChangeToken{Data(server.address() + "\n\"1200-a\"")});
     EXPECT_EQ(result.records.size(), 34U);
+    const auto strange =
+        fetch(CKServerChangeToken{Data(std::string_view("https://other.example\n\"1200-a\""))});
+    EXPECT_EQ(strange.records.size(), 1234U) << "a place in another server's feed is none in this one's";
 }
 
 TEST_F(CloudTest, OfManyPicturesTheNewestAreFetched) {
@@ -300,7 +309,7 @@ TEST_F(CloudTest, OfManyPicturesTheNewestAreFetched) {
     // A kill leaves files, and the next start removes them and nothing else.
     std::ofstream(assetFolder + "/asset-1") << "x";
     std::ofstream(assetFolder + "/of-somebody-else") << "x";
-    container = makeContainer();
+    container->removeLeftovers();
     EXPECT_EQ(assetFiles(), 1U);
     // Where no file can be made the fetch says so.
     std::filesystem::remove_all(folder.path() + "/cache");

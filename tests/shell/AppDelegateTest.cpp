@@ -48,6 +48,38 @@ TEST_F(AppDelegateTest, UnderATestHarnessNothingStarts) {
     application.applicationWillTerminate();
 }
 
+TEST_F(AppDelegateTest, EntriesComeFromTheCloudUntilTheEnd) {
+    UserDefaults::standard().set("settings.iCloudSyncEnabled", PropertyValue(true));
+    desktop.cloud.next.records = {
+        {{UUID::random().uuidString()}, {{"kind", "text"}, {"createdAt", Date{1}}, {"text", "from afar"}}}};
+    AppDelegate application;
+    application.applicationDidFinishLaunching();
+    desktop.runLoop.advance(1);
+    EXPECT_EQ(textsOf(application.store().items().get()), std::vector<std::string>{"from afar"});
+    const auto line = "last fetch " + application.cloudSync().lastFetch->iso8601();
+    EXPECT_NE(readableStatus(statusReport(application)).find("Up to date; " + line), std::string::npos);
+
+    const CloudAccount other{"https://example.org", "ali"};
+    desktop.cloud.accountError = CKError{.localizedDescription = "The server knows another password."};
+    application.takeAccount(other);
+    desktop.runLoop.advance(1);
+    EXPECT_EQ(CloudAccount::stored(), other);
+    EXPECT_EQ(desktop.cloud.accountChanges, 1) << "its password is another one";
+    EXPECT_NE(readableStatus(statusReport(application)).find("another password.; " + line),
+              std::string::npos);
+    const auto fetches = desktop.cloud.fetches.size();
+    desktop.runLoop.advance(120);
+    EXPECT_EQ(desktop.cloud.fetches.size(), fetches) << "the timer of the former account has gone";
+
+    desktop.cloud.accountError.reset();
+    application.takeAccount(other);
+    desktop.runLoop.advance(61);
+    EXPECT_EQ(desktop.cloud.fetches.size(), fetches + 2);
+    application.applicationWillTerminate();
+    desktop.runLoop.advance(120);
+    EXPECT_EQ(desktop.cloud.fetches.size(), fetches + 2);
+}
+
 TEST_F(AppDelegateTest, TheLaunchCleansWhenAskedTo) {
     {
         AutoCleanSettings chosen;
@@ -167,9 +199,9 @@ TEST_F(AppDelegateTest, TheStatusIsALineForEachMemberInTheUsersLanguage) {
         AppLanguage language;
         std::string link;
         std::string refusal;
-    } cases[] = {{AppLanguage::en, "Link 0", "Last refusal:  the same as the last capture, "},
-                 {AppLanguage::ptBR, "Link 0", "Última recusa:    igual ao último registro, "},
-                 {AppLanguage::es, "Enlace 0", "Último rechazo:   igual que el último registro, "}};
+    } cases[] = {{AppLanguage::en, "Link 0", "  the same as the last capture, "},
+                 {AppLanguage::ptBR, "Link 0", "  igual ao último registro, "},
+                 {AppLanguage::es, "Enlace 0", "  igual que el último registro, "}};
     for (const auto& one : cases) {
         LanguageManager::shared().currentLanguage.set(one.language);
         EXPECT_EQ(statusReport(application), json) << "what programs read is the same in every language";
@@ -294,11 +326,14 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
     copy("one");
     const auto date = application.watcher()->lastCapture()->date.iso8601();
     const auto json = statusReport(application);
-    EXPECT_EQ(json, R"({"entries":{"text":1,"image":0,"file":0,"link":0,"code":0},"pinned":0,"locked":0,)"
-                    R"("lockedInClear":0,"file":"\/home\/user\/.local\/share\/Vellumix\/history.json",)"
-                    R"("saveFailed":false,"keychain":"in memory","panel":"visible","hotkey":"active",)"
-                    R"("cut":"on","lastCapture":{"date":")" +
-                        date + R"(","kind":"text"},"lastRefusal":null,"updates":"not configured"})");
+    EXPECT_EQ(json,
+              R"({"entries":{"text":1,"image":0,"file":0,"link":0,"code":0},"pinned":0,"locked":0,)"
+              R"("lockedInClear":0,"file":"\/home\/user\/.local\/share\/Vellumix\/history.json",)"
+              R"("saveFailed":false,"keychain":"in memory","panel":"visible","hotkey":"active",)"
+              R"("cut":"on","lastCapture":{"date":")" +
+                  date +
+                  R"(","kind":"text"},"lastRefusal":null,)"
+                  R"("sync":{"state":"disabled","text":"","lastFetch":null},"updates":"not configured"})");
     LanguageManager::shared().currentLanguage.set(AppLanguage::es);
     EXPECT_EQ(readableStatus(json),
               "Vellumix está en ejecución.\n"
@@ -316,6 +351,7 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
                   date +
                   "\n"
                   "Último rechazo:   ninguno desde el inicio\n"
+                  "Sincronización:   Desactivada\n"
                   "Actualizaciones:  sin configurar\n");
     const std::pair<const char*, const char*> others[] = {
         {R"("keychain":"key file")", "archivo de clave\n"},
@@ -324,6 +360,7 @@ TEST_F(AppDelegateTest, TheStatusReadsLikeThis) {
         {R"("saveFailed":true)", "falla\n"},
         {R"("panel":"hidden")", "oculto\n"},
         {R"("hotkey":"refused")", "lo usa otro programa\n"},
+        {R"("cut":"refused")", "lo usa otro programa\n"},
         {R"("updates":"configured")", "configuradas\n"},
     };
     for (const auto& [member, end] : others) {

@@ -35,6 +35,7 @@ public:
         other.requests.push_back(request);
         return other.answers && other.presence == Presence::running;
     }
+    bool takeAccount(const std::optional<CloudAccount>&) override { return false; }
 
 private:
     Other& other;
@@ -67,6 +68,7 @@ protected:
                                      other.starts.push_back(words);
                                      return other.answers;
                                  },
+                             .account = [](const auto&) { return ExitStatus::done; },
                              .version = "Vellumix 1"}};
 };
 

@@ -160,6 +160,14 @@ public:
     /// Whether nobody but this user and the superuser can change the program that runs. A password isn't
     /// given to one that others can change.
     virtual bool isCodeValid() const = 0;
+    /// Whether an account can have this address.
+    virtual bool canReach(std::string_view address) const = 0;
+    /// One sentence for the user, and whether it is good news.
+    using AccountVerdict = std::function<void(const std::string& sentence, bool isGood)>;
+    /// Asks the server of the stored account whether all is right with it. One question at a time.
+    virtual void checkAccount(AccountVerdict completion) = 0;
+    /// The stored account or its password is another one: what is remembered of them is forgotten.
+    virtual void accountDidChange() = 0;
     /// The one of the program. Touches neither the network nor the keychain.
     virtual CKContainer& containerWithIdentifier(std::string_view identifier) = 0;
 };

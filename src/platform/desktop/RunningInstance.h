@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/desktop/CloudAccount.h"
+
 namespace vellumix {
 
 /// The program that runs already in this session, seen from another process. Each call blocks for at most 10
@@ -27,6 +29,9 @@ public:
     virtual bool quit() = 0;
     /// Asks it to show or hide its panel. False when it doesn't answer.
     virtual bool ask(PanelRequest request) = 0;
+    /// Tells it that this account, or none, is the person's from now on, and its password in the keychain.
+    /// It puts it into the settings. False when it doesn't answer.
+    virtual bool takeAccount(const std::optional<CloudAccount>& account) = 0;
 };
 
 }  // namespace vellumix

@@ -9,6 +9,12 @@ CKContainer& Cloud::containerWithIdentifier(std::string_view identifier) {
     return *this;
 }
 
+void Cloud::checkAccount(AccountVerdict completion) {
+    answer([this, completion = std::move(completion)] {
+        completion(accountFault.empty() ? "All is right." : accountFault, accountFault.empty());
+    });
+}
+
 void Cloud::accountStatusWithCompletionHandler(
     std::function<void(CKAccountStatus, std::optional<CKError>)> completionHandler) {
     answer([this, completionHandler = std::move(completionHandler)] {

@@ -15,6 +15,9 @@ public:
     explicit Cloud(RunLoop& runLoop) : runLoop(runLoop) {}
 
     bool isCodeValid() const override { return isValid; }
+    bool canReach(std::string_view address) const override { return address.starts_with("https://"); }
+    void checkAccount(AccountVerdict completion) override;
+    void accountDidChange() override { ++accountChanges; }
     CKContainer& containerWithIdentifier(std::string_view identifier) override;
     CKDatabaseProtocol& privateCloudDatabase() override { return *this; }
     void accountStatusWithCompletionHandler(
@@ -26,6 +29,9 @@ public:
     bool isValid = true;
     CKAccountStatus status = CKAccountStatus::available;
     std::optional<CKError> accountError;
+    /// Empty where all is right.
+    std::string accountFault;
+    int accountChanges = 0;
     std::optional<CKError> zoneError;
     std::optional<CKError> subscriptionError;
     /// Seconds from each question to its answer.

@@ -13,6 +13,7 @@ Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, Fil
       fileIcons(runLoop, {.themeName = [&display] { return display.iconTheme(); }}),
       sharing(runLoop, files, *platform.pasteboard),
       urlSession(runLoop),
+      cloud(runLoop, urlSession, files, paths.dataFolder() + "/attachments"),
       trash(runLoop, files, paths.dataFolder(),
             {.dataHome = paths.dataHome.value_or(paths.temporaryFolder)}) {
     platform.runLoop = &runLoop;
@@ -26,6 +27,8 @@ Services::Services(Platform& platform, GLibRunLoop& runLoop, Images& images, Fil
     platform.fileIcons = &fileIcons;
     platform.sharing = &sharing;
     platform.urlSession = &urlSession;
+    platform.cloud = &cloud;
+    cloud.removeLeftovers();
     platform.trash = &trash;
     if (paths.dataHome) platform.applicationSupportDirectories = {*paths.dataHome};
     platform.temporaryDirectory = paths.temporaryFolder;

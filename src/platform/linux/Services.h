@@ -4,6 +4,7 @@
 #include "platform/linux/applications/DesktopSharing.h"
 #include "platform/linux/authentication/PamAuthentication.h"
 #include "platform/linux/bus/DesktopNotifications.h"
+#include "platform/linux/cloud/CouchCloud.h"
 #include "platform/linux/files/Paths.h"
 #include "platform/linux/http/CurlSession.h"
 #include "platform/linux/images/IconThemeFileIcons.h"
@@ -37,6 +38,7 @@ private:
     IconThemeFileIcons fileIcons;
     DesktopSharing sharing;
     CurlSession urlSession;
+    CouchCloud cloud;
     SharedTrash trash;
 };
 

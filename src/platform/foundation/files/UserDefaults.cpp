@@ -76,12 +76,14 @@ Work UserDefaults::writing() {
     };
 }
 
-void UserDefaults::synchronize() {
+bool UserDefaults::synchronize() {
     assertMainThread();
-    if (!pendingWrite) return;
-    pendingWrite->cancel();
-    pendingWrite = nullptr;
-    queue->sync(writing());
+    if (pendingWrite) {
+        pendingWrite->cancel();
+        pendingWrite = nullptr;
+        queue->sync(writing());
+    }
+    return !file.hasFailed();
 }
 
 }  // namespace vellumix

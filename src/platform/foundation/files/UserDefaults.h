@@ -53,8 +53,8 @@ public:
     }
     void remove(std::string_view key);
 
-    /// Writes what is still to be written before it returns. Called at termination.
-    void synchronize();
+    /// Writes what is still to be written before it returns. False where the file isn't what it should be.
+    bool synchronize();
 
 private:
     void changed();

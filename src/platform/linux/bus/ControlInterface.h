@@ -14,6 +14,7 @@ inline constexpr auto description =
     "    <method name='Toggle'/>"
     "    <method name='Show'/>"
     "    <method name='Hide'/>"
+    "    <method name='TakeAccount'><arg name='address' type='s'/><arg name='user' type='s'/></method>"
     "  </interface>"
     "</node>";
 

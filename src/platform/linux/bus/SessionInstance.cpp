@@ -19,9 +19,10 @@ struct SessionInstance::State {
 
     glib::Variant call(const char* name, const char* path, const char* interface, const char* method,
                        GVariant* arguments, const char* replyType, Deadline deadline);
-    glib::Variant control(const char* method, const char* replyType, Deadline deadline) {
-        return call(control::busName, control::objectPath, control::interfaceName, method, nullptr, replyType,
-                    deadline);
+    glib::Variant control(const char* method, const char* replyType, Deadline deadline,
+                          GVariant* arguments = nullptr) {
+        return call(control::busName, control::objectPath, control::interfaceName, method, arguments,
+                    replyType, deadline);
     }
 };
 
@@ -88,6 +89,13 @@ bool SessionInstance::ask(PanelRequest request) {
                          : request == PanelRequest::show ? "Show"
                                                          : "Hide";
     return static_cast<bool>(state->control(method, "()", Deadline::in(callSeconds)));
+}
+
+bool SessionInstance::takeAccount(const std::optional<CloudAccount>& account) {
+    if (presence() != Presence::running) return false;
+    const auto told = account.value_or(CloudAccount());
+    return static_cast<bool>(state->control("TakeAccount", "()", Deadline::in(callSeconds),
+                                            g_variant_new("(ss)", told.address.c_str(), told.user.c_str())));
 }
 
 }  // namespace vellumix::linux_desktop

@@ -20,6 +20,7 @@ public:
     std::optional<std::string> status() override;
     bool quit() override;
     bool ask(PanelRequest request) override;
+    bool takeAccount(const std::optional<CloudAccount>& account) override;
 
 private:
     struct State;

@@ -30,14 +30,15 @@ struct SessionService::State {
 
     bool makeObject(RunLoop& runLoop);
     bool requestName(Deadline deadline, bool& isOwner);
-    void answer(std::string_view method, BusCall& call);
+    void answer(std::string_view method, GVariant* arguments, BusCall& call);
 };
 
 bool SessionService::State::makeObject(RunLoop& runLoop) {
     object = std::make_unique<BusObject>(
         runLoop, connection.get(), control::objectPath, control::description,
-        BusObject::Handlers{
-            .answer = [this](std::string_view method, GVariant*, BusCall& call) { answer(method, call); }});
+        BusObject::Handlers{.answer = [this](std::string_view method, GVariant* arguments, BusCall& call) {
+            answer(method, arguments, call);
+        }});
     return object->isThere();
 }
 
@@ -59,9 +60,18 @@ bool SessionService::State::requestName(Deadline deadline, bool& isOwner) {
     return true;
 }
 
-void SessionService::State::answer(std::string_view method, BusCall& call) {
+void SessionService::State::answer(std::string_view method, GVariant* arguments, BusCall& call) {
     if (!handlers) return call.refuse("com.tarnwick.Vellumix.Error.Starting", "The program is starting");
     if (method == "Status") return call.reply(g_variant_new("(s)", handlers->status().c_str()));
+    if (method == "TakeAccount") {
+        CloudAccount account;
+        const char* address = nullptr;
+        const char* user = nullptr;
+        g_variant_get(arguments, "(&s&s)", &address, &user);
+        account = {address, user};
+        call.reply(nullptr);
+        return handlers->takeAccount(account.address.empty() ? std::nullopt : std::optional(account));
+    }
     // The reply goes first: any handler may end this service.
     const auto handler = method == "Quit"     ? handlers->quit
                          : method == "Toggle" ? handlers->toggle

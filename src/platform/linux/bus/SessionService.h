@@ -2,8 +2,10 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
+#include "platform/desktop/CloudAccount.h"
 #include "platform/foundation/loop/RunLoop.h"
 
 namespace vellumix::linux_desktop {
@@ -36,6 +38,8 @@ public:
         Work toggle;
         Work show;
         Work hide;
+        /// The person's account is another one, or none any more.
+        std::function<void(const std::optional<CloudAccount>& account)> takeAccount;
     };
 
     /// Tries to own the name, without waiting for its owner to go. The loop must outlive the service.

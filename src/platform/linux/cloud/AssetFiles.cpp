@@ -14,7 +14,7 @@ constexpr std::string_view namesBegin = "asset-";
 
 }  // namespace
 
-AssetFiles::AssetFiles(FileSystem& files, std::string folder) : files(files), folder_(std::move(folder)) {
+void AssetFiles::removeLeftovers() {
     std::vector<std::string> left;
     std::error_code error;
     for (std::filesystem::directory_iterator each(folder_, error), end; !error && each != end;

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/desktop/CloudKit.h"
 #include "platform/foundation/files/FileSystem.h"
@@ -12,8 +13,11 @@ namespace vellumix::linux_desktop {
 /// into. Main thread.
 class AssetFiles {
 public:
-    /// Removes what a process that was killed has left. `files` must outlive the assets.
-    AssetFiles(FileSystem& files, std::string folder);
+    /// `files` must outlive the assets.
+    AssetFiles(FileSystem& files, std::string folder) : files(files), folder_(std::move(folder)) {}
+
+    /// Removes what a process that was killed has left. Only where no other process uses the folder.
+    void removeLeftovers();
 
     /// A file that is being written; it goes with this and with every asset made of it.
     class File {

@@ -30,6 +30,21 @@ std::string sinceInQuery(const std::string& since) {
     return encoded(text ? *text : since);
 }
 
+/// What stands before the place in the feed in a token: the place is one of this server's, and nothing to any
+/// other.
+std::string tokenHead(const CouchAccount& account) {
+    return std::string(account.address.absoluteString()) + '\n';
+}
+
+/// As JSON; empty for the beginning.
+std::string sinceOf(const std::optional<CKServerChangeToken>& token, const CouchAccount& account) {
+    auto text = token ? asText(token->opaque) : std::string_view();
+    const auto head = tokenHead(account);
+    if (!text.starts_with(head)) return {};
+    text.remove_prefix(head.size());
+    return std::string(text);
+}
+
 }  // namespace
 
 std::string databaseOf(const CKRecordZoneID& zone) {
@@ -40,15 +55,14 @@ std::string databaseOf(const CKRecordZoneID& zone) {
     return encoded(name);
 }
 
-Task ChangesFetch::run(RunLoop& runLoop, CouchRequests& requests, AssetFiles& assets, CloudAccount account,
+Task ChangesFetch::run(RunLoop& runLoop, CouchRequests& requests, AssetFiles& assets, CouchAccount account,
                        CKFetchRecordZoneChangesOperation operation) {
     const auto fail = [&](CKError error) {
         operation.recordZoneFetchResultBlock(error);
         operation.fetchRecordZoneChangesResultBlock(std::move(error));
     };
     const auto database = databaseOf(operation.recordZoneID);
-    const auto& token = operation.configuration.previousServerChangeToken;
-    ChangesFetch fetch(token ? std::string(asText(token->opaque)) : std::string());
+    ChangesFetch fetch(sinceOf(operation.configuration.previousServerChangeToken, account));
     while (!fetch.isAtEnd) {
         FeedPage page(runLoop, [&](ByteView row) { return fetch.takeRow(row); });
         const CouchRequests::Taker take = [&](ByteView piece, auto& task) { return page.take(piece, task); };
@@ -110,7 +124,7 @@ Task ChangesFetch::run(RunLoop& runLoop, CouchRequests& requests, AssetFiles& as
             operation.recordWithIDWasDeletedBlock(std::get<Deleted>(change).id);
         }
     }
-    const CKServerChangeToken newToken{Data(std::string_view(fetch.since))};
+    const CKServerChangeToken newToken{Data(tokenHead(account) + fetch.since)};
     operation.recordZoneChangeTokensUpdatedBlock(newToken);
     operation.recordZoneFetchResultBlock(newToken);
     operation.fetchRecordZoneChangesResultBlock(std::nullopt);

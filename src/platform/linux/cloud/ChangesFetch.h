@@ -32,7 +32,7 @@ public:
     static constexpr std::uint64_t mostAssetBytes = std::uint64_t{1} << 30;
 
     /// Runs to its end by itself. `requests` and `assets` must outlive it.
-    static Task run(RunLoop& runLoop, CouchRequests& requests, AssetFiles& assets, CloudAccount account,
+    static Task run(RunLoop& runLoop, CouchRequests& requests, AssetFiles& assets, CouchAccount account,
                     CKFetchRecordZoneChangesOperation operation);
 
 private:

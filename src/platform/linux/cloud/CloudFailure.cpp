@@ -43,7 +43,7 @@ CloudFailure failureOfStatus(int status) {
     return status == 429 || status >= 500 ? CloudFailure::serverFailed : CloudFailure::notCouch;
 }
 
-std::string sentenceFor(CloudFailure failure, const CloudAccount& account) {
+std::string sentenceFor(CloudFailure failure, const CouchAccount& account) {
     const auto server = serverName(account);
     switch (failure) {
         case CloudFailure::addressNotAllowed:
@@ -86,11 +86,11 @@ std::string sentenceFor(CloudFailure failure, const CloudAccount& account) {
     return {};
 }
 
-CKError errorFor(CloudFailure failure, const CloudAccount& account) {
+CKError errorFor(CloudFailure failure, const CouchAccount& account) {
     return {.localizedDescription = sentenceFor(failure, account)};
 }
 
-std::string serverName(const CloudAccount& account) {
+std::string serverName(const CouchAccount& account) {
     auto text = account.address.absoluteString();
     if (const auto scheme = text.find("://"); scheme != std::string_view::npos)
         text.remove_prefix(scheme + 3);

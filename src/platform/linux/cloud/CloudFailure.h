@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/linux/cloud/CloudAccount.h"
+#include "platform/linux/cloud/CouchAccount.h"
 
 namespace vellumix::linux_desktop {
 
@@ -32,10 +32,10 @@ CloudFailure failureOf(URLError error);
 /// Of an answer with a status that isn't the expected one.
 CloudFailure failureOfStatus(int status);
 /// One sentence for the person, in their language.
-std::string sentenceFor(CloudFailure failure, const CloudAccount& account);
-CKError errorFor(CloudFailure failure, const CloudAccount& account);
+std::string sentenceFor(CloudFailure failure, const CouchAccount& account);
+CKError errorFor(CloudFailure failure, const CouchAccount& account);
 
 /// The account's server as a person knows it: host and port, and never a password.
-std::string serverName(const CloudAccount& account);
+std::string serverName(const CouchAccount& account);
 
 }  // namespace vellumix::linux_desktop

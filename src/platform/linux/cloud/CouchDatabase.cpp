@@ -28,7 +28,7 @@ bool isWelcome(const CouchAnswer& answer) {
 
 using Verdict = std::function<void(std::optional<CloudFailure> failure, bool hasDatabase)>;
 
-Task examine(CouchRequests& requests, CloudAccount account, Verdict tell) {
+Task examine(CouchRequests& requests, CouchAccount account, Verdict tell) {
     const auto welcome = co_await requests.ask(account, "");
     if (welcome.error) co_return tell(failureOf(*welcome.error), false);
     if (welcome.status == 401) co_return tell(CloudFailure::wrongPassword, false);
@@ -66,7 +66,7 @@ void CouchContainer::saveSubscription(CKRecordZoneSubscription subscription, Com
 
 void CouchContainer::addOperation(CKFetchRecordZoneChangesOperation operation) {
     const auto account = source();
-    if (const auto* const there = std::get_if<CloudAccount>(&account)) {
+    if (const auto* const there = std::get_if<CouchAccount>(&account)) {
         ChangesFetch::run(runLoop, requests, assets, *there, std::move(operation));
     } else {
         const auto* const error = std::get_if<CKError>(&account);
@@ -76,7 +76,7 @@ void CouchContainer::addOperation(CKFetchRecordZoneChangesOperation operation) {
 
 Task CouchContainer::answerStatus(std::function<void(CKAccountStatus, std::optional<CKError>)> tell) {
     const auto account = source();
-    const auto* const there = std::get_if<CloudAccount>(&account);
+    const auto* const there = std::get_if<CouchAccount>(&account);
     if (there) {
         examine(requests, *there, [tell, account = *there](auto failure, bool) {
             if (!failure) return tell(CKAccountStatus::available, std::nullopt);
@@ -94,7 +94,7 @@ Task CouchContainer::answerStatus(std::function<void(CKAccountStatus, std::optio
 
 Task CouchContainer::save(CKRecordZone zone, Completion tell) {
     const auto present = source();
-    const auto* const account = std::get_if<CloudAccount>(&present);
+    const auto* const account = std::get_if<CouchAccount>(&present);
     if (!account) {
         co_await requests.nextTurn();
         const auto* const error = std::get_if<CKError>(&present);
@@ -115,7 +115,7 @@ Task CouchContainer::save(CKRecordZone zone, Completion tell) {
 
 Task CouchContainer::save(CKRecordZoneSubscription subscription, Completion tell) {
     const auto present = source();
-    const auto* const account = std::get_if<CloudAccount>(&present);
+    const auto* const account = std::get_if<CouchAccount>(&present);
     if (!account) {
         co_await requests.nextTurn();
         const auto* const error = std::get_if<CKError>(&present);
@@ -135,7 +135,7 @@ Task CouchContainer::fail(CKFetchRecordZoneChangesOperation operation, CKError e
     operation.fetchRecordZoneChangesResultBlock(error);
 }
 
-CloudAccountCheck::CloudAccountCheck(RunLoop& runLoop, NSURLSession& session, CloudAccount account,
+CouchAccountCheck::CouchAccountCheck(RunLoop& runLoop, NSURLSession& session, CouchAccount account,
                                      Completion completion)
     : requests(runLoop, session) {
     examine(requests, account, [account, completion = std::move(completion)](auto failure, bool hasDatabase) {

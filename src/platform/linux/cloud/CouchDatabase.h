@@ -13,12 +13,15 @@ namespace vellumix::linux_desktop {
 class CouchContainer final : public CKContainer, public CKDatabaseProtocol {
 public:
     /// All must outlive it. The assets' files lie in `assetFolder`.
-    CouchContainer(RunLoop& runLoop, NSURLSession& session, FileSystem& files, CloudAccountSource source,
+    CouchContainer(RunLoop& runLoop, NSURLSession& session, FileSystem& files, CouchAccountSource source,
                    std::string assetFolder)
         : runLoop(runLoop),
           source(std::move(source)),
           assets(files, std::move(assetFolder)),
           requests(runLoop, session) {}
+
+    /// At the start of the one process that fetches.
+    void removeLeftovers() { assets.removeLeftovers(); }
 
     CKDatabaseProtocol& privateCloudDatabase() override { return *this; }
     /// Asks the server for its name, for the person's and for the database.
@@ -38,19 +41,19 @@ private:
     Task fail(CKFetchRecordZoneChangesOperation operation, CKError error);
 
     RunLoop& runLoop;
-    const CloudAccountSource source;
+    const CouchAccountSource source;
     AssetFiles assets;
     CouchRequests requests;
 };
 
 /// Asks once whether an account is right, for a person who wants to know.
-class CloudAccountCheck {
+class CouchAccountCheck {
 public:
     /// Gets one sentence in the person's language, once, on a later turn of the loop.
     using Completion = std::function<void(const std::string& sentence, bool isGood)>;
 
     /// Destroying it ends the question, and nothing is answered.
-    CloudAccountCheck(RunLoop& runLoop, NSURLSession& session, CloudAccount account, Completion completion);
+    CouchAccountCheck(RunLoop& runLoop, NSURLSession& session, CouchAccount account, Completion completion);
 
 private:
     CouchRequests requests;

@@ -6,7 +6,7 @@ namespace vellumix::linux_desktop {
 
 namespace {
 
-std::optional<NSURLRequest> requestTo(const CloudAccount& account, std::string_view path) {
+std::optional<NSURLRequest> requestTo(const CouchAccount& account, std::string_view path) {
     auto base = account.address.absoluteString();
     // A path can't be put behind a query.
     if (base.find_first_of("?#") != std::string_view::npos) return std::nullopt;
@@ -50,7 +50,7 @@ struct CouchRequests::Waiting {
 CouchRequests::CouchRequests(RunLoop& runLoop, NSURLSession& session) : runLoop(runLoop), session(session) {}
 CouchRequests::~CouchRequests() = default;
 
-CouchRequests::Asking CouchRequests::ask(const CloudAccount& account, std::string_view path,
+CouchRequests::Asking CouchRequests::ask(const CouchAccount& account, std::string_view path,
                                          std::string method, std::string body) {
     auto request = requestTo(account, path);
     if (request) {
@@ -61,7 +61,7 @@ CouchRequests::Asking CouchRequests::ask(const CloudAccount& account, std::strin
     return {*this, std::move(request), nullptr};
 }
 
-CouchRequests::Asking CouchRequests::stream(const CloudAccount& account, std::string_view path,
+CouchRequests::Asking CouchRequests::stream(const CouchAccount& account, std::string_view path,
                                             std::uint64_t largest, Taker taker) {
     auto request = requestTo(account, path);
     if (request) request->largestBody = largest;

@@ -11,8 +11,8 @@
 #include "platform/foundation/coding/Json.h"
 #include "platform/foundation/loop/RunLoop.h"
 #include "platform/foundation/memory/Lifetime.h"
-#include "platform/linux/cloud/CloudAccount.h"
 #include "platform/linux/cloud/CloudFailure.h"
+#include "platform/linux/cloud/CouchAccount.h"
 
 namespace vellumix::linux_desktop {
 
@@ -43,10 +43,10 @@ public:
 
     class Asking;
     /// The whole answer, of at most 1 MiB. `path` is relative to the account's address; `body` is JSON.
-    Asking ask(const CloudAccount& account, std::string_view path, std::string method = "GET",
+    Asking ask(const CouchAccount& account, std::string_view path, std::string method = "GET",
                std::string body = {});
     /// The body of at most `largest` bytes goes to `taker`.
-    Asking stream(const CloudAccount& account, std::string_view path, std::uint64_t largest, Taker taker);
+    Asking stream(const CouchAccount& account, std::string_view path, std::uint64_t largest, Taker taker);
     class Turning;
     /// Goes on when other work that is due has had its turn.
     Turning nextTurn();

@@ -8,8 +8,8 @@ namespace vellumix::linux_desktop {
 
 namespace {
 
-/// More than a key has, so that one of the wrong size is seen to be one.
-constexpr std::size_t sizeLimit = 64;
+/// More than a key or a password has, so that one of the wrong size is seen to be one.
+constexpr std::size_t sizeLimit = std::size_t{4} << 10;
 
 void logFailure(const std::error_code& error) { Log("Encryption").error("key file: " + error.message()); }
 

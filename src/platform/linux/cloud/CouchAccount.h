@@ -9,7 +9,7 @@
 namespace vellumix::linux_desktop {
 
 /// Where a person's database is, and who they are there.
-struct CloudAccount {
+struct CouchAccount {
     /// Of the server, or of a path on it under which its databases are.
     URL address;
     /// Without a name in it, nobody is named to the server.
@@ -18,6 +18,6 @@ struct CloudAccount {
 
 /// The account of the moment, nothing where there is none, or why it can't be had. Main thread; asked at the
 /// beginning of every operation.
-using CloudAccountSource = std::function<std::variant<std::monostate, CloudAccount, CKError>()>;
+using CouchAccountSource = std::function<std::variant<std::monostate, CouchAccount, CKError>()>;
 
 }  // namespace vellumix::linux_desktop

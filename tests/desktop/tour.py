@@ -14,15 +14,17 @@ from contextlib import contextmanager
 from pathlib import Path
 
 from harness import applications
+from harness.couch import CouchServer, switch_on
 from harness.desktop import PrivateDesktop
 from harness.passwords import PasswordService
 from harness.processes import Failure, wait_for
-from harness.vellumix import Vellumix, files_with
+from harness.vellumix import Vellumix, binary, files_with
 
 NOTE = "Meet at the old harbour, under the clock."
 LINK = "https://example.org/a/page?with=question#and-fragment"
 EDITED = "Dear diary,\n\ntoday I learnt that violets smell of patience."
 CODE = "for (int i = 0; i < n; ++i) {\n    if (!seen[i]) return i;\n}"
+CARRIED = "Carried over the sea by a pigeon"
 TERMINAL_WORD = "terminalWord7f3a"
 FILE_NAME = "holiday plan.txt"
 PASSWORD = "correct-horse-battery-staple-91"
@@ -248,6 +250,25 @@ def scene_restart(tour):
     tour.say("the history is what it was")
 
 
+def scene_cloud(tour):
+    """An entry comes from a database of the person's own"""
+    server = CouchServer(tour.desktop)
+    tour.vellumix.stop()
+    stored = tour.desktop.run(binary(), "account", "set", server.address, "--user", server.user,
+                              input=server.password, stdin=None)
+    tour.say(stored.stdout.strip())
+    switch_on(tour.vellumix)
+    server.put_text(CARRIED)
+    tour.start()
+    tour.say(f"sync: {server.until_sync(tour.vellumix, state='idle', text='')}")
+    with tour.letter() as letter:
+        tour.open_panel()
+        tour.later_picture("from-the-cloud")
+        tour.keys("Return")
+        tour.until_panel("hidden")
+        tour.expect_letter(letter, CARRIED)
+
+
 def scene_quit(tour):
     """A person ends it"""
     tour.expect("vellumix quit", tour.vellumix.command("quit").returncode == 0)
@@ -255,7 +276,7 @@ def scene_quit(tour):
 
 
 SCENES = [scene_start, scene_copies, scene_owner_dies, scene_secret, scene_file, scene_paste, scene_lock,
-          scene_theme, scene_restart, scene_quit]
+          scene_theme, scene_restart, scene_cloud, scene_quit]
 
 
 def main():

@@ -261,24 +261,6 @@ TEST(Unicode, TooManyMarksAreNotPutInOrder) {
     EXPECT_EQ(withoutDiacritics("\ud55c\u302e\u302f"), "\ud55c\u302e\u302f") << "no marks above or below";
 }
 
-TEST(Unicode, TheNearestLetterIsTheSameFromEverySide) {
-    for (const std::string text :
-         {"plain", "two\r\nlines\r\r\n\n", "e\u0301a\u0301\u0301b", "a\u200Db\u0903c", "1\uFE0F\u20E3 2",
-          "\U0001F469\U0001F3FD\u200D\U0001F4BBx", "\r", "x", "naïve café a\u0308o", "ωδή και ύμνος",
-          "съёмка и\u0306", "ひらがな漢字か\u3099ー", "\xFFz\xC3", "e\u200D\u00A9\u00A9"}) {
-        const auto all = graphemeBoundaries(text);
-        for (std::size_t at = 0; at <= text.size(); ++at) {
-            if ((text[at] & 0xC0) == 0x80) continue;  // inside of a character
-            const auto behind = std::ranges::upper_bound(all, at);
-            const auto before = std::ranges::lower_bound(all, at);
-            EXPECT_EQ(graphemeBoundaryAfter(text, at), behind == all.end() ? text.size() : *behind)
-                << text << ' ' << at;
-            EXPECT_EQ(graphemeBoundaryBefore(text, at), before == all.begin() ? 0 : *(before - 1))
-                << text << ' ' << at;
-        }
-    }
-}
-
 TEST(Unicode, IllFormedTextIsRepairedAndBlanksAreTrimmed) {
     EXPECT_EQ(repairedUTF8("a\xff\xc3\x28z"), "a\uFFFD\uFFFD(z");
     EXPECT_EQ(repairedUTF8("\xED\xA0\x80\xE2\x82x\xF0\x9F\x98"), "\uFFFD\uFFFD\uFFFD\uFFFDx\uFFFD");

@@ -220,6 +220,7 @@ TEST_F(LocalizedTextTest, TheBestLanguageServesAndEveryTableHasEveryKey) {
     Localization::current().folder = "pt-BR";
     EXPECT_EQ(localized("clear"), "Limpar");
     EXPECT_EQ(localized("no.such.key"), "no.such.key");
+    EXPECT_EQ(localized("clear", "no place for it"), "Limpar");
     EXPECT_EQ(takeMissing(), std::vector<std::string>{"text no.such.key"});
     EXPECT_FALSE(Bundle::withFolder("ptBR"));
 

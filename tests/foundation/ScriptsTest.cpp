@@ -68,14 +68,15 @@ TEST_F(Scripts, TheWayRoundTheLibraryFoldsAndFindsAsItDoes) {
 }
 
 TEST_F(Scripts, TheNearestLetterIsTheSameFromEverySide) {
-    std::vector<std::string> texts{"plain",
-                                   "two\r\nlines\r\r\n\n",
-                                   "a\u200Db\u0903c",
-                                   "1\uFE0F\u20E3 2",
-                                   "\r",
-                                   "\xFFz\xC3",
-                                   "\U0001F469\U0001F3FD\u200D\U0001F4BBx",
-                                   "e\u200D\u00A9\u00A9"};
+    const char* const odd[] = {"\r",
+                               "plain",
+                               "\xFFz\xC3",
+                               "a\u200Db\u0903c",
+                               "1\uFE0F\u20E3 2",
+                               "e\u200D\u00A9\u00A9",
+                               "two\r\nlines\r\r\n\n",
+                               "\U0001F469\U0001F3FD\u200D\U0001F4BBx"};
+    std::vector<std::string> texts(std::begin(odd), std::end(odd));
     while (texts.size() < 3000) texts.push_back(joined(characters()));
     for (const auto& text : texts) {
         const auto all = graphemeBoundaries(text);

@@ -132,6 +132,7 @@ TEST(Painter, ARadiusBeyondHalfOfTheSideIsACapsule) {
     for (int y = 0; y < 40; ++y)
         for (int x = 0; x < 80; ++x) EXPECT_EQ(cut.pixelAt(x, y), capsule.pixelAt(x, y)) << x << ' ' << y;
     EXPECT_EQ(alphaAt(capsule, 11, 11), 0);
+    EXPECT_LT(alphaAt(painted({draw::Fill{rect, rounded(1), black}}), 10, 10), 255) << "the smallest is seen";
     EXPECT_EQ(alphaAt(capsule, 40, 10), 255);
 }
 
@@ -143,10 +144,16 @@ TEST(Painter, AShadowFadesSteadilyOnEverySide) {
             const int middle = static_cast<int>(52 * scale);
             int last = alphaAt(surface, middle, middle);
             EXPECT_GT(last, 230);
+            // The integral of a Gaussian from edge to edge, of half the radius.
+            const auto below = [&](double points) { return std::erf(points / 8 / std::numbers::sqrt2) / 2; };
             for (int away = 0; middle + away < 200; ++away) {
                 const int alpha = alphaAt(surface, middle + away, middle);
                 EXPECT_LE(alpha, last);
-                EXPECT_LE(last - alpha, 40);
+                const double across = (away + 0.5) / scale;
+                if (shape.kind == Shape().kind) {
+                    EXPECT_NEAR(alpha, 510 * below(20) * (below(20 - across) + below(20 + across)), 8)
+                        << away;
+                }
                 EXPECT_NEAR(alpha, alphaAt(surface, middle - 1 - away, middle), 6);
                 EXPECT_NEAR(alpha, alphaAt(surface, middle, middle + away), 6);
                 last = alpha;
@@ -194,6 +201,7 @@ TEST(Painter, ClipsAndLayersEndWithTheirPop) {
         {"half in a clip", {clip, half, all, dot, draw::Pop{}, draw::Pop{}}, 128, 0},
         {"after half", {half, dot, dot, draw::Pop{}, all}, 255, 255},
         {"scaled", {small, all, draw::Pop{}}, 255, 0},
+        {"scaled from afar", {small, draw::Fill{{{130, 130}, {40, 40}}, {}, black}, draw::Pop{}}, 0, 255},
         {"after scaled", {small, draw::Pop{}, all}, 255, 255},
         {"scaled clip", {small, clip, all, draw::Pop{}, draw::Pop{}}, 255, 0},
         {"hidden", {hidden, clip, all, draw::Pop{}, all, draw::Pop{}}, 0, 0},
@@ -219,6 +227,7 @@ TEST(Painter, OnlyTheRegionIsReplaced) {
     EXPECT_EQ(surface.pixelAt(22, 25), 0u);
     EXPECT_EQ(surface.pixelAt(27, 25), 0xFFFF0000u);
     EXPECT_EQ(surface.pixelAt(30, 25), 0xFF000000u);
+    EXPECT_EQ(surface.pixelAt(27, 30), 0xFF000000u);
 }
 
 TEST(Painter, ImagesFillTheirPlaceAndBrokenOnesAreLeftOut) {

@@ -65,8 +65,10 @@ TEST(Symbols, WeightsAndFilledVariantsDifferInInk) {
 TEST(Symbols, AnUnknownNameAndAnImpossibleSizeHaveNoMask) {
     SymbolMasks masks;
     EXPECT_FALSE(masks.mask("nothing.of.the.kind", 16, 16, Font::Weight::regular));
+    EXPECT_FALSE(masks.mask("zzz", 16, 16, Font::Weight::regular)) << "behind the last of them";
     EXPECT_FALSE(masks.mask("", 16, 16, Font::Weight::regular));
-    EXPECT_EQ(takeMissing(), (std::vector<std::string>{"symbol nothing.of.the.kind", "symbol "}));
+    EXPECT_EQ(takeMissing(),
+              (std::vector<std::string>{"symbol nothing.of.the.kind", "symbol zzz", "symbol "}));
     EXPECT_FALSE(masks.mask("pin", 0, 16, Font::Weight::regular));
     EXPECT_FALSE(masks.mask("pin", 100'000, 16, Font::Weight::regular));
 }

@@ -111,6 +111,46 @@ TEST(Animation, ATransitionDrawsWhatHasLeftUntilItsEnd) {
     EXPECT_EQ(tree.drawn<draw::Text>().back().origin.y, top);
 }
 
+struct Leaving {
+    Edge edge = Edge::top;
+    State<bool> isShown = true;
+
+    View body() const {
+        const auto toggle = [shown = isShown.binding()] {
+            withAnimation(Curve::linear(1), [&] { shown.set(!shown.get()); });
+        };
+        return ZStack(Button(toggle, Text("Go").frame(100, 100)),
+                      If(isShown, ShapeView(Rectangle()).frame(40, 20).transition(Transition::move(edge))));
+    }
+};
+
+TEST(Animation, AViewLeavesAndComesBackByItsEdge) {
+    constexpr auto mirrored = LayoutDirection::rightToLeft;
+    const struct {
+        Edge edge;
+        LayoutDirection direction;
+        Point way;
+    } cases[] = {
+        {Edge::top, {}, {0, -10}},          {Edge::bottom, {}, {0, 10}},
+        {Edge::leading, {}, {-20, 0}},      {Edge::trailing, {}, {20, 0}},
+        {Edge::leading, mirrored, {20, 0}}, {Edge::trailing, mirrored, {-20, 0}},
+        {Edge::bottom, mirrored, {0, 10}},
+    };
+    for (const auto& one : cases) {
+        TreeUnderTest tree(Leaving{one.edge}, {{200, 200}, 1, one.direction});
+        const auto place = [&] { return tree.drawn<draw::Fill>().at(0).rect.origin; };
+        const auto rest = place();
+        tree.tree->focusNext();
+        for (int way = 0; way < 2; ++way) {
+            tree.press(Key::space);
+            tree.frame(0.5);
+            EXPECT_EQ(place(), rest + one.way) << static_cast<int>(one.edge) << ' ' << way;
+            tree.frame(1);
+        }
+        EXPECT_EQ(place(), rest);
+    }
+}
+
 /// The two symbols of a button that says that it has worked.
 struct Success {
     State<bool> isDone = false;

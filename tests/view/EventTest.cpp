@@ -38,6 +38,26 @@ TEST(Events, ATapGoesToTheInnermostViewThatTakesIt) {
     EXPECT_EQ(log, (Log{"outside", "button"}));
 }
 
+TEST(Events, WhatIsSeenInFrontOfAButtonTakesItsPress) {
+    const auto bitmap = std::make_shared<const Bitmap>(Bitmap{8, 8, {}});
+    const std::pair<View, bool> fronts[] = {
+        {Text("front"), true},
+        {Symbol("pin"), true},
+        {Image(bitmap), true},
+        {ShapeView(Circle()), true},
+        {Text("front").onHover([](bool) {}), true},
+        {ShapeView(Circle(), Color::clear()), false},
+        {Spacer(), false},
+    };
+    for (const auto& [front, isTaken] : fronts) {
+        Log log;
+        TreeUnderTest tree(ZStack(Button(saying(log, "button"), ShapeView(Rectangle())), front));
+        tree.tree->pointerPressed({{100, 100}});
+        tree.tree->pointerReleased({100, 100});
+        EXPECT_EQ(log.empty(), isTaken) << &front - &fronts[0].first;
+    }
+}
+
 /// A button that is there, is there and disabled, and has gone.
 struct Passing {
     Log* log;
@@ -133,6 +153,7 @@ struct Field {
 
 TEST(Events, AFocusBindingFollowsAndLeads) {
     TreeUnderTest tree(Field{});
+    EXPECT_TRUE(tree.tree->takesPress(tree.find(Role::text, "off").frame.centre())) << "no handle to drag";
     tree.click(Role::text, "off");
     EXPECT_TRUE(tree.has(Role::text, "on"));
     tree.tree->clearFocus();

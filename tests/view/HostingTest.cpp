@@ -38,6 +38,7 @@ TEST_F(Hosting, DrawsOnlyWhatChangesAndAtMostSixtyTimesASecond) {
     EXPECT_EQ(shownWindow.drawings, rested);
     host->orderFront();
     EXPECT_EQ(shownWindow.drawings, rested + 1);
+    EXPECT_FALSE(host->tree().needsFrame()) << "what changed out of sight doesn't move into it";
     // The desktop takes the room for the shadow: the view lies where the frame is, and the pixels follow.
     desktop.windows.hasCompositor = false;
     desktop.windows.scale = 2;

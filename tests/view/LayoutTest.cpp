@@ -115,6 +115,28 @@ TEST(Layout, RowsShareTheirRoom) {
     }
 }
 
+TEST(Layout, ATextIsSetAnewWhereItsOptionsAreOthersAndOnlyThere) {
+    using Way = TextOptions::Alignment;
+    const auto text = [](const char* words, double size, int lines, Way way, double width) {
+        return Text(words)
+            .font(Font::system(size))
+            .lineLimit(lines)
+            .textAlignment(way)
+            .frame({.width = width});
+    };
+    TreeUnderTest tree(text("a b", 13, 2, Way::leading, 50));
+    for (const auto& other : {text("a c", 13, 2, Way::leading, 50), text("a c", 14, 2, Way::leading, 50),
+                              text("a c", 14, 1, Way::leading, 50), text("a c", 14, 1, Way::trailing, 50),
+                              text("a c", 14, 1, Way::trailing, 60)}) {
+        const auto before = tree.drawn<draw::Text>().at(0).layout;
+        tree.tree->setRoot(other);
+        const auto now = tree.drawn<draw::Text>().at(0).layout;
+        EXPECT_NE(now, before) << now->size().width;
+        tree.tree->setRoot(other);
+        EXPECT_EQ(tree.drawn<draw::Text>().at(0).layout, now);
+    }
+}
+
 TEST(Layout, DecorationsClipsAndLayersDrawInOrder) {
     const auto red = Color{1, 0, 0};
     const auto view = Text("Hi")
@@ -144,6 +166,10 @@ TEST(Layout, AnImageFitsOrFillsWithItsProportions) {
     bitmap->height = 100;
     TreeUnderTest fit(Image(bitmap).frame({.maximumHeight = 20}), {{100, 100}});
     EXPECT_EQ(fit.drawn<draw::Image>().at(0).rect.size, (Size{40, 20}));
+    TreeUnderTest scrolled(ScrollArea(Image(bitmap).frame({.maximumHeight = 20})), {{100, 100}});
+    EXPECT_EQ(scrolled.drawn<draw::Image>().at(0).rect.size, (Size{40, 20})) << "where any height will do";
+    TreeUnderTest endless(ScrollArea(ShapeView(Rectangle()).fillHeight()), {{100, 100}});
+    EXPECT_EQ(endless.drawn<draw::Fill>().at(0).rect.size.height, 10);
     TreeUnderTest fill(Image(bitmap, Image::Scaling::fill).frame(44, 44), {{100, 100}});
     EXPECT_EQ(fill.drawn<draw::Image>().at(0).rect, (Rect{{-22, 0}, {88, 44}}));
     EXPECT_EQ(fill.drawn<draw::PushClip>().at(0).rect, (Rect{{0, 0}, {44, 44}}));

@@ -2,6 +2,7 @@
 #include "platform/view/windows/AttachedWindow.h"
 #include "platform/view/windows/ModalAlerts.h"
 #include "view/HostedWindow.h"
+#include "view/TreeUnderTest.h"
 
 namespace vellumix::view {
 namespace {
@@ -148,6 +149,23 @@ TEST(ReadableOn, ChoosesTheLetterThatStandsOut) {
     }
 }
 
+TEST(Floating, HasAShadowWhereThereIsRoomAndRoundCornersWhereTheScreenMixes) {
+    const struct {
+        Chrome chrome;
+        std::size_t shadows;
+        Shape::Kind ground;
+    } cases[] = {
+        {{.shadowRoom = Insets::all(16), .isTranslucent = true}, 1, Shape::Kind::roundedRectangle},
+        {{.shadowRoom = Insets::all(15), .isTranslucent = true}, 0, Shape::Kind::roundedRectangle},
+        {{.shadowRoom = Insets::all(16)}, 0, Shape::Kind::rectangle},
+    };
+    for (const auto& one : cases) {
+        TreeUnderTest tree(floating(Text("a"), 6, ControlPalette(), one.chrome));
+        EXPECT_EQ(tree.drawn<draw::Shadow>().size(), one.shadows);
+        EXPECT_EQ(tree.drawn<draw::Fill>().at(0).shape.kind, one.ground);
+    }
+}
+
 TEST_F(Presenting, AMenuStaysOnTheScreen) {
     std::size_t count = 4;
     auto& owner = open(Menu(Text("Many"), [&] {
@@ -242,6 +260,7 @@ TEST_F(Presenting, AnAlertHoldsItsWindowUntilItIsAnswered) {
     };
     ask();
     EXPECT_EQ(shown(Kind::alert).frame().centre().x, owner.frame().centre().x);
+    EXPECT_NEAR(shown(Kind::alert).frame().centre().y, owner.frame().centre().y, 0.5);
     click(owner, view::Role::button, "Other");
     owner.delegate()->keyPressed({Key::enter});
     EXPECT_EQ(log, Log{});

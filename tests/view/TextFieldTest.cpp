@@ -165,6 +165,7 @@ TEST_F(TextFieldTest, WhatIsComposedIsNotYetText) {
     const auto fills = tree->drawn<draw::Fill>();
     ASSERT_EQ(fills.size(), 2U);
     EXPECT_EQ(fills[0].rect.size.width, 5 * 5);
+    EXPECT_EQ(fills[0].rect.minY(), std::round(drawn[0].origin.y + drawn[0].layout->baseline() + 1));
     EXPECT_EQ(tree->tree->textInputCaret()->centre().x, 10 + 6 * 5);
     tree->tree->textComposed({});
     tree->press(Key::character, {}, "中");
@@ -302,6 +303,8 @@ TEST_F(TextFieldTest, ATextCanBeSelectedAndCopied) {
     chord("a");
     EXPECT_EQ(selected(), "one two");
     EXPECT_FALSE(tree->press(Key::character, {}, "x"));
+    tree->tree->clearFocus();
+    EXPECT_FALSE(tree->press(Key::tab)) << "it is no stop on the way";
 }
 
 }  // namespace

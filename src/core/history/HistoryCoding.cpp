@@ -99,8 +99,8 @@ private:
         if (key == "pinned") return found(pinned) && reader.boolean(item.pinned);
         if (key == "locked") return found(locked) && reader.boolean(item.locked);
         if (key == "isEncrypted") return found(isEncrypted) && reader.boolean(item.isEncrypted);
-        if (key == "text") return optional(item._text, [&] { return readText(item._text); });
-        if (key == "fileURL") return optional(item._fileURL, [&] { return readURL(item._fileURL); });
+        if (key == "text") return optional([&] { return readText(item._text); });
+        if (key == "fileURL") return optional([&] { return readURL(item._fileURL); });
         if (key == "imageData") return readBlob(item._imageData);
         if (key == "encryptedText") return readBlob(item.encryptedText);
         if (key == "encryptedImageData") return readBlob(item.encryptedImageData);
@@ -113,9 +113,8 @@ private:
         return true;
     }
     /// An optional key may hold null, which reads as absent.
-    template <class T, class Read>
-    bool optional(std::optional<T>& field, Read read) {
-        field.reset();
+    template <class Read>
+    bool optional(Read read) {
         return reader.next() == JsonReader::Kind::null ? reader.null() : read();
     }
     bool readID(UUID& value) {
@@ -147,7 +146,7 @@ private:
         return value || reader.fail("not a URL");
     }
     bool readBlob(std::optional<Data>& value) {
-        return optional(value, [&] {
+        return optional([&] {
             value = blobs.read(reader);
             return value.has_value();
         });

@@ -21,10 +21,7 @@ public:
     InteractionElement(View content, Handlers handlers)
         : Wrapper(std::move(content)), handlers_(std::move(handlers)) {}
 
-    const char* name() const override {
-        if (handlers_.menu) return "Menu";
-        return handlers_.isButton ? "Button" : "Interaction";
-    }
+    const char* name() const override { return "Interaction"; }
     const Handlers* handlers() const override { return &handlers_; }
     bool isSolid() const override { return handlers_.wantsPointer(); }
 

@@ -199,7 +199,7 @@ bool Dispatcher::takesPress(Point at) const {
     const auto path = pathAt(at);
     return std::any_of(path.begin(), path.end(), [](const auto& node) {
         const auto* handlers = enabledHandlersOf(*node);
-        return handlers && (handlers->takesPress() || handlers->isFocusedByPress() || node->element->input());
+        return handlers && handlers->takesPress();
     });
 }
 

@@ -113,4 +113,59 @@ TEST_F(FloodTest, NotAllWindowsOfAProgramThatMakesThousandsAreLookedAt) {
               changes);
 }
 
+TEST_F(FloodTest, AnEndlessQuarrelForTheClipboardIsToldByItsOutcome) {
+    Peer other(runLoop);
+    const auto first = peer->makeWindow({}, 1);
+    const auto last = peer->makeWindow({}, 1);
+    const auto clipboard = connection->atoms().clipboard;
+    using Kind = x11::SelectionChange::Kind;
+    unsigned told = 0;
+    Kind kind = Kind::present;
+    const auto watch = connection->observeSelection(clipboard, [&](const auto& change) {
+        ++told;
+        kind = change.kind;
+    });
+    const auto outcome = [&] { return wait([&] { return kind != Kind::tooMany; }) ? text() : "untold"; };
+    const struct {
+        std::string inPause;
+        std::function<void()> act;
+        std::string text;
+        bool isKept;
+    } rows[] = {
+        {"a copy", [&] { other.copyText("copied"); }, "copied", true},
+        {"a write of ours", [&] { write("ours"); }, "ours", true},
+        {"a write of ours and a copy", [&] { write("ours"), other.copyText("later"); }, "later", true},
+        {"a copy whose program ends", [&] { Peer(runLoop).copyText("gone"); }, "-", false},
+        {"a clear", [&] { other.copyText("cleared"), other.clear(); }, "-", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.inPause);
+        other.copyText("before");
+        ASSERT_EQ(nextText(), "before");
+        pasteboard->preserve(pasteboard->changeCount());
+        told = 0;
+        for (unsigned number = 0; number < 20 * changes; ++number) {
+            xcb_set_selection_owner(peer->xcb(), number % 2 ? last : first, clipboard, XCB_CURRENT_TIME);
+        }
+        peer->synchronize();
+        ASSERT_TRUE(wait([&] { return kind == Kind::tooMany; }));
+        row.act();
+        EXPECT_NE(outcome(), "untold");
+        EXPECT_TRUE(wait([&] { return text() == row.text; })) << text();
+        EXPECT_LT(told, changes / 2);
+        // What comes then is recorded and kept as ever.
+        if (row.isKept) {
+            EXPECT_EQ(other.paste("UTF8_STRING"), row.text);
+        } else {
+            EXPECT_TRUE(waitForNoOwner());
+        }
+        Peer next(runLoop);
+        next.copyText("next");
+        ASSERT_EQ(nextText(), "next");
+        pasteboard->preserve(pasteboard->changeCount());
+        next.die();
+        EXPECT_TRUE(waitForOurOwnership());
+    }
+}
+
 }  // namespace vellumix::tests

@@ -154,7 +154,7 @@ void SyntheticKeys::beginCopy(xcb_window_t window) {
     copyingWindow = window;
     hasCopied = false;
     copies = connection.observeSelection(
-        connection.atoms().clipboard, [this, window](const Connection::SelectionChange& change) {
+        connection.atoms().clipboard, [this, window](const SelectionChange& change) {
             hasCopied |= change.owner != XCB_WINDOW_NONE && connection.isSameClient(change.owner, window);
         });
     // What is copied there much later is another copy, by the user's own hand.

@@ -40,10 +40,8 @@ Pasteboard::Pasteboard(Connection& connection, const TransferLimits& limits)
       manager(connection, limits, [this](const auto& request) { return mustWaitToSave(request); }),
       presentManager(connection, "CLIPBOARD_MANAGER"),
       dropLog(connection.runLoop(), pasteboardLog) {
-    events = connection.observeSelection(connection.atoms().clipboard, [this](const Change& change) {
-        changes.push_back(change);
-        handleNext();
-    });
+    events = connection.observeSelection(connection.atoms().clipboard,
+                                         [this](const Change& change) { told(change); });
     owner.whenClaimed([this] {
         if (owner.isOwner()) ++ownChangesDue;
         handleNext();
@@ -142,6 +140,24 @@ bool Pasteboard::isToBeKept() const {
     return isHoldersContent && preserved == changeCount_ && visible.hasPayload();
 }
 
+void Pasteboard::told(const Change& change) {
+    if (change.kind == Change::Kind::tooMany) {
+        // From here on nobody tells whose content it is: what is being read could be one program's marker and
+        // another one's payload, and what was there is kept for nobody.
+        changes.clear();
+        abandonReading(overtaken);
+        stopAwaitingEnd();
+        endTime.reset();
+        holder = Holder::unknown;
+        isHoldersContent = false;
+        return kept.clear();
+    }
+    // This is behind everything that we had done by then, announced or not.
+    if (change.kind == Change::Kind::present) ownChangesDue = connection.isOurs(change.owner) ? 1 : 0;
+    changes.push_back(change);
+    handleNext();
+}
+
 void Pasteboard::handleNext() {
     // A change that has been announced stays visible until its observers have seen it. While we take the
     // clipboard, only the server knows which of the two came first.
@@ -153,11 +169,11 @@ void Pasteboard::handleNext() {
 }
 
 void Pasteboard::handle(const Change& change) {
-    if (change.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER) {
+    if (change.kind == Change::Kind::ended) {
         if (ownChangesDue > 0) return;
         abandonReading(ownerEnded);
-        endTime = change.timestamp;
-        return holderEnded(change.selection_timestamp);
+        endTime = change.time;
+        return holderEnded(change.ownedSince);
     }
     abandonReading(overtaken);
     stopAwaitingEnd();
@@ -172,11 +188,11 @@ void Pasteboard::handle(const Change& change) {
     if (change.owner == XCB_WINDOW_NONE) return cleared(change);
     const auto manager = presentManager.owner();
     const bool isManager = manager != XCB_WINDOW_NONE && connection.isSameClient(manager, change.owner);
-    const bool isTakenUp = isManager || (endTime && change.timestamp - *endTime <= takeUpTime);
+    const bool isTakenUp = isManager || (endTime && change.time - *endTime <= takeUpTime);
     succeeds = isTakenUp && isHoldersContent;
     holder = Holder::otherProgram;
     holderWindow = change.owner;
-    holderTime = change.selection_timestamp;
+    holderTime = change.ownedSince;
     kept.clear();
     // What must not be fetched can't be compared.
     if (isManager && succeeds && visible.isMarked) return;
@@ -202,7 +218,7 @@ void Pasteboard::cleared(const Change& change) {
     // Some programs empty the clipboard on their way out. Those without windows don't count: they end because
     // somebody else has emptied it.
     holder = Holder::unknown;
-    const auto end = [this, time = change.selection_timestamp] {
+    const auto end = [this, time = change.ownedSince] {
         stopAwaitingEnd();
         holderEnded(time);
     };

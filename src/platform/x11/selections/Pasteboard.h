@@ -1,6 +1,6 @@
 #pragma once
 
-#include <xcb/xfixes.h>
+#include <xcb/xcb.h>
 
 #include <deque>
 #include <memory>
@@ -68,9 +68,10 @@ private:
         /// It ended without clearing, or cleared in order to end.
         endedProgram,
     };
-    using Change = Connection::SelectionChange;
+    using Change = SelectionChange;
 
     bool canAdd() const { return isOurs_ && isHoldersContent; }
+    void told(const Change& change);
     void handleNext();
     void handle(const Change& change);
     void holderEnded(xcb_timestamp_t ownedSince);

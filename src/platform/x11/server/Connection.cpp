@@ -1,5 +1,7 @@
 #include "platform/x11/server/Connection.h"
 
+#include <xcb/xfixes.h>
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -13,7 +15,7 @@ namespace {
 
 /// So many events are handled before the loop serves its other sources: no program can hold it by sending
 /// more.
-constexpr int eventsATurn = 256;
+constexpr std::size_t eventsATurn = 256;
 /// Names of atoms that are kept. Atoms are never freed by the server, but another program can make any
 /// number.
 constexpr std::size_t namesKept = 4096;
@@ -106,8 +108,10 @@ bool Connection::isOurs(xcb_window_t window) const {
     return clientOf(window) == xcb_get_setup(xcb())->resource_id_base;
 }
 
-bool Connection::isSelectionChange(const xcb_generic_event_t& event) const {
-    return xcb::typeOf(event) == xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY;
+SelectionWatch* Connection::watchOf(const xcb_generic_event_t& event) {
+    if (event.response_type != xfixesFirstEvent + XCB_XFIXES_SELECTION_NOTIFY) return nullptr;
+    const auto found = selectionWatches.find(xcb::as<xcb_xfixes_selection_notify_event_t>(event).selection);
+    return found == selectionWatches.end() ? nullptr : &found->second;
 }
 
 Observation Connection::observe(xcb_window_t window, EventHandler handler) {
@@ -167,22 +171,8 @@ Observation Connection::observeEnd(std::function<void()> handler) {
 }
 
 Observation Connection::observeSelection(xcb_atom_t selection, SelectionHandler handler) {
-    auto& handlers = selectionHandlers[selection];
-    // Told to the root, which nobody can destroy.
-    if (handlers.empty()) {
-        selectSelection(selection, XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
-                                       XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
-                                       XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
-    }
-    auto inner = std::make_shared<Observation>(handlers.add(std::move(handler)));
-    return Observation(lifetime.weakly([this, selection, inner] {
-        inner->cancel();
-        if (selectionHandlers[selection].empty()) selectSelection(selection, 0);
-    }));
-}
-
-void Connection::selectSelection(xcb_atom_t selection, std::uint32_t events) const {
-    xcb_xfixes_select_selection_input(xcb(), root_, selection, events);
+    return selectionWatches.try_emplace(selection, *this, selection)
+        .first->second.observe(std::move(handler));
 }
 
 std::vector<std::string> Connection::names(std::span<const xcb_atom_t> atoms) {
@@ -220,15 +210,25 @@ bool Connection::isSameClient(xcb_window_t a, xcb_window_t b) const { return cli
 bool Connection::prepare() {
     // Whatever was requested since the last turn goes out here, once, before the loop sleeps.
     xcb_flush(xcb());
-    if (!readAhead) readAhead.reset(xcb_poll_for_queued_event(xcb()));
-    return readAhead || xcb_connection_has_error(xcb());
+    if (due.empty() && !readAhead) readAhead.reset(xcb_poll_for_queued_event(xcb()));
+    return !due.empty() || readAhead || xcb_connection_has_error(xcb());
+}
+
+void Connection::lookAhead() {
+    while (due.size() < eventsATurn) {
+        auto event = std::exchange(readAhead, nullptr);
+        if (!event) event.reset(xcb_poll_for_event(xcb()));
+        if (!event) return;
+        if (auto* const selection = watchOf(*event)) selection->count(*event);
+        due.push_back(std::move(event));
+    }
 }
 
 void Connection::dispatch() {
-    for (int handled = 0; handled < eventsATurn; ++handled) {
-        auto event = std::exchange(readAhead, nullptr);
-        if (!event) event.reset(xcb_poll_for_event(xcb()));
-        if (!event) break;
+    lookAhead();
+    for (std::size_t handled = 0; handled < eventsATurn && !due.empty(); ++handled) {
+        const auto event = std::move(due.front());
+        due.pop_front();
         deliver(*event);
     }
     if (!xcb_connection_has_error(xcb())) return;
@@ -239,12 +239,7 @@ void Connection::dispatch() {
 void Connection::deliver(const xcb_generic_event_t& event) {
     if (isForged(event)) return;
     everyHandlers.notify(event);
-    if (isSelectionChange(event)) {
-        const auto& change = xcb::as<SelectionChange>(event);
-        const auto found = selectionHandlers.find(change.selection);
-        if (found != selectionHandlers.end()) found->second.notify(change);
-        return;
-    }
+    if (auto* const selection = watchOf(event)) return selection->handle(event);
     const bool isCore = xcb::typeOf(event) < firstExtensionEvent && xcb::typeOf(event) != XCB_GE_GENERIC;
     if (!isCore) {
         extensionHandlers.notify(event);

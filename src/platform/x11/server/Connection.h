@@ -1,9 +1,9 @@
 #pragma once
 
 #include <xcb/xcb.h>
-#include <xcb/xfixes.h>
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,6 +17,7 @@
 #include "platform/linux/loop/GLibRunLoop.h"
 #include "platform/x11/server/Atoms.h"
 #include "platform/x11/server/ClientWork.h"
+#include "platform/x11/server/SelectionWatch.h"
 #include "platform/x11/server/XcbHandles.h"
 
 namespace vellumix::x11 {
@@ -31,7 +32,6 @@ class RootProperties;
 class Connection {
 public:
     using EventHandler = std::function<void(const xcb_generic_event_t&)>;
-    using SelectionChange = xcb_xfixes_selection_notify_event_t;
     using SelectionHandler = std::function<void(const SelectionChange&)>;
 
     /// Connects to the display that the environment names. Nothing without a display, or without the XFixes
@@ -63,7 +63,7 @@ public:
     /// selected for as long as anybody observes it so. Nothing when the window is gone. Waits for the server
     /// where nobody observes the window yet.
     std::optional<Observation> observeForeign(xcb_window_t window, EventHandler handler);
-    /// Calls the handler with each change of the selection's owner (XFixes 5.0 section 7).
+    /// Calls the handler with each change of the selection's owner, or, in a flood of them, with the outcome.
     Observation observeSelection(xcb_atom_t selection, SelectionHandler handler);
     /// Calls the handler with each event of the root's children themselves, of any program: made, mapped,
     /// moved and so on. Nobody else hears of these.
@@ -77,6 +77,8 @@ public:
     void filterKeys(std::function<bool(const xcb_key_press_event_t&)> filter) {
         keyFilter = std::move(filter);
     }
+    /// Lets floods among what has come be noticed before anybody waits for the server behind them.
+    void lookAhead();
     /// Calls the handler once, from the loop, after the server has gone.
     Observation observeEnd(std::function<void()> handler);
 
@@ -102,8 +104,8 @@ private:
     bool prepare();
     void dispatch();
     void deliver(const xcb_generic_event_t& event);
-    bool isSelectionChange(const xcb_generic_event_t& event) const;
-    void selectSelection(xcb_atom_t selection, std::uint32_t events) const;
+    /// Whose announcement the event is; null for other events.
+    SelectionWatch* watchOf(const xcb_generic_event_t& event);
     /// The window whose observers hear of the event; none for an event that nobody observes.
     static xcb_window_t addresseeOf(const xcb_generic_event_t& event);
     bool isOfChildOfRoot(const xcb_generic_event_t& event) const;
@@ -118,10 +120,12 @@ private:
     std::size_t pieceBytes_;
     std::uint8_t xfixesFirstEvent;
     xcb::Event readAhead;
+    /// Events that have been looked at, and are to be delivered.
+    std::deque<xcb::Event> due;
     std::unordered_map<xcb_window_t, ObserverList<const xcb_generic_event_t&>> handlers;
     std::unordered_map<xcb_window_t, std::size_t> foreignWindows;
     std::unordered_map<xcb_atom_t, std::string> names_;
-    std::unordered_map<xcb_atom_t, ObserverList<const SelectionChange&>> selectionHandlers;
+    std::unordered_map<xcb_atom_t, SelectionWatch> selectionWatches;
     ObserverList<const xcb_generic_event_t&> childHandlers;
     ObserverList<const xcb_generic_event_t&> extensionHandlers;
     ObserverList<const xcb_generic_event_t&> everyHandlers;

@@ -347,7 +347,7 @@ TEST_F(TransferTest, ATaskMayGoInEachOfItsHandlers) {
 
 TEST_F(TransferTest, ConnectionsServeAgainAndAreLetGo) {
     const HostileServer server([](const auto&, const auto& peer) { peer.send(answer("x")); });
-    CurlSession impatient(loop, {.longestRest = 0.2});
+    CurlSession impatient(loop, {.longestRest = 1});
     for (int i = 0; i < 3; ++i) {
         Outcome outcome;
         const auto task = impatient.start(to(server.address()), into(outcome));

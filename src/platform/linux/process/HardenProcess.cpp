@@ -5,12 +5,15 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <cstdlib>
 
 namespace vellumix::linux_desktop {
 
 bool hardenProcess() {
     const rlimit none{0, 0};
     const bool isClosed = ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && ::setrlimit(RLIMIT_CORE, &none) == 0;
+    // Into that file libcurl writes what deciphers its connections.
+    ::unsetenv("SSLKEYLOGFILE");
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
     // Left alone, the allocator takes the largest buffer freed so far, up to 32 MB, as the size below which

@@ -49,7 +49,7 @@ void MissingFiles::askNext() {
     }));
 }
 
-void MissingFiles::arrive(URL file, bool isGone) {
+void MissingFiles::arrive(const URL& file, bool isGone) {
     wanted.pop_front();
     const auto before = known.objectForKey(file.path());
     known.setObject(

@@ -38,7 +38,7 @@ private:
 
     void askLater();
     void askNext();
-    void arrive(URL file, bool isGone);
+    void arrive(const URL& file, bool isGone);
 
     /// As many as the history has entries.
     NSCache<Answer> known{200, 0};

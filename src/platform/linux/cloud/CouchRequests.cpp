@@ -51,7 +51,7 @@ CouchRequests::CouchRequests(RunLoop& runLoop, NSURLSession& session) : runLoop(
 CouchRequests::~CouchRequests() = default;
 
 CouchRequests::Asking CouchRequests::ask(const CouchAccount& account, std::string_view path,
-                                         std::string method, std::string body) {
+                                         std::string method, const std::string& body) {
     auto request = requestTo(account, path);
     if (request) {
         request->HTTPMethod = std::move(method);

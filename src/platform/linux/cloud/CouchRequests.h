@@ -44,7 +44,7 @@ public:
     class Asking;
     /// The whole answer, of at most 1 MiB. `path` is relative to the account's address; `body` is JSON.
     Asking ask(const CouchAccount& account, std::string_view path, std::string method = "GET",
-               std::string body = {});
+               const std::string& body = {});
     /// The body of at most `largest` bytes goes to `taker`.
     Asking stream(const CouchAccount& account, std::string_view path, std::uint64_t largest, Taker taker);
     class Turning;

@@ -60,7 +60,7 @@ posix::Descriptor openOwnFolder(int parent, const std::string& path, int flags =
 /// One look through the trash cans for a path.
 class Search {
 public:
-    Search(std::string path, std::size_t mostEntries, double seconds)
+    Search(const std::string& path, std::size_t mostEntries, double seconds)
         : paths{path, withoutLinks(path)},
           stem(stemOf(path)),
           entriesLeft(mostEntries),

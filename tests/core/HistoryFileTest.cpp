@@ -166,6 +166,9 @@ TEST_F(HistoryFileTest, EveryFlippedBitAndEveryTruncationIsNoticed) {
     store.add(textItem("x"));
     store.saveNow();
     const auto whole = history();
+    const auto plain = EncryptionManager::shared().decrypt(viewOf(whole).subspan(4));
+    EXPECT_TRUE(plain && plain->front() == '[')
+        << "four bytes and the envelope, for whoever reads it elsewhere";
     const auto isRefused = [&](const std::string& content) {
         put(content);
         return Store().items()->empty();

@@ -123,7 +123,8 @@ TEST(Events, TheFocusWalksByTabAndShowsARing) {
                              Text("field").focusable(), Button(saying(log, "two"), Text("Two")));
     TreeUnderTest tree(view);
     EXPECT_TRUE(tree.drawn<draw::Stroke>().empty());
-    tree.press(Key::tab);
+    tree.tree->keyPressed({Key::tab});
+    EXPECT_TRUE(tree.tree->needsFrame());
     EXPECT_TRUE(tree.find(Role::button, "One").state.isFocused);
     EXPECT_EQ(tree.drawn<draw::Stroke>().size(), 1U);
     tree.press(Key::space);

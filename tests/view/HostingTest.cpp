@@ -65,6 +65,14 @@ TEST_F(Hosting, AKeyIsForWhatTheOneJustBeforeItHasChanged) {
     EXPECT_EQ(shownNumber.get(), 3) << "no frame was due in between";
 }
 
+TEST_F(Hosting, TheWheelScrolls) {
+    auto& told = open(ScrollArea(VStack(Spacing(0), ShapeView(Rectangle()).frame(9, 99), Text("text"),
+                                        ShapeView(Rectangle()).frame(9, 900))));
+    const double before = find(told, Role::text, "text").frame.minY();
+    told.delegate()->scrolled({100, 100}, 30, 0);
+    EXPECT_EQ(find(told, Role::text, "text").frame.minY(), before - 30);
+}
+
 TEST_F(Hosting, AnAlphaRunIsReplacedWithoutItsCompletion) {
     open(Text("content"));
     int first = 0;

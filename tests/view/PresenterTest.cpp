@@ -262,8 +262,10 @@ TEST_F(Presenting, AnAlertHoldsItsWindowUntilItIsAnswered) {
     EXPECT_EQ(shown(Kind::alert).frame().centre().x, owner.frame().centre().x);
     EXPECT_NEAR(shown(Kind::alert).frame().centre().y, owner.frame().centre().y, 0.5);
     click(owner, view::Role::button, "Other");
+    host->window().makeKeyWindow();
     owner.delegate()->keyPressed({Key::enter});
     EXPECT_EQ(log, Log{});
+    EXPECT_TRUE(shown(Kind::alert).isKeyWindow()) << "what is typed goes on to the question";
     press(Key::enter);
     EXPECT_EQ(log, Log{"delete"});
     EXPECT_FALSE(isShown(Kind::alert));

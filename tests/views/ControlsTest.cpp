@@ -50,6 +50,8 @@ TEST_F(ControlsTest, CheckboxTurnsItsBindingOver) {
     Published<bool> isOn{false};
     TreeUnderTest box(FlatCheckbox{.label = "Daily", .isOn = bound(isOn)}, {{200, 30}});
     EXPECT_FALSE(box.find(Role::checkbox, "Daily").state.isChecked);
+    box.hover(Role::checkbox, "Daily");
+    EXPECT_EQ(box.tree->cursor(), Cursor::pointingHand);
     box.click(Role::checkbox, "Daily");
     EXPECT_TRUE(isOn.get());
     EXPECT_TRUE(box.find(Role::checkbox, "Daily").state.isChecked);

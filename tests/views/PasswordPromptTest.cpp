@@ -37,6 +37,7 @@ protected:
 TEST_F(PasswordPromptTest, EachQuestionGetsTheAnswerThatWasTypedForIt) {
     EXPECT_TRUE(window().isKeyWindow());
     ask();
+    window().delegate()->keyPressed({.key = Key::pageUp});
     type("first");
     type("too late");
     EXPECT_EQ(answers, std::vector<std::string>{"first"}) << "no question is open";

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Files that were copied and moved to the trash, in real file managers, are pasted from the panel into another folder."""
+"""Files that were cut by the shortcut, in real file managers, are pasted from the panel into another folder."""
 
 import shutil
 import time
@@ -9,6 +9,8 @@ import paste
 from harness import applications
 from harness.processes import Failure, wait_for
 
+# X by its place and not by its letter.
+CUT = "super+53"
 # Each with the class of its window.
 FILE_MANAGERS = ("thunar", "pcmanfm", "pcmanfm-qt")
 
@@ -28,14 +30,14 @@ class CutFiles(paste.Pasting):
             self.vellumix.until_recorded("file", lambda: self.take_away(window, source))
 
     def take_away(self, window, source):
-        """What a person does for a cut: copies the selected files, and moves them to the trash."""
+        """What a person does for a cut: selects files, which a copy shows to be so, and presses the shortcut."""
         def copy():
             window.keys("ctrl+a")
             # PCManFM-Qt copies names as text until it has seen what is selected.
             time.sleep(0.3)
             window.keys("ctrl+c")
         window.until_copied("file://", copy, "text/uri-list")
-        window.keys("Delete")
+        self.keys(CUT)
 
         def is_empty():
             try:

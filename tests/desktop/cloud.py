@@ -39,7 +39,11 @@ class Cloud(unittest.TestCase):
 
         switch_on(self.vellumix)
         self.server.put_text(TEXT)
+        leftover = self.vellumix.folder / "attachments/asset-of-a-killed-program"
+        leftover.parent.mkdir()
+        leftover.write_text(TEXT)
         self.vellumix.start()
+        self.assertFalse(leftover.exists())
         wait_for("the entry comes", lambda: self.vellumix.count("text") == 1)
         self.assertIsNotNone(self.server.until_sync(self.vellumix, state="idle")["lastFetch"])
 

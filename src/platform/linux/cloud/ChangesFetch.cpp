@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/foundation/text/LocalizedText.h"
+#include "platform/linux/http/WebAddress.h"
 
 namespace vellumix::linux_desktop {
 
@@ -47,13 +48,7 @@ std::string sinceOf(const std::optional<CKServerChangeToken>& token, const Couch
 
 }  // namespace
 
-std::string databaseOf(const CKRecordZoneID& zone) {
-    std::string name = zone.zoneName;
-    for (char& c : name) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return encoded(name);
-}
+std::string databaseOf(const CKRecordZoneID& zone) { return encoded(asciiLowercased(zone.zoneName)); }
 
 Task ChangesFetch::run(RunLoop& runLoop, CouchRequests& requests, AssetFiles& assets, CouchAccount account,
                        CKFetchRecordZoneChangesOperation operation) {

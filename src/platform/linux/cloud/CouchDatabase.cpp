@@ -14,7 +14,11 @@ namespace {
 constexpr std::string_view databaseName = "clipboardhistory";
 
 CKError alreadyThere() { return {.code = CKError::serverRejectedRequest}; }
-CKError noAccount() { return {.localizedDescription = localized("sync.noAccount")}; }
+/// Why there is no account to be had.
+CKError lackOf(const std::variant<std::monostate, CouchAccount, CKError>& account) {
+    const auto* const error = std::get_if<CKError>(&account);
+    return error ? *error : CKError{.localizedDescription = localized("sync.noAccount")};
+}
 
 /// A server of the protocol greets whoever asks for its root, each under its own name.
 bool isWelcome(const CouchAnswer& answer) {
@@ -69,8 +73,7 @@ void CouchContainer::addOperation(CKFetchRecordZoneChangesOperation operation) {
     if (const auto* const there = std::get_if<CouchAccount>(&account)) {
         ChangesFetch::run(runLoop, requests, assets, *there, std::move(operation));
     } else {
-        const auto* const error = std::get_if<CKError>(&account);
-        fail(std::move(operation), error ? *error : noAccount());
+        fail(std::move(operation), lackOf(account));
     }
 }
 
@@ -97,8 +100,7 @@ Task CouchContainer::save(CKRecordZone zone, Completion tell) {
     const auto* const account = std::get_if<CouchAccount>(&present);
     if (!account) {
         co_await requests.nextTurn();
-        const auto* const error = std::get_if<CKError>(&present);
-        co_return tell(error ? *error : noAccount());
+        co_return tell(lackOf(present));
     }
     const auto path = databaseOf(zone.zoneID);
     auto answer = co_await requests.ask(*account, path);
@@ -118,8 +120,7 @@ Task CouchContainer::save(CKRecordZoneSubscription subscription, Completion tell
     const auto* const account = std::get_if<CouchAccount>(&present);
     if (!account) {
         co_await requests.nextTurn();
-        const auto* const error = std::get_if<CKError>(&present);
-        co_return tell(error ? *error : noAccount());
+        co_return tell(lackOf(present));
     }
     const auto path = databaseOf(subscription.zoneID) + "/_local/" + subscription.subscriptionID;
     const auto answer = co_await requests.ask(*account, path, "PUT", "{\"type\":\"subscription\"}");

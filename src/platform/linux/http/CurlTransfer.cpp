@@ -22,14 +22,6 @@ constexpr std::size_t progress = std::size_t{16} << 10;
 // asks for the last of them when the name is right, and leaves what it began with when the name is wrong.
 constexpr long chainIsFine = 0, chainWasNotAskedFor = 1, notYetValid = 9, hasExpired = 10;
 
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return result;
-}
-
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
     const auto begin = text.find_first_not_of(blanks);
@@ -130,7 +122,7 @@ bool CurlTransfer::prepareHeaders() {
     // What the library would add by itself: neither type is right for what is sent, and the wait for a word
     // to go on costs a round trip.
     append("Expect:");
-    const auto isType = [](const auto& header) { return lowered(header.first) == "content-type"; };
+    const auto isType = [](const auto& header) { return asciiLowercased(header.first) == "content-type"; };
     if (std::ranges::none_of(request.headers, isType)) append("Content-Type:");
     if (const auto& credential = request.credential) {
         if (credential->user.find(':') != std::string::npos) return false;
@@ -186,7 +178,7 @@ void CurlTransfer::takeHeader(std::string_view line) {
     const auto colon = text.find(':');
     // A line that begins with a blank goes on with the one before (obsolete by RFC 9112 section 5.2).
     if (colon == std::string_view::npos || line.front() == ' ' || line.front() == '\t') return;
-    response.headers.emplace_back(lowered(text.substr(0, colon)), trimmed(text.substr(colon + 1)));
+    response.headers.emplace_back(asciiLowercased(text.substr(0, colon)), trimmed(text.substr(colon + 1)));
 }
 
 void CurlTransfer::endHead() {

@@ -16,16 +16,8 @@ constexpr std::size_t longestAddress = 8192;
 
 bool isLetterOrDigit(char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); }
 
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return result;
-}
-
 bool takePrefix(std::string_view& text, std::string_view prefix) {
-    if (lowered(text.substr(0, prefix.size())) != prefix) return false;
+    if (asciiLowercased(text.substr(0, prefix.size())) != prefix) return false;
     text.remove_prefix(prefix.size());
     return true;
 }
@@ -49,6 +41,14 @@ bool isThisMachine(const std::string& host) {
 
 }  // namespace
 
+std::string asciiLowercased(std::string_view text) {
+    std::string result(text);
+    for (char& c : result) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return result;
+}
+
 std::optional<WebAddress> WebAddress::parse(std::string_view text) {
     const auto isPlainCharacter = [](char c) { return c > ' ' && c != '\\' && c != 0x7F; };
     if (text.size() > longestAddress || !std::ranges::all_of(text, isPlainCharacter)) return std::nullopt;
@@ -62,7 +62,7 @@ std::optional<WebAddress> WebAddress::parse(std::string_view text) {
     address.target = (text.starts_with('/') ? "" : "/") + std::string(text);
 
     const auto hostEnd = authority.starts_with('[') ? authority.find(']') + 1 : authority.find(':');
-    address.host = lowered(authority.substr(0, hostEnd));
+    address.host = asciiLowercased(authority.substr(0, hostEnd));
     if (!isHost(address.host)) return std::nullopt;
     auto port = hostEnd < authority.size() ? authority.substr(hostEnd) : std::string_view();
     address.port = address.isEncrypted ? encryptedPort : plainPort;

@@ -7,6 +7,9 @@
 
 namespace vellumix::linux_desktop {
 
+/// The letters of ASCII in lower case, and the rest as it is.
+std::string asciiLowercased(std::string_view text);
+
 /// An address that a request may go to, taken apart. Stricter than RFC 3986, so that no other reader of the
 /// same text finds another host in it: the host has letters, digits, hyphens and dots alone (an
 /// international one is written as "xn--"), or is an IPv6 address in brackets, and there is no user in it.

@@ -59,13 +59,16 @@ struct CGEventTapDescription {
 class CFMachPort {
 public:
     virtual ~CFMachPort() = default;
+
+    bool isEnabled = false;
+    /// Whether its source is in the loop.
+    bool hasSource = false;
 };
 using CFMachPortRef = std::shared_ptr<CFMachPort>;
 
 /// What brings a tap's events into the main loop.
-class CFRunLoopSource {
-public:
-    virtual ~CFRunLoopSource() = default;
+struct CFRunLoopSource {
+    std::weak_ptr<CFMachPort> port;
 };
 using CFRunLoopSourceRef = std::shared_ptr<CFRunLoopSource>;
 
@@ -81,12 +84,19 @@ public:
     /// A tap that hears of nothing before it is enabled and its source is in the loop. Null when the desktop
     /// doesn't give one, as when another program has one of the combinations.
     virtual CFMachPortRef CGEventTapCreate(const CGEventTapDescription& tap) = 0;
-    virtual void CGEventTapEnable(const CFMachPortRef& tap, bool isEnabled) = 0;
+    void CGEventTapEnable(const CFMachPortRef& tap, bool isEnabled) { tap->isEnabled = isEnabled; }
     /// Null when there can be none.
-    virtual CFRunLoopSourceRef CFMachPortCreateRunLoopSource(const CFMachPortRef& port) = 0;
+    virtual CFRunLoopSourceRef CFMachPortCreateRunLoopSource(const CFMachPortRef& port) {
+        return std::make_shared<CFRunLoopSource>(CFRunLoopSource{port});
+    }
     /// The loop is the main one, in all its modes.
-    virtual void CFRunLoopAddSource(const CFRunLoopSourceRef& source) = 0;
-    virtual void CFRunLoopRemoveSource(const CFRunLoopSourceRef& source) = 0;
+    void CFRunLoopAddSource(const CFRunLoopSourceRef& source) { setIsInLoop(*source, true); }
+    void CFRunLoopRemoveSource(const CFRunLoopSourceRef& source) { setIsInLoop(*source, false); }
+
+private:
+    static void setIsInLoop(const CFRunLoopSource& source, bool isInLoop) {
+        if (const auto port = source.port.lock()) port->hasSource = isInLoop;
+    }
 };
 
 }  // namespace vellumix

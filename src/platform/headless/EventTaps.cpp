@@ -8,14 +8,6 @@ struct EventTaps::Port final : CFMachPort {
     explicit Port(CGEventTapDescription tap) : tap(std::move(tap)) {}
 
     CGEventTapDescription tap;
-    bool isEnabled = false;
-    bool hasSource = false;
-};
-
-struct EventTaps::Source final : CFRunLoopSource {
-    explicit Source(std::weak_ptr<Port> port) : port(std::move(port)) {}
-
-    std::weak_ptr<Port> port;
 };
 
 CFMachPortRef EventTaps::CGEventTapCreate(const CGEventTapDescription& tap) {
@@ -29,21 +21,8 @@ CFMachPortRef EventTaps::CGEventTapCreate(const CGEventTapDescription& tap) {
     return port;
 }
 
-void EventTaps::CGEventTapEnable(const CFMachPortRef& tap, bool isEnabled) {
-    static_cast<Port&>(*tap).isEnabled = isEnabled;
-}
-
 CFRunLoopSourceRef EventTaps::CFMachPortCreateRunLoopSource(const CFMachPortRef& port) {
-    if (!hasSources) return nullptr;
-    return std::make_shared<Source>(std::static_pointer_cast<Port>(port));
-}
-
-void EventTaps::CFRunLoopAddSource(const CFRunLoopSourceRef& source) {
-    if (const auto port = static_cast<Source&>(*source).port.lock()) port->hasSource = true;
-}
-
-void EventTaps::CFRunLoopRemoveSource(const CFRunLoopSourceRef& source) {
-    if (const auto port = static_cast<Source&>(*source).port.lock()) port->hasSource = false;
+    return hasSources ? vellumix::EventTaps::CFMachPortCreateRunLoopSource(port) : nullptr;
 }
 
 void EventTaps::disable(CGEventType reason) {

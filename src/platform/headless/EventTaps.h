@@ -11,10 +11,7 @@ namespace vellumix::headless {
 class EventTaps final : public vellumix::EventTaps {
 public:
     CFMachPortRef CGEventTapCreate(const CGEventTapDescription& tap) override;
-    void CGEventTapEnable(const CFMachPortRef& tap, bool isEnabled) override;
     CFRunLoopSourceRef CFMachPortCreateRunLoopSource(const CFMachPortRef& port) override;
-    void CFRunLoopAddSource(const CFRunLoopSourceRef& source) override;
-    void CFRunLoopRemoveSource(const CFRunLoopSourceRef& source) override;
 
     /// Somebody presses a key; false when a tap keeps it from the application in front.
     bool press(const CGEvent& event) { return deliver(CGEventType::keyDown, event); }
@@ -29,7 +26,6 @@ public:
 
 private:
     struct Port;
-    struct Source;
 
     bool deliver(CGEventType type, const CGEvent& event);
 

@@ -16,15 +16,7 @@ struct EventTaps::Port final : CFMachPort {
     const CGEventTapDescription tap;
     /// One for each combination of the tap, in its order.
     std::vector<std::unique_ptr<KeyGrabs::Grab>> grabs;
-    bool isEnabled = false;
-    bool hasSource = false;
     std::function<void()> end;
-};
-
-struct EventTaps::Source final : CFRunLoopSource {
-    explicit Source(std::weak_ptr<Port> port) : port(std::move(port)) {}
-
-    std::weak_ptr<Port> port;
 };
 
 EventTaps::EventTaps(Connection& connection, KeyGrabs& grabs, std::function<bool()> hasKeyboard)
@@ -61,22 +53,6 @@ CFMachPortRef EventTaps::CGEventTapCreate(const CGEventTapDescription& tap) {
     std::erase_if(ports, [](const auto& each) { return each.expired(); });
     ports.push_back(port);
     return port;
-}
-
-void EventTaps::CGEventTapEnable(const CFMachPortRef& tap, bool isEnabled) {
-    static_cast<Port&>(*tap).isEnabled = isEnabled;
-}
-
-CFRunLoopSourceRef EventTaps::CFMachPortCreateRunLoopSource(const CFMachPortRef& port) {
-    return std::make_shared<Source>(std::static_pointer_cast<Port>(port));
-}
-
-void EventTaps::CFRunLoopAddSource(const CFRunLoopSourceRef& source) {
-    if (const auto port = static_cast<Source&>(*source).port.lock()) port->hasSource = true;
-}
-
-void EventTaps::CFRunLoopRemoveSource(const CFRunLoopSourceRef& source) {
-    if (const auto port = static_cast<Source&>(*source).port.lock()) port->hasSource = false;
 }
 
 bool EventTaps::take(const xcb_key_press_event_t& event) {

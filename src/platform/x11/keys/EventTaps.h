@@ -27,14 +27,9 @@ public:
     EventTaps& operator=(const EventTaps&) = delete;
 
     CFMachPortRef CGEventTapCreate(const CGEventTapDescription& tap) override;
-    void CGEventTapEnable(const CFMachPortRef& tap, bool isEnabled) override;
-    CFRunLoopSourceRef CFMachPortCreateRunLoopSource(const CFMachPortRef& port) override;
-    void CFRunLoopAddSource(const CFRunLoopSourceRef& source) override;
-    void CFRunLoopRemoveSource(const CFRunLoopSourceRef& source) override;
 
 private:
     struct Port;
-    struct Source;
 
     bool take(const xcb_key_press_event_t& event);
     /// Whether it passes.
